@@ -1,0 +1,27 @@
+# kov_add_test(NAME tst_x SOURCES ... LIBS ... LABELS ... [NATIVE] [TIMEOUT s] [ENVIRONMENT A=b ...])
+#
+# A Qt Test program, run without a display unless NATIVE asks for a real window system: then it runs under a
+# private Xvfb with a window manager. A warning that the test did not announce with QTest::ignoreMessage fails it.
+find_package(Qt5 5.15 REQUIRED COMPONENTS Test)
+
+function(kov_add_test)
+    cmake_parse_arguments(ARG "NATIVE" "NAME;TIMEOUT" "SOURCES;LIBS;LABELS;ENVIRONMENT" ${ARGN})
+    add_executable(${ARG_NAME} ${ARG_SOURCES})
+    target_link_libraries(${ARG_NAME} PRIVATE ${ARG_LIBS} Qt5::Test)
+    set(platform offscreen)
+    set(command $<TARGET_FILE:${ARG_NAME}>)
+    if(ARG_NATIVE)
+        set(platform xcb)
+        set(command ${CMAKE_SOURCE_DIR}/tests/support/with-display $<TARGET_FILE:${ARG_NAME}>)
+        list(APPEND ARG_LABELS native)
+    endif()
+    add_test(NAME ${ARG_NAME} COMMAND ${command})
+    if(NOT ARG_TIMEOUT)
+        set(ARG_TIMEOUT 120)
+    endif()
+    set_tests_properties(${ARG_NAME} PROPERTIES
+        LABELS "${ARG_LABELS}"
+        TIMEOUT ${ARG_TIMEOUT}
+        FAIL_REGULAR_EXPRESSION "QWARN  :;QCRITICAL:;QSYSTEM :"
+        ENVIRONMENT "QT_QPA_PLATFORM=${platform};QT_QUICK_BACKEND=software;LANG=C.UTF-8;${ARG_ENVIRONMENT}")
+endfunction()

@@ -1,0 +1,32 @@
+#include "gui/ImplementationRegistry_p.h"
+
+namespace KovGui {
+
+QHash<QString, const QMetaObject *> &staticMetaObjectHash()
+{
+    static QHash<QString, const QMetaObject *> hash;
+    return hash;
+}
+
+QObject *createRegistered(const char *key, const QMetaObject &base)
+{
+    const QMetaObject *metaObject = staticMetaObjectHash().value(QString::fromLatin1(key));
+    if (!metaObject) {
+        KOV_LOG(0, "(!)Error: no class is registered for %s.", key);
+        return nullptr;
+    }
+    QObject *object = metaObject->newInstance();
+    if (!object) {
+        KOV_LOG(0, "(!)Error: %s, registered for %s, has no invokable constructor without arguments.",
+                metaObject->className(), key);
+        return nullptr;
+    }
+    if (!base.cast(object)) {
+        KOV_LOG(0, "(!)Error: %s, registered for %s, does not derive from it.", metaObject->className(), key);
+        delete object;
+        return nullptr;
+    }
+    return object;
+}
+
+} // namespace KovGui

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "gui/KovGuiGlobal.h"
+
+#include <QString>
+#include <QUrl>
+
+#include <functional>
+
+/// Opens help topics: from help buttons, and from "kovhelp" links in messages.
+namespace Help {
+
+/// A topic is a number of the host's help book. These are the ones that this library opens itself.
+enum HelpTopic {
+    NoTopic = 0,
+    /// "About messages": what the help button of a message opens when its host names no other topic.
+    MessagesTopic = 132,
+};
+
+/// The address of a topic: the base address with @LOCALE@ and @TOPIC@ filled in. Empty for NoTopic.
+KOVGUI_EXPORT QUrl topicUrl(HelpTopic topic);
+/// @param address  http, https or file; may hold @LOCALE@ and @TOPIC@. Anything else is refused and logged.
+KOVGUI_EXPORT bool setBaseAddress(const QString &address);
+
+/// Opens the topic in the system's browser, or through the function that the host set. False and a log line when
+/// there is nothing to open or it could not be opened.
+KOVGUI_EXPORT bool openTopic(HelpTopic topic);
+/// Opens "kovhelp:NUMBER" or "kovhelp://topic/NUMBER"; any other address is refused and logged.
+KOVGUI_EXPORT bool openLink(const QUrl &link);
+/// Opens a web address (http or https only) the same way; anything else is refused and logged.
+KOVGUI_EXPORT bool openWebPage(const QUrl &url);
+
+/// Replaces the system's browser, for hosts with a viewer of their own and for tests. Null restores it.
+using UrlOpener = std::function<bool(const QUrl &)>;
+KOVGUI_EXPORT void setUrlOpener(const UrlOpener &opener);
+
+} // namespace Help

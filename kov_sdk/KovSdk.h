@@ -1,0 +1,142 @@
+/**
+ * The service client interface: descriptions of result codes, events, jobs and their parameters. Plain C.
+ *
+ * Behind it stands either the embedded service of this project or the client library of a product.
+ *
+ * Handles are reference counted. A function that yields a handle through a pointer adds a reference for its caller,
+ * who gives it back with KovHandle_Free. Freeing a handle once too often, or using one that is gone or of another
+ * kind, is a logged error and KOV_ERR_INVALID_HANDLE, never a crash: handle values are never used again.
+ *
+ * Texts are UTF-8. A function that fills a buffer takes the buffer's size in *size and puts the number of bytes of
+ * the text there, the terminating NUL not counted. A null buffer asks for that number only. A buffer that cannot
+ * hold the text and its NUL is left as it is: KOV_ERR_BUFFER_OVERRUN, with *size set to the bytes to allocate (the NUL
+ * included).
+ *
+ * Every function may be called from any thread. Null output pointers are KOV_ERR_INVALID_ARG.
+ */
+#ifndef KOV_SDK_H
+#define KOV_SDK_H
+
+#include "kov_sdk/KovTypes.h"
+
+#if defined(_WIN32)
+#if defined(KovSdk_EXPORTS)
+#define KOV_SDK_EXPORT __declspec(dllexport)
+#else
+#define KOV_SDK_EXPORT __declspec(dllimport)
+#endif
+#else
+#define KOV_SDK_EXPORT __attribute__((visibility("default")))
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef struct KovHandle *KOV_HANDLE;
+
+typedef enum _KOV_HANDLE_TYPE {
+    KHT_INVALID = 0,
+    KHT_EVENT = 1,
+    KHT_EVENT_PARAMETER = 2,
+    KHT_JOB = 3
+} _KOV_HANDLE_TYPE;
+
+typedef enum _KOV_PARAMETER_TYPE { KPT_STRING = 0, KPT_INT32 = 1, KPT_HANDLE = 2 } _KOV_PARAMETER_TYPE;
+
+/* ---- The library ---- */
+
+/**
+ * Receives the library's own errors: `level` as in the application's log (0 error ... 4 trace), `text` one line.
+ * Null restores the default, which writes errors to standard error. The function may be called from any thread.
+ */
+typedef void (*KovApi_LogFunction)(unsigned level, const char *text);
+KOV_SDK_EXPORT void KovApi_SetLogFunction(KovApi_LogFunction function);
+
+/**
+ * Adds a host's own message catalogue (docs/reference/message-catalogue.md). Its codes replace equal ones of the
+ * built-in catalogue and of files loaded before. A file that cannot be read or holds an error is refused whole:
+ * one logged line says where and why, and the codes stay as they were.
+ *
+ * @param path  UTF-8
+ */
+KOV_SDK_EXPORT KOV_RESULT KovApi_LoadMessageCatalogue(const char *path);
+
+/* ---- Result codes ---- */
+
+/**
+ * @param brief      non-zero for the short text, zero for the full one
+ * @param formatted  non-zero for the text as it is shown; zero for the bare text without markup
+ * Placeholders of parameters stand in the text as %1, %2 and so on. An unknown code is KOV_ERR_NO_DATA.
+ */
+KOV_SDK_EXPORT KOV_RESULT KovApi_GetResultDescription(KOV_RESULT code, int brief, int formatted, char *buffer,
+                                                      uint32_t *size);
+KOV_SDK_EXPORT KOV_RESULT KovApi_GetMessageType(KOV_RESULT code, _KOV_MESSAGE_TYPE_ENUM *type);
+/** *flag becomes 1 when the user may hide the message of this code, else 0. */
+KOV_SDK_EXPORT KOV_RESULT KovApi_MsgCanBeIgnored(KOV_RESULT code, int *flag);
+
+/* ---- Handles ---- */
+
+KOV_SDK_EXPORT KOV_RESULT KovHandle_AddRef(KOV_HANDLE handle);
+KOV_SDK_EXPORT KOV_RESULT KovHandle_Free(KOV_HANDLE handle);
+/** KHT_INVALID for a null or freed handle; never fails and never logs. */
+KOV_SDK_EXPORT _KOV_HANDLE_TYPE KovHandle_GetType(KOV_HANDLE handle);
+
+/* ---- Events ---- */
+
+KOV_SDK_EXPORT KOV_RESULT KovEvent_GetErrCode(KOV_HANDLE event, KOV_RESULT *code);
+/** The description of the event's code with the event's parameters put in for %1, %2 ... (its string and number
+    parameters in index order, choices and the nested event left out). */
+KOV_SDK_EXPORT KOV_RESULT KovEvent_GetErrString(KOV_HANDLE event, int brief, int formatted, char *buffer,
+                                                uint32_t *size);
+/** Empty text when the event belongs to no issuer. */
+KOV_SDK_EXPORT KOV_RESULT KovEvent_GetIssuerId(KOV_HANDLE event, char *buffer, uint32_t *size);
+KOV_SDK_EXPORT KOV_RESULT KovEvent_GetParamsCount(KOV_HANDLE event, uint32_t *count);
+KOV_SDK_EXPORT KOV_RESULT KovEvent_GetParam(KOV_HANDLE event, uint32_t index, KOV_HANDLE *param);
+KOV_SDK_EXPORT KOV_RESULT KovEvent_GetParamByName(KOV_HANDLE event, const char *name, KOV_HANDLE *param);
+
+KOV_SDK_EXPORT KOV_RESULT KovEvtPrm_GetName(KOV_HANDLE param, char *buffer, uint32_t *size);
+KOV_SDK_EXPORT KOV_RESULT KovEvtPrm_GetType(KOV_HANDLE param, _KOV_PARAMETER_TYPE *type);
+/** Numbers are given in decimal; a handle parameter has no text (KOV_ERR_NO_DATA). */
+KOV_SDK_EXPORT KOV_RESULT KovEvtPrm_ToString(KOV_HANDLE param, char *buffer, uint32_t *size);
+KOV_SDK_EXPORT KOV_RESULT KovEvtPrm_ToInt32(KOV_HANDLE param, int32_t *value);
+KOV_SDK_EXPORT KOV_RESULT KovEvtPrm_ToHandle(KOV_HANDLE param, KOV_HANDLE *handle);
+
+/* ---- Jobs ---- */
+
+/** KOV_ERR_IN_PROGRESS while the job runs; else KOV_SUCCESS, with the job's own result in *code. */
+KOV_SDK_EXPORT KOV_RESULT KovJob_GetRetCode(KOV_HANDLE job, KOV_RESULT *code);
+/** The event that explains the job's failure; KOV_ERR_NO_DATA when there is none. */
+KOV_SDK_EXPORT KOV_RESULT KovJob_GetError(KOV_HANDLE job, KOV_HANDLE *event);
+/** Ends a running job with KOV_ERR_CANCELLED. A finished job keeps its result. */
+KOV_SDK_EXPORT KOV_RESULT KovJob_Cancel(KOV_HANDLE job);
+/** Text data that the job brought back, the empty text when none. */
+KOV_SDK_EXPORT KOV_RESULT KovJob_GetData(KOV_HANDLE job, char *buffer, uint32_t *size);
+/**
+ * Calls `function` once, when the job ends, on the thread that ended it; at once when it has ended already. A job has
+ * one such function: a second call replaces the first, null removes it. When the call returns, a replaced function
+ * is neither running (unless it is the caller) nor called again.
+ */
+typedef void (*KovJob_CompletionFunction)(KOV_HANDLE job, KOV_RESULT code, void *context);
+KOV_SDK_EXPORT KOV_RESULT KovJob_SetCompletionFunction(KOV_HANDLE job, KovJob_CompletionFunction function,
+                                                       void *context);
+
+/* ---- The service's side: what a host application or a test raises ---- */
+
+KOV_SDK_EXPORT KOV_RESULT KovService_CreateEvent(KOV_RESULT code, const char *issuerId, KOV_HANDLE *event);
+KOV_SDK_EXPORT KOV_RESULT KovService_AddStringParam(KOV_HANDLE event, const char *name, const char *value);
+KOV_SDK_EXPORT KOV_RESULT KovService_AddInt32Param(KOV_HANDLE event, const char *name, int32_t value);
+/** The event keeps a reference of its own. An event that would come to hold itself is KOV_ERR_INVALID_ARG. */
+KOV_SDK_EXPORT KOV_RESULT KovService_AddHandleParam(KOV_HANDLE event, const char *name, KOV_HANDLE value);
+KOV_SDK_EXPORT KOV_RESULT KovService_CreateJob(KOV_HANDLE *job);
+/** @param errorEvent  may be null
+    @param data        may be null
+    A second completion is KOV_ERR_INVALID_ARG and changes nothing. */
+KOV_SDK_EXPORT KOV_RESULT KovService_CompleteJob(KOV_HANDLE job, KOV_RESULT code, KOV_HANDLE errorEvent,
+                                                 const char *data);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QApplication>
+#include <QDir>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QtTest>
+
+/// Keeps a test's settings, data and log away from the user's: everything lands in one temporary folder.
+class TestEnvironment
+{
+public:
+    TestEnvironment()
+    {
+        qputenv("XDG_CONFIG_HOME", path("config"));
+        qputenv("XDG_DATA_HOME", path("data"));
+        qputenv("XDG_CACHE_HOME", path("cache"));
+        QCoreApplication::setOrganizationName(QStringLiteral("Tessarine Tests"));
+    }
+
+private:
+    QByteArray path(const char *name)
+    {
+        const QString full = m_dir.filePath(QString::fromLatin1(name));
+        QDir().mkpath(full);
+        return full.toLocal8Bit();
+    }
+
+    QTemporaryDir m_dir;
+};
+
+/// main() of a test with (widgets) or without (core) windows.
+#define KOV_TEST_MAIN(ApplicationClass, TestClass)                                                                     \
+    int main(int argc, char *argv[])                                                                                   \
+    {                                                                                                                  \
+        TestEnvironment environment;                                                                                   \
+        ApplicationClass application(argc, argv);                                                                      \
+        application.setApplicationName(QStringLiteral(#TestClass));                                                    \
+        TestClass test;                                                                                                \
+        QTEST_SET_MAIN_SOURCE_PATH                                                                                     \
+        return QTest::qExec(&test, argc, argv);                                                                        \
+    }
