@@ -44,7 +44,8 @@ def covers(entry, path):
 
 
 def complaints(root):
-    for path in sorted(p for p in root.rglob('*') if p.suffix in ('.h', '.cpp', '.c') and 'build' not in p.parts):
+    for path in sorted(p for p in root.rglob('*') if p.suffix in ('.h', '.cpp', '.c')
+                       and 'build' not in p.relative_to(root).parts):
         name = path.relative_to(root).as_posix()
         owners = [folder for folder in ALLOWED if covers(folder, name)]
         if not owners:
