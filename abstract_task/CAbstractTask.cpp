@@ -188,8 +188,7 @@ CAbstractTask::~CAbstractTask()
 {
     Tasks::log(3, "Task %p destroyed", address(this));
     if (isRunning()) {
-        // The derived part is gone: its slots must not be entered any more.
-        disconnect(this, nullptr, this, nullptr);
+        // The derived part is gone: a child that ends now must not enter its slots.
         d->forEachChild([this](CAbstractTask *child) { disconnect(child, nullptr, this, nullptr); });
         d->close(KOV_ERR_CANCELLED, nullptr);
     }

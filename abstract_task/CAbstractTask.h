@@ -62,10 +62,10 @@
  * - execute() a second time, or after the end: ignored with an error in the log. A task runs once.
  * - terminate(): see there.
  * - A task deleted while it runs ends with KOV_ERR_CANCELLED: taskFinished is emitted and the callbacks are
- * called from the destructor, the callbacks with a null task. As the destructor of this class can no longer
- * reach the derived part, neither an override of finish() nor the task's own slots are called then; a class
- * that has clean-up in finish(), or that owns child tasks as members, calls endBeforeDestruction() first in
- * its destructor.
+ * called from the destructor, the callbacks with a null task. The destructor of this class can no longer
+ * reach the derived part: an override of finish() is not called, and attached children are cut off from the
+ * task before they are terminated. A class that cleans up in finish(), owns child tasks as members, or
+ * connects its own taskFinished to a slot of its own, calls endBeforeDestruction() first in its destructor.
  * - A task deleted by a slot of its own taskFinished: the remaining callbacks get a null task. Deleting it
  * from inside one of its steps is safe for this class; the step's method must not touch the task afterwards.
  *
@@ -193,7 +193,8 @@ protected:
     void attachChildTask(CAbstractTask *child);
 
     /// For destructors of derived classes, as their first statement: a task that still runs is finished with
-    /// KOV_ERR_CANCELLED, with the finish() of that class, while all of its members exist.
+    /// KOV_ERR_CANCELLED, with the finish() of that class, while all of its members exist. Callbacks get a
+    /// null task.
     void endBeforeDestruction();
 
 private:
