@@ -41,13 +41,9 @@ static void forward(QtMsgType type, const QMessageLogContext &origin, const QStr
 
 static void handle(QtMsgType type, const QMessageLogContext &origin, const QString &message)
 {
-    // An output function may use Qt, and Qt may have something to say about it.
-    static thread_local bool s_inside = false;
-    if (s_forwards && !s_inside) {
-        s_inside = true;
+    // Qt keeps a message that an output function causes away from here.
+    if (s_forwards)
         forward(type, origin, message);
-        s_inside = false;
-    }
     if (const QtMessageHandler previous = s_previous)
         previous(type, origin, message);
 }
