@@ -70,11 +70,12 @@ KOV_SDK_EXPORT KOV_RESULT KovApi_LoadMessageCatalogue(const char *path);
 /* ---- Result codes ---- */
 
 /**
+ * Placeholders of parameters stand in the text as %1, %2 and so on. An unknown code is KOV_ERR_NO_DATA.
+ * A brief text needs a buffer of at most 400 bytes, a full one at most 1000.
+ *
  * @param brief      non-zero for the short text, zero for the full one
- * @param formatted  non-zero for the text as it is shown, always to be read as rich text (<b>, <i>, <br>,
- * links to http, https and kovhelp addresses, entities); zero for the bare text without markup A brief text
- * needs a buffer of at most 400 bytes, a full one at most 1000. Placeholders of parameters stand in the text
- * as %1, %2 and so on. An unknown code is KOV_ERR_NO_DATA.
+ * @param formatted  non-zero for the text as it is shown, always to be read as rich text: <b>, <i>, <br>,
+ *                   links to http, https and kovhelp addresses, entities; zero for the bare text
  */
 KOV_SDK_EXPORT KOV_RESULT KovApi_GetResultDescription(KOV_RESULT code, int brief, int formatted, char *buffer,
                                                       uint32_t *size);
@@ -129,8 +130,8 @@ KOV_SDK_EXPORT KOV_RESULT KovJob_GetData(KOV_HANDLE job, char *buffer, uint32_t 
  * Calls `function` once, when the job ends, on the thread that ended it; at once when it has ended already. A
  * job has one such function: a second call replaces the first, null removes it. When the call returns, a
  * replaced function is neither running (unless it is the caller) nor called again. So do not call it while
- * holding what the function waits for. The handle given to the function lives until it returns. A job whose
- * last handle is freed while it runs is gone, and its function is not called.
+ * holding what the function waits for. The function gets the handle it was set for, which lives until it
+ * returns. A job whose last handle is freed while it runs is gone, and its function is not called.
  */
 typedef void (*KovJob_CompletionFunction)(KOV_HANDLE job, KOV_RESULT code, void *context);
 KOV_SDK_EXPORT KOV_RESULT KovJob_SetCompletionFunction(KOV_HANDLE job, KovJob_CompletionFunction function,
