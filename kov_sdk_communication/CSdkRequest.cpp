@@ -97,6 +97,7 @@ CSdkRequest::CSdkRequest(const t_SdkHandleWrap &job, QObject *parent)
     : QObject(parent)
     , d(std::make_unique<Private>())
 {
+    qRegisterMetaType<KOV_RESULT>("KOV_RESULT");
     if (KovHandle_GetType(job) != KHT_JOB) {
         Private::postCompletion(this, KOV_ERR_INVALID_HANDLE);
         return;
