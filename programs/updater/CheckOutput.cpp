@@ -7,6 +7,9 @@ namespace {
 /// Larger packages would overflow the byte count of the calling application; none is.
 constexpr qint64 maximumFileSize = Q_INT64_C(1) << 50;
 
+/// Characters; release notes are shorter, and the whole report is held and logged by its readers.
+constexpr int maximumDescriptionLength = 64 * 1024;
+
 bool matches(const QString &text, const char *pattern)
 {
     return QRegularExpression(QLatin1String(pattern)).match(text).hasMatch();
@@ -47,7 +50,7 @@ QString descriptionBlock(const QString &description)
 {
     const QString prefix = QStringLiteral("UPDATE_DESCRIPTION: ");
     const QString end = QStringLiteral("[END_UPDATE_DESCRIPTION]");
-    QString text = withoutControls(description).trimmed();
+    QString text = withoutControls(description.left(maximumDescriptionLength)).trimmed();
     text.replace(end, QStringLiteral("(END_UPDATE_DESCRIPTION)"));
     // The application takes one such prefix away.
     if (text.startsWith(prefix))
