@@ -278,7 +278,8 @@ void tst_CatalogueModels::hostileDocumentsAreRefusedQuickly()
     QVERIFY(!catalogue.read(document, &report));
     QVERIFY2(timer.elapsed() < 5000, "this costs too much");
     QVERIFY2(report.errors.first().contains(reason), qPrintable(report.errors.first()));
-    QVERIFY(report.errors.size() <= XmlReport::maximumEntries);
+    // What follows from a broken document is not reported as well.
+    QVERIFY(report.errors.size() == 1 || report.errors.size() == XmlReport::maximumEntries);
     QVERIFY(!report.errors.first().contains(QLatin1Char('\n')));
 }
 
