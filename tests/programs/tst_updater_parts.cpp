@@ -12,8 +12,6 @@ private Q_SLOTS:
     void choice();
     void package_data();
     void package();
-    void redirect_data();
-    void redirect();
     void reportCannotBeForged_data();
     void reportCannotBeForged();
     void commandLine_data();
@@ -195,34 +193,6 @@ void tst_UpdaterParts::package()
     const QString fault = Address::resolvePackage(urlOf(catalogue.constData()), filePath, &url);
     QCOMPARE(fault.isEmpty(), !package.isEmpty());
     QCOMPARE(url.toEncoded(), package);
-}
-
-void tst_UpdaterParts::redirect_data()
-{
-    QTest::addColumn<QByteArray>("from");
-    QTest::addColumn<QString>("target");
-    QTest::addColumn<bool>("isFollowed");
-    const auto row = [](const char *from, const char *target, bool isFollowed) {
-        QTest::addRow("%s to %s", from, target)
-            << QByteArray(from) << QString::fromLatin1(target) << isFollowed;
-    };
-    row("http://h/", "https://other/c.xml", true);
-    row("http://h/", "http://other/c.xml", true);
-    row("https://h/", "https://h/c.xml", true);
-    row("https://h/", "http://h/c.xml", false);
-    row("http://h/", "file:///etc/passwd", false);
-    row("http://h/", "http://user:secret@h/", false);
-    row("http://h/", "http://h\\@evil/", false);
-    row("http://h/", "", false);
-}
-
-void tst_UpdaterParts::redirect()
-{
-    QFETCH(QByteArray, from);
-    QFETCH(QString, target);
-    QFETCH(bool, isFollowed);
-    QUrl url;
-    QCOMPARE(Address::parseRedirect(urlOf(from.constData()), target, &url).isEmpty(), isFollowed);
 }
 
 void tst_UpdaterParts::reportCannotBeForged_data()
