@@ -24,7 +24,7 @@ QByteArray updateWithout(const QList<QByteArray> &tags, const QByteArray &more =
                                   "<HotfixSN>1</HotfixSN>",
                                   "<UpdateType>minor</UpdateType>",
                                   "<Uuid>u</Uuid>"};
-    QByteArray document = "<Update uuid=\"x\">";
+    QByteArray document = "<Update uuid=\" x&#13;\">";
     for (const QByteArray &line : lines) {
         const QByteArray tag = line.mid(1, line.indexOf('>') - 1);
         if (!tags.contains(tag))
@@ -157,6 +157,7 @@ void tst_CatalogueModels::updateKeepsEveryValueThroughWritingAndReading()
                       "<UpdateDescription> &lt;b&gt; &amp;\n\tsecond]]&gt;&#13; </UpdateDescription>")));
     QCOMPARE(update.updateDescription, QStringLiteral("<b> &\n\tsecond]]>"));
     QCOMPARE(update.dateTime, QDateTime(QDate(2026, 3, 29), QTime(2, 30), Qt::UTC));
+    QCOMPARE(update.uuid, QStringLiteral("x"));
     update.uuid = QStringLiteral("\"<&");
     update.fileSize = Q_INT64_C(5000000000);
     update.distributorName = QStringLiteral("bell \x07 and \U0001F600");

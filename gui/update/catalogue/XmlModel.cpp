@@ -23,6 +23,14 @@ bool isXmlCharacter(uint codePoint)
     return codePoint != 0xFFFE && codePoint != 0xFFFF && !QChar::isSurrogate(codePoint);
 }
 
+/// Line ends that were written as character references are not normalised by the parser.
+QString normalized(QString text)
+{
+    text.replace(QLatin1String("\r\n"), QLatin1String("\n"));
+    text.replace(QLatin1Char('\r'), QLatin1Char('\n'));
+    return text.trimmed();
+}
+
 bool isUtf8(const QStringRef &encoding)
 {
     return encoding.isEmpty() || encoding.compare(QLatin1String("UTF-8"), Qt::CaseInsensitive) == 0;
@@ -102,16 +110,12 @@ QString XmlModelReader::tag() const
 
 QString XmlModelReader::attribute(QLatin1String name) const
 {
-    return m_stream.attributes().value(name).toString();
+    return normalized(m_stream.attributes().value(name).toString());
 }
 
 QString XmlModelReader::text()
 {
-    QString text = m_stream.readElementText(QXmlStreamReader::ErrorOnUnexpectedElement);
-    // Line ends that were written as character references are not normalised by the parser.
-    text.replace(QLatin1String("\r\n"), QLatin1String("\n"));
-    text.replace(QLatin1Char('\r'), QLatin1Char('\n'));
-    return text.trimmed();
+    return normalized(m_stream.readElementText(QXmlStreamReader::ErrorOnUnexpectedElement));
 }
 
 void XmlModelReader::skip()

@@ -34,8 +34,9 @@ public:
     void finish();
 
     QString tag() const;
+    /// Trimmed, line ends as line feeds; so is text().
     QString attribute(QLatin1String name) const;
-    /// The text of the current element, which is left. Trimmed, line ends as line feeds.
+    /// The text of the current element, which is left.
     QString text();
     void skip();
     void addError(const char *className, const QString &text);
