@@ -11,13 +11,22 @@
 /**
  * A callback: a guarded receiver, the slot to call, one variant of the caller's and a flag.
  *
- * The slot is written as the SLOT macro writes it ("1onDone(KOV_RESULT, CAbstractTask*)"), with or without the leading
- * digit and with any blanks; it is normalised before use. A value type; it owns nothing.
+ * The slot is written as the SLOT macro writes it ("1onDone(KOV_RESULT, CAbstractTask*)"), with or without
+ * the leading digit and with any blanks; it is normalised before use. A value type; it owns nothing.
  *
- * invoke() is the one way in which tasks and messages call back. The slot may take fewer arguments than are offered
- * (none to all of them); what it takes must match in type, a QVariant offered to a parameter of another type is
- * converted. A receiver on another thread is called through its event loop. A receiver that is gone, a slot that does
- * not exist, arguments that do not match or convert: nothing is called and the result is false.
+ * invoke() is the one way in which tasks and messages call back. The slot may take fewer arguments than are
+ * offered (none to all of them, from the first on); what it takes must match in type. Two things bend: a
+ * QVariant offered to a parameter of another type is converted, and a pointer to an object fits a parameter
+ * of any class that the object derives from. Private slots, inherited and virtual ones, invokable methods and
+ * signals can be called.
+ *
+ * A receiver on the calling thread is called directly, one on another thread through its event loop, with
+ * copies of the values. The receiver must not be deleted by its thread while another thread is inside
+ * invoke().
+ *
+ * A receiver that is gone, a slot that does not exist, arguments that do not match or convert: nothing is
+ * called and the result is false; what looks like a mistake (all but a receiver that is gone) is logged as a
+ * warning.
  */
 class ABSTRACTTASK_EXPORT CSlotInfo
 {
@@ -50,13 +59,15 @@ public:
     {
         return invokeWith({Argument{qMetaTypeId<Args>(), &args}...}, nullptr);
     }
-    /// The same for a slot that answers: false when the slot declares no bool result or lives on another thread.
+    /// The same for a slot that answers. False, and nothing is called, when the slot declares no bool result
+    /// or its receiver lives on another thread; the answer is then left as it was.
     template <typename... Args>
     bool invokeForBool(bool *answer, const Args &...args) const
     {
         return invokeWith({Argument{qMetaTypeId<Args>(), &args}...}, answer);
     }
 
+    /// What the two above come down to; a null `answer` asks for none.
     bool invokeWith(const QVector<Argument> &arguments, bool *answer) const;
 
 private:

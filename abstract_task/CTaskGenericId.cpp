@@ -1,6 +1,8 @@
 #include "abstract_task/CTaskGenericId.h"
 
-CTaskGenericId::CTaskGenericId(unsigned type) : m_type(type) {}
+CTaskGenericId::CTaskGenericId(unsigned type)
+    : m_type(type)
+{ }
 CTaskGenericId::CTaskGenericId(const CTaskGenericId &other) = default;
 CTaskGenericId &CTaskGenericId::operator=(const CTaskGenericId &other) = default;
 CTaskGenericId::~CTaskGenericId() = default;

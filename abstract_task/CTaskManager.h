@@ -27,18 +27,20 @@ public:
     ~CTaskManager() override;
 
     /**
-     * Creates the task that the identifier names, runs it, and calls the slot with (KOV_RESULT, CAbstractTask*) when it
-     * has ended. The task is owned by the manager and deleted after the callback.
+     * Creates the task that the identifier names, runs it, and calls the slot with (KOV_RESULT,
+     * CAbstractTask*) when it has ended. The task is owned by the manager and deleted after the callback.
      *
      * @param id      taken over, whatever happens; null is an error
-     * @param shared  true: when a task with an equal identifier runs already, no second one is started and the
-     *                callback is attached to the running one. false: always a task of its own.
-     * @return the task, or null when none could be created (no class for the kind, a class that cannot be created):
-     *         then a line is logged and the slot is called with (KOV_ERR_FAILURE, null) from the event loop.
+     * @param shared  true: when a task with an equal identifier runs already, no second one is started and
+     * the callback is attached to the running one. false: always a task of its own.
+     * @return the task, or null when none could be created (no class for the kind, a class that cannot be
+     * created): then a line is logged and the slot is called with (KOV_ERR_FAILURE, null) from the event
+     * loop.
      */
     CAbstractTask *runTask(CTaskGenericId *id, const CSlotInfo &onFinished, bool shared);
 
-    /// The running task of that identifier, whoever started it; null when none runs. With several, the oldest.
+    /// The running task of that identifier, whoever started it; null when none runs. With several, the
+    /// oldest.
     CAbstractTask *getTaskById(const CTaskGenericId &id) const;
     /// All running tasks of a kind, oldest first.
     QList<CAbstractTask *> getTasksByType(unsigned type) const;
