@@ -15,15 +15,14 @@ const int longestFileName = 255;
 bool isForbidden(QChar c)
 {
     return c.unicode() < 0x20 || c.unicode() == 0x7f || c == QLatin1Char('/') || c == QLatin1Char('\\')
-        || c == QLatin1Char(':');
+           || c == QLatin1Char(':');
 }
 
 } // namespace
 
 FileDownloadInfo::FileDownloadInfo(const QString &destinationDirectory)
     : destinationDirectory(destinationDirectory.isEmpty() ? QDir::homePath() : destinationDirectory)
-{
-}
+{ }
 
 bool FileDownloadInfo::isSafeFileName(const QString &name)
 {
@@ -55,7 +54,8 @@ QString FileDownloadInfo::destinationFilePath() const
     const QString name = destinationFileName();
     if (name.isEmpty())
         return QString();
-    return (destinationDirectory.isEmpty() ? QDir::homePath() : destinationDirectory) + QDir::separator() + name;
+    return (destinationDirectory.isEmpty() ? QDir::homePath() : destinationDirectory) + QDir::separator()
+           + name;
 }
 
 QString FileDownloadInfo::destinationFilePartPath() const

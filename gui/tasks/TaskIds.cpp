@@ -39,8 +39,8 @@ CTaskId_InteractiveDownload::CTaskId_InteractiveDownload(const QString &url, con
     addParam(destination);
 }
 
-CTaskId_CreateProblemReport::CTaskId_CreateProblemReport(const QString &first, const QString &second, bool flag,
-                                                         const QString &third)
+CTaskId_CreateProblemReport::CTaskId_CreateProblemReport(const QString &first, const QString &second,
+                                                         bool flag, const QString &third)
     : CTaskGenericId(GUI::TaskCreateProblemReport)
 {
     addParam(first);
@@ -51,13 +51,11 @@ CTaskId_CreateProblemReport::CTaskId_CreateProblemReport(const QString &first, c
 
 CTaskId_CheckForProductUpdate::CTaskId_CheckForProductUpdate()
     : CTaskGenericId(GUI::TaskCheckForProductUpdate)
-{
-}
+{ }
 
 CTaskId_InstallProductUpdate::CTaskId_InstallProductUpdate()
     : CTaskGenericId(GUI::TaskInstallProductUpdate)
-{
-}
+{ }
 
 CTaskId_LaunchUpdater::CTaskId_LaunchUpdater(const QString &commandLine, const QString &proxyUrl)
     : CTaskGenericId(GUI::TaskLaunchUpdater)

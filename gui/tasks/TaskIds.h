@@ -7,11 +7,12 @@
 #include <QUrl>
 
 /*
- * The identifiers of this library's own tasks. Each fixes its kind (GUI::TaskTypes) and adds its parameters; two with
- * equal parameters name the same task. Parameters are positional, in the order of the constructor, unless said
- * otherwise. Value types: copied and assigned like CTaskGenericId.
+ * The identifiers of this library's own tasks. Each fixes its kind (GUI::TaskTypes) and adds its parameters;
+ * two with equal parameters name the same task. Parameters are positional, in the order of the constructor,
+ * unless said otherwise. Value types: copied and assigned like CTaskGenericId.
  *
- * An identifier is for looking tasks up. It is kept in memory as long as its task runs and is never written to the log.
+ * An identifier is for looking tasks up. It is kept in memory as long as its task runs and is never written
+ * to the log.
  */
 
 /// The only one with named parameters: "url" and "needDetectCredentials".
@@ -27,7 +28,8 @@ class KOVGUI_EXPORT CTaskId_HttpOperation : public CTaskGenericId
 {
 public:
     /// @param filePath  where the body goes
-    CTaskId_HttpOperation(const QUrl &url, QNetworkAccessManager::Operation operation, const QString &filePath);
+    CTaskId_HttpOperation(const QUrl &url, QNetworkAccessManager::Operation operation,
+                          const QString &filePath);
 };
 
 class KOVGUI_EXPORT CTaskId_SendHttpRequest : public CTaskGenericId

@@ -8,7 +8,8 @@ namespace {
 
 auto fields(const CAppVersion &version)
 {
-    return std::make_tuple(version.majorVersion(), version.minorVersion(), version.patchLevel(), version.buildNumber());
+    return std::make_tuple(version.majorVersion(), version.minorVersion(), version.patchLevel(),
+                           version.buildNumber());
 }
 
 } // namespace
@@ -18,8 +19,7 @@ CAppVersion::CAppVersion(quint32 majorVersion, quint32 minorVersion, quint32 pat
     , m_minorVersion(minorVersion)
     , m_patchLevel(patchLevel)
     , m_buildNumber(buildNumber)
-{
-}
+{ }
 
 CAppVersion CAppVersion::currentVersion()
 {
@@ -38,5 +38,9 @@ bool CAppVersion::isNull() const
 
 QString CAppVersion::toString() const
 {
-    return QStringLiteral("%1.%2.%3.%4").arg(m_majorVersion).arg(m_minorVersion).arg(m_patchLevel).arg(m_buildNumber);
+    return QStringLiteral("%1.%2.%3.%4")
+        .arg(m_majorVersion)
+        .arg(m_minorVersion)
+        .arg(m_patchLevel)
+        .arg(m_buildNumber);
 }

@@ -14,8 +14,8 @@ public:
 
     /// The version of this library.
     static CAppVersion currentVersion();
-    /// Field by field from the major version on. Positive when the *second* is the newer: 1 when b > a, -1 when b < a,
-    /// 0 when they are equal.
+    /// Field by field from the major version on. Positive when the *second* is the newer: 1 when b > a, -1
+    /// when b < a, 0 when they are equal.
     static int compare(const CAppVersion &a, const CAppVersion &b);
 
     /// True for 0.0.0.0.

@@ -9,7 +9,8 @@
 /**
  * One available update: what the updater told about it. A value type; it travels through queued calls.
  *
- * Every text comes from outside: show it as plain text, and take paths only from FileDownloadInfo's checked names.
+ * Every text comes from outside: show it as plain text, and take paths only from FileDownloadInfo's checked
+ * names.
  */
 class KOVGUI_EXPORT CProductUpdateInfo
 {
@@ -22,8 +23,8 @@ public:
 
     bool isMajorUpgrade() const { return updateType == MajorUpgrade; }
 
-    /// "3.1.5-31502": of a major upgrade from the package's file name, else from the transaction id. Empty when there
-    /// is none. Compare it for equality only.
+    /// "3.1.5-31502": of a major upgrade from the package's file name, else from the transaction id. Empty
+    /// when there is none. Compare it for equality only.
     QString getVersion() const;
     /// getVersion() before its first dot.
     QString getMajorVersion() const;
@@ -31,8 +32,8 @@ public:
     /**
      * The version in a package's name, "Setup-3.1.5.31502.exe" giving "3.1.5-31502".
      *
-     * Looked for behind a "-" or ".", in the name without its last extension and without directories (both slashes
-     * separate). Four numbers with any one character between them; the first match counts.
+     * Looked for behind a "-" or ".", in the name without its last extension and without directories (both
+     * slashes separate). Four numbers with any one character between them; the first match counts.
      */
     static QString getVersionFromFileName(const QString &path);
     static QString getMajorVersionFromFileName(const QString &path);

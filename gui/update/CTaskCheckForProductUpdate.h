@@ -11,17 +11,17 @@
 /**
  * Asks the updater program whether a newer build exists.
  *
- * Ends with KOV_SUCCESS and getUpdateInfo() when there is one, KOV_NO_UPDATE_AVAILABLE (which is no failure) when there
- * is none, KOV_ERR_CANCELLED when the user cancelled, KOV_ERR_UPDATER_MISSING, KOV_ERR_UPDATE_SERVER_NOT_REACHABLE (no
- * connection, or an address that no updater may be given) or KOV_ERR_UPDATER_FAILED (a crash, any other exit code, an
- * update without a package).
+ * Ends with KOV_SUCCESS and getUpdateInfo() when there is one, KOV_NO_UPDATE_AVAILABLE (which is no failure)
+ * when there is none, KOV_ERR_CANCELLED when the user cancelled, KOV_ERR_UPDATER_MISSING,
+ * KOV_ERR_UPDATE_SERVER_NOT_REACHABLE (no connection, or an address that no updater may be given) or
+ * KOV_ERR_UPDATER_FAILED (a crash, any other exit code, an update without a package).
  *
- * A check in the foreground shows a progress window from its start and a message for every outcome but a found update;
- * it ends when the user has closed the message. A check in the background shows nothing. Every window goes with the
- * task, whichever way that ends.
+ * A check in the foreground shows a progress window from its start and a message for every outcome but a
+ * found update; it ends when the user has closed the message. A check in the background shows nothing. Every
+ * window goes with the task, whichever way that ends.
  *
- * At most one check runs at a time: use start(). The class is replaceable: start() creates what is registered under
- * "CTaskCheckForProductUpdate", which needs Q_OBJECT and an invokable constructor that takes
+ * At most one check runs at a time: use start(). The class is replaceable: start() creates what is registered
+ * under "CTaskCheckForProductUpdate", which needs Q_OBJECT and an invokable constructor that takes
  * CTaskCheckForProductUpdate::Options, written with the class's name.
  */
 class KOVGUI_EXPORT CTaskCheckForProductUpdate : public CAbstractTask
@@ -34,7 +34,8 @@ public:
         NoOptions = 1,
         /// No progress window, no message.
         CheckInBackground = 2,
-        /// Part of an unattended installation: the progress window has no Cancel button, only a missing connection is
+        /// Part of an unattended installation: the progress window has no Cancel button, only a missing
+        /// connection is
         /// shown, as a question whether to try again.
         SmartInstall = 4,
         /// Do not tell that there is no update.
@@ -47,13 +48,15 @@ public:
     Q_ENUM(TaskStep)
 
     /**
-     * Starts a check, or joins the one that runs: a request for a foreground check turns a running background check into
-     * a foreground one, and brings what a foreground check shows to the front.
+     * Starts a check, or joins the one that runs: a request for a foreground check turns a running background
+     * check into a foreground one, and brings what a foreground check shows to the front.
      *
-     * @param onFinished  called once, when the check has ended, with (KOV_RESULT, CAbstractTask*); may be empty
-     * @return the check. It deletes itself after its end, once control is back in the event loop; a caller that wants to
-     *         keep it switches the option DeleteWhenFinished off and owns it then. Null, and (KOV_ERR_FAILURE, null)
-     *         from the event loop, where updates are restricted and when the registered class cannot be created.
+     * @param onFinished  called once, when the check has ended, with (KOV_RESULT, CAbstractTask*); may be
+     * empty
+     * @return the check. It deletes itself after its end, once control is back in the event loop; a caller
+     * that wants to keep it switches the option DeleteWhenFinished off and owns it then. Null, and
+     * (KOV_ERR_FAILURE, null) from the event loop, where updates are restricted and when the registered class
+     * cannot be created.
      */
     static CTaskCheckForProductUpdate *start(CTaskCheckForProductUpdate::Options options,
                                              const CSlotInfo &onFinished = CSlotInfo());
@@ -66,15 +69,15 @@ public:
 
     bool isCheckInBackground() const;
     bool isSmartInstallMode() const;
-    /// Only the change to false does anything: from then on the check is one in the foreground, and while it runs it
-    /// shows its progress window at once.
+    /// Only the change to false does anything: from then on the check is one in the foreground, and while it
+    /// runs it shows its progress window at once.
     void setCheckInBackground(bool inBackground);
 
     /// What was found; null unless an update was. Valid as long as the task lives.
     const CProductUpdateInfo *getUpdateInfo() const;
 
-    /// The catalogue to ask instead of the product's own; left empty for the product's own. A failure ends the check.
-    /// The address is checked before it is used.
+    /// The catalogue to ask instead of the product's own; left empty for the product's own. A failure ends
+    /// the check. The address is checked before it is used.
     virtual KOV_RESULT getCustomUpdateServerUrl(QString &url);
 
 public Q_SLOTS:
@@ -99,9 +102,8 @@ private:
 
     bool isInteractive() const;
     KOV_RESULT catalogueUrl(QString &url);
-    void launch(const QString &commandLine);
-    void handleUpdaterResult(KOV_RESULT result);
-    void takeUpdate();
+    void launch();
+    void takeUpdate(const QByteArray &output);
     void handleNoConnection();
     void completeWith(KOV_RESULT result, bool withMessage);
     void showMessage(KOV_RESULT code, const char *closeSlot);

@@ -9,6 +9,7 @@
 #include "gui/update/UpdateUrl_p.h"
 
 #include <QCoreApplication>
+#include <QMetaMethod>
 #include <QNetworkProxy>
 #include <QPointer>
 #include <QRegularExpression>
@@ -89,7 +90,8 @@ QStringList proxyArguments(const QNetworkProxy &proxy)
     const QString host = proxy.hostName();
     if (host.isEmpty() || host.startsWith(QLatin1Char('-')))
         return QStringList();
-    return {QStringLiteral("--proxy-server"), host, QStringLiteral("--proxy-port"), QString::number(proxy.port()),
+    return {QStringLiteral("--proxy-server"),    host,
+            QStringLiteral("--proxy-port"),      QString::number(proxy.port()),
             QStringLiteral("--proxy-try-count"), QStringLiteral("1")};
 }
 
@@ -107,6 +109,12 @@ QNetworkProxy proxyOf(CAbstractTask *task)
 class CTaskLaunchUpdater::Private
 {
 public:
+    explicit Private(const TaskParams &params)
+        : params(params)
+    { }
+
+    QProcess *takeProcess() { return std::exchange(process, nullptr); }
+
     const TaskParams params;
     QStringList proxyArguments;
     QProcess *process = nullptr;
@@ -116,15 +124,12 @@ public:
     QProcess::ExitStatus exitStatus = QProcess::NormalExit;
     bool installs = false;
     int progressScanned = 0;
-
-    QProcess *takeProcess() { return std::exchange(process, nullptr); }
 };
 
 CTaskLaunchUpdater::CTaskLaunchUpdater(const TaskParams &params)
     : CAbstractTask(new CTaskId_LaunchUpdater(params.commandLine, params.proxyUrl))
-    , d(new Private{params})
-{
-}
+    , d(new Private(params))
+{ }
 
 CTaskLaunchUpdater::~CTaskLaunchUpdater()
 {
@@ -169,7 +174,8 @@ KOV_RESULT CTaskLaunchUpdater::getProxyInfo()
 {
     setWaitForSubTaskCompletion();
     const CSlotInfo whenFinished(this, "1onProxyDetectionFinished(KOV_RESULT, CAbstractTask*)");
-    CTaskManager::instance()->runTask(new CTaskId_GetProxyInfo(d->params.proxyUrl, false), whenFinished, true);
+    CTaskManager::instance()->runTask(new CTaskId_GetProxyInfo(d->params.proxyUrl, false), whenFinished,
+                                      true);
     return KOV_SUCCESS;
 }
 

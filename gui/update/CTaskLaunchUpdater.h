@@ -12,15 +12,15 @@
 /**
  * Runs the updater program once and keeps how it ended and what it printed.
  *
- * The program is started from the command line's list of arguments, never through a shell; its standard input is closed
- * at once. Its standard error goes to the log line by line, at most 16 KiB of it.
+ * The program is started from the command line's list of arguments, never through a shell; its standard input
+ * is closed at once. Its standard error goes to the log line by line, at most 16 KiB of it.
  *
- * The task's result says whether the program ran to its end: 0 then, whatever its exit code, and also when it crashed.
- * KOV_ERR_FAILURE when it could not be started, when the command line is broken, when it printed more than
- * maximumOutputSize, and for an elevated run, which this library does not do.
+ * The task's result says whether the program ran to its end: 0 then, whatever its exit code, and also when it
+ * crashed. KOV_ERR_FAILURE when it could not be started, when the command line is broken, when it printed
+ * more than maximumOutputSize, and for an elevated run, which this library does not do.
  *
- * There is no time limit: an updater that hangs is ended by terminate(), which kills it without waiting for it. The
- * same happens when the task is destroyed while the program runs.
+ * There is no time limit: an updater that hangs is ended by terminate(), which kills it without waiting for
+ * it. The same happens when the task is destroyed while the program runs.
  */
 class KOVGUI_EXPORT CTaskLaunchUpdater : public CAbstractTask
 {
@@ -47,7 +47,8 @@ public:
 
     unsigned type() const override;
 
-    /// -1 until the program has ended. After a crash the number of the signal or exception: look at exitStatus() first.
+    /// -1 until the program has ended. After a crash the number of the signal or exception: look at
+    /// exitStatus() first.
     int exitCode() const;
     QProcess::ExitStatus exitStatus() const;
     /// The whole standard output.
@@ -69,7 +70,8 @@ private Q_SLOTS:
     void onProcessError(QProcess::ProcessError error);
 
 private:
-    /// Without a proxy, or without a class that can look for one, the updater runs without the proxy's arguments.
+    /// Without a proxy, or without a class that can look for one, the updater runs without the proxy's
+    /// arguments.
     Q_INVOKABLE KOV_RESULT getProxyInfo();
     Q_INVOKABLE KOV_RESULT launch();
     void reportProgress(bool atEnd);

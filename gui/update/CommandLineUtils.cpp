@@ -15,8 +15,8 @@ QString quoted(const QString &argument)
 bool needsQuotes(const QString &argument)
 {
     return argument.isEmpty() || std::any_of(argument.begin(), argument.end(), [](QChar c) {
-        return c.isSpace() || c == quote;
-    });
+               return c.isSpace() || c == quote;
+           });
 }
 
 } // namespace

@@ -14,10 +14,11 @@ enum Policy {
     CustomServer = 2,
 };
 
-/// "None" and "Tessarine" in the settings, compared exactly; nothing there is TessarineServer, any other text names a
-/// server.
+/// "None" and "Tessarine" in the settings, compared exactly; nothing there is TessarineServer, any other text
+/// names a server.
 KOVGUI_EXPORT Policy policy();
-/// The server's catalogue address as the settings have it, unchecked; empty unless the policy is CustomServer.
+/// The server's catalogue address as the settings have it, unchecked; empty unless the policy is
+/// CustomServer.
 KOVGUI_EXPORT QString url();
 
 } // namespace CustomUpdateServerInfo

@@ -20,10 +20,11 @@ QString UpdateCommand::checkInControlMode(const QString &updaterPath, const QStr
 
 QString UpdateCommand::checkInAppMode(const QString &updaterPath, const QString &url, bool background)
 {
-    QStringList arguments{QStringLiteral("--started-by-gui"), QStringLiteral("--update"), QStringLiteral("check")};
+    QStringList arguments{QStringLiteral("--started-by-gui"), QStringLiteral("--update"),
+                          QStringLiteral("check")};
     if (background) {
-        arguments << QStringLiteral("--mode") << QStringLiteral("silent") << QStringLiteral("--background-download")
-                  << QStringLiteral("--hide-no-updates-message");
+        arguments << QStringLiteral("--mode") << QStringLiteral("silent")
+                  << QStringLiteral("--background-download") << QStringLiteral("--hide-no-updates-message");
     }
     return CommandLineUtils::join(updaterPath, arguments + urlArguments(url));
 }

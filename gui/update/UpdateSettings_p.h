@@ -2,7 +2,8 @@
 
 #include <QLatin1String>
 
-/// The keys of the update subsystem in the application's default settings (docs/reference/update-settings.md).
+/// The keys of the update subsystem in the application's default settings
+/// (docs/reference/update-settings.md).
 namespace UpdateSettings {
 
 // The record of a pending update: one group per update type inside this one.

@@ -2,6 +2,6 @@
 
 #include "gui/KovGuiGlobal.h"
 
-/// Registers the value types of the update subsystem, so that they travel through queued and named calls. KovGui::init
-/// calls it; calling it again does nothing.
+/// Registers the value types of the update subsystem, so that they travel through queued and named calls.
+/// KovGui::init calls it; calling it again does nothing.
 KOVGUI_EXPORT void registerUpdateTypes();

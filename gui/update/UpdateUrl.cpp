@@ -13,8 +13,8 @@ const int longestAddress = 2048;
 
 bool isForbidden(QChar c)
 {
-    return c.isSpace() || c.unicode() < 0x20 || c.unicode() == 0x7f || c == QLatin1Char('"') || c == QLatin1Char('\'')
-        || c == QLatin1Char('\\');
+    return c.isSpace() || c.unicode() < 0x20 || c.unicode() == 0x7f || c == QLatin1Char('"')
+           || c == QLatin1Char('\'') || c == QLatin1Char('\\');
 }
 
 } // namespace

@@ -117,7 +117,8 @@ QDateTime lastCheckedOn()
 void setLastCheckedOn(const QDateTime &time)
 {
     // The user's locale may write digits that no other locale reads.
-    QSettings().setValue(UpdateSettings::lastCheckedOn, QLocale::c().toString(time.toLocalTime(), dateFormat));
+    QSettings().setValue(UpdateSettings::lastCheckedOn,
+                         QLocale::c().toString(time.toLocalTime(), dateFormat));
 }
 
 bool isUpdatesRestricted()
@@ -164,7 +165,8 @@ QString defaultCatalogueUrl(int applicationMode)
     if (host().serverBase.isEmpty() || applicationMode < 0 || applicationMode >= int(std::size(productLines)))
         return QString();
     return QStringLiteral("%1/%2/v%3/tessarine/tessarine_updates.xml")
-        .arg(host().serverBase, QLatin1String(productLines[applicationMode]), QString::number(KOV_VERSION_MAJOR));
+        .arg(host().serverBase, QLatin1String(productLines[applicationMode]),
+             QString::number(KOV_VERSION_MAJOR));
 }
 
 } // namespace UpgradeUtils
