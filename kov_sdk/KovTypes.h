@@ -1,9 +1,9 @@
 /**
  * Types and result codes that every library of the family shares. Plain C.
  *
- * A KOV_RESULT is a signed 32-bit number: 0 is success, a negative value (top bit set) a failure, and a positive
- * value a result that is not a failure but says more than "done" (KOV_NO_UPDATE_AVAILABLE). The code of a result is
- * also the identifier of the message that tells the user about it.
+ * A KOV_RESULT is a signed 32-bit number: 0 is success, a negative value (top bit set) a failure, and a
+ * positive value a result that is not a failure but says more than "done" (KOV_NO_UPDATE_AVAILABLE). The code
+ * of a result is also the identifier of the message that tells the user about it.
  */
 #ifndef KOV_TYPES_H
 #define KOV_TYPES_H
@@ -18,6 +18,8 @@ typedef int32_t KOV_RESULT;
 #define KOV_RESULT_CODE(number) ((KOV_RESULT)(number))
 
 #define KOV_SUCCESS KOV_RESULT_CODE(0)
+/** An internal error: something happened that should not. */
+#define KOV_ERR_UNEXPECTED KOV_RESULT_CODE(0x80000001u)
 /** General failure, or "not available". */
 #define KOV_ERR_FAILURE KOV_RESULT_CODE(0x80000009u)
 /** Work of the same kind is in progress already. */
@@ -35,6 +37,20 @@ typedef int32_t KOV_RESULT;
 #define KOV_NO_UPDATE_AVAILABLE KOV_RESULT_CODE(15282)
 /** A question: no connection to the update server, try again? */
 #define KOV_QUESTION_NO_CONNECTION KOV_RESULT_CODE(15403)
+/** A question: a newer version was found (its version is %1), install it or the current package? */
+#define KOV_QUESTION_INSTALL_NEW_VERSION KOV_RESULT_CODE(0x3C1E)
+/** Questions about a download, answered by "Try Again" or "Cancel". Parameter %1 is the file's name. */
+#define KOV_QUESTION_DOWNLOAD_FAILED KOV_RESULT_CODE(0x3BFE)
+#define KOV_QUESTION_DOWNLOAD_DAMAGED KOV_RESULT_CODE(0x3BFF)
+#define KOV_QUESTION_EXISTING_FILE_DAMAGED KOV_RESULT_CODE(0x3C00)
+/** Parameters: %1 the folder, %2 what is needed, %3 what is free, both with their units. */
+#define KOV_QUESTION_NOT_ENOUGH_DISK_SPACE KOV_RESULT_CODE(0x3C01)
+/** The installation of an update failed; answered by "Try Again" or "Cancel". */
+#define KOV_ERR_UPDATE_INSTALLATION_FAILED KOV_RESULT_CODE(0x80015351u)
+/** A problem report could not be delivered. */
+#define KOV_PROBLEM_REPORT_NOT_SENT KOV_RESULT_CODE(15140)
+/** A problem report was delivered; parameter %1 is its identifier. */
+#define KOV_PROBLEM_REPORT_SENT KOV_RESULT_CODE(15141)
 
 /* Errors of the service client interface itself. */
 #define KOV_ERR_INVALID_ARG KOV_RESULT_CODE(0x80000003u)

@@ -18,7 +18,9 @@ class KOVSDKCOMMUNICATION_EXPORT t_SdkHandleWrap
 public:
     t_SdkHandleWrap() = default;
     /// Takes over the caller's reference.
-    explicit t_SdkHandleWrap(KOV_HANDLE handle) : m_handle(handle) {}
+    explicit t_SdkHandleWrap(KOV_HANDLE handle)
+        : m_handle(handle)
+    { }
     /// Adds a reference of its own; the caller keeps his.
     static t_SdkHandleWrap share(KOV_HANDLE handle);
     t_SdkHandleWrap(const t_SdkHandleWrap &other);
