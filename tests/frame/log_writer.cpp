@@ -1,0 +1,194 @@
+// A process that logs, for tst_log to start, kill and look at: log_writer DIRECTORY COMMAND [ARGUMENTS]
+// DIRECTORY "-" sets none. The exit code is 0, or the number of the line that found a fault, or 77: not
+// permitted here.
+
+#include "gui/log/Log.h"
+#include "tests/frame/LogMessages.h"
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <functional>
+#include <sched.h>
+#include <string>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+static std::string s_directory;
+
+#define REQUIRE(condition)                                                                                   \
+    if (!(condition)) {                                                                                      \
+        std::fprintf(stderr, "line %d: %s\n", __LINE__, #condition);                                         \
+        std::_Exit(__LINE__ % 256 ? __LINE__ % 256 : 1);                                                     \
+    }
+
+static void inThreads(int count, const std::function<void()> &work)
+{
+    std::vector<std::thread> threads;
+    for (int i = 0; i < count; ++i)
+        threads.emplace_back(work);
+    for (std::thread &thread : threads)
+        thread.join();
+}
+
+/// Every thread the same messages in order, so that a reader knows what must stand in its lines.
+static void flood(int threads, int count)
+{
+    inThreads(threads, [count] {
+        for (int i = 0; i < count; ++i)
+            KovGui::log("", "flood", 0, "%s", messageOf(i).c_str());
+    });
+}
+
+/// Until standard input ends; prints how many.
+static void untilTold(int threads)
+{
+    std::atomic<bool> end{false};
+    std::atomic<int> written{0};
+    std::thread listener([&end] {
+        while (std::getchar() != EOF) { }
+        end = true;
+    });
+    inThreads(threads, [&] {
+        for (int i = 0; !end; ++i, ++written)
+            KovGui::log("", "flood", 0, "%s", messageOf(i).c_str());
+    });
+    listener.join();
+    std::printf("%d\n", written.load());
+}
+
+/// The directory changes all the time, and others open files all the time: no record may land in theirs.
+static void changeDirectories(int threads)
+{
+    std::atomic<bool> end{false};
+    std::atomic<int> written{0};
+    std::thread changer([&] {
+        for (int i = 0; i < 1000; ++i) {
+            KovGui::setLogDirectory((s_directory + (i % 2 ? "/a" : "/b")).c_str());
+            int ends[2];
+            REQUIRE(pipe2(ends, O_NONBLOCK) == 0);
+            sched_yield();
+            char byte;
+            REQUIRE(read(ends[0], &byte, 1) == -1 && errno == EAGAIN);
+            close(ends[0]);
+            close(ends[1]);
+        }
+        end = true;
+    });
+    inThreads(threads, [&] {
+        for (int i = 0; !end; ++i, ++written)
+            KovGui::log("", "flood", 0, "%s", messageOf(i).c_str());
+    });
+    changer.join();
+    std::printf("%d\n", written.load());
+}
+
+static int logDescriptor()
+{
+    char target[4096];
+    for (int number = 0; number < 64; ++number) {
+        const ssize_t length
+            = readlink(("/proc/self/fd/" + std::to_string(number)).c_str(), target, sizeof target);
+        if (length > 0 && std::string(target, length).find("tessarine-qor.log") != std::string::npos)
+            return number;
+    }
+    return -1;
+}
+
+/// A host closes every descriptor that it does not know, as daemons do, and then opens its own.
+static void closedByHost()
+{
+    close(STDIN_FILENO);
+    KOV_LOG(0, "first");
+    const int number = logDescriptor();
+    REQUIRE(number > STDERR_FILENO);
+    REQUIRE(fcntl(number, F_GETFD) & FD_CLOEXEC);
+    int ends[2];
+    REQUIRE(pipe2(ends, O_NONBLOCK) == 0);
+    REQUIRE(dup2(ends[1], number) == number);
+    KovGui::setLogDirectory(s_directory.c_str());
+    KOV_LOG(0, "second");
+    char text[16];
+    REQUIRE(read(ends[0], text, sizeof text) == -1 && errno == EAGAIN);
+    REQUIRE(write(number, "ours", 4) == 4 && read(ends[0], text, sizeof text) == 4);
+}
+
+static void forked()
+{
+    KOV_LOG(0, "%d", int(getpid()));
+    const pid_t child = fork();
+    KOV_LOG(0, "%d", int(getpid()));
+    if (child == 0)
+        _exit(0);
+    waitpid(child, nullptr, 0);
+}
+
+static void diskFull()
+{
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit little{8192, RLIM_INFINITY};
+    const rlimit much{RLIM_INFINITY, RLIM_INFINITY};
+    setrlimit(RLIMIT_FSIZE, &little);
+    for (int i = 0; i < 100; ++i) {
+        errno = 1234;
+        KOV_LOG(0, "%0199d", i);
+        REQUIRE(errno == 1234);
+    }
+    setrlimit(RLIMIT_FSIZE, &much);
+    KOV_LOG(0, "space again");
+}
+
+/// No directory was set: the system's logs folder, on a /var/log of our own.
+static void systemLogs()
+{
+    if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0
+        || mount("tmpfs", "/var/log", "tmpfs", 0, "size=64k") != 0)
+        std::_Exit(77);
+    umask(077);
+    KOV_LOG(0, "first");
+    struct stat folder, file;
+    REQUIRE(stat("/var/log/tessarine", &folder) == 0 && (folder.st_mode & 07777) == 01777);
+    REQUIRE(stat("/var/log/tessarine/tessarine-qor.log", &file) == 0 && (file.st_mode & 07777) == 0666);
+    for (int i = 0; i < 100; ++i)
+        KOV_LOG(0, "%04000d", i);
+    REQUIRE(stat("/var/log/tessarine/tessarine-qor.log", &file) == 0 && file.st_size > 32000);
+}
+
+int main(int argc, char *argv[])
+{
+    if (argc < 3)
+        return 2;
+    s_directory = argv[1];
+    const std::string command = argv[2];
+    const auto number = [argc, argv](int i) { return i < argc ? std::atoi(argv[i]) : 1; };
+    if (s_directory != "-")
+        KovGui::setLogDirectory(argv[1]);
+    if (command == "flood")
+        flood(number(3), number(4));
+    else if (command == "killed")
+        flood(1, number(3)), std::raise(SIGKILL);
+    else if (command == "until-told")
+        untilTold(number(3));
+    else if (command == "change-directories")
+        changeDirectories(number(3));
+    else if (command == "closed-by-host")
+        closedByHost();
+    else if (command == "forked")
+        forked();
+    else if (command == "disk-full")
+        diskFull();
+    else if (command == "system-logs")
+        systemLogs();
+    else
+        return 2;
+    return 0;
+}

@@ -1,0 +1,416 @@
+#include "gui/KovGui.h"
+#include "gui/log/Log.h"
+#include "gui/log/LogText.h"
+#include "tests/frame/LogMessages.h"
+#include "tests/support/KovTest.h"
+
+#include <QLoggingCategory>
+#include <QProcess>
+#include <cerrno>
+#include <fcntl.h>
+#include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
+
+static QByteArray s_record;
+static int s_inFlight = 0;
+static int s_qtMessages = 0;
+
+static void capture(const char *record, std::size_t length)
+{
+    s_record = QByteArray(record, int(length));
+    s_inFlight = KovGui::logCallsInFlight();
+}
+
+static QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+class tst_Log : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void recordFormat_data();
+    void recordFormat();
+    void timeIsLocal();
+    void longRecordIsCut_data();
+    void longRecordIsCut();
+    void outputFunctionReplacedDuringACall();
+    void logTextEscapes_data();
+    void logTextEscapes();
+    void qtMessages();
+    void setupLoggingChoosesTheUsersFolder();
+
+    void processesAndThreadsShareTheFile();
+    void killedAfterTheCall();
+    void fileMovedAwayUnderLoad();
+    void directoryChangesUnderLoad();
+    void forkedChildHasItsOwnNumber();
+    void diskFull();
+    void descriptorClosedByTheHost();
+    void noDirectorySet();
+    void trapsAreNotEntered_data();
+    void trapsAreNotEntered();
+    void fileIsForEverybody();
+
+private:
+    using Writer = std::unique_ptr<QProcess>;
+    Writer start(const QString &folder, const char *command);
+    int run(const QString &folder, const char *command);
+    QString path(const char *name) const { return m_folder->filePath(QLatin1String(name)); }
+    QString log() const { return path("tessarine-qor.log"); }
+    int countWholeThreads(const QByteArray &text, bool inOrder = true);
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+};
+
+void tst_Log::init()
+{
+    m_folder = std::make_unique<QTemporaryDir>();
+    KovGui::setLogOutputFunction(capture);
+}
+
+void tst_Log::cleanup()
+{
+    KovGui::setLogOutputFunction(capture);
+    m_folder.reset();
+}
+
+tst_Log::Writer tst_Log::start(const QString &folder, const char *command)
+{
+    auto process = std::make_unique<QProcess>();
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("XDG_DATA_HOME"), path("home"));
+    process->setProcessEnvironment(environment);
+    process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process->start(QStringLiteral(LOG_WRITER),
+                   QStringList(folder) + QString::fromLatin1(command).split(QLatin1Char(' ')));
+    return process;
+}
+
+int tst_Log::run(const QString &folder, const char *command)
+{
+    const Writer writer = start(folder, command);
+    return writer->waitForFinished() && writer->exitStatus() == QProcess::NormalExit ? writer->exitCode()
+                                                                                     : -1;
+}
+
+/// Records in the text; -1 if one is damaged. `inOrder` asks for every thread's messages from the first,
+/// without gaps.
+int tst_Log::countWholeThreads(const QByteArray &text, bool inOrder)
+{
+    static const QRegularExpression format(
+        QStringLiteral(R"(^\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} F /flood:(\d+:[0-9a-f]+)/ $)"));
+    QHash<QString, int> next;
+    QList<QByteArray> lines = text.split('\n');
+    if (!lines.takeLast().isEmpty())
+        return -1;
+    for (const QByteArray &line : lines) {
+        const int head = line.indexOf("/ ") + 2;
+        const auto match = format.match(QString::fromLatin1(line.left(head)));
+        const QByteArray message = line.mid(head);
+        int &number = next[match.captured(1)];
+        const QByteArray expected = QByteArray::fromStdString(messageOf(number)).left(4094 - head);
+        const bool uniform = !message.isEmpty() && message.count(message[0]) == message.size();
+        if (!match.hasMatch() || (inOrder ? message != expected : !uniform)) {
+            qInfo("damaged: %s", line.left(200).constData());
+            return -1;
+        }
+        ++number;
+    }
+    return lines.size();
+}
+
+void tst_Log::recordFormat_data()
+{
+    QTest::addColumn<QByteArray>("category");
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<QByteArray>("function");
+    QTest::addColumn<unsigned>("level");
+    QTest::addColumn<QByteArray>("expected"); // behind the time; # is process and thread
+    const auto row = [](const char *name, QByteArray category, QByteArray file, QByteArray function,
+                        unsigned level, QByteArray expected) {
+        QTest::newRow(name) << category << file << function << level << expected;
+    };
+    row("no category", {}, {}, {}, 0, "F /m:#/ 7 x\n");
+    row("category", "net", {}, {}, 1, "W net /m:#/ 7 x\n");
+    row("information", {}, {}, {}, 2, "I /m:#/ 7 x\n");
+    row("debug", {}, {}, {}, 3, "D /m:#/ 7 x\n");
+    row("trace", {}, {}, {}, 4, "T /m:#/ 7 x\n");
+    row("first unknown", {}, {}, {}, 5, "O(5) /m:#/ 7 x\n");
+    row("last unknown", {}, {}, {}, 15, "O(15) /m:#/ 7 x\n");
+    row("place", {}, "/a\\b/c.cpp", "void N::C::f(int)", 0, "F /m:#/ {f(int) @ c.cpp:42} 7 x\n");
+    row("file alone", {}, "c.cpp", {}, 0, "F /m:#/ 7 x\n");
+    row("toolkit", "qml", "c.cpp", "f", 17, "QT: W qml /m:#/ 7 x\n");
+    row("another source", {}, "c.cpp", "f", 33, "W /m:#/ {f @ c.cpp:42} 7 x\n");
+}
+
+void tst_Log::recordFormat()
+{
+    QFETCH(QByteArray, category);
+    QFETCH(QByteArray, file);
+    QFETCH(QByteArray, function);
+    QFETCH(unsigned, level);
+    QFETCH(QByteArray, expected);
+    const auto orNull = [](const QByteArray &text) { return text.isNull() ? nullptr : text.constData(); };
+    errno = 1234;
+    KovGui::logRecord({category.constData(), "m", orNull(file), 42, orNull(function)}, level, "%d %s", 7,
+                      "x");
+    QCOMPARE(errno, 1234);
+    const QByteArray origin
+        = QByteArray::number(getpid()) + ':' + QByteArray::number(qulonglong(gettid()), 16);
+    QCOMPARE(s_record.mid(int(strlen("09-06 05:19:20.123 "))), expected.replace('#', origin));
+}
+
+void tst_Log::timeIsLocal()
+{
+    qputenv("TZ", "Asia/Kathmandu");
+    tzset();
+    const QDateTime before = QDateTime::currentDateTime();
+    // A thread of its own has no second remembered from before the change of the zone.
+    const std::unique_ptr<QThread> thread(QThread::create([] { KOV_LOG(0, "x"); }));
+    thread->start();
+    QVERIFY(thread->wait());
+    const QString written = QString::number(before.date().year()) + QString::fromLatin1(s_record.left(18));
+    const QDateTime time = QDateTime::fromString(written, QStringLiteral("yyyyMM-dd HH:mm:ss.zzz"));
+    QVERIFY2(time >= before && time <= QDateTime::currentDateTime(), s_record.constData());
+}
+
+void tst_Log::longRecordIsCut_data()
+{
+    QTest::addColumn<QString>("character");
+    QTest::addColumn<int>("shortest");
+    QTest::newRow("ASCII to the byte") << QStringLiteral("x") << 4095;
+    QTest::newRow("no half character of two") << QString(QChar(0xe4)) << 4094;
+    QTest::newRow("no half character of three") << QString(QChar(0x20ac)) << 4093;
+    QTest::newRow("no half character of four") << QString::fromUcs4(U"\U0001F600", 1) << 4092;
+}
+
+void tst_Log::longRecordIsCut()
+{
+    QFETCH(QString, character);
+    QFETCH(int, shortest);
+    // Padding moves the cut to every place inside a character.
+    for (const char *padding : {"", "1", "12", "123"}) {
+        KOV_LOG(0, "%s%s", padding, character.repeated(10000).toUtf8().constData());
+        QVERIFY2(s_record.size() >= shortest && s_record.size() <= 4095,
+                 qPrintable(QString::number(s_record.size())));
+        QVERIFY(s_record.endsWith(character.toUtf8() + '\n'));
+    }
+}
+
+void tst_Log::outputFunctionReplacedDuringACall()
+{
+    KovGui::setLogOutputFunction([](const char *, std::size_t) {
+        KovGui::setLogOutputFunction(capture);
+        throw 1;
+    });
+    KOV_LOG(0, "twice");
+    QVERIFY(s_record.endsWith("twice\n"));
+    QCOMPARE(s_inFlight, 1);
+    QCOMPARE(KovGui::logCallsInFlight(), 0);
+}
+
+void tst_Log::logTextEscapes_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QByteArray>("expected");
+    const auto row = [](const char *name, QByteArray text, QByteArray expected) {
+        QTest::newRow(name) << text << expected;
+    };
+    row("forged record", "a\r\n09-06 05:19", R"(a\r\n09-06 05:19)");
+    row("controls", {"\x1b[31m\x7f\0z", 8}, R"(\x1b[31m\x7f\x00z)");
+    row("controls above ASCII", "\xc2\x85\xc2\x9b\xc2\xa0", "\\u0085\\u009b\xc2\xa0");
+    row("separators", "\xe2\x80\xa8\xe2\x80\xa9", R"(\u2028\u2029)");
+    row("other languages", "\xe2\x82\xac\xf0\x9f\x98\x80", "\xe2\x82\xac\xf0\x9f\x98\x80");
+    row("no UTF-8", "\x85 \xc0\x8a \xed\xa0\x80 \xe2\x80", R"(\x85 \xc0\x8a \xed\xa0\x80 \xe2\x80)");
+}
+
+void tst_Log::logTextEscapes()
+{
+    QFETCH(QByteArray, text);
+    QTEST(KovGui::logText(text), "expected");
+}
+
+void tst_Log::qtMessages()
+{
+    const auto before = qInstallMessageHandler(
+        [](QtMsgType, const QMessageLogContext &, const QString &) { ++s_qtMessages; });
+    // An output function with Qt inside must not go round in circles.
+    KovGui::setLogOutputFunction([](const char *record, std::size_t length) {
+        capture(record, length);
+        qWarning("from the output function");
+    });
+    KovGui::forwardQtMessages(true);
+    KovGui::forwardQtMessages(true);
+    const QLoggingCategory category("tessarine.test");
+    qCWarning(category) << "two\nlines";
+    const QByteArray warning = s_record;
+    const int chained = s_qtMessages;
+    qDebug("above the threshold");
+    const QByteArray afterDebug = s_record;
+    KovGui::forwardQtMessages(false);
+    qCritical("no longer");
+    qInstallMessageHandler(before);
+
+    QVERIFY2(warning.contains(" QT: W tessarine.test /KovGui:"), warning.constData());
+    QVERIFY2(warning.endsWith("/ two\\nlines\n"), warning.constData());
+    QCOMPARE(chained, 1);
+    QCOMPARE(afterDebug, warning);
+    QCOMPARE(s_qtMessages, 3);
+    QCOMPARE(s_record, warning);
+}
+
+void tst_Log::setupLoggingChoosesTheUsersFolder()
+{
+    KovGui::setLogOutputFunction(nullptr);
+    KovGui::setupLogging(true);
+    KOV_LOG(0, "in the user's folder");
+    const QString file
+        = QString::fromLocal8Bit(qgetenv("XDG_DATA_HOME")) + QStringLiteral("/tessarine-qor.log");
+    QVERIFY(contentOf(file).endsWith("in the user's folder\n"));
+}
+
+void tst_Log::processesAndThreadsShareTheFile()
+{
+    std::vector<Writer> writers;
+    for (int i = 0; i < 4; ++i)
+        writers.push_back(start(m_folder->path(), "flood 4 1000"));
+    for (const Writer &writer : writers)
+        QVERIFY(writer->waitForFinished() && writer->exitCode() == 0);
+    QCOMPARE(countWholeThreads(contentOf(log())), 4 * 4 * 1000);
+}
+
+void tst_Log::killedAfterTheCall()
+{
+    QCOMPARE(run(m_folder->path(), "killed 1000"), -1);
+    QCOMPARE(countWholeThreads(contentOf(log())), 1000);
+}
+
+void tst_Log::fileMovedAwayUnderLoad()
+{
+    std::vector<Writer> writers;
+    for (int i = 0; i < 2; ++i)
+        writers.push_back(start(m_folder->path(), "until-told 2"));
+    QByteArray all;
+    for (const char *moved : {"moved.1", "moved.2"}) {
+        QTRY_VERIFY(QFile::exists(log()));
+        QVERIFY(QFile::rename(log(), path(moved)));
+        QElapsedTimer clock;
+        clock.start();
+        while (!QFile::exists(log()) && clock.elapsed() < 5000)
+            QThread::yieldCurrentThread();
+        QVERIFY2(clock.elapsed() < 1200, qPrintable(QString::number(clock.elapsed())));
+    }
+    int written = 0;
+    for (const Writer &writer : writers) {
+        writer->closeWriteChannel();
+        QVERIFY(writer->waitForFinished());
+        written += writer->readAllStandardOutput().trimmed().toInt();
+    }
+    int found = 0;
+    for (const QString &file : {path("moved.1"), path("moved.2"), log()})
+        found += countWholeThreads(contentOf(file), false);
+    QVERIFY(written > 0);
+    QCOMPARE(found, written);
+}
+
+void tst_Log::directoryChangesUnderLoad()
+{
+    QVERIFY(QDir(m_folder->path()).mkdir(QStringLiteral("a"))
+            && QDir(m_folder->path()).mkdir(QStringLiteral("b")));
+    const Writer writer = start(m_folder->path(), "change-directories 3");
+    QVERIFY(writer->waitForFinished());
+    QCOMPARE(writer->exitCode(), 0);
+    const auto count = [this](const char *name) { return countWholeThreads(contentOf(path(name)), false); };
+    const int present = QFile::exists(log()) ? countWholeThreads(contentOf(log()), false) : 0;
+    QCOMPARE(count("a/tessarine-qor.log") + count("b/tessarine-qor.log") + present,
+             writer->readAllStandardOutput().trimmed().toInt());
+}
+
+void tst_Log::forkedChildHasItsOwnNumber()
+{
+    QCOMPARE(run(m_folder->path(), "forked"), 0);
+    const QList<QByteArray> lines = contentOf(log()).trimmed().split('\n');
+    QCOMPARE(lines.size(), 3);
+    for (const QByteArray &line : lines) {
+        const QByteArray id = line.mid(line.lastIndexOf(' ') + 1);
+        QVERIFY2(line.contains("/KovGui:" + id + ':' + QByteArray::number(id.toInt(), 16) + "/ "),
+                 line.constData());
+    }
+}
+
+void tst_Log::diskFull()
+{
+    QCOMPARE(run(m_folder->path(), "disk-full"), 0);
+    const QByteArray text = contentOf(log());
+    QVERIFY(text.size() > 8192 && text[8191] != '\n'); // the last record on the full disk is cut
+    QCOMPARE(text[8192], '\n');
+    QCOMPARE(text.count('\n'), text.left(8192).count('\n') + 2);
+    QVERIFY(text.endsWith("space again\n"));
+}
+
+void tst_Log::descriptorClosedByTheHost()
+{
+    QCOMPARE(run(m_folder->path(), "closed-by-host"), 0);
+}
+
+void tst_Log::noDirectorySet()
+{
+    const int result = run(QStringLiteral("-"), "system-logs");
+    if (result == 77)
+        QSKIP("needs the right to mount");
+    QCOMPARE(result, 0);
+}
+
+void tst_Log::trapsAreNotEntered_data()
+{
+    QTest::addColumn<QByteArray>(
+        "command"); // makes the trap; "victim" is a file that belongs to somebody else
+    QTest::newRow("symbolic link") << QByteArray("ln -s victim tessarine-qor.log");
+    QTest::newRow("dangling link") << QByteArray("ln -s new tessarine-qor.log");
+    QTest::newRow("hard link") << QByteArray("ln victim tessarine-qor.log");
+    QTest::newRow("pipe that is being read") << QByteArray("mkfifo tessarine-qor.log");
+    QTest::newRow("folder") << QByteArray("mkdir tessarine-qor.log");
+    QTest::newRow("missing folder") << QByteArray("cd ..; mv log elsewhere");
+}
+
+void tst_Log::trapsAreNotEntered()
+{
+    QFETCH(QByteArray, command);
+    QVERIFY(QDir(m_folder->path()).mkdir(QStringLiteral("log")));
+    const QByteArray script
+        = "cd " + path("log").toLocal8Bit() + "; echo precious > victim; { " + command + "; }";
+    QCOMPARE(system(script.constData()), 0);
+    const int reader = open(path("log/tessarine-qor.log").toLocal8Bit().constData(), O_RDONLY | O_NONBLOCK);
+    QCOMPARE(run(path("log"), "flood 1 10"), 0);
+    QCOMPARE(countWholeThreads(contentOf(path("home/tessarine-qor.log"))), 10);
+    const QString folder = QFile::exists(path("log")) ? path("log") : path("elsewhere");
+    QCOMPARE(contentOf(folder + QStringLiteral("/victim")), QByteArray("precious\n"));
+    QVERIFY(!QFile::exists(folder + QStringLiteral("/new")));
+    ::close(reader);
+}
+
+void tst_Log::fileIsForEverybody()
+{
+    const mode_t before = umask(077);
+    QCOMPARE(run(m_folder->path(), "flood 1 1"), 0);
+    umask(before);
+    struct stat status;
+    QVERIFY(stat(QFile::encodeName(log()).constData(), &status) == 0);
+    QCOMPARE(int(status.st_mode & 0777), 0666);
+    // An administrator's choice stays.
+    QVERIFY(chmod(QFile::encodeName(log()).constData(), 0640) == 0);
+    QCOMPARE(run(m_folder->path(), "flood 1 1"), 0);
+    QVERIFY(stat(QFile::encodeName(log()).constData(), &status) == 0);
+    QCOMPARE(int(status.st_mode & 0777), 0640);
+}
+
+KOV_TEST_MAIN(QCoreApplication, tst_Log)
+#include "tst_log.moc"
