@@ -56,7 +56,7 @@ public:
     /// An empty record of code 0.
     MessageData() = default;
     /// Fills type, flags, caption, default answer and details action from the code; texts and answers stay empty.
-    explicit MessageData(int code = 0);
+    explicit MessageData(int code);
 
     /// Writes the record to the log, at verbosity 1. Foreign text is escaped.
     void dump() const;
