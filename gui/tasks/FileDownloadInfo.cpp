@@ -40,7 +40,8 @@ bool FileDownloadInfo::isSafeFileName(const QString &name)
 QString FileDownloadInfo::destinationFileNameFromUrl(const QString &url)
 {
     // Cut first, decode then: an encoded slash belongs to the name and makes it unsafe.
-    const QString name = QUrl(url).fileName(QUrl::FullyDecoded);
+    const QString encoded = QUrl(url).path(QUrl::FullyEncoded).section(QLatin1Char('/'), -1);
+    const QString name = QUrl::fromPercentEncoding(encoded.toLatin1());
     return isSafeFileName(name) ? name : QString();
 }
 

@@ -85,6 +85,12 @@ void refuse(const CSlotInfo &onFinished)
 class CTaskCheckForProductUpdate::Private
 {
 public:
+    explicit Private(CTaskCheckForProductUpdate *owner)
+        : q(owner)
+    {
+    }
+
+    CTaskCheckForProductUpdate *const q;
     std::unique_ptr<CProductUpdateInfo> updateInfo;
     QPointer<CProgressDialog> progress;
     Options options;
@@ -101,7 +107,7 @@ public:
         if (!progress)
             return;
         // The window may be in the middle of telling that it was cancelled.
-        progress->disconnect();
+        progress->disconnect(q);
         progress->hide();
         progress->deleteLater();
         progress.clear();
@@ -111,7 +117,7 @@ public:
     {
         if (!launcher)
             return;
-        launcher->disconnect();
+        launcher->disconnect(q);
         if (launcher->isRunning())
             launcher->terminate(KOV_ERR_CANCELLED);
         launcher->deleteLater();
@@ -164,7 +170,7 @@ CTaskCheckForProductUpdate *CTaskCheckForProductUpdate::start(Options options, c
 
 CTaskCheckForProductUpdate::CTaskCheckForProductUpdate(Options options)
     : CAbstractTask(new CTaskId_CheckForProductUpdate)
-    , d(new Private)
+    , d(new Private(this))
 {
     d->options = options;
     KOV_LOG_TAG(logTag, 3, "CTaskCheckForProductUpdate %p created.", static_cast<void *>(this));
@@ -172,7 +178,7 @@ CTaskCheckForProductUpdate::CTaskCheckForProductUpdate(Options options)
 
 CTaskCheckForProductUpdate::~CTaskCheckForProductUpdate()
 {
-    d->release();
+    endBeforeDestruction();
     KOV_LOG_TAG(logTag, 3, "CTaskCheckForProductUpdate %p destroyed.", static_cast<void *>(this));
 }
 

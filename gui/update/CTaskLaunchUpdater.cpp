@@ -133,8 +133,7 @@ CTaskLaunchUpdater::CTaskLaunchUpdater(const TaskParams &params)
 
 CTaskLaunchUpdater::~CTaskLaunchUpdater()
 {
-    if (QProcess *process = d->takeProcess())
-        abandon(process);
+    endBeforeDestruction();
 }
 
 unsigned CTaskLaunchUpdater::type() const
