@@ -87,8 +87,7 @@ class CTaskCheckForProductUpdate::Private
 public:
     explicit Private(CTaskCheckForProductUpdate *owner)
         : q(owner)
-    {
-    }
+    { }
 
     CTaskCheckForProductUpdate *const q;
     std::unique_ptr<CProductUpdateInfo> updateInfo;

@@ -2,124 +2,98 @@
 #include "gui/tasks/TaskIds.h"
 #include "tests/support/KovTest.h"
 
-using Params = QHash<QString, QVariant>;
-
 class tst_FileDownloadInfo : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void nameFromUrl_data();
-    void nameFromUrl();
-    void paths();
-    void downloadedByFar();
-    void identifierParameters_data();
-    void identifierParameters();
+    void safeNames();
+    void unsafeNames();
+    void pathsAndSize();
+    void identifiers();
 };
 
-void tst_FileDownloadInfo::nameFromUrl_data()
+void tst_FileDownloadInfo::safeNames()
 {
-    QTest::addColumn<QString>("url");
-    QTest::addColumn<QString>("name");
-
-    const auto row = [](const char *title, const QString &url, const QString &name) {
-        QTest::newRow(title) << url << name;
+    const QPair<const char *, const char *> cases[] = {
+        {"http://h/a/setup-3.1.5.31502.deb", "setup-3.1.5.31502.deb"},
+        {"http://h/a/s.deb?x=/y#z", "s.deb"},
+        {"http://h/a/my%20setup.deb", "my setup.deb"},
+        {"/var/tmp/.setup", ".setup"},
+        {"http://h/console-nul.exe", "console-nul.exe"},
     };
-    const QString host = QStringLiteral("http://h/a/");
-    row("plain", host + QStringLiteral("setup-3.1.5.31502.deb"), QStringLiteral("setup-3.1.5.31502.deb"));
-    row("query and fragment are no part", host + QStringLiteral("s.deb?x=/y#z"), QStringLiteral("s.deb"));
-    row("escapes are decoded", host + QStringLiteral("my%20setup.deb"), QStringLiteral("my setup.deb"));
-    row("local path", QStringLiteral("/var/tmp/setup.deb"), QStringLiteral("setup.deb"));
-    row("hidden file is a name", host + QStringLiteral(".setup"), QStringLiteral(".setup"));
-    row("device name as a part", host + QStringLiteral("console-nul.exe"), QStringLiteral("console-nul.exe"));
-
-    row("empty", QString(), QString());
-    row("folder", host, QString());
-    row("parent folder", host + QStringLiteral(".."), QString());
-    row("parent folder, escaped", host + QStringLiteral("%2e%2e"), QString());
-    row("escaped slashes", host + QStringLiteral("..%2F..%2Fetc%2Fpasswd"), QString());
-    row("backslashes", host + QStringLiteral("..\\..\\evil.exe"), QString());
-    row("escaped backslash", host + QStringLiteral("..%5Cevil.exe"), QString());
-    row("drive or stream", host + QStringLiteral("C%3Aevil.exe"), QString());
-    row("NUL", host + QStringLiteral("setup.exe%00.txt"), QString());
-    row("line feed", host + QStringLiteral("a%0Ab"), QString());
-    row("device", host + QStringLiteral("Com1.exe"), QString());
-    row("dot at the end", host + QStringLiteral("setup.exe."), QString());
-    row("too long with the partial suffix", host + QString(244, QLatin1Char('x')), QString());
+    for (const auto &[url, name] : cases)
+        QCOMPARE(FileDownloadInfo::destinationFileNameFromUrl(QLatin1String(url)), QLatin1String(name));
 }
 
-void tst_FileDownloadInfo::nameFromUrl()
+void tst_FileDownloadInfo::unsafeNames()
 {
-    QFETCH(QString, url);
-    QTEST(FileDownloadInfo::destinationFileNameFromUrl(url), "name");
+    const char *const urls[] = {"",
+                                "http://h/a/",
+                                "http://h/..",
+                                "http://h/%2e%2e",
+                                "http://h/..%2F..%2Fetc%2Fpasswd",
+                                "http://h/..\\evil.exe",
+                                "http://h/..%5Cevil.exe",
+                                "http://h/C%3Aevil.exe",
+                                "http://h/setup.exe%00.txt",
+                                "http://h/a%0Ab",
+                                "http://h/Com1.exe",
+                                "http://h/setup.exe.",
+                                "http://h/setup.exe%20"};
+    for (const char *url : urls)
+        QVERIFY2(FileDownloadInfo::destinationFileNameFromUrl(QLatin1String(url)).isEmpty(), url);
+    // 255 bytes with the suffix of the partial file.
+    QVERIFY(FileDownloadInfo::isSafeFileName(QString(243, QLatin1Char('x'))));
+    QVERIFY(!FileDownloadInfo::isSafeFileName(QString(122, QChar(0xe9))));
 }
 
-void tst_FileDownloadInfo::paths()
-{
-    FileDownloadInfo info;
-    QCOMPARE(info.destinationDirectory, QDir::homePath());
-    QCOMPARE(info.destinationFilePath(), QString());
-    QCOMPARE(info.destinationFilePartPath(), QString());
-
-    info.url = QStringLiteral("http://h/a/b/setup.exe");
-    info.destinationDirectory = QStringLiteral("/d");
-    QCOMPARE(info.destinationFilePartPath(),
-             QStringLiteral("/d") + QDir::separator() + QStringLiteral("setup.exe.kovupd-part"));
-    info.destinationDirectory.clear();
-    QCOMPARE(QFileInfo(info.destinationFilePath()).path(), QDir::homePath());
-}
-
-void tst_FileDownloadInfo::downloadedByFar()
+void tst_FileDownloadInfo::pathsAndSize()
 {
     QTemporaryDir directory;
-    FileDownloadInfo info(directory.path());
-    info.url = QStringLiteral("http://h/setup.exe");
-    const auto write = [](const QString &path, int bytes) {
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        QCOMPARE(file.write(QByteArray(bytes, 'x')), qint64(bytes));
-    };
+    FileDownloadInfo info;
+    QCOMPARE(info.destinationDirectory, QDir::homePath());
+    QCOMPARE(info.destinationFilePartPath(), QString());
+    info = FileDownloadInfo(directory.path());
+    info.url = QStringLiteral("http://h/a/b/setup.exe");
+    QCOMPARE(info.destinationFilePath(), directory.path() + QDir::separator() + QStringLiteral("setup.exe"));
+    QCOMPARE(info.destinationFilePartPath(), info.destinationFilePath() + QStringLiteral(".kovupd-part"));
     QCOMPARE(info.downloadedByFar(), 0);
-    write(info.destinationFilePartPath(), 10);
+    QFile part(info.destinationFilePartPath());
+    QVERIFY(part.open(QIODevice::WriteOnly) && part.resize(10));
     QCOMPARE(info.downloadedByFar(), 10);
-    write(info.destinationFilePath(), 7);
+    QFile whole(info.destinationFilePath());
+    QVERIFY(whole.open(QIODevice::WriteOnly) && whole.resize(7));
     QCOMPARE(info.downloadedByFar(), 7);
 }
 
-void tst_FileDownloadInfo::identifierParameters_data()
+void tst_FileDownloadInfo::identifiers()
 {
-    QTest::addColumn<uint>("actualType");
-    QTest::addColumn<Params>("actualParams");
-    QTest::addColumn<uint>("type");
-    QTest::addColumn<Params>("params");
-
-    const QUrl url(QStringLiteral("http://h/p?q=1"));
+    const auto text = [](const CTaskGenericId &id) {
+        QStringList params;
+        const auto all = id.params();
+        for (auto it = all.begin(); it != all.end(); ++it)
+            params
+                << QStringLiteral(" %1=%2:%3").arg(it.key(), QLatin1String(it->typeName()), it->toString());
+        params.sort();
+        return QByteArray::number(id.type()) + params.join(QString()).toLatin1();
+    };
+    const QUrl url(QStringLiteral("u:"));
     const QString a = QStringLiteral("a");
     const QString b = QStringLiteral("b");
-    const auto key = [](const char *name) { return QString::fromLatin1(name); };
-    const auto row = [](const char *title, const CTaskGenericId &id, uint type, const Params &params) {
-        QTest::newRow(title) << id.type() << id.params() << type << params;
-    };
-    row("proxy", CTaskId_GetProxyInfo(a, true), 46, {{key("url"), a}, {key("needDetectCredentials"), true}});
-    row("operation", CTaskId_HttpOperation(url, QNetworkAccessManager::PutOperation, b), 47,
-        {{key("0"), url}, {key("1"), 3}, {key("2"), b}});
-    row("request", CTaskId_SendHttpRequest(url, QNetworkAccessManager::PostOperation), 48,
-        {{key("0"), url}, {key("1"), 4}});
-    row("download", CTaskId_DownloadFile(a, b), 118, {{key("0"), a}, {key("1"), b}});
-    row("interactive", CTaskId_InteractiveDownload(a, b), 64, {{key("0"), a}, {key("1"), b}});
-    row("report", CTaskId_CreateProblemReport(a, b, true, a), 10,
-        {{key("0"), a}, {key("1"), b}, {key("2"), true}, {key("3"), a}});
-    row("check", CTaskId_CheckForProductUpdate(), 73, {});
-    row("install", CTaskId_InstallProductUpdate(), 63, {});
-    row("launch", CTaskId_LaunchUpdater(a, b), 119, {{key("0"), a}, {key("1"), b}});
-}
-
-void tst_FileDownloadInfo::identifierParameters()
-{
-    QFETCH(uint, actualType);
-    QTEST(actualType, "type");
-    QFETCH(Params, actualParams);
-    QTEST(actualParams, "params");
+    QCOMPARE(text(CTaskId_GetProxyInfo(a, true)),
+             QByteArray("46 needDetectCredentials=bool:true url=QString:a"));
+    QCOMPARE(text(CTaskId_HttpOperation(url, QNetworkAccessManager::PutOperation, b)),
+             QByteArray("47 0=QUrl:u: 1=int:3 2=QString:b"));
+    QCOMPARE(text(CTaskId_SendHttpRequest(url, QNetworkAccessManager::GetOperation)),
+             QByteArray("48 0=QUrl:u: 1=int:2"));
+    QCOMPARE(text(CTaskId_DownloadFile(a, b)), QByteArray("118 0=QString:a 1=QString:b"));
+    QCOMPARE(text(CTaskId_InteractiveDownload(a, b)), QByteArray("64 0=QString:a 1=QString:b"));
+    QCOMPARE(text(CTaskId_CreateProblemReport(a, b, true, a)),
+             QByteArray("10 0=QString:a 1=QString:b 2=bool:true 3=QString:a"));
+    QCOMPARE(text(CTaskId_CheckForProductUpdate()), QByteArray("73"));
+    QCOMPARE(text(CTaskId_InstallProductUpdate()), QByteArray("63"));
+    QCOMPARE(text(CTaskId_LaunchUpdater(a, b)), QByteArray("119 0=QString:a 1=QString:b"));
 }
 
 KOV_TEST_MAIN(QCoreApplication, tst_FileDownloadInfo)

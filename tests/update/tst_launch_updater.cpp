@@ -48,7 +48,7 @@ private:
         params.commandLine = CommandLineUtils::join(QStringLiteral(MISBEHAVING_UPDATER), arguments);
         return params;
     }
-    static bool allProcessesGone() { return qApp->findChildren<QProcess *>().isEmpty(); }
+    static bool allProcessesGone() { return QCoreApplication::instance()->findChildren<QProcess *>().isEmpty(); }
 };
 
 void tst_LaunchUpdater::cleanup()
