@@ -14,6 +14,8 @@
 
 namespace {
 
+constexpr quint64 TurnsInARow = 8;
+
 CTaskManager *theManager = nullptr;
 
 void deleteManager()
@@ -108,10 +110,12 @@ void CTaskManager::Private::wake()
 
 void CTaskManager::Private::drain()
 {
-    // What the steps of this turn make ready waits for the next one, so that other events get theirs.
-    const quint64 last = turn++;
-    while (!ready.isEmpty() && ready.first()->turn <= last) {
+    // Going through the event loop costs more than a short step, so a few turns are taken in a row; then
+    // other events get theirs.
+    const quint64 limit = turn + TurnsInARow;
+    while (!ready.isEmpty() && ready.first()->turn < limit) {
         Task *task = ready.first();
+        turn = qMax(turn, task->turn + 1);
         task->readyLink.remove();
         // A step may run an event loop of its own: the others have to go on in it.
         wake();
@@ -168,7 +172,9 @@ CAbstractTask *CTaskManager::runTask(CTaskGenericId *id, const CSlotInfo &onFini
     const QMetaObject *meta = creatableClass(id->type());
     if (!meta)
         return fail(onFinished);
-    task = static_cast<CAbstractTask *>(meta->newInstance(Q_ARG(CTaskGenericId *, id)));
+    // Not Q_ARG: the blank that formatting puts into its type name costs a normalisation each time.
+    const QArgument<CTaskGenericId *> argument("CTaskGenericId*", id);
+    task = static_cast<CAbstractTask *>(meta->newInstance(argument));
     if (!task) {
         Tasks::log(
             0, "(!)Error: Can't create a task of class %s: no invokable constructor takes a CTaskGenericId*",

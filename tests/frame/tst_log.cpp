@@ -10,6 +10,7 @@
 #include <fcntl.h>
 #include <memory>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 static QByteArray s_record;
@@ -174,9 +175,7 @@ void tst_Log::timeIsLocal()
     tzset();
     const QDateTime before = QDateTime::currentDateTime();
     // A thread of its own has no second remembered from before the change of the zone.
-    const std::unique_ptr<QThread> thread(QThread::create([] { KOV_LOG(0, "x"); }));
-    thread->start();
-    QVERIFY(thread->wait());
+    std::thread([] { KOV_LOG(0, "x"); }).join();
     const QString written = QString::number(before.date().year()) + QString::fromLatin1(s_record.left(18));
     const QDateTime time = QDateTime::fromString(written, QStringLiteral("yyyyMM-dd HH:mm:ss.zzz"));
     QVERIFY2(time >= before && time <= QDateTime::currentDateTime(), s_record.constData());
@@ -297,7 +296,7 @@ void tst_Log::fileMovedAwayUnderLoad()
 {
     std::vector<Writer> writers;
     for (int i = 0; i < 2; ++i)
-        writers.push_back(start(m_folder->path(), "until-told 2"));
+        writers.push_back(start(m_folder->path(), "until-told"));
     QByteArray all;
     for (const char *moved : {"moved.1", "moved.2"}) {
         QTRY_VERIFY(QFile::exists(log()));
@@ -325,13 +324,15 @@ void tst_Log::directoryChangesUnderLoad()
 {
     QVERIFY(QDir(m_folder->path()).mkdir(QStringLiteral("a"))
             && QDir(m_folder->path()).mkdir(QStringLiteral("b")));
-    const Writer writer = start(m_folder->path(), "change-directories 3");
+    const Writer writer = start(m_folder->path(), "change-directories");
     QVERIFY(writer->waitForFinished());
     QCOMPARE(writer->exitCode(), 0);
     const auto count = [this](const char *name) { return countWholeThreads(contentOf(path(name)), false); };
-    const int present = QFile::exists(log()) ? countWholeThreads(contentOf(log()), false) : 0;
-    QCOMPARE(count("a/tessarine-qor.log") + count("b/tessarine-qor.log") + present,
-             writer->readAllStandardOutput().trimmed().toInt());
+    const int inA = count("a/tessarine-qor.log");
+    const int inB = count("b/tessarine-qor.log");
+    const int before = QFile::exists(log()) ? count("tessarine-qor.log") : 0;
+    QVERIFY(inA > 0 && inB > 0); // at once, not at the next look
+    QCOMPARE(inA + inB + before, writer->readAllStandardOutput().trimmed().toInt());
 }
 
 void tst_Log::forkedChildHasItsOwnNumber()
@@ -376,6 +377,7 @@ void tst_Log::trapsAreNotEntered_data()
     QTest::newRow("symbolic link") << QByteArray("ln -s victim tessarine-qor.log");
     QTest::newRow("dangling link") << QByteArray("ln -s new tessarine-qor.log");
     QTest::newRow("hard link") << QByteArray("ln victim tessarine-qor.log");
+    QTest::newRow("pipe without a reader") << QByteArray("mkfifo tessarine-qor.log");
     QTest::newRow("pipe that is being read") << QByteArray("mkfifo tessarine-qor.log");
     QTest::newRow("folder") << QByteArray("mkdir tessarine-qor.log");
     QTest::newRow("missing folder") << QByteArray("cd ..; mv log elsewhere");
@@ -388,7 +390,9 @@ void tst_Log::trapsAreNotEntered()
     const QByteArray script
         = "cd " + path("log").toLocal8Bit() + "; echo precious > victim; { " + command + "; }";
     QCOMPARE(system(script.constData()), 0);
-    const int reader = open(path("log/tessarine-qor.log").toLocal8Bit().constData(), O_RDONLY | O_NONBLOCK);
+    int reader = -1;
+    if (strstr(QTest::currentDataTag(), "being read"))
+        reader = open(path("log/tessarine-qor.log").toLocal8Bit().constData(), O_RDONLY | O_NONBLOCK);
     QCOMPARE(run(path("log"), "flood 1 10"), 0);
     QCOMPARE(countWholeThreads(contentOf(path("home/tessarine-qor.log"))), 10);
     const QString folder = QFile::exists(path("log")) ? path("log") : path("elsewhere");

@@ -2,8 +2,9 @@
 
 #include "kov_sdk/KovSdk.h"
 
-#include <QMutex>
 #include <QStringList>
+
+#include <mutex>
 
 /// Collects the lines of the service client library while it lives.
 class SdkLog
@@ -18,7 +19,7 @@ public:
 
     static QStringList take()
     {
-        const QMutexLocker lock(&mutex());
+        const std::lock_guard<std::mutex> lock(mutex());
         QStringList taken;
         taken.swap(lines());
         return taken;
@@ -27,12 +28,12 @@ public:
 private:
     static void add(unsigned level, const char *text)
     {
-        const QMutexLocker lock(&mutex());
+        const std::lock_guard<std::mutex> lock(mutex());
         lines().append(QStringLiteral("%1 %2").arg(level).arg(QString::fromUtf8(text)));
     }
-    static QMutex &mutex()
+    static std::mutex &mutex()
     {
-        static QMutex mutex;
+        static std::mutex mutex;
         return mutex;
     }
     static QStringList &lines()

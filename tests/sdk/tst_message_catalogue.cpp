@@ -116,6 +116,10 @@ void tst_MessageCatalogue::refusedFiles_data()
     message("unknown type", "'code': 1, 'type': 'fatal', 'brief': 'b'", "messages[1].type: must be");
     message("unknown field", "'code': 1, 'type': 'error', 'brief': 'b', 'hidden': true",
             "messages[1].hidden: unknown field");
+    message("field twice", "'code': 1, 'type': 'error', 'brief': 'b', 'brief': 'c'",
+            "line 1, column 118: the field");
+    message("field name with an escape", "'\\u0063ode': 1, 'type': 'error', 'brief': 'b'",
+            "line 1, column 76: the field");
     message("no brief text", "'code': 1, 'type': 'error'", "messages[1].brief: must be given");
     message("text is a number", "'code': 1, 'type': 'error', 'brief': 5",
             "messages[1].brief: must be a text");
