@@ -47,8 +47,8 @@ void tst_message_record::initTestCase()
 {
     KovGui::init(KAM_CONSOLE);
     registerPolicy<CMessageDataProvider>();
-    const QByteArray longText = QByteArray("\xC3\xA4").repeated(498);
-    QVERIFY(loadCatalogue({{1001, "error", "Disk & <b>%1</b>", longText.constData(), false},
+    const QByteArray longText = QByteArray("\xC3\xA4").repeated(499);
+    QVERIFY(loadCatalogue({{1001, "error", "Disk &amp; <b>%1</b>", longText.constData(), false},
                            {2001, "question", "Sure?", "Really sure?", false}}));
 }
 
@@ -191,7 +191,7 @@ void tst_message_record::eventAnswers()
 
 void tst_message_record::texts()
 {
-    QCOMPARE(MessageUtils::getMessageString(1001, false), QString(498, QChar(0xE4)));
+    QCOMPARE(MessageUtils::getMessageString(1001, false), QString(499, QChar(0xE4)));
     {
         LogCapture log;
         QCOMPARE(MessageUtils::getMessageString(-2, true), QString());
