@@ -4,6 +4,7 @@
 #include "abstract_task/TasksLog_p.h"
 #include "kov_sdk/KovTypes.h"
 
+#include <QHash>
 #include <QMetaType>
 
 #include <atomic>
@@ -36,6 +37,8 @@ std::atomic<Tasks::VerbosityFunction> verbosityFunction{errorsOnly};
 struct ProcessState
 {
     QMetaEnum types;
+    /// By kind. Qt looks a key up by walking over all of them.
+    QHash<unsigned, QString> classNames;
     Tasks::ClassResolver resolver;
 };
 
@@ -52,6 +55,10 @@ namespace Tasks {
 void init(const QMetaEnum &taskTypes)
 {
     state().types = taskTypes;
+    state().classNames.clear();
+    for (int i = taskTypes.keyCount() - 1; i >= 0; --i)
+        state().classNames.insert(unsigned(taskTypes.value(i)),
+                                  QLatin1Char('C') + QString::fromLatin1(taskTypes.key(i)));
 }
 
 QString typeName(unsigned type)
@@ -67,8 +74,7 @@ void setClassResolver(const ClassResolver &resolver)
 
 QString className(unsigned type)
 {
-    const char *key = state().types.valueToKey(int(type));
-    return key ? QLatin1Char('C') + QString::fromLatin1(key) : QString();
+    return state().classNames.value(type);
 }
 
 const QMetaObject *resolveClass(const QString &className)

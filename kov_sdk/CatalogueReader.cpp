@@ -5,7 +5,9 @@
 #include <QJsonDocument>
 #include <QRegularExpression>
 #include <QSet>
+#include <QVector>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -15,6 +17,54 @@ static QString lineAndColumn(const QByteArray &file, int offset)
     return QStringLiteral("line %1, column %2")
         .arg(before.count('\n') + 1)
         .arg(before.size() - before.lastIndexOf('\n'));
+}
+
+/// The end of the string whose opening quotation mark is at `start`: the closing mark, or the end of the
+/// file.
+static int endOfString(const QByteArray &file, int start)
+{
+    int index = start + 1;
+    while (index < file.size() && file.at(index) != '"')
+        index += file.at(index) == '\\' ? 2 : 1;
+    return std::min(index, file.size());
+}
+
+/**
+ * Where a field name stands for the second time in its object, or is written with an escape; -1 when nowhere.
+ * The JSON parser would keep the last of several values, and loses memory over it. Says nothing of malformed
+ * files.
+ */
+static int repeatedField(const QByteArray &file)
+{
+    QVector<QSet<QByteArray>> open{{}};
+    int nameStart = -1;
+    QByteArray name;
+    for (int index = 0; index < file.size(); ++index) {
+        switch (file.at(index)) {
+        case '"':
+            nameStart = index;
+            index = endOfString(file, index);
+            name = file.mid(nameStart + 1, index - nameStart - 1);
+            break;
+        case ':':
+            if (name.contains('\\') || open.last().contains(name))
+                return nameStart;
+            open.last().insert(name);
+            break;
+        case '{':
+        case '[':
+            open.append(QSet<QByteArray>());
+            break;
+        case '}':
+        case ']':
+            if (open.size() > 1)
+                open.removeLast();
+            break;
+        default:
+            break;
+        }
+    }
+    return -1;
 }
 
 static QString unknownField(const QJsonObject &object, const QSet<QString> &known)
@@ -39,6 +89,10 @@ bool CatalogueReader::read(const QByteArray &file)
     m_complaint.clear();
     if (file.size() > maximumFileSize)
         return refuse(QStringLiteral("file"), QStringLiteral("larger than %1 bytes").arg(maximumFileSize));
+    const int repeated = repeatedField(file);
+    if (repeated >= 0)
+        return refuse(lineAndColumn(file, repeated),
+                      QStringLiteral("the field stands here twice, or holds an escape"));
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(file, &error);
     if (error.error != QJsonParseError::NoError)

@@ -68,37 +68,40 @@ public:
     t_SdkHandleWrap job;
     bool isCompleted = false;
     KOV_RESULT result = KOV_ERR_IN_PROGRESS;
+    KOV_RESULT failure = KOV_ERR_INVALID_HANDLE; ///< the result when the job cannot be asked for one
 
-    static void complete(CSdkRequest *request, KOV_RESULT result);
-    static void postCompletion(CSdkRequest *request, KOV_RESULT result);
+    static void postCompletion(CSdkRequest *request);
     static void onJobEnded(KOV_HANDLE job, KOV_RESULT result, void *context);
 };
 
-void CSdkRequest::Private::complete(CSdkRequest *request, KOV_RESULT result)
+void CSdkRequest::Private::postCompletion(CSdkRequest *request)
 {
-    request->d->isCompleted = true;
-    request->d->result = result;
-    Q_EMIT request->jobCompleted(result); // the request may be gone after this
+    // Carries no result: the request asks the job, which knows about threads.
+    QMetaObject::invokeMethod(request, "complete", Qt::QueuedConnection);
 }
 
-void CSdkRequest::Private::postCompletion(CSdkRequest *request, KOV_RESULT result)
+void CSdkRequest::Private::onJobEnded(KOV_HANDLE job, KOV_RESULT, void *)
 {
-    QMetaObject::invokeMethod(
-        request, [request, result] { complete(request, result); }, Qt::QueuedConnection);
+    WaitingRequests::instance().takeAll(job, &Private::postCompletion);
 }
 
-void CSdkRequest::Private::onJobEnded(KOV_HANDLE job, KOV_RESULT result, void *)
+void CSdkRequest::complete()
 {
-    WaitingRequests::instance().takeAll(job,
-                                        [result](CSdkRequest *request) { postCompletion(request, result); });
+    KOV_RESULT result = d->failure;
+    if (!d->job.isNull())
+        KovJob_GetRetCode(d->job, &result);
+    d->isCompleted = true;
+    d->result = result;
+    Q_EMIT jobCompleted(result); // the request may be gone after this
 }
 
 CSdkRequest::CSdkRequest(const t_SdkHandleWrap &job, QObject *parent)
     : QObject(parent)
     , d(std::make_unique<Private>())
 {
+    qRegisterMetaType<KOV_RESULT>("KOV_RESULT");
     if (KovHandle_GetType(job) != KHT_JOB) {
-        Private::postCompletion(this, KOV_ERR_INVALID_HANDLE);
+        Private::postCompletion(this);
         return;
     }
     d->job = job;
@@ -107,7 +110,9 @@ CSdkRequest::CSdkRequest(const t_SdkHandleWrap &job, QObject *parent)
     if (KOV_SUCCEEDED(result))
         return;
     WaitingRequests::instance().remove(job, this);
-    Private::postCompletion(this, result);
+    d->job.reset();
+    d->failure = result;
+    Private::postCompletion(this);
 }
 
 CSdkRequest::~CSdkRequest()

@@ -48,6 +48,8 @@ Q_SIGNALS:
     void jobCompleted(KOV_RESULT result);
 
 private:
+    Q_INVOKABLE void complete();
+
     class Private;
     const std::unique_ptr<Private> d;
 };

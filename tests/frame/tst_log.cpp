@@ -10,6 +10,7 @@
 #include <fcntl.h>
 #include <memory>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 static QByteArray s_record;
@@ -174,9 +175,7 @@ void tst_Log::timeIsLocal()
     tzset();
     const QDateTime before = QDateTime::currentDateTime();
     // A thread of its own has no second remembered from before the change of the zone.
-    const std::unique_ptr<QThread> thread(QThread::create([] { KOV_LOG(0, "x"); }));
-    thread->start();
-    QVERIFY(thread->wait());
+    std::thread([] { KOV_LOG(0, "x"); }).join();
     const QString written = QString::number(before.date().year()) + QString::fromLatin1(s_record.left(18));
     const QDateTime time = QDateTime::fromString(written, QStringLiteral("yyyyMM-dd HH:mm:ss.zzz"));
     QVERIFY2(time >= before && time <= QDateTime::currentDateTime(), s_record.constData());
@@ -329,9 +328,11 @@ void tst_Log::directoryChangesUnderLoad()
     QVERIFY(writer->waitForFinished());
     QCOMPARE(writer->exitCode(), 0);
     const auto count = [this](const char *name) { return countWholeThreads(contentOf(path(name)), false); };
-    const int present = QFile::exists(log()) ? countWholeThreads(contentOf(log()), false) : 0;
-    QCOMPARE(count("a/tessarine-qor.log") + count("b/tessarine-qor.log") + present,
-             writer->readAllStandardOutput().trimmed().toInt());
+    const int inA = count("a/tessarine-qor.log");
+    const int inB = count("b/tessarine-qor.log");
+    const int before = QFile::exists(log()) ? count("tessarine-qor.log") : 0;
+    QVERIFY(inA > 0 && inB > 0); // at once, not at the next look
+    QCOMPARE(inA + inB + before, writer->readAllStandardOutput().trimmed().toInt());
 }
 
 void tst_Log::forkedChildHasItsOwnNumber()

@@ -1,0 +1,466 @@
+#include "abstract_task/CAbstractTask.h"
+
+#include "abstract_task/CAbstractTask_p.h"
+#include "abstract_task/CTaskManager.h"
+#include "abstract_task/StepTable_p.h"
+#include "abstract_task/Tasks.h"
+#include "abstract_task/TasksLog_p.h"
+
+#include <QMetaMethod>
+#include <QPointer>
+#include <QThread>
+
+namespace {
+
+const void *address(const CAbstractTask *task)
+{
+    return task;
+}
+
+} // namespace
+
+const StepTable &CAbstractTask::Private::stepTable() const
+{
+    if (!table)
+        table = &StepTable::of(q->metaObject());
+    return *table;
+}
+
+bool CAbstractTask::Private::isCalledFromOtherThread(const char *operation) const
+{
+    if (QThread::currentThread() == q->thread())
+        return false;
+    Tasks::log(0, "(!)Error: %s of task %p is called from another thread, ignored", operation, address(q));
+    return true;
+}
+
+void CAbstractTask::Private::schedule()
+{
+    CTaskManager::instance()->schedule(q);
+}
+
+void CAbstractTask::Private::edit(std::function<void()> change)
+{
+    if (started)
+        change();
+    else
+        earlyEdits.push_back(std::move(change));
+}
+
+void CAbstractTask::Private::start()
+{
+    started = true;
+    if (!hasOwnList)
+        steps = q->getDefaultSubTaskList();
+    for (const std::function<void()> &change : std::exchange(earlyEdits, {}))
+        change();
+}
+
+void CAbstractTask::Private::run()
+{
+    if (inStep)
+        return;
+    const Watch watching(this);
+    while (state == Running) {
+        if (terminating) {
+            endTerminated();
+            return;
+        }
+        if (paused || (waiting && !completed))
+            return;
+        if (!started)
+            start();
+
+        if (std::exchange(waiting, false)) {
+            if (KOV_FAILED(completion)) {
+                end(completion);
+                return;
+            }
+            if (completion > 0)
+                result = completion;
+        }
+        if (next >= steps.size()) {
+            end(result);
+            return;
+        }
+
+        current = qAsConst(steps).at(next++);
+        completed = false;
+        inStep = true;
+        const KOV_RESULT returned = q->performSubTask();
+        if (watching.isDeleted())
+            return;
+        inStep = false;
+
+        if (KOV_FAILED(returned) || (completed && !waiting)) {
+            waiting = completed = true;
+            if (KOV_FAILED(returned))
+                completion = returned;
+        } else if (!waiting && returned > 0) {
+            result = returned;
+        }
+    }
+}
+
+void CAbstractTask::Private::end(KOV_RESULT outcome)
+{
+    state = Finishing;
+    q->finish(outcome);
+}
+
+void CAbstractTask::Private::endTerminated()
+{
+    if (waiting && !completed && q->getNonTerminatableSubTasks().contains(current)) {
+        Tasks::log(2, "Task %p is terminated after its step %d", address(q), current);
+        return;
+    }
+    const Watch watching(this);
+    terminateChildren(terminationResult);
+    // A child that has to end its own step first wakes this task when it is done.
+    if (!watching.isDeleted() && state == Running && children.isEmpty())
+        end(terminationResult);
+}
+
+template <typename Action>
+void CAbstractTask::Private::forEachChild(Action action)
+{
+    if (children.isEmpty())
+        return;
+    // A child that is told something may end, and take others or this task with it.
+    QVector<QPointer<CAbstractTask>> tasks;
+    children.forEach([&tasks](const Private *child) {
+        tasks.append(child->q);
+        return true;
+    });
+    for (const QPointer<CAbstractTask> &task : qAsConst(tasks)) {
+        if (task)
+            action(task.data());
+    }
+}
+
+void CAbstractTask::Private::terminateChildren(KOV_RESULT outcome)
+{
+    forEachChild([outcome](CAbstractTask *child) { child->terminate(outcome); });
+}
+
+void CAbstractTask::Private::detachFromParent()
+{
+    childLink.remove();
+    Private *former = std::exchange(parent, nullptr);
+    if (former && former->state == Running && former->terminating)
+        former->schedule();
+}
+
+void CAbstractTask::Private::close(KOV_RESULT outcome, CAbstractTask *task)
+{
+    const Watch watching(this);
+    state = Finished;
+    result = outcome;
+    waiting = false;
+    if (Tasks::isLogged(3))
+        Tasks::log(3, "Task %p finished with result %.8X", address(q), unsigned(outcome));
+    const QVector<CSlotInfo> slotsToCall = std::exchange(callbacks, {});
+    detachFromParent();
+    CTaskManager::taskEnded(q);
+    terminateChildren(KOV_ERR_CANCELLED);
+    if (!watching.isDeleted())
+        Q_EMIT q->taskFinished(outcome);
+    for (const CSlotInfo &slot : slotsToCall)
+        CTaskManager::callBack(slot, outcome, watching.isDeleted() ? nullptr : task);
+    if (!watching.isDeleted() && task && (managed || deleteWhenFinished))
+        task->deleteLater();
+}
+
+CAbstractTask::CAbstractTask(CTaskGenericId *id)
+    : d(new Private(this, id))
+{
+    Tasks::log(3, "Task %p created", address(this));
+}
+
+CAbstractTask::CAbstractTask(const QList<int> &subTasks, CTaskGenericId *id)
+    : CAbstractTask(id)
+{
+    d->steps = subTasks;
+    d->hasOwnList = true;
+}
+
+CAbstractTask::~CAbstractTask()
+{
+    Tasks::log(3, "Task %p destroyed", address(this));
+    if (isRunning()) {
+        // The derived part is gone: a child that ends now must not enter its slots.
+        d->forEachChild([this](CAbstractTask *child) { disconnect(child, nullptr, this, nullptr); });
+        d->close(KOV_ERR_CANCELLED, nullptr);
+    }
+    d->detachFromParent();
+    d->children.forEach([](Private *child) {
+        child->parent = nullptr;
+        return true;
+    });
+    Private::Watch::tellAll(d.get());
+}
+
+void CAbstractTask::execute()
+{
+    if (d->isCalledFromOtherThread("execute()"))
+        return;
+    if (thread() != CTaskManager::instance()->thread()) {
+        Tasks::log(0, "(!)Error: Task %p does not live on the task manager's thread, not executed",
+                   address(this));
+        return;
+    }
+    if (d->state != Private::Created) {
+        if (!d->terminating)
+            Tasks::log(0, "(!)Error: Task %p is executed a second time, ignored", address(this));
+        return;
+    }
+    d->state = Private::Running;
+    if (Tasks::isLogged(3))
+        Tasks::log(3, "Task %p is a %s of kind %s, executed", address(this), metaObject()->className(),
+                   qUtf8Printable(Tasks::typeName(type())));
+    CTaskManager::instance()->taskStarted(this);
+    d->schedule();
+}
+
+bool CAbstractTask::isFinished() const
+{
+    return d->state == Private::Finished;
+}
+
+bool CAbstractTask::isRunning() const
+{
+    return d->state == Private::Running || d->state == Private::Finishing;
+}
+
+bool CAbstractTask::isPaused() const
+{
+    return d->paused;
+}
+
+KOV_RESULT CAbstractTask::getResult() const
+{
+    return isFinished() ? d->result : KOV_SUCCESS;
+}
+
+void CAbstractTask::setOption(Option option, bool on)
+{
+    if (option != DeleteWhenFinished)
+        return;
+    d->deleteWhenFinished = on;
+    if (on && isFinished())
+        deleteLater();
+}
+
+bool CAbstractTask::testOption(Option option) const
+{
+    return option == DeleteWhenFinished && d->deleteWhenFinished;
+}
+
+void CAbstractTask::setId(CTaskGenericId *id)
+{
+    std::unique_ptr<CTaskGenericId> given(id);
+    if (d->state == Private::Created)
+        d->id = std::move(given);
+    else
+        Tasks::log(0, "(!)Error: Task %p was executed, its identifier stays", address(this));
+}
+
+QString CAbstractTask::subTaskToString(int subTask) const
+{
+    const StepTable::Step *step = d->stepTable().find(subTask);
+    return step ? QString::fromLatin1(step->key) : QString::number(subTask);
+}
+
+unsigned CAbstractTask::type() const
+{
+    return d->id ? d->id->type() : 0;
+}
+
+const CTaskGenericId *CAbstractTask::id() const
+{
+    return d->id.get();
+}
+
+void CAbstractTask::terminate(int result)
+{
+    if (d->isCalledFromOtherThread("terminate()") || d->terminating || d->state == Private::Finishing
+        || isFinished())
+        return;
+    d->terminating = true;
+    d->terminationResult = result;
+    if (d->state == Private::Created)
+        d->end(result);
+    else if (!d->inStep)
+        d->endTerminated();
+}
+
+void CAbstractTask::bringToFront()
+{
+    d->forEachChild([](CAbstractTask *child) { child->bringToFront(); });
+}
+
+void CAbstractTask::pause()
+{
+    if (d->isCalledFromOtherThread("pause()") || d->paused || isFinished())
+        return;
+    d->paused = true;
+    const Private::Watch watching(d.get());
+    d->forEachChild([](CAbstractTask *child) { child->pause(); });
+    if (watching.isDeleted())
+        return;
+    if (d->state == Private::Running && d->isStepUnderWay())
+        pauseSubTask();
+}
+
+void CAbstractTask::resume()
+{
+    if (d->isCalledFromOtherThread("resume()") || !d->paused)
+        return;
+    d->paused = false;
+    const Private::Watch watching(d.get());
+    d->forEachChild([](CAbstractTask *child) { child->resume(); });
+    if (watching.isDeleted())
+        return;
+    if (d->state != Private::Running)
+        return;
+    d->schedule();
+    if (d->isStepUnderWay())
+        resumeSubTask();
+}
+
+QList<int> CAbstractTask::getDefaultSubTaskList() const
+{
+    return d->stepTable().order();
+}
+
+KOV_RESULT CAbstractTask::validateSubTask()
+{
+    return KOV_SUCCESS;
+}
+
+void CAbstractTask::finish(int result)
+{
+    if (d->isCalledFromOtherThread("finish()"))
+        return;
+    if (isFinished())
+        Tasks::log(1, "Task %p is finished a second time, ignored", address(this));
+    else
+        d->close(result, d->dying ? nullptr : this);
+}
+
+void CAbstractTask::pauseSubTask() { }
+
+void CAbstractTask::resumeSubTask() { }
+
+QList<int> CAbstractTask::getNonTerminatableSubTasks() const
+{
+    return {};
+}
+
+void CAbstractTask::subTaskCompleted(int result)
+{
+    if (d->isCalledFromOtherThread("subTaskCompleted()"))
+        return;
+    if (d->state != Private::Running) {
+        Tasks::log(3, "Task %p does not run, completion %.8X ignored", address(this), unsigned(result));
+        return;
+    }
+    if (!d->isStepUnderWay() || d->completed) {
+        Tasks::log(1, "Task %p: step %d is completed already, result %.8X ignored", address(this), d->current,
+                   unsigned(result));
+        return;
+    }
+    d->completed = true;
+    d->completion = result;
+    if (!d->inStep)
+        d->schedule();
+}
+
+KOV_RESULT CAbstractTask::performSubTask()
+{
+    const Private::Watch watching(d.get());
+    const KOV_RESULT validity = validateSubTask();
+    if (watching.isDeleted() || KOV_FAILED(validity) || d->state != Private::Running)
+        return validity;
+
+    const StepTable::Step *step = d->stepTable().find(d->current);
+    if (!step || step->method < 0) {
+        Tasks::log(0, "(!)Error: %s has no method that can run its step %s", metaObject()->className(),
+                   qUtf8Printable(subTaskToString(d->current)));
+        return KOV_ERR_FAILURE;
+    }
+    Tasks::log(4, "Task %p: step %s", address(this), step->key.constData());
+    // Called without QMetaMethod::invoke, which compares type names at every call: the table has checked them
+    // once.
+    KOV_RESULT result = KOV_ERR_FAILURE;
+    void *arguments[] = {&result};
+    qt_metacall(QMetaObject::InvokeMetaMethod, step->method, arguments);
+    return result;
+}
+
+void CAbstractTask::appendSubTask(int subTask)
+{
+    d->edit([this, subTask] { d->steps.append(subTask); });
+}
+
+void CAbstractTask::prependSubTask(int subTask)
+{
+    d->edit([this, subTask] { d->steps.insert(d->next, subTask); });
+}
+
+void CAbstractTask::insertAfterSubTask(int after, int subTask)
+{
+    d->edit([this, after, subTask] {
+        const int found = d->current == after && d->next > 0 ? d->next - 1 : d->steps.indexOf(after, d->next);
+        if (found < 0)
+            Tasks::log(1, "Task %p: there is no step %d to come, %d is put last", address(this), after,
+                       subTask);
+        d->steps.insert(found < 0 ? d->steps.size() : found + 1, subTask);
+    });
+}
+
+void CAbstractTask::clearSubTaskList()
+{
+    if (d->started) {
+        d->steps = d->steps.mid(0, d->next);
+        return;
+    }
+    d->hasOwnList = true;
+    d->steps.clear();
+    d->earlyEdits.clear();
+}
+
+int CAbstractTask::getCurrentSubTask() const
+{
+    return d->current;
+}
+
+QList<int> CAbstractTask::getRemainSubTasks() const
+{
+    return d->started ? d->steps.mid(d->next) : QList<int>();
+}
+
+void CAbstractTask::setWaitForSubTaskCompletion()
+{
+    if (d->inStep)
+        d->waiting = true;
+    else
+        Tasks::log(1, "Task %p runs no step that could wait", address(this));
+}
+
+void CAbstractTask::attachChildTask(CAbstractTask *child)
+{
+    if (!child || child == this || child->isFinished() || isFinished())
+        return;
+    child->d->detachFromParent();
+    child->d->parent = d.get();
+    d->children.append(child->d->childLink);
+}
+
+void CAbstractTask::endBeforeDestruction()
+{
+    if (isRunning() && d->state != Private::Finishing) {
+        d->dying = true;
+        d->end(KOV_ERR_CANCELLED);
+    }
+}

@@ -1,0 +1,194 @@
+#include "abstract_task/CSlotInfo.h"
+#include "abstract_task/Tasks.h"
+#include "kov_sdk/KovTypes.h"
+#include "tests/support/KovTest.h"
+
+#include <QThread>
+
+class Base : public QObject
+{
+    Q_OBJECT
+
+public:
+    enum Answer { No = 4, Yes = 5 };
+    Q_ENUM(Answer)
+    QString called;
+    QThread *thread = nullptr;
+
+    Q_INVOKABLE bool isGood(int n) { return note("isGood", n), n > 0; }
+
+Q_SIGNALS:
+    void relayed(int n);
+
+public Q_SLOTS:
+    virtual void onVirtual(int n) { note("base", n); }
+    void onInherited() { note("inherited", 0); }
+
+protected:
+    void note(const char *name, const QVariant &value)
+    {
+        called = QLatin1String(name) + QLatin1Char(' ') + value.toString();
+        thread = QThread::currentThread();
+    }
+};
+
+class Receiver : public Base
+{
+    Q_OBJECT
+
+public:
+    Receiver()
+    {
+        connect(this, &Base::relayed, this, [this](int n) { note("relayed", n); });
+    }
+
+public Q_SLOTS:
+    void onVirtual(int n) override { note("derived", n); }
+    void onInt(int n) { note("int", n); }
+    void onPair(KOV_RESULT n, Base *object)
+    {
+        note("pair", QString::number(n) + QLatin1Char(object ? '*' : '0'));
+    }
+    void onObject(int, QObject *object) { note("object", object == this); }
+    void onTimer(int, QTimer *) { note("timer", 0); }
+    void onText(int, Base *, const QString &text) { note("text", text); }
+    void onMap(int, Base *, const QMap<int, QString> &map) { note("map", map.value(1)); }
+    void onVariant(int, Base *, const QVariant &value) { note("variant", value); }
+    void onAnswer(Base::Answer answer) { note("answer", int(answer)); }
+    void onFour(int, Base *, QVariant, int) { note("four", 0); }
+
+private Q_SLOTS:
+    void onPrivate(KOV_RESULT n) { note("private", n); }
+    bool onVeto(KOV_RESULT n) { return note("veto", n), true; }
+};
+
+class tst_SlotInfo : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        Tasks::setLogFunction([](unsigned, const char *) {});
+    }
+    void calls_data();
+    void calls();
+    void enumerationArgument();
+    void answerOnlyWhereOneIsDeclared_data();
+    void answerOnlyWhereOneIsDeclared();
+    void receiverThatIsGone();
+    void otherThread();
+};
+
+/// Every slot is offered (7, the receiver, the variant).
+void tst_SlotInfo::calls_data()
+{
+    QTest::addColumn<QString>("slot");
+    QTest::addColumn<QVariant>("variant");
+    QTest::addColumn<QString>("called");
+
+    const auto row = [](const char *slot, const char *called, const QVariant &variant = QVariant()) {
+        QTest::newRow(slot) << QString::fromLatin1(slot) << variant << QString::fromLatin1(called);
+    };
+    row("1onPair(KOV_RESULT, Base*)", "pair 7*");
+    row(" onPair( KOV_RESULT ,Base * ) ", "pair 7*");
+    row("1onPair(int,Base*)", "pair 7*");
+    row("onInt(KOV_RESULT)", "int 7");
+    row("1onInherited()", "inherited 0");
+    row("1onVirtual(int)", "derived 7");
+    row("1onPrivate(KOV_RESULT)", "private 7");
+    row("1isGood(int)", "isGood 7");
+    row("2relayed(int)", "relayed 7");
+    row("1onObject(int, QObject*)", "object true");
+    row("1onVariant(int,Base*,const QVariant&)", "variant raw", QStringLiteral("raw"));
+    row("1onText(int,Base*,QString)", "text 12", 12);
+    row("1onMap(int, Base*, QMap<int, QString>)", "map one",
+        QVariant::fromValue(QMap<int, QString>{{1, QStringLiteral("one")}}));
+
+    row("1onMap(int, Base*, const QMap<int, QString>&)", "", 5);
+    row("1onText(int, Base*, const QString&)", "");
+    row("1onTimer(int, QTimer*)", "");
+    row("1onText(QString)", "");
+    row("1onAnswer(Base::Answer)", "");
+    row("1onFour(int,Base*,QVariant,int)", "");
+    row("1onMissing(int)", "");
+    row("onInt", "");
+    row("1(", "");
+    row("1", "");
+    row("", "");
+}
+
+void tst_SlotInfo::calls()
+{
+    QFETCH(QString, slot);
+    QFETCH(QVariant, variant);
+    QFETCH(QString, called);
+    qRegisterMetaType<QMap<int, QString>>("QMap<int,QString>");
+    Receiver receiver;
+    Base *object = &receiver;
+    QCOMPARE(CSlotInfo(&receiver, slot).invoke(KOV_RESULT(7), object, variant), !called.isEmpty());
+    QCOMPARE(receiver.called, called);
+}
+
+void tst_SlotInfo::enumerationArgument()
+{
+    Receiver receiver;
+    QVERIFY(CSlotInfo(&receiver, SLOT(onAnswer(Base::Answer))).invoke(Base::Yes));
+    QCOMPARE(receiver.called, QStringLiteral("answer 5"));
+    // An enumeration is no number: the codes of two question kinds would be mixed up unnoticed.
+    QVERIFY(!CSlotInfo(&receiver, SLOT(onInt(int))).invoke(Base::Yes));
+}
+
+void tst_SlotInfo::answerOnlyWhereOneIsDeclared_data()
+{
+    QTest::addColumn<QString>("slot");
+    QTest::addColumn<bool>("valid");
+    QTest::newRow("bool slot") << QStringLiteral("1onVeto(KOV_RESULT)") << true;
+    QTest::newRow("void slot") << QStringLiteral("1onInt(int)") << false;
+}
+
+void tst_SlotInfo::answerOnlyWhereOneIsDeclared()
+{
+    QFETCH(QString, slot);
+    QFETCH(bool, valid);
+    Receiver receiver;
+    bool answer = false;
+    QCOMPARE(CSlotInfo(&receiver, slot).invokeForBool(&answer, KOV_RESULT(3)), valid);
+    QCOMPARE(answer, valid);
+    QCOMPARE(receiver.called.isEmpty(), !valid);
+}
+
+void tst_SlotInfo::receiverThatIsGone()
+{
+    auto receiver = std::make_unique<Receiver>();
+    const CSlotInfo slot(receiver.get(), SLOT(onInherited()), 5, true);
+    receiver.reset();
+    QVERIFY(!slot.invoke(1));
+    QVERIFY(!slot.isEmpty());
+    QVERIFY(CSlotInfo().isEmpty());
+}
+
+void tst_SlotInfo::otherThread()
+{
+    QThread thread;
+    Receiver receiver;
+    receiver.moveToThread(&thread);
+    const CSlotInfo slot(&receiver, SLOT(onText(int, Base *, QString)));
+    bool answer = false;
+    QVERIFY(!CSlotInfo(&receiver, SLOT(onVeto(KOV_RESULT))).invokeForBool(&answer, KOV_RESULT(1)));
+    {
+        // The value has to outlive this scope in the queue, converted.
+        const QVariant value(77);
+        QVERIFY(slot.invoke(KOV_RESULT(1), static_cast<Base *>(nullptr), value));
+    }
+    QCOMPARE(receiver.called, QString());
+    QMetaObject::invokeMethod(
+        &receiver, [&thread] { thread.quit(); }, Qt::QueuedConnection);
+    thread.start();
+    QVERIFY(thread.wait(10000));
+    QCOMPARE(receiver.called, QStringLiteral("text 77"));
+    QCOMPARE(receiver.thread, &thread);
+}
+
+KOV_TEST_MAIN(QCoreApplication, tst_SlotInfo)
+#include "tst_slot_info.moc"
