@@ -16,6 +16,9 @@
 
 #include <QApplication>
 #include <QScopedValueRollback>
+#include <QSet>
+
+#include <algorithm>
 
 using Messaging::ButtonID;
 using Messaging::ButtonNone;
@@ -32,17 +35,16 @@ CMessageDataProvider &provider()
     return policyOrDefault<CMessageDataProvider>();
 }
 
-/// The last children first: windows come after the widgets that the parent began with.
-bool carriesMessageWindow(const QObject *parent)
+/// Whether the object is an open message window or has one among its descendants.
+bool holdsMessageWindow(const QObject *object)
 {
-    const QObjectList &children = parent->children();
-    for (auto child = children.crbegin(); child != children.crend(); ++child) {
-        const auto *box = qobject_cast<const CMessageBoxWndBase *>(*child);
-        // A hidden box has been answered and is about to go.
-        if ((box && !box->isHidden()) || carriesMessageWindow(*child))
-            return true;
-    }
-    return false;
+    const auto *box = qobject_cast<const CMessageBoxWndBase *>(object);
+    // A hidden box has been answered and is about to go.
+    if (box && !box->isHidden())
+        return true;
+    // The last first: windows come after the widgets that their parent began with.
+    const QObjectList &children = object->children();
+    return std::any_of(children.crbegin(), children.crend(), holdsMessageWindow);
 }
 
 void invokeSkipped(const CMessageInfo &message)
@@ -71,16 +73,16 @@ public:
     int presentWindow(CMessageInfo *message, CMessageBoxWndBase *window, const QWidget *parent);
     void skip(CMessageInfo *message);
     void finish(CMessageInfo *message, ButtonID answer);
-    bool parentIsGone(const QString &uuid) const;
+    void endShown(const QString &uuid, ButtonID answer, bool doNotShowAgain, bool later);
 
     CMessageProcessor *const q;
     unsigned options = NoOptions;
     MessageBook suspended;
     MessageBook shown;
     MessageBook shownOnce;
-    /// The parents of open windows that have one.
-    QHash<QString, QPointer<QWidget>> parents;
-    /// While a window is destroyed together with its parent, no new one may open on what is left of it.
+    /// The windows that ended as dialogs do, and were not just destroyed.
+    QSet<QString> finished;
+    /// A window that is destroyed may go with its parent: no new one may open on what is left of that.
     bool drainLater = false;
 };
 
@@ -97,7 +99,8 @@ MessageRules::ParentState CMessageProcessor::Private::parentState(const CMessage
     const QWidget *parent = findParent(message, useActive);
     if (!parent)
         return MessageRules::NoParent;
-    return carriesMessageWindow(parent->window()) ? MessageRules::OccupiedParent : MessageRules::FreeParent;
+    // The parent may be a message window itself: a modal one is what carries further messages.
+    return holdsMessageWindow(parent->window()) ? MessageRules::OccupiedParent : MessageRules::FreeParent;
 }
 
 MessageRules::Verdict CMessageProcessor::Private::decide(const CMessageInfo &message) const
@@ -127,10 +130,11 @@ void CMessageProcessor::Private::connectWindow(CMessageBoxWndBase *window, const
 {
     connect(window, &CMessageBoxWndBase::beforeMessageDestroyed, q, &CMessageProcessor::handleMessageClose);
     connect(window, &CMessageBoxWndBase::anchorClicked, q, &CMessageProcessor::handleMessageAnchorClicked);
+    connect(window, &QDialog::finished, q, [this, uuid] { finished.insert(uuid); });
     // A window of a host's own may go without a word; its message may not.
     connect(window, &QObject::destroyed, q, [this, uuid] {
         if (shown.find(uuid))
-            q->handleMessageClose(uuid, ButtonNone, false);
+            endShown(uuid, ButtonNone, false, true);
     });
 }
 
@@ -171,9 +175,25 @@ void CMessageProcessor::Private::finish(CMessageInfo *message, ButtonID answer)
     delete guard;
 }
 
-bool CMessageProcessor::Private::parentIsGone(const QString &uuid) const
+void CMessageProcessor::Private::endShown(const QString &uuid, ButtonID answer, bool doNotShowAgain,
+                                          bool later)
 {
-    return parents.contains(uuid) && !parents.value(uuid);
+    const QPointer<CMessageInfo> message(shown.find(uuid));
+    if (!message) {
+        KOV_LOG_TAG(Tag, 0, "(!)Error: can't get message info to process queue.");
+        return;
+    }
+    const QScopedValueRollback<bool> rollback(drainLater, later);
+    const MessageData data = message->data();
+    if (doNotShowAgain)
+        MessageUtils::setMessageHidden(data.code, answer);
+    if (answer != ButtonNone && provider().isNotificationMessage(data.code))
+        Q_EMIT q->notificationClicked(data.code);
+    Q_EMIT q->messageClosed(data, answer);
+    if (provider().isShowOnceForVmMessage(data.code))
+        MessageUtils::saveShowOnceForVmMessage(data);
+    if (message)
+        q->handleProcessedMessage(*message, answer);
 }
 
 CMessageProcessor::CMessageProcessor()
@@ -309,8 +329,6 @@ int CMessageProcessor::showMessage(CMessageInfo *message, bool useActive)
     }
 
     const QString uuid = message->uuid();
-    if (parent)
-        d->parents.insert(uuid, parent);
     d->connectWindow(window, uuid);
     const QPointer<CMessageBoxWndBase> windowGuard(window);
     const MessageData data = message->data();
@@ -416,7 +434,7 @@ void CMessageProcessor::postprocessMsgLogic(CMessageInfo &message, ButtonID answ
 {
     const bool wasShown = d->shown.remove(&message);
     d->suspended.remove(&message);
-    d->parents.remove(message.uuid());
+    d->finished.remove(message.uuid());
 
     const MessageData &data = message.data();
     if (data.spontaneous && data.type == KMT_QUESTION && message.closeListenerSlot().isEmpty())
@@ -455,22 +473,8 @@ int CMessageProcessor::queueLength(const QString &issuerId) const
 void CMessageProcessor::handleMessageClose(QString uuid, ButtonID answer, bool doNotShowAgain)
 {
     KOV_LOG_TAG(Tag, 3, "Handle message box deletion...");
-    const QPointer<CMessageInfo> message(d->shown.find(uuid));
-    if (!message) {
-        KOV_LOG_TAG(Tag, 0, "(!)Error: can't get message info to process queue.");
-        return;
-    }
-    const QScopedValueRollback<bool> rollback(d->drainLater, d->parentIsGone(uuid));
-    const MessageData data = message->data();
-    if (doNotShowAgain)
-        MessageUtils::setMessageHidden(data.code, answer);
-    if (answer != ButtonNone && provider().isNotificationMessage(data.code))
-        Q_EMIT notificationClicked(data.code);
-    Q_EMIT messageClosed(data, answer);
-    if (provider().isShowOnceForVmMessage(data.code))
-        MessageUtils::saveShowOnceForVmMessage(data);
-    if (message)
-        handleProcessedMessage(*message, answer);
+    const bool destroyed = !d->finished.remove(uuid) && sender();
+    d->endShown(uuid, answer, doNotShowAgain, destroyed);
 }
 
 void CMessageProcessor::handleMessageAnchorClicked(const QString &uuid, const QUrl &url)

@@ -44,6 +44,18 @@ KOV_RESULT readText(QString *text, uint32_t size, Fill fill)
     return result;
 }
 
+QString describe(int code, bool brief, bool formatted)
+{
+    QString text;
+    const KOV_RESULT result
+        = readText(&text, brief ? BriefTextSize : FullTextSize, [=](char *buffer, uint32_t *size) {
+              return KovApi_GetResultDescription(code, brief, formatted, buffer, size);
+          });
+    if (KOV_FAILED(result))
+        KOV_LOG(0, "(!)Error while retrieving result description. RC = %.8X", unsigned(result));
+    return text;
+}
+
 /// The answer that a parameter of this name stands for; 0 for none.
 ButtonID choiceOfParameter(const QString &name)
 {
@@ -71,8 +83,9 @@ KOV_RESULT readChoice(const t_SdkHandleWrap &event, uint32_t index, Messaging::B
     result = KovEvtPrm_ToInt32(param, &code);
     if (KOV_FAILED(result))
         return result;
-    QString text = MessageUtils::getMessageString(code, true);
-    // A button without a text is not shown, and the question could not be answered.
+    // A button shows no markup, so it takes the bare text.
+    QString text = describe(code, true, false);
+    // One without a text is not shown, and the question could not be answered.
     if (text.isEmpty())
         text = QCoreApplication::translate("MessageUtils", "Answer %1").arg(button);
     const auto role = button == Messaging::Button1 ? QMessageBox::AcceptRole : QMessageBox::RejectRole;
@@ -91,14 +104,7 @@ namespace MessageUtils {
 
 QString getMessageString(int code, bool brief)
 {
-    QString text;
-    const KOV_RESULT result
-        = readText(&text, brief ? BriefTextSize : FullTextSize, [=](char *buffer, uint32_t *size) {
-              return KovApi_GetResultDescription(code, brief, true, buffer, size);
-          });
-    if (KOV_FAILED(result))
-        KOV_LOG(0, "(!)Error while retrieving result description. RC = %.8X", unsigned(result));
-    return text;
+    return describe(code, brief, true);
 }
 
 QString getMessageString(const t_SdkHandleWrap &event, bool brief)
