@@ -2,8 +2,9 @@
 
 #include "gui/log/Log.h"
 
-#include <QByteArray>
 #include <QByteArrayList>
+
+#include <algorithm>
 
 /// Keeps the records of the log, up to verbosity 2, while it lives. One at a time.
 class LogCapture
@@ -16,18 +17,12 @@ public:
         KovGui::setLogOutputFunction(
             [](const char *record, std::size_t length) { records() << QByteArray(record, int(length)); });
     }
-    ~LogCapture()
-    {
-        KovGui::setLogOutputFunction(nullptr);
-        KovGui::setLogVerbosity(1);
-    }
+    ~LogCapture() { KovGui::setLogOutputFunction(nullptr); }
 
     int count(const char *part) const
     {
-        int found = 0;
-        for (const QByteArray &record : qAsConst(records()))
-            found += record.contains(part) ? 1 : 0;
-        return found;
+        return int(std::count_if(records().cbegin(), records().cend(),
+                                 [part](const QByteArray &record) { return record.contains(part); }));
     }
     QByteArray all() const { return records().join(); }
 

@@ -20,7 +20,7 @@ private Q_SLOTS:
     void version();
     void storedLayout();
     void compareVersions();
-    void policy();
+    void serverPolicy();
     void bookkeepingKeys();
     void installRequestOfAnotherBuild();
     void skippedUpdates();
@@ -157,7 +157,7 @@ void tst_UpdateRecord::compareVersions()
     QVERIFY(CAppVersion().isNull() && !CAppVersion(0, 0, 0, 1).isNull());
 }
 
-void tst_UpdateRecord::policy()
+void tst_UpdateRecord::serverPolicy()
 {
     using namespace CustomUpdateServerInfo;
     QCOMPARE(policy(), TessarineServer);
