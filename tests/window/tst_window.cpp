@@ -39,6 +39,7 @@ private Q_SLOTS:
 
 void tst_Window::initTestCase()
 {
+    ignoreSizeHintWarnings();
     KovGui::setLogOutputFunction([](const char *, std::size_t) {});
     QLocale::setDefault(QLocale(QStringLiteral("de_DE")));
 }
