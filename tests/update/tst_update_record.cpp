@@ -21,8 +21,7 @@ private Q_SLOTS:
     void storedLayout();
     void compareVersions();
     void serverPolicy();
-    void bookkeepingKeys();
-    void installRequestOfAnotherBuild();
+    void startRequests();
     void skippedUpdates();
     void datesInLocalesWithOwnDigits();
 
@@ -120,14 +119,16 @@ void tst_UpdateRecord::storedLayout()
     info.download.md5 = QStringLiteral("abc");
     info.download.size = Q_INT64_C(5120000000);
     info.store();
-    QCOMPARE(QSettings().allKeys().size(), 7);
-    QCOMPARE(stored("ProductUpdate/MajorUpgrade/TransactionId").toString(), info.transactionId);
-    QCOMPARE(stored("ProductUpdate/MajorUpgrade/PurchaseUrl").toString(), info.purchaseUrl);
-    QCOMPARE(stored("ProductUpdate/MajorUpgrade/UpdateDescription").toString(), info.updateDescription);
-    QCOMPARE(stored("ProductUpdate/MajorUpgrade/DownloadUrl").toString(), info.download.url);
-    QCOMPARE(stored("ProductUpdate/MajorUpgrade/DestinationFolder").toString(), QStringLiteral("/d"));
-    QCOMPARE(stored("ProductUpdate/MajorUpgrade/UpdateMD5").toString(), info.download.md5);
-    QCOMPARE(stored("ProductUpdate/MajorUpgrade/UpdateSize").toLongLong(), info.download.size);
+    const QPair<const char *, QVariant> keys[] = {{"TransactionId", info.transactionId},
+                                                  {"PurchaseUrl", info.purchaseUrl},
+                                                  {"DownloadUrl", info.download.url},
+                                                  {"UpdateDescription", info.updateDescription},
+                                                  {"DestinationFolder", info.download.destinationDirectory},
+                                                  {"UpdateMD5", info.download.md5},
+                                                  {"UpdateSize", QString::number(info.download.size)}};
+    for (const auto &[key, value] : keys)
+        QCOMPARE(QSettings().value(text("ProductUpdate/MajorUpgrade/") + text(key)).toString(),
+                 value.toString());
 
     CProductUpdateInfo read(static_cast<CProductUpdateInfo::UpdateType>(7));
     read.transactionId = QStringLiteral("left from before");
@@ -173,40 +174,31 @@ void tst_UpdateRecord::serverPolicy()
     }
 }
 
-void tst_UpdateRecord::bookkeepingKeys()
+void tst_UpdateRecord::startRequests()
 {
     using namespace UpgradeUtils;
     setDownloadingUpdateInBackground(true);
-    QCOMPARE(stored("User Preferences/Update/CheckInBackgroundStarted"), QVariant(true));
+    QVERIFY(stored("User Preferences/Update/CheckInBackgroundStarted").toBool()
+            && isDownloadingUpdateInBackground());
     setNeedToCheckUpdateOnAppStart(true);
-    QCOMPARE(stored("ProductUpdate/CheckUpdateOnStart"), QVariant(true));
-    QVERIFY(isDownloadingUpdateInBackground() && isNeedToCheckUpdateOnAppStart());
+    QVERIFY(stored("ProductUpdate/CheckUpdateOnStart").toBool() && isNeedToCheckUpdateOnAppStart());
     setNeedToCheckUpdateOnAppStart(false);
     QVERIFY(!QSettings().contains(QStringLiteral("ProductUpdate/CheckUpdateOnStart")));
 
-    setNeedToInstallUpdateOnAppStart(true, 1, true);
-    QCOMPARE(stored("ProductUpdate/UpdateTypeToInstallOnStart"), QVariant(1));
+    int type = 5;
+    QVERIFY(!isNeedToInstallUpdateOnAppStart(&type) && type == -1);
+    setNeedToInstallUpdateOnAppStart(true, 0, true);
+    QCOMPARE(stored("ProductUpdate/UpdateTypeToInstallOnStart"), QVariant(0));
     QCOMPARE(stored("ProductUpdate/ConfirmInstall"), QVariant(true));
     QCOMPARE(stored("ProductUpdate/UpdateFromVersion").toString(), QStringLiteral("3.1.4-31301"));
+    QVERIFY(isNeedToInstallUpdateOnAppStart(&type) && type == 0);
+    setUpdatesRestricted(true);
+    QVERIFY(!isNeedToInstallUpdateOnAppStart());
+    setUpdatesRestricted(false);
+    QSettings().setValue(QStringLiteral("ProductUpdate/UpdateFromVersion"), QStringLiteral("3.1.4-31300"));
+    QVERIFY(!isNeedToInstallUpdateOnAppStart(&type) && type == -1);
     setNeedToInstallUpdateOnAppStart(false, 1, true);
     QCOMPARE(stored("ProductUpdate/UpdateTypeToInstallOnStart"), QVariant(-1));
-    QCOMPARE(stored("ProductUpdate/UpdateFromVersion").toString(), QString());
-}
-
-void tst_UpdateRecord::installRequestOfAnotherBuild()
-{
-    int type = 5;
-    QVERIFY(!UpgradeUtils::isNeedToInstallUpdateOnAppStart(&type));
-    QCOMPARE(type, -1);
-    UpgradeUtils::setNeedToInstallUpdateOnAppStart(true, 0, false);
-    QVERIFY(UpgradeUtils::isNeedToInstallUpdateOnAppStart(&type));
-    QCOMPARE(type, 0);
-    UpgradeUtils::setUpdatesRestricted(true);
-    QVERIFY(!UpgradeUtils::isNeedToInstallUpdateOnAppStart());
-    UpgradeUtils::setUpdatesRestricted(false);
-    QSettings().setValue(QStringLiteral("ProductUpdate/UpdateFromVersion"), QStringLiteral("3.1.4-31300"));
-    QVERIFY(!UpgradeUtils::isNeedToInstallUpdateOnAppStart(&type));
-    QCOMPARE(type, -1);
 }
 
 void tst_UpdateRecord::skippedUpdates()
