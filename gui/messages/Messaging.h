@@ -53,13 +53,15 @@ private:
 class KOVGUI_EXPORT MessageData
 {
 public:
+    /// An empty record of code 0.
+    MessageData() = default;
     /// Fills type, flags, caption, default answer and details action from the code; texts and answers stay empty.
     explicit MessageData(int code);
 
     /// Writes the record to the log, at verbosity 1. Foreign text is escaped.
     void dump() const;
 
-    KOV_RESULT code;
+    KOV_RESULT code = KOV_SUCCESS;
     QString issuerId;
     _KOV_MESSAGE_TYPE_ENUM type = KMT_UNKNOWN;
     /// The first, bold text, and the second, explanatory one.
