@@ -4,6 +4,12 @@
 #include "gui/GUI.h"
 #include "gui/KovVersion.h"
 #include "gui/log/Log.h"
+#include "gui/messages/CMessageBoxBuilder.h"
+#include "gui/messages/CMessageDataProvider.h"
+#include "gui/messages/CMessageProcessor.h"
+#include "gui/messages/CSearchParentHelper.h"
+#include "gui/update/CTaskCheckForProductUpdate.h"
+#include "gui/update/UpdateTypes_p.h"
 #include "kov_sdk/KovSdk.h"
 
 #include <QCoreApplication>
@@ -59,8 +65,27 @@ void initDirectories(_KOV_APPLICATION_MODE mode)
                 modeName(mode), isSandboxed() ? " (Sandbox)" : "", KOV_VERSION_TEXT, KOV_BUILD_DATE, "");
 }
 
+template <typename Class>
+void enter()
+{
+    const QMetaObject &metaObject = Class::staticMetaObject;
+    KovGui::staticMetaObjectHash()[QString::fromLatin1(metaObject.className())] = &metaObject;
+}
+
 void fillRegistry()
 {
+    enter<CMessageDataProvider>();
+    enter<CMessageBoxBuilder>();
+    enter<CSearchParentHelper>();
+    enter<CMessageProcessor>();
+    enter<CTaskCheckForProductUpdate>();
+}
+
+void registerValueTypes()
+{
+    qRegisterMetaType<KOV_RESULT>("KOV_RESULT");
+    qRegisterMetaType<Messaging::ButtonID>("Messaging::ButtonID");
+    registerUpdateTypes();
 }
 
 void forwardLog(unsigned level, const char *text)
@@ -80,6 +105,7 @@ void init(_KOV_APPLICATION_MODE mode)
 
     initDirectories(mode);
     fillRegistry();
+    registerValueTypes();
     Tasks::setClassResolver([](const QString &className) { return staticMetaObjectHash().value(className); });
     Tasks::init(QMetaEnum::fromType<GUI::TaskTypes>());
 

@@ -79,7 +79,7 @@ LogPage::LogPage(QWidget *parent) : QWidget(parent)
 
 QString LogPage::filePath() const
 {
-    return QString::fromUtf8(KovGui::logFilePath().c_str());
+    return QString::fromUtf8(KovGui::logFilePath());
 }
 
 QString LogPage::shownText() const

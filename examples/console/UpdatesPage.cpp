@@ -1,11 +1,9 @@
 #include "examples/console/UpdatesPage.h"
 
-#include "abstract_task/CTaskManager.h"
 #include "examples/console/ConsoleMessages.h"
 #include "gui/KovGui.h"
 #include "gui/messages/CMessageManager.h"
 #include "gui/messages/MessageParams.h"
-#include "gui/tasks/TaskIds.h"
 #include "gui/update/CProductUpdateInfo.h"
 #include "gui/update/UpgradeUtils.h"
 
@@ -87,7 +85,7 @@ UpdatesPage::UpdatesPage(QWidget *parent)
     if (!m_site->start())
         report(m_site->errorText());
     showSiteState();
-    UpgradeUtils::setUpdateServerBase(m_site->baseUrl());
+    UpgradeUtils::setUpdateServerBase(m_site->baseUrl().toString());
 }
 
 UpdatesPage::~UpdatesPage()
@@ -114,24 +112,19 @@ void UpdatesPage::setUpdater(Updater updater)
 
 void UpdatesPage::check(CTaskCheckForProductUpdate::Options options)
 {
-    if (m_task) {
-        // One check at a time: asking for it in the foreground brings the running one there.
-        if (!(options & CTaskCheckForProductUpdate::CheckInBackground))
-            m_task->setCheckInBackground(false);
-        return;
-    }
-    m_task = new CTaskCheckForProductUpdate(options);
-    connect(m_task, &CAbstractTask::taskFinished, this, &UpdatesPage::onFinished);
-    report(m_task->isCheckInBackground() ? tr("Checking in the background…") : tr("Checking…"));
-    m_task->execute();
+    const bool joins = isChecking();
+    // One check at a time: asking for it in the foreground brings the running one there.
+    m_task = CTaskCheckForProductUpdate::start(
+        options, joins ? CSlotInfo() : CSlotInfo(this, "1onFinished(KOV_RESULT)"));
+    if (!joins)
+        report(m_task->isCheckInBackground() ? tr("Checking in the background…") : tr("Checking…"));
 }
 
 void UpdatesPage::onFinished(KOV_RESULT result)
 {
     m_lastResult = result;
-    CTaskCheckForProductUpdate *task = m_task;
-    m_task = nullptr;
-    if (const CProductUpdateInfo *update = task->getUpdateInfo()) {
+    const CProductUpdateInfo *update = m_task ? m_task->getUpdateInfo() : nullptr;
+    if (update) {
         showUpdate(*update);
     } else {
         m_found->setText(result == KOV_NO_UPDATE_AVAILABLE ? tr("The console is up to date.")
@@ -140,7 +133,7 @@ void UpdatesPage::onFinished(KOV_RESULT result)
                    .arg(result < 0 ? QStringLiteral("0x%1").arg(uint(result), 8, 16, QLatin1Char('0'))
                                    : QString::number(result)));
     }
-    task->deleteLater();
+    m_task = nullptr;
 }
 
 void UpdatesPage::showUpdate(const CProductUpdateInfo &update)

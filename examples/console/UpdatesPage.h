@@ -30,7 +30,7 @@ public:
     KOV_RESULT lastResult() const { return m_lastResult; }
 
 private:
-    void onFinished(KOV_RESULT result);
+    Q_INVOKABLE void onFinished(KOV_RESULT result);
     Q_INVOKABLE void onUpdateAnswered();
     void showSiteState();
     void showUpdate(const CProductUpdateInfo &update);
