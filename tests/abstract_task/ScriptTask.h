@@ -19,9 +19,9 @@ inline QStringList &eventLog()
 
 /**
  * A task that does what a text says: "A: wait; B: return 5, append C". Operations are
- * wait, complete n, terminate n, finish n, return n, delete, execute, pause, resume, run (the event loop),
- * append X, prepend X, insert X Y (Y behind X), clear, child (nested, waits in its step A), child
- * <operation>.
+ * wait, complete n, terminate n, finish n, return n, delete, destroy (as a careful destructor does), execute,
+ * pause, resume, run (the event loop), append X, prepend X, insert X Y (Y behind X), clear, child (nested,
+ * waits in its step A), child <operation>.
  */
 class CTaskScripted : public CAbstractTask
 {
@@ -119,6 +119,7 @@ private:
             {QStringLiteral("terminate"), [&] { terminate(value); }},
             {QStringLiteral("finish"), [&] { finish(value); }},
             {QStringLiteral("delete"), [&] { delete this; }},
+            {QStringLiteral("destroy"), [&] { endBeforeDestruction(), delete this; }},
             {QStringLiteral("execute"), [&] { execute(); }},
             {QStringLiteral("pause"), [&] { pause(); }},
             {QStringLiteral("resume"), [&] { resume(); }},

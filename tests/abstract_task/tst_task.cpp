@@ -58,6 +58,7 @@ private Q_SLOTS:
     void managedCallbacks_data();
     void managedCallbacks();
     void receiverGoneBeforeTheEnd();
+    void managerGoesWithItsTasks();
     void findsOldestOfEqualTasks();
     void longChainsDoNotRecurse();
     void identifiers();
@@ -129,6 +130,8 @@ void tst_Task::script_data()
     row("finish twice", "", "execute, run, finish 1", "A|B|C|finish|finished 0|finish|warning");
     row("deleted in a step", "B: delete", "execute, run", "A|B|finished -2147483019");
     row("deleted while waiting", "B: wait", "execute, run, delete", "A|B|finished -2147483019");
+    row("destroyed with its own clean-up", "B: wait", "execute, run, destroy",
+        "A|B|finish|finished -2147483019");
     row("deleted before execute", "", "delete", "");
 
     row("edits in a step", "A: clear, append C, prepend B, insert A C", "execute, run",
@@ -233,6 +236,8 @@ void tst_Task::managedCallbacks_data()
     row("terminated", false, "terminate -9", "finish|finished -9|called -9 task|called -9 task");
     row("deleted while it runs", false, "delete",
         "finished -2147483019|called -2147483019 null|called -2147483019 null");
+    row("destroyed with its own clean-up", false, "destroy",
+        "finish|finished -2147483019|called -2147483019 null|called -2147483019 null");
     row("deleted by the first callback", true, "run", "A|B|C|finish|finished 0|called 0 task|called 0 null");
 }
 
@@ -258,6 +263,16 @@ void tst_Task::receiverGoneBeforeTheEnd()
     listener.reset();
     QCoreApplication::processEvents();
     QCOMPARE(eventLog().last(), QStringLiteral("finished 0"));
+}
+
+void tst_Task::managerGoesWithItsTasks()
+{
+    Listener listener;
+    CTaskManager::instance()->runTask(new CTaskGenericId(Kinds::TaskScripted), listener.slot(), true);
+    delete CTaskManager::instance();
+    QCOMPARE(eventLog().join(QLatin1Char('|')),
+             QStringLiteral("finished -2147483019|called -2147483019 null"));
+    QCOMPARE(CTaskScripted::instances(), 0);
 }
 
 void tst_Task::findsOldestOfEqualTasks()
