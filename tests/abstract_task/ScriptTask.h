@@ -126,6 +126,7 @@ private:
             {QStringLiteral("append"), [&] { appendSubTask(number(words.at(0))); }},
             {QStringLiteral("prepend"), [&] { prependSubTask(number(words.at(0))); }},
             {QStringLiteral("insert"), [&] { insertAfterSubTask(number(words.at(0)), number(words.at(1))); }},
+            {QStringLiteral("mark"), [&] { eventLog() << QStringLiteral("-"); }},
             {QStringLiteral("clear"), [&] { clearSubTaskList(); }},
             {QStringLiteral("child"), [&] { performOnChild(words); }},
         };
@@ -145,8 +146,10 @@ private:
         m_child = new CTaskScripted(QStringLiteral("A: wait; Locked: wait"), QStringLiteral("child "));
         m_child->setParent(this);
         m_child->setOption(DeleteWhenFinished, true);
-        connect(m_child, &CAbstractTask::taskFinished, this,
-                [this](int result) { subTaskCompleted(result); });
+        connect(m_child, &CAbstractTask::taskFinished, this, [this](int result) {
+            note(m_name, QStringLiteral("told"));
+            subTaskCompleted(result);
+        });
         attachChildTask(m_child);
         setWaitForSubTaskCompletion();
         m_child->execute();

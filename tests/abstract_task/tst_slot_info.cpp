@@ -107,6 +107,7 @@ void tst_SlotInfo::calls_data()
     row("1onMap(int, Base*, const QMap<int, QString>&)", "", 5);
     row("1onText(int, Base*, const QString&)", "");
     row("1onTimer(int, QTimer*)", "");
+    row("1onText(int,Base*,int)", "", 12);
     row("1onText(QString)", "");
     row("1onAnswer(Base::Answer)", "");
     row("1onFour(int,Base*,QVariant,int)", "");

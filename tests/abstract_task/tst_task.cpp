@@ -60,6 +60,7 @@ private Q_SLOTS:
     void receiverGoneBeforeTheEnd();
     void managerGoesWithItsTasks();
     void findsOldestOfEqualTasks();
+    void othersGoOnInAStepsEventLoop();
     void longChainsDoNotRecurse();
     void identifiers();
     void otherThreadIsRefused();
@@ -150,7 +151,7 @@ void tst_Task::script_data()
     row("terminate between completion and next step", "B: wait",
         "execute, run, complete 0, terminate -9, run", "A|B|finish|finished -9");
     row("locked step ends first", "A: clear, append Locked, append B; Locked: wait",
-        "execute, run, terminate -9, run, complete -1, run", "A|Locked|finish|finished -9");
+        "execute, run, terminate -9, run, mark, complete -1, run", "A|Locked|-|finish|finished -9");
     row("locked step fails by itself", "A: clear, append Locked; Locked: terminate -9, return -1",
         "execute, run", "A|Locked|finish|finished -9");
 
@@ -164,23 +165,23 @@ void tst_Task::script_data()
     row("step with an event loop", "A: run, complete 0, resume, run", "execute, pause, resume, run", all);
 
     row("child completes", "B: child", "execute, run, run, child complete 5, run, run, run",
-        "A|B|child A|child B|child C|child finish|child finished 5|C|finish|finished 5");
+        "A|B|child A|child B|child C|child finish|child finished 5|told|C|finish|finished 5");
     row("terminate reaches the child", "B: child", "execute, run, run, terminate -9, run",
-        "A|B|child A|child finish|child finished -9|finish|finished -9");
+        "A|B|child A|child finish|child finished -9|told|finish|finished -9");
     row("terminate waits for the child's locked step", "B: child",
         "execute, run, run, child clear, child append Locked, child complete 0, run, terminate -9, run, "
-        "child complete 0, run, run",
-        "A|B|child A|child Locked|child finish|child finished -9|finish|finished -9");
+        "mark, child complete 0, run, run",
+        "A|B|child A|child Locked|-|child finish|child finished -9|told|finish|finished -9");
     row("finish terminates the child", "B: child", "execute, run, run, finish 1, run",
-        "A|B|child A|finish|child finish|child finished -2147483019|finished 1");
+        "A|B|child A|finish|child finish|child finished -2147483019|told|finished 1");
     row("child deleted", "B: child", "execute, run, run, child delete, run",
-        "A|B|child A|child finished -2147483019|finish|finished -2147483019");
+        "A|B|child A|child finished -2147483019|told|finish|finished -2147483019");
     row("deleted with its child", "B: child", "execute, run, run, delete",
         "A|B|child A|child finish|child finished -2147483019|finished -2147483019");
     row("pause reaches the child", "B: child",
         "execute, run, run, pause, child complete 0, run, resume, run, run, run",
         "A|B|child A|child pause|pause|resume|child B|child C|child finish|child finished "
-        "0|C|finish|finished 0");
+        "0|told|C|finish|finished 0");
 }
 
 void tst_Task::script()
@@ -297,6 +298,17 @@ void tst_Task::findsOldestOfEqualTasks()
     QVERIFY(!manager->getTaskById(id));
 }
 
+void tst_Task::othersGoOnInAStepsEventLoop()
+{
+    CTaskScripted first(QStringLiteral("A: run"), QStringLiteral("1 "));
+    CTaskScripted second(QString(), QStringLiteral("2 "));
+    first.execute();
+    second.execute();
+    QCoreApplication::processEvents();
+    QCOMPARE(eventLog().join(QLatin1Char('|')),
+             QStringLiteral("1 A|2 A|2 B|2 C|2 finish|2 finished 0|1 B|1 C|1 finish|1 finished 0"));
+}
+
 void tst_Task::longChainsDoNotRecurse()
 {
     int left = 5000;
@@ -333,13 +345,18 @@ void tst_Task::identifiers()
                                             id(flag, QUrl(QStringLiteral("1"))),
                                             id(flag, false),
                                             id(QStringLiteral("other"), true),
+                                            id(flag, 1.5),
+                                            id(flag, 2.5),
                                             CTaskGenericId(Kinds::TaskScripted)};
     QSet<CAbstractTask *> tasks;
     for (const CTaskGenericId &one : different)
         tasks.insert(manager->runTask(new CTaskGenericId(one), CSlotInfo(), true));
     QCOMPARE(tasks.size(), different.size());
-    for (const CTaskGenericId &one : different)
-        QVERIFY(*manager->getTaskById(one)->id() == one);
+    for (int i = 0; i < different.size(); ++i) {
+        QVERIFY(*manager->getTaskById(different.at(i))->id() == different.at(i));
+        for (int j = 0; j < i; ++j)
+            QVERIFY(different.at(i) != different.at(j));
+    }
     QCoreApplication::processEvents();
 }
 
