@@ -17,8 +17,8 @@ QObject *createRegistered(const char *key, const QMetaObject &base, QGenericArgu
     }
     QObject *object = metaObject->newInstance(argument);
     if (!object) {
-        KOV_LOG(0, "(!)Error: %s, registered for %s, has no invokable constructor (%s).", metaObject->className(), key,
-                argument.name() ? argument.name() : "");
+        KOV_LOG(0, "(!)Error: %s, registered for %s, has no invokable constructor (%s).",
+                metaObject->className(), key, argument.name() ? argument.name() : "");
         return nullptr;
     }
     if (!base.cast(object)) {

@@ -35,14 +35,22 @@ ProcessState &state()
 const char *modeName(int mode)
 {
     switch (mode) {
-    case KAM_CONSOLE: return "CONSOLE";
-    case KAM_SERVER: return "SERVER";
-    case KAM_AGENT: return "AGENT";
-    case KAM_WORKSTATION: return "WORKSTATION";
-    case KAM_PLAYER: return "PLAYER";
-    case KAM_SERVER_TOOLS: return "SERVER_TOOLS";
-    case KAM_MOBILE: return "MOBILE";
-    default: return "UNKNOWN";
+    case KAM_CONSOLE:
+        return "CONSOLE";
+    case KAM_SERVER:
+        return "SERVER";
+    case KAM_AGENT:
+        return "AGENT";
+    case KAM_WORKSTATION:
+        return "WORKSTATION";
+    case KAM_PLAYER:
+        return "PLAYER";
+    case KAM_SERVER_TOOLS:
+        return "SERVER_TOOLS";
+    case KAM_MOBILE:
+        return "MOBILE";
+    default:
+        return "UNKNOWN";
     }
 }
 
@@ -55,14 +63,16 @@ void initDirectories(_KOV_APPLICATION_MODE mode)
 {
     if (state().initialised) {
         KovGui::log("", "cmn_utils", 0,
-                    "Error: TessarineDirs::Init( %d ) is already called!  This call will be ignored.", int(mode));
+                    "Error: TessarineDirs::Init( %d ) is already called!  This call will be ignored.",
+                    int(mode));
         return;
     }
     state().initialised = true;
     state().mode = mode;
     KovGui::log("", "cmn_utils", 0,
-                "TessarineDirs::Init( ) was called. Current app mode = %d ( %s )%s build version: %s %s%s", int(mode),
-                modeName(mode), isSandboxed() ? " (Sandbox)" : "", KOV_VERSION_TEXT, KOV_BUILD_DATE, "");
+                "TessarineDirs::Init( ) was called. Current app mode = %d ( %s )%s build version: %s %s%s",
+                int(mode), modeName(mode), isSandboxed() ? " (Sandbox)" : "", KOV_VERSION_TEXT,
+                KOV_BUILD_DATE, "");
 }
 
 template <typename Class>
@@ -100,7 +110,7 @@ namespace KovGui {
 void init(_KOV_APPLICATION_MODE mode)
 {
     // First, so that whatever the steps below report is in the log.
-    Tasks::setLogFunction(forwardLog);
+    Tasks::setLogFunction(forwardLog, KovGui::logVerbosity);
     KovApi_SetLogFunction(forwardLog);
 
     initDirectories(mode);
@@ -130,7 +140,8 @@ void setAppGuiName(const QString &name)
     state().guiName = name;
 }
 
-void setUpdaterFilePathAndUpdateMode(const QString &filePath, const QString &updateMode, const QString &modeKey)
+void setUpdaterFilePathAndUpdateMode(const QString &filePath, const QString &updateMode,
+                                     const QString &modeKey)
 {
     state().updaters[modeKey] = filePath;
     state().updateMode = updateMode;

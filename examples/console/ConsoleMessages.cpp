@@ -23,7 +23,8 @@ Messaging::ButtonsMap ConsoleMessageProvider::getButtonsMap(int code)
     case RestartSoon:
         return {{Messaging::Button1, {tr("&Restart Now"), QMessageBox::AcceptRole}},
                 {Messaging::Button2, {tr("&Later"), QMessageBox::RejectRole}}};
-    default: return CMessageDataProvider::getButtonsMap(code);
+    default:
+        return CMessageDataProvider::getButtonsMap(code);
     }
 }
 

@@ -10,7 +10,8 @@
 #include <QListWidget>
 #include <QStackedWidget>
 
-ConsoleWindow::ConsoleWindow(QWidget *parent) : QMainWindow(parent)
+ConsoleWindow::ConsoleWindow(QWidget *parent)
+    : QMainWindow(parent)
 {
     setWindowTitle(KovGui::getAppGuiName());
     // The messages of this window's machine find their parent by it.

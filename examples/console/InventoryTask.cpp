@@ -4,7 +4,9 @@
 #include <QSaveFile>
 #include <QTimer>
 
-InventoryTask::InventoryTask(const QString &folder) : m_folder(folder) {}
+InventoryTask::InventoryTask(const QString &folder)
+    : m_folder(folder)
+{ }
 
 unsigned InventoryTask::type() const
 {

@@ -21,7 +21,8 @@ constexpr qint64 MostBytesShown = 64 * 1024;
 
 } // namespace
 
-LogPage::LogPage(QWidget *parent) : QWidget(parent)
+LogPage::LogPage(QWidget *parent)
+    : QWidget(parent)
 {
     auto *heading = new QLabel(tr("Log"), this);
     QFont font = heading->font();

@@ -26,7 +26,8 @@ QString issuer()
 
 } // namespace
 
-MessagesPage::MessagesPage(QWidget *parent) : ConsolePage(tr("Messages"), parent)
+MessagesPage::MessagesPage(QWidget *parent)
+    : ConsolePage(tr("Messages"), parent)
 {
     m_list = new QListWidget(area());
     m_list->setObjectName(QStringLiteral("messages"));
@@ -54,7 +55,8 @@ MessagesPage::MessagesPage(QWidget *parent) : ConsolePage(tr("Messages"), parent
     };
     auto *showButton = addButton(tr("&Show"), "showMessage",
                                  [this] { show(m_list->currentItem()->data(Qt::UserRole).toInt()); });
-    auto *repeat = addButton(tr("&Three Errors of One Machine"), "threeErrors", [this] { showFromOneMachine(); });
+    auto *repeat
+        = addButton(tr("&Three Errors of One Machine"), "threeErrors", [this] { showFromOneMachine(); });
     repeat->setToolTip(tr("Two are equal: one of them is merged, the third waits until the first is closed"));
     auto *event = addButton(tr("&Ask Through an Event"), "askThroughEvent", [this] { askThroughEvent(); });
     event->setToolTip(tr("The service raises an event whose parameters are the answers"));
@@ -122,7 +124,8 @@ void MessagesPage::askThroughEvent()
     KovService_AddStringParam(event, "machine", tr("Web Server").toUtf8().constData());
     CMessageManager::instance()->showMessageBox(
         event, issuer(), this,
-        CSlotInfo(this, "1onMessageClosed(KOV_RESULT,Messaging::ButtonID,QVariant)", QVariant(DeleteMachine)));
+        CSlotInfo(this, "1onMessageClosed(KOV_RESULT,Messaging::ButtonID,QVariant)",
+                  QVariant(DeleteMachine)));
 }
 
 void MessagesPage::onMessageClosed(KOV_RESULT code, Messaging::ButtonID answer, const QVariant &)

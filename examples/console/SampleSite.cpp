@@ -52,7 +52,9 @@ QString nginxProgram()
 
 } // namespace
 
-SampleSite::SampleSite(QObject *parent) : QObject(parent), m_server(new QProcess(this))
+SampleSite::SampleSite(QObject *parent)
+    : QObject(parent)
+    , m_server(new QProcess(this))
 {
     QDir(m_folder.path()).mkpath(QStringLiteral("site"));
     m_port = freePort();
@@ -88,15 +90,16 @@ bool SampleSite::isRunning() const
 bool SampleSite::writeConfiguration()
 {
     // One process, owned by whoever runs the console, with every file in the private folder.
-    const QString text = QStringLiteral("daemon off;\nmaster_process off;\npid %1/nginx.pid;\nerror_log stderr;\n"
-                                        "events {}\nhttp {\n  access_log off;\n  client_body_temp_path %1/body;\n"
-                                        "  proxy_temp_path %1/proxy;\n  fastcgi_temp_path %1/fastcgi;\n"
-                                        "  uwsgi_temp_path %1/uwsgi;\n  scgi_temp_path %1/scgi;\n"
-                                        "  server {\n    listen 127.0.0.1:%2;\n    root %1/site;\n"
-                                        // The catalogue of every product line is the same one here.
-                                        "    location ~ /tessarine_updates\\.xml$ { rewrite ^ /catalogue.xml break; }\n"
-                                        "  }\n}\n")
-                             .arg(m_folder.path(), QString::number(m_port));
+    const QString text
+        = QStringLiteral("daemon off;\nmaster_process off;\npid %1/nginx.pid;\nerror_log stderr;\n"
+                         "events {}\nhttp {\n  access_log off;\n  client_body_temp_path %1/body;\n"
+                         "  proxy_temp_path %1/proxy;\n  fastcgi_temp_path %1/fastcgi;\n"
+                         "  uwsgi_temp_path %1/uwsgi;\n  scgi_temp_path %1/scgi;\n"
+                         "  server {\n    listen 127.0.0.1:%2;\n    root %1/site;\n"
+                         // The catalogue of every product line is the same one here.
+                         "    location ~ /tessarine_updates\\.xml$ { rewrite ^ /catalogue.xml break; }\n"
+                         "  }\n}\n")
+              .arg(m_folder.path(), QString::number(m_port));
     return save(path("nginx.conf"), text.toUtf8());
 }
 
@@ -127,7 +130,8 @@ bool SampleSite::start()
     m_server->start(program, {QStringLiteral("-c"), path("nginx.conf"), QStringLiteral("-p"), m_folder.path(),
                               QStringLiteral("-e"), QStringLiteral("stderr")});
     if (!m_server->waitForStarted() || !waitUntilReady()) {
-        m_errorText = tr("nginx did not start: %1").arg(QString::fromLocal8Bit(m_server->readAllStandardError()));
+        m_errorText
+            = tr("nginx did not start: %1").arg(QString::fromLocal8Bit(m_server->readAllStandardError()));
         stop();
         return false;
     }
@@ -161,13 +165,15 @@ bool SampleSite::setCatalogue(Catalogue catalogue)
                                        .arg(version.subSubMinor);
 
     const QByteArray package = packageBytes();
-    const QString name = QStringLiteral("Tessarine-Console-%1.tar.gz")
-                             .arg(QString(version.stringRepresentation).replace(QLatin1Char('-'), QLatin1Char('.')));
+    const QString name
+        = QStringLiteral("Tessarine-Console-%1.tar.gz")
+              .arg(QString(version.stringRepresentation).replace(QLatin1Char('-'), QLatin1Char('.')));
     CUpdate update;
     update.uuid = QStringLiteral("5b1cb8a8-57a4-4a43-9bd6-0f3e55f3a1c2");
     update.updateName = tr("Tessarine Console %1").arg(version.stringRepresentation);
-    update.updateDescription = tr("Machines start faster.\nA lost connection is reported once, not three times.\n"
-                                  "Snapshots can be named.");
+    update.updateDescription
+        = tr("Machines start faster.\nA lost connection is reported once, not three times.\n"
+             "Snapshots can be named.");
     update.filePath = baseUrl().toString() + QStringLiteral("/packages/") + name;
     update.fileSize = package.size();
     update.localeName = QStringLiteral("any");

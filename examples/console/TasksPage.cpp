@@ -16,7 +16,8 @@ constexpr int SampleFiles = 24;
 
 } // namespace
 
-TasksPage::TasksPage(QWidget *parent) : ConsolePage(tr("Tasks"), parent)
+TasksPage::TasksPage(QWidget *parent)
+    : ConsolePage(tr("Tasks"), parent)
 {
     for (int i = 0; i < SampleFiles; ++i) {
         QFile file(m_folder.filePath(QStringLiteral("machine-%1.cfg").arg(i, 2, 10, QLatin1Char('0'))));
@@ -24,9 +25,10 @@ TasksPage::TasksPage(QWidget *parent) : ConsolePage(tr("Tasks"), parent)
             file.write(QByteArray(1024 * (i + 1), char('a' + i)));
     }
 
-    auto *text = new QLabel(tr("Lists the files of a folder, hashes each of them and writes an inventory. Cancelling "
-                               "ends the task between two files; writing the inventory cannot be cut short."),
-                            area());
+    auto *text = new QLabel(
+        tr("Lists the files of a folder, hashes each of them and writes an inventory. Cancelling "
+           "ends the task between two files; writing the inventory cannot be cut short."),
+        area());
     text->setWordWrap(true);
     m_progress = new QProgressBar(area());
     m_progress->setObjectName(QStringLiteral("progress"));
@@ -72,7 +74,8 @@ void TasksPage::start()
     QFile::remove(m_folder.filePath(QStringLiteral("inventory.txt")));
     m_progress->setValue(0);
     m_task = new InventoryTask(m_folder.path());
-    connect(m_task, &InventoryTask::stepStarted, this, [this](const QString &name) { report(tr("Step %1").arg(name)); });
+    connect(m_task, &InventoryTask::stepStarted, this,
+            [this](const QString &name) { report(tr("Step %1").arg(name)); });
     connect(m_task, &InventoryTask::fileHashed, m_progress,
             [this](const QString &, int done, int) { m_progress->setValue(done); });
     connect(m_task, &CAbstractTask::taskFinished, this, &TasksPage::onFinished);

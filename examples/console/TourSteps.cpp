@@ -1,11 +1,9 @@
 #include "examples/console/ConsoleMessages.h"
-#include "examples/console/ConsoleWindow.h"
 #include "examples/console/LogPage.h"
 #include "examples/console/MessagesPage.h"
 #include "examples/console/TasksPage.h"
-#include "examples/console/Tour.h"
+#include "examples/console/Tour_p.h"
 #include "examples/console/UpdatesPage.h"
-#include "gui/messages/CMessageBoxWndBase.h"
 #include "gui/messages/CMessageManager.h"
 #include "gui/messages/MessageUtils.h"
 #include "gui/window/CProgressDialog.h"
@@ -13,7 +11,6 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QFile>
-#include <QTextEdit>
 
 using namespace ConsoleMessages;
 
@@ -22,13 +19,6 @@ namespace {
 QString hex(KOV_RESULT code)
 {
     return code < 0 ? QStringLiteral("0x%1").arg(uint(code), 8, 16, QLatin1Char('0')) : QString::number(code);
-}
-
-/// The bold text of a message box, as its reader sees it.
-QString messageText(const QWidget *box)
-{
-    const auto *text = box ? box->findChild<QTextEdit *>(QStringLiteral("m_txtMessage")) : nullptr;
-    return text ? text->toPlainText().simplified() : QStringLiteral("no message came");
 }
 
 bool isProgressShown()
@@ -41,12 +31,30 @@ bool isProgressShown()
 
 } // namespace
 
+void Tour::updateStep(const char *name, int message, KOV_RESULT result)
+{
+    UpdatesPage *page = m_window->updates();
+    m_progressWindowsShown = 0;
+    press(page, QStringLiteral("checkNow"));
+    const QString text = messageText(message);
+    const bool progressCameAndWent
+        = ask([this] { return m_progressWindowsShown == 1 && !isProgressShown(); });
+    step(QString::fromLatin1(name), progressCameAndWent && !text.isEmpty(),
+         QStringLiteral("the user reads: %1").arg(text));
+    answer(message, 1);
+    const bool ended = waitFor([page] { return !page->isChecking(); });
+    const KOV_RESULT last = ask([page] { return page->lastResult(); });
+    step(QStringLiteral("%1 ended").arg(QString::fromLatin1(name)), ended && last == result,
+         QStringLiteral("the check ended with %1").arg(hex(last)));
+}
+
 void Tour::updateSteps()
 {
     UpdatesPage *page = m_window->updates();
-    m_window->showPage(page);
-    step(QStringLiteral("console"), page->site()->isRunning(),
-         QStringLiteral("the site runs at %1").arg(page->site()->baseUrl().toString()));
+    ask([this, page] { m_window->showPage(page); });
+    step(QStringLiteral("console"), ask([page] { return page->site()->isRunning(); }), ask([page] {
+             return QStringLiteral("the site runs at %1").arg(page->site()->baseUrl().toString());
+         }));
 
     // Each row: what stands there, which message its user must see, and how the check must end.
     struct Case
@@ -60,125 +68,145 @@ void Tour::updateSteps()
     };
     using Catalogue = SampleSite::Catalogue;
     const Case cases[] = {
-        {"update found", UpdatesPage::RealUpdater, Catalogue::UpdateAvailable, true, UpdateFound, KOV_SUCCESS},
+        {"update found", UpdatesPage::RealUpdater, Catalogue::UpdateAvailable, true, UpdateFound,
+         KOV_SUCCESS},
         {"up to date", UpdatesPage::RealUpdater, Catalogue::UpToDate, true, KOV_NO_UPDATE_AVAILABLE,
          KOV_NO_UPDATE_AVAILABLE},
         {"damaged catalogue", UpdatesPage::RealUpdater, Catalogue::Damaged, true, KOV_ERR_UPDATER_FAILED,
          KOV_ERR_UPDATER_FAILED},
         {"no connection", UpdatesPage::RealUpdater, Catalogue::UpdateAvailable, false,
          KOV_ERR_UPDATE_SERVER_NOT_REACHABLE, KOV_ERR_UPDATE_SERVER_NOT_REACHABLE},
-        {"updater missing", UpdatesPage::MissingUpdater, Catalogue::UpdateAvailable, true, KOV_ERR_UPDATER_MISSING,
-         KOV_ERR_UPDATER_MISSING},
-        {"updater crashes", UpdatesPage::CrashingUpdater, Catalogue::UpdateAvailable, true, KOV_ERR_UPDATER_FAILED,
-         KOV_ERR_UPDATER_FAILED},
+        {"updater missing", UpdatesPage::MissingUpdater, Catalogue::UpdateAvailable, true,
+         KOV_ERR_UPDATER_MISSING, KOV_ERR_UPDATER_MISSING},
+        {"updater crashes", UpdatesPage::CrashingUpdater, Catalogue::UpdateAvailable, true,
+         KOV_ERR_UPDATER_FAILED, KOV_ERR_UPDATER_FAILED},
     };
     for (const Case &row : cases) {
-        page->setUpdater(row.updater);
-        page->setCatalogue(row.catalogue);
-        if (row.siteRuns != page->site()->isRunning())
-            press(page, "toggleSite");
-        bool progressSeen = false;
-        later([this, page] { press(page, "checkNow"); });
-        waitFor([&] {
-            progressSeen = progressSeen || isProgressShown();
-            return progressSeen || !CMessageManager::instance()->getMessageWindowsForId(row.message).isEmpty();
+        ask([&] {
+            page->setUpdater(row.updater);
+            page->setCatalogue(row.catalogue);
+            if (row.siteRuns)
+                page->site()->start();
+            else
+                page->site()->stop();
         });
-        const QString text = messageText(waitForMessage(row.message));
-        step(QString::fromLatin1(row.name), progressSeen && !isProgressShown(),
-             QStringLiteral("the user reads: %1").arg(text));
-        answer(row.message, 1);
-        const bool ended = waitFor([page] { return !page->isChecking(); });
-        step(QStringLiteral("%1 ended").arg(QString::fromLatin1(row.name)), ended && page->lastResult() == row.result,
-             QStringLiteral("the check ended with %1").arg(hex(page->lastResult())));
+        updateStep(row.name, row.message, row.result);
     }
 
-    page->setUpdater(UpdatesPage::RealUpdater);
-    page->setCatalogue(Catalogue::UpToDate);
-    press(page, "checkInBackground");
-    const bool silent = !isProgressShown();
+    ask([page] {
+        page->setUpdater(UpdatesPage::RealUpdater);
+        page->setCatalogue(Catalogue::UpToDate);
+    });
+    m_progressWindowsShown = 0;
+    press(page, QStringLiteral("checkInBackground"));
+    waitFor([page] { return page->isChecking(); }, 1000);
     waitFor([page] { return !page->isChecking(); });
-    step(QStringLiteral("background check"), silent && page->lastResult() == KOV_NO_UPDATE_AVAILABLE,
-         QStringLiteral("no window came, the check ended with %1").arg(hex(page->lastResult())));
-    page->setCatalogue(Catalogue::UpdateAvailable);
+    const KOV_RESULT last = ask([page] { return page->lastResult(); });
+    step(QStringLiteral("background check"), m_progressWindowsShown == 0 && last == KOV_NO_UPDATE_AVAILABLE,
+         QStringLiteral("no window came, the check ended with %1").arg(hex(last)));
+    ask([page] { page->setCatalogue(Catalogue::UpdateAvailable); });
 }
 
 void Tour::messageSteps()
 {
     MessagesPage *page = m_window->messages();
-    m_window->showPage(page);
+    ask([this, page] { m_window->showPage(page); });
+    const auto lastEvent = [this, page] { return ask([page] { return page->lastEvent(); }); };
 
     later([page] { page->show(DeleteMachine); });
-    QWidget *box = waitForMessage(DeleteMachine);
-    step(QStringLiteral("a question"), box, messageText(box));
+    QString text = messageText(DeleteMachine);
+    step(QStringLiteral("a question"), !text.isEmpty(), text);
     answer(DeleteMachine, 2);
     waitFor([page] { return page->lastEvent().contains(QString::number(DeleteMachine)); });
-    step(QStringLiteral("its answer"), page->lastEvent().contains(QLatin1Char('2')), page->lastEvent());
+    step(QStringLiteral("its answer"), lastEvent().endsWith(QStringLiteral("answer 2.")), lastEvent());
 
-    page->show(MachineNotStarted);
-    box = waitForMessage(MachineNotStarted);
-    step(QStringLiteral("an error with a solution"), box, messageText(box));
-    answer(MachineNotStarted, 2);
+    struct Case
+    {
+        const char *name;
+        int code;
+        int answer;
+    };
+    const Case cases[] = {
+        {"an error with a solution", MachineNotStarted, 2},
+        {"a warning with a link", DiskAlmostFull, 1},
+        {"a countdown", RestartSoon, 2},
+    };
+    for (const Case &row : cases) {
+        later([page, &row] { page->show(row.code); });
+        text = messageText(row.code);
+        step(QString::fromLatin1(row.name), !text.isEmpty(), text);
+        answer(row.code, row.answer);
+    }
 
-    page->show(DiskAlmostFull);
-    box = waitForMessage(DiskAlmostFull);
-    step(QStringLiteral("a warning with a link"), box, messageText(box));
-    answer(DiskAlmostFull, 1);
-
-    page->show(RestartSoon);
-    box = waitForMessage(RestartSoon);
-    step(QStringLiteral("a countdown"), box, messageText(box));
-    answer(RestartSoon, 2);
-
-    press(page, "threeErrors");
-    box = waitForMessage(NetworkLost);
+    press(page, QStringLiteral("threeErrors"));
+    text = messageText(NetworkLost);
     step(QStringLiteral("three errors of one machine"),
-         CMessageManager::instance()->getMessageWindowsForId(NetworkLost).size() == 1, messageText(box));
-    answer(NetworkLost, 1);
-    box = waitForMessage(NetworkLost);
-    step(QStringLiteral("the queued one follows"), box, messageText(box));
+         ask([] { return CMessageManager::instance()->getMessageWindowsForId(NetworkLost).size() == 1; }),
+         text);
+    press(ask([] { return CMessageManager::instance()->getMessageWindowsForId(NetworkLost).value(0); }),
+          QStringLiteral("m_pbButton1"));
+    const bool other = waitFor([] {
+        const auto windows = CMessageManager::instance()->getMessageWindowsForId(NetworkLost);
+        return windows.size() == 1 && windows.first()->isVisible();
+    });
+    const QString queued = messageText(NetworkLost);
+    step(QStringLiteral("the queued one follows"), other && queued != text, queued);
     answer(NetworkLost, 1);
 
-    page->show(SuspendOnQuit);
-    box = waitForMessage(SuspendOnQuit);
-    if (auto *check = box ? box->findChild<QCheckBox *>(QStringLiteral("m_ckbDoNotShowFlag")) : nullptr)
-        check->click();
-    step(QStringLiteral("not to be asked again"), box, messageText(box));
+    later([page] { page->show(SuspendOnQuit); });
+    text = messageText(SuspendOnQuit);
+    ask([] {
+        const auto windows = CMessageManager::instance()->getMessageWindowsForId(SuspendOnQuit);
+        if (auto *check = windows.isEmpty()
+                              ? nullptr
+                              : windows.first()->findChild<QCheckBox *>(QStringLiteral("m_ckbDoNotShowFlag")))
+            check->click();
+    });
+    step(QStringLiteral("not to be asked again"), !text.isEmpty(), text);
     answer(SuspendOnQuit, 2);
-    page->show(SuspendOnQuit);
-    step(QStringLiteral("it is not asked again"),
-         CMessageManager::instance()->getMessageWindowsForId(SuspendOnQuit).isEmpty()
-             && MessageUtils::getHiddenMessagesCount() == 1,
-         page->lastEvent());
-    press(page, "restoreHidden");
+    later([page] { page->show(SuspendOnQuit); });
+    const bool hidden = waitFor([] { return MessageUtils::getHiddenMessagesCount() == 1; }, 2000);
+    step(QStringLiteral("it is not asked again"), hidden && !isMessageOpen(SuspendOnQuit), lastEvent());
+    press(page, QStringLiteral("restoreHidden"));
 }
 
 void Tour::taskSteps()
 {
     TasksPage *page = m_window->tasks();
-    m_window->showPage(page);
-    press(page, "startTask");
+    ask([this, page] { m_window->showPage(page); });
+    const auto runTask = [this, page] {
+        press(page, QStringLiteral("startTask"));
+        waitFor([page] { return page->isTaskRunning(); }, 2000);
+    };
+    const auto inventory = [this, page] { return ask([page] { return page->inventoryPath(); }); };
+
+    runTask();
     waitFor([page] { return !page->isTaskRunning(); });
-    step(QStringLiteral("a task"), !page->inventoryPath().isEmpty(), page->lastEvent());
-    press(page, "startTask");
-    waitFor([] { return false; }, 300);
-    press(page, "cancelTask");
+    step(QStringLiteral("a task"), !inventory().isEmpty(), ask([page] { return page->lastEvent(); }));
+    runTask();
+    msleep(300);
+    press(page, QStringLiteral("cancelTask"));
     waitFor([page] { return !page->isTaskRunning(); });
-    step(QStringLiteral("a cancelled task"), page->inventoryPath().isEmpty(), page->lastEvent());
+    step(QStringLiteral("a cancelled task"), inventory().isEmpty(),
+         ask([page] { return page->lastEvent(); }));
 }
 
 void Tour::logSteps()
 {
     LogPage *page = m_window->log();
-    m_window->showPage(page);
-    page->refresh();
-    step(QStringLiteral("the log"), page->shownText().contains(QStringLiteral("TessarineDirs::Init")),
-         page->filePath());
-    const bool moved = page->moveFileAway();
+    const QString path = ask([this, page] {
+        m_window->showPage(page);
+        page->refresh();
+        return page->filePath();
+    });
+    step(QStringLiteral("the log"),
+         ask([page] { return page->shownText().contains(QStringLiteral("is not found.")); }), path);
+    const bool moved = ask([page] { return page->moveFileAway(); });
     // The file is looked for once a second.
     const bool back = waitFor(
-        [page] {
+        [page, path] {
             page->writeRecord();
-            return QFile::exists(page->filePath());
+            return QFile::exists(path);
         },
         2500);
     step(QStringLiteral("the log moved away"), moved && back, QStringLiteral("a new file came by itself"));

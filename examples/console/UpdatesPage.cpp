@@ -114,8 +114,8 @@ void UpdatesPage::check(CTaskCheckForProductUpdate::Options options)
 {
     const bool joins = isChecking();
     // One check at a time: asking for it in the foreground brings the running one there.
-    m_task = CTaskCheckForProductUpdate::start(
-        options, joins ? CSlotInfo() : CSlotInfo(this, "1onFinished(KOV_RESULT)"));
+    m_task = CTaskCheckForProductUpdate::start(options, joins ? CSlotInfo()
+                                                              : CSlotInfo(this, "1onFinished(KOV_RESULT)"));
     if (!joins)
         report(m_task->isCheckInBackground() ? tr("Checking in the background…") : tr("Checking…"));
 }

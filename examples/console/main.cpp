@@ -10,7 +10,6 @@
 #include <QCommandLineParser>
 #include <QFile>
 #include <QTemporaryDir>
-#include <QTimer>
 
 #include <cstdio>
 
@@ -59,21 +58,25 @@ int main(int argc, char *argv[])
     application.setApplicationVersion(QStringLiteral(KOV_VERSION_TEXT));
 
     QCommandLineParser parser;
-    parser.setApplicationDescription(QCoreApplication::translate("main", "Shows the KovGui library at work."));
+    parser.setApplicationDescription(
+        QCoreApplication::translate("main", "Shows the KovGui library at work."));
     parser.addHelpOption();
     parser.addVersionOption();
-    const QCommandLineOption tour(QStringLiteral("tour"),
-                                  QCoreApplication::translate("main", "Walk through the guided tour and save its pictures."),
-                                  QStringLiteral("folder"));
+    const QCommandLineOption tour(
+        QStringLiteral("tour"),
+        QCoreApplication::translate("main", "Walk through the guided tour and save its pictures."),
+        QStringLiteral("folder"));
     parser.addOption(tour);
     parser.process(application);
 
     KovGui::init(KAM_CONSOLE);
     KovGui::setupLogging(true);
     KovGui::forwardQtMessages(true);
-    KovGui::staticMetaObjectHash()[QStringLiteral("CMessageDataProvider")] = &ConsoleMessageProvider::staticMetaObject;
+    KovGui::staticMetaObjectHash()[QStringLiteral("CMessageDataProvider")]
+        = &ConsoleMessageProvider::staticMetaObject;
     if (!loadMessages()) {
-        std::fprintf(stderr, "console: console_messages.json beside the program cannot be used; see the log.\n");
+        std::fprintf(stderr,
+                     "console: console_messages.json beside the program cannot be used; see the log.\n");
         return 1;
     }
 
@@ -82,11 +85,9 @@ int main(int argc, char *argv[])
     if (!parser.isSet(tour))
         return application.exec();
 
-    int failed = 1;
-    QTimer::singleShot(0, &application, [&] {
-        failed = Tour(&window, parser.value(tour)).run();
-        application.quit();
-    });
+    Tour walk(&window, parser.value(tour));
+    QObject::connect(&walk, &QThread::finished, &application, &QCoreApplication::quit);
+    walk.start();
     application.exec();
-    return failed == 0 ? 0 : 1;
+    return walk.failedSteps() == 0 ? 0 : 1;
 }

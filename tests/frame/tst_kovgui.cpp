@@ -3,8 +3,7 @@
 #include "gui/KovGui.h"
 #include "gui/log/Log.h"
 #include "gui/messages/CMessageDataProvider.h"
-#include "gui/tasks/TaskIds.h"
-#include "gui/update/CProductUpdateInfo.h"
+#include "gui/update/CTaskCheckForProductUpdate.h"
 #include "tests/support/KovTest.h"
 
 #include "abstract_task/Tasks.h"
@@ -23,9 +22,15 @@ QByteArrayList takeRecords()
     return taken;
 }
 
+/// The first record, as what a failed check prints.
+QByteArray firstOf(const QByteArrayList &records)
+{
+    return records.value(0);
+}
+
 } // namespace
 
-/// Forgot its Q_OBJECT's invokable constructor.
+/// Forgot the invokable constructor.
 class PolicyWithoutConstructor : public CMessageDataProvider
 {
     Q_OBJECT
@@ -50,20 +55,20 @@ private Q_SLOTS:
 
 void tst_KovGui::initTestCase()
 {
-    KovGui::setLogOutputFunction([](const char *record, std::size_t length) {
-        s_records.append(QByteArray(record, int(length)));
-    });
-    QCoreApplication::setApplicationName(QString());
+    KovGui::setLogOutputFunction(
+        [](const char *record, std::size_t length) { s_records.append(QByteArray(record, int(length))); });
+    QCoreApplication::setOrganizationName(QString());
     KovGui::init(KAM_AGENT);
 
     const QByteArrayList records = takeRecords();
     QCOMPARE(records.size(), 1);
-    QVERIFY2(records.first().contains("/cmn_utils:"), records.first());
-    QVERIFY2(records.first().contains("TessarineDirs::Init( ) was called. Current app mode = 2 ( AGENT ) build version: "
-                                      "3.1.4-31301 "),
-             records.first());
-    // Settings need an application name; a host that set none gets the product's.
-    QCOMPARE(QCoreApplication::applicationName(), QStringLiteral("Tessarine Remote Agent"));
+    QVERIFY2(firstOf(records).contains("/cmn_utils:"), firstOf(records).constData());
+    QVERIFY2(firstOf(records).contains(
+                 "TessarineDirs::Init( ) was called. Current app mode = 2 ( AGENT ) build version: "
+                 "3.1.4-31301 "),
+             firstOf(records).constData());
+    // Settings need an organisation; a host that set none gets one.
+    QCOMPARE(QCoreApplication::organizationName(), QStringLiteral("Tessarine"));
     QCOMPARE(QSettings().status(), QSettings::NoError);
 }
 
@@ -75,8 +80,9 @@ void tst_KovGui::secondInitIsRefusedButFillsTheTable()
     KovGui::init(KAM_PLAYER);
     const QByteArrayList records = takeRecords();
     QCOMPARE(records.size(), 1);
-    QVERIFY2(records.first().endsWith("Error: TessarineDirs::Init( 4 ) is already called!  This call will be ignored.\n"),
-             records.first());
+    QVERIFY2(firstOf(records).endsWith(
+                 "Error: TessarineDirs::Init( 4 ) is already called!  This call will be ignored.\n"),
+             firstOf(records).constData());
     QCOMPARE(KovGui::applicationMode(), KAM_AGENT);
     QCOMPARE(table, first);
 }
@@ -107,10 +113,13 @@ void tst_KovGui::namesOfTheModes()
 
 void tst_KovGui::updaterTable()
 {
-    KovGui::setUpdaterFilePathAndUpdateMode(QStringLiteral("/opt/ctl"), QStringLiteral("first"), QStringLiteral("ctl"));
-    KovGui::setUpdaterFilePathAndUpdateMode(QStringLiteral("/opt/app"), QStringLiteral("second"), QStringLiteral("app"));
+    KovGui::setUpdaterFilePathAndUpdateMode(QStringLiteral("/opt/ctl"), QStringLiteral("first"),
+                                            QStringLiteral("ctl"));
+    KovGui::setUpdaterFilePathAndUpdateMode(QStringLiteral("/opt/app"), QStringLiteral("second"),
+                                            QStringLiteral("app"));
     QString mode;
-    QCOMPARE(KovGui::getUpdaterFilePathAndUpdateMode(mode, QStringLiteral("ctl")), QStringLiteral("/opt/ctl"));
+    QCOMPARE(KovGui::getUpdaterFilePathAndUpdateMode(mode, QStringLiteral("ctl")),
+             QStringLiteral("/opt/ctl"));
     QCOMPARE(mode, QStringLiteral("second")); // one value for the process, the last one set
     QVERIFY(takeRecords().isEmpty());
 
@@ -119,7 +128,7 @@ void tst_KovGui::updaterTable()
     QCOMPARE(mode, QStringLiteral("second"));
     const QByteArrayList records = takeRecords();
     QCOMPARE(records.size(), 1);
-    QVERIFY2(records.first().endsWith("/ No updater for mode [x]\n"), records.first());
+    QVERIFY2(firstOf(records).endsWith("/ No updater for mode [x]\n"), firstOf(records).constData());
     KovGui::getUpdaterFilePathAndUpdateMode(mode, QStringLiteral("x"));
     QVERIFY(takeRecords().isEmpty());
 }
@@ -154,7 +163,8 @@ void tst_KovGui::everyEntryOfTheRegistryIsWhatItsKeySays()
     for (auto it = table.cbegin(); it != table.cend(); ++it)
         QCOMPARE(QString::fromLatin1(it.value()->className()), it.key());
 
-    for (const char *key : {"CMessageDataProvider", "CMessageBoxBuilder", "CSearchParentHelper", "CMessageProcessor"}) {
+    for (const char *key :
+         {"CMessageDataProvider", "CMessageBoxBuilder", "CSearchParentHelper", "CMessageProcessor"}) {
         const std::unique_ptr<QObject> policy(KovGui::createRegistered(key, QObject::staticMetaObject));
         QVERIFY2(policy, key);
         QCOMPARE(policy->metaObject()->className(), key);
@@ -174,8 +184,8 @@ void tst_KovGui::unusableEntriesAreReported()
 
     const QList<QPair<const QMetaObject *, const char *>> cases{
         {nullptr, "(!)Error: no class is registered for CMessageDataProvider.\n"},
-        {&PolicyWithoutConstructor::staticMetaObject,
-         "(!)Error: PolicyWithoutConstructor, registered for CMessageDataProvider, has no invokable constructor"},
+        {&PolicyWithoutConstructor::staticMetaObject, "(!)Error: PolicyWithoutConstructor, registered for "
+                                                      "CMessageDataProvider, has no invokable constructor"},
         {table.value(QStringLiteral("CMessageBoxBuilder")),
          "(!)Error: CMessageBoxBuilder, registered for CMessageDataProvider, does not derive from it.\n"},
     };
@@ -184,7 +194,7 @@ void tst_KovGui::unusableEntriesAreReported()
         QVERIFY(!KovGui::createPolicy<CMessageDataProvider>());
         const QByteArrayList records = takeRecords();
         QCOMPARE(records.size(), 1);
-        QVERIFY2(records.first().contains(complaint), records.first());
+        QVERIFY2(firstOf(records).contains(complaint), firstOf(records).constData());
     }
     table[key] = registered;
 }
