@@ -27,12 +27,15 @@
  *         unsigned type() const override { return 47; }
  *
  *     private:
- *         Q_INVOKABLE KOV_RESULT openFile() { return m_file.open(QFile::WriteOnly) ? KOV_SUCCESS :
- * KOV_ERR_FAILURE; } Q_INVOKABLE KOV_RESULT transfer()
+ *         Q_INVOKABLE KOV_RESULT openFile()
+ *         {
+ *             return m_file.open(QFile::WriteOnly) ? KOV_SUCCESS : KOV_ERR_FAILURE;
+ *         }
+ *         Q_INVOKABLE KOV_RESULT transfer()
  *         {
  *             setWaitForSubTaskCompletion();
- *             startTransfer();                                // its finished() slot calls
- * subTaskCompleted(result) return KOV_SUCCESS;
+ *             startTransfer();    // its finished() slot calls subTaskCompleted(result)
+ *             return KOV_SUCCESS;
  *         }
  *     };
  *
