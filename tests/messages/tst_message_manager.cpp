@@ -4,7 +4,9 @@
 #include "kov_sdk_communication/CSdkRequest.h"
 #include "tests/messages/MessageFixture.h"
 #include "tests/support/KovTest.h"
+#include "tests/support/OffscreenPlatform.h"
 
+#include <QCheckBox>
 #include <QMainWindow>
 #include <QPushButton>
 #include <QSettings>
@@ -28,18 +30,9 @@ QString story()
 
 } // namespace
 
-class Box : public CMessageBoxWndBase
-{
-    Q_OBJECT
+using Box = CMessageBoxWndBase;
 
-public:
-    using CMessageBoxWndBase::CMessageBoxWndBase;
-    ~Box() override { deliverAnswer(); }
-    bool isDoNotShowAgainChecked() const override { return hideNextTime; }
-
-    bool hideNextTime = false;
-};
-
+/// The library's own boxes.
 class Builder : public CMessageBoxBuilder
 {
     Q_OBJECT
@@ -51,8 +44,7 @@ public:
     {
         if (message.data().code == Unbuildable)
             return nullptr;
-        auto *box = new Box(parent);
-        box->setMessageUuid(message.uuid());
+        Box *box = CMessageBoxBuilder::build(message, parent);
         if (whileOpen)
             QTimer::singleShot(0, box, [box] { whileOpen(box); });
         return box;
@@ -136,7 +128,7 @@ private:
     Box *box(int code) const
     {
         const auto windows = m_manager->getMessageWindowsForId(code);
-        return windows.isEmpty() ? nullptr : static_cast<Box *>(windows.first());
+        return windows.isEmpty() ? nullptr : windows.first();
     }
 
     CMessageManager *m_manager = nullptr;
@@ -147,6 +139,7 @@ private:
 
 void tst_message_manager::initTestCase()
 {
+    ignoreSizeHintWarnings();
     KovGui::init(KAM_CONSOLE);
     KovGui::setLogVerbosity(0);
     registerPolicy<CMessageDataProvider, Provider>();
@@ -218,7 +211,7 @@ void tst_message_manager::run(const QString &step)
         {"will", [&] { Builder::whileOpen = [code](Box *box) { box->done(code); }; }},
         {"doom", [&] { Builder::whileOpen = [this](Box *) { m_window.reset(); }; }},
         {"answer", [&] { box(code)->done(answer); }},
-        {"mark", [&] { box(code)->hideNextTime = true; }},
+        {"mark", [&] { box(code)->findChild<QCheckBox *>(QStringLiteral("m_ckbDoNotShowFlag"))->click(); }},
         {"close", [&] { m_manager->closeSpecificMessageBox(Issuer, code); }},
         {"delete", [&] { delete box(code); }},
         {"destroy", [&] { m_window.reset(); }},
@@ -398,15 +391,24 @@ void tst_message_manager::links()
         return true;
     });
     QVERIFY(Help::setBaseAddress(QStringLiteral("https://help.example.com/@TOPIC@")));
+    const QUrl web(QStringLiteral("https://example.com/"));
     MessageParams params(1001, m_window.get());
     params.setAnchorClickSlot(CSlotInfo(this, SLOT(onLink(QUrl))));
     m_manager->showMessageBox(params);
     Q_EMIT box(1001)->anchorClicked(box(1001)->getMessageUuid(), QUrl(QStringLiteral("kovhelp:7")));
-    Q_EMIT box(1001)->anchorClicked(box(1001)->getMessageUuid(),
-                                    QUrl(QStringLiteral("https://example.com/")));
-    Help::setUrlOpener(nullptr);
+    Q_EMIT box(1001)->anchorClicked(box(1001)->getMessageUuid(), web);
     QCOMPARE(opened, QList<QUrl>{QUrl(QStringLiteral("https://help.example.com/7"))});
-    QCOMPARE(events(), QStringList({QStringLiteral("+1001"), QStringLiteral("https://example.com/")}));
+    QCOMPARE(events(), QStringList({QStringLiteral("+1001"), web.toString()}));
+
+    // Nobody asked for the links of this one.
+    run(QStringLiteral("aside 1002"));
+    Q_EMIT box(1002)->anchorClicked(box(1002)->getMessageUuid(), web);
+    QCOMPARE(opened.last(), web);
+    LogCapture log;
+    Q_EMIT box(1002)->anchorClicked(box(1002)->getMessageUuid(), QUrl(QStringLiteral("file:///etc/passwd")));
+    QVERIFY(log.text().contains("(!)Can not invoke event handler for url clicked slot"));
+    QCOMPARE(opened.size(), 2);
+    Help::setUrlOpener(nullptr);
 }
 
 void tst_message_manager::openWindows()
