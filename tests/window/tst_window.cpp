@@ -39,7 +39,7 @@ private Q_SLOTS:
 
 void tst_Window::initTestCase()
 {
-    ignoreSizeHintWarnings();
+    ignoreOffscreenWarnings();
     KovGui::setLogOutputFunction([](const char *, std::size_t) {});
     QLocale::setDefault(QLocale(QStringLiteral("de_DE")));
 }
