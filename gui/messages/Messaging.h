@@ -16,7 +16,7 @@
 namespace Messaging {
 
 /// The answer chosen by the user: 0 none (closed without one, or nothing stored), else the number of the answer.
-enum ButtonID { ButtonNone = 0, Button1 = 1, Button2 = 2, Button3 = 3 };
+enum ButtonID : int { ButtonNone = 0, Button1 = 1, Button2 = 2, Button3 = 3 };
 
 /// One answer: its text as it is shown (a mnemonic "&" allowed) and its role.
 struct Button
