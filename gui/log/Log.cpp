@@ -225,6 +225,11 @@ void setLogDirectory(const char *directory) noexcept
     LogDestination::setDirectory(directory);
 }
 
+const char *logFilePath() noexcept
+{
+    return LogDestination::filePath();
+}
+
 void setLogOutputFunction(LogOutputFunction function) noexcept
 {
     s_output.store(function ? function : LogDestination::write);

@@ -64,6 +64,10 @@ KOVGUI_LOG_EXPORT void setLogVerbosity(int level) noexcept;
  */
 KOVGUI_LOG_EXPORT void setLogDirectory(const char *directory) noexcept;
 
+/// The path (UTF-8) of the log file that the last record went to; empty as long as no directory was set or taken. The text
+/// stays valid.
+KOVGUI_LOG_EXPORT const char *logFilePath() noexcept;
+
 /**
  * Where a finished record goes, line feed included. It must be safe to call from any thread and must not log;
  * what it throws is dropped.

@@ -73,6 +73,12 @@ void setDirectory(const char *directory) noexcept
     fileMustBeOpenedAgain();
 }
 
+const char *filePath() noexcept
+{
+    const Place *place = s_place;
+    return place ? place->file : "";
+}
+
 static bool openAt(const Place *place)
 {
     if (!place || !LogFile::open(place->file))

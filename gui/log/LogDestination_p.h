@@ -9,6 +9,9 @@ namespace KovGui::LogDestination {
 /// As KovGui::setLogDirectory().
 void setDirectory(const char *directory) noexcept;
 
+/// As KovGui::logFilePath().
+const char *filePath() noexcept;
+
 /// The default output function. May change the thread's last error.
 void write(const char *record, std::size_t length) noexcept;
 

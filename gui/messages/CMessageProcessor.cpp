@@ -489,6 +489,10 @@ void CMessageProcessor::handleMessageAnchorClicked(const QString &uuid, const QU
         return;
     }
     const CSlotInfo slot = message->anchorClickSlot();
+    if (slot.isEmpty() && Help::isWebAddress(url)) {
+        Help::openWebPage(url);
+        return;
+    }
     bool handled = false;
     if (!slot.invokeForBool(&handled, url))
         KOV_LOG_TAG(Tag, 0, "(!)Can not invoke event handler for url clicked slot %s",

@@ -109,7 +109,8 @@ public:
 
 public Q_SLOTS:
     void handleMessageClose(QString uuid, Messaging::ButtonID answer, bool doNotShowAgain);
-    /// "kovhelp" links open the help; others go to the message's anchor slot.
+    /// "kovhelp" links open the help; others go to the message's anchor slot. Without one, web addresses open in the
+    /// browser and all else is logged.
     void handleMessageAnchorClicked(const QString &uuid, const QUrl &url);
 
 Q_SIGNALS:

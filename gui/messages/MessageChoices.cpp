@@ -3,6 +3,9 @@
 #include "gui/log/Log.h"
 #include "gui/log/LogText.h"
 
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QFileInfo>
 #include <QSettings>
 
 #include <algorithm>
@@ -26,12 +29,77 @@ QString shownOnceKey(QString issuerId)
     return ShownOnceGroup + QLatin1Char('/') + issuerId;
 }
 
-void writeToDisk(QSettings &settings)
+/**
+ * The application's settings, as they are on disk: every message asks, so one object is kept and read again
+ * only when another process has changed the file. (Where settings are no file, they are always read afresh.)
+ */
+class Store
 {
-    settings.sync();
-    if (settings.status() != QSettings::NoError)
+public:
+    QSettings &current();
+    /// After a change.
+    void writeToDisk();
+
+private:
+    /// Settings belong to these names; a host may set them late.
+    QString m_application;
+    /// Never deleted: at the end of the process the settings' own statics may be gone before it.
+    QSettings *m_settings = nullptr;
+    QFileInfo m_file;
+    qint64 m_size = 0;
+    QDateTime m_modified;
+};
+
+QSettings &Store::current()
+{
+    const QString application
+        = QCoreApplication::organizationName() + QLatin1Char('/') + QCoreApplication::applicationName();
+    if (!m_settings || application != m_application) {
+        delete m_settings;
+        m_settings = new QSettings;
+        m_application = application;
+        m_file.setFile(m_settings->fileName());
+        m_modified = QDateTime();
+    }
+    m_file.refresh();
+    const QDateTime modified = m_file.lastModified();
+    if (modified != m_modified || m_file.size() != m_size) {
+        m_modified = modified;
+        m_size = m_file.size();
+        m_settings->sync();
+    }
+    return *m_settings;
+}
+
+void Store::writeToDisk()
+{
+    m_settings->sync();
+    if (m_settings->status() != QSettings::NoError)
         KOV_LOG(0, "(!)Error: can't write the settings to %s",
-                KovGui::logText(settings.fileName()).constData());
+                KovGui::logText(m_settings->fileName()).constData());
+}
+
+Store &settingsStore()
+{
+    static auto *const instance = new Store;
+    return *instance;
+}
+
+QSettings &settings()
+{
+    return settingsStore().current();
+}
+
+void change(const QString &key, const QVariant &value)
+{
+    settings().setValue(key, value);
+    settingsStore().writeToDisk();
+}
+
+void removeKey(const QString &key)
+{
+    settings().remove(key);
+    settingsStore().writeToDisk();
 }
 
 } // namespace
@@ -40,42 +108,39 @@ namespace MessageChoices {
 
 bool contains(int code)
 {
-    return QSettings().contains(hiddenKey(code));
+    return settings().contains(hiddenKey(code));
 }
 
 Messaging::ButtonID answer(int code)
 {
-    const uint stored = QSettings().value(hiddenKey(code)).toUInt();
+    const uint stored = settings().value(hiddenKey(code)).toUInt();
     return stored <= Messaging::Button3 ? Messaging::ButtonID(stored) : Messaging::ButtonNone;
 }
 
 void store(int code, Messaging::ButtonID answer)
 {
-    QSettings settings;
-    settings.setValue(hiddenKey(code), uint(answer));
-    writeToDisk(settings);
+    change(hiddenKey(code), uint(answer));
 }
 
 void remove(int code)
 {
-    QSettings settings;
-    settings.remove(hiddenKey(code));
-    writeToDisk(settings);
+    removeKey(hiddenKey(code));
 }
 
 void removeAll()
 {
-    QSettings settings;
-    settings.remove(HiddenGroup);
-    writeToDisk(settings);
+    removeKey(HiddenGroup);
 }
 
 QList<int> codes()
 {
-    QSettings settings;
-    settings.beginGroup(HiddenGroup);
+    QSettings &source = settings();
+    source.beginGroup(HiddenGroup);
+    const QStringList keys = source.childKeys();
+    source.endGroup();
+
     QList<int> codes;
-    for (const QString &key : settings.childKeys()) {
+    for (const QString &key : keys) {
         const int code = key.toInt();
         if (QString::number(code) == key)
             codes.append(code);
@@ -86,17 +151,14 @@ QList<int> codes()
 
 void storeShownOnce(const QString &issuerId, int code)
 {
-    QSettings settings;
-    settings.setValue(shownOnceKey(issuerId), code);
-    writeToDisk(settings);
+    change(shownOnceKey(issuerId), code);
 }
 
 bool isShownOnce(const QString &issuerId, int code)
 {
-    const QSettings settings;
     const QString key = shownOnceKey(issuerId);
     // An absent entry would read as code 0.
-    return settings.contains(key) && settings.value(key).toInt() == code;
+    return settings().contains(key) && settings().value(key).toInt() == code;
 }
 
 } // namespace MessageChoices

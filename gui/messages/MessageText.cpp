@@ -1,33 +1,44 @@
 #include "gui/messages/MessageText_p.h"
 
 #include <QMap>
-#include <QRegularExpression>
+#include <QVarLengthArray>
 
 namespace {
 
-const QRegularExpression &placeholder()
+struct Placeholder
 {
-    static const QRegularExpression expression(QStringLiteral("%L?([1-9][0-9]?)"));
-    return expression;
+    int begin;
+    int end;
+    int number;
+};
+using Placeholders = QVarLengthArray<Placeholder, 8>;
+
+int digitAt(const QString &text, int index)
+{
+    const int digit = index < text.size() ? text.at(index).unicode() - '0' : -1;
+    return digit >= 0 && digit <= 9 ? digit : -1;
 }
 
-/// The parameter of each number that stands in the text.
-QMap<int, QString> valuesByNumber(const QString &text, const QStringList &params)
+/// "%1" to "%99"; "%L1" asks for the locale's digits and is no different for texts.
+Placeholders placeholdersOf(const QString &text)
 {
-    QMap<int, QString> values;
-    QRegularExpressionMatchIterator matches = placeholder().globalMatch(text);
-    while (matches.hasNext())
-        values.insert(matches.next().capturedRef(1).toInt(), QString());
-
-    auto value = values.begin();
-    for (const QString &param : params) {
-        if (value == values.end())
-            break;
-        *value++ = param;
+    Placeholders found;
+    for (int begin = text.indexOf(QLatin1Char('%')); begin >= 0;
+         begin = text.indexOf(QLatin1Char('%'), begin + 1)) {
+        int end = begin + 1;
+        if (end < text.size() && text.at(end) == QLatin1Char('L'))
+            ++end;
+        int number = digitAt(text, end);
+        if (number <= 0)
+            continue;
+        const int second = digitAt(text, ++end);
+        if (second >= 0) {
+            number = 10 * number + second;
+            ++end;
+        }
+        found.append({begin, end, number});
     }
-    while (value != values.end())
-        value = values.erase(value);
-    return values;
+    return found;
 }
 
 } // namespace
@@ -36,20 +47,24 @@ namespace MessageText {
 
 QString substitute(const QString &text, const QStringList &params)
 {
-    const QMap<int, QString> values = params.isEmpty() ? QMap<int, QString>() : valuesByNumber(text, params);
-    if (values.isEmpty())
+    if (params.isEmpty())
         return text;
+    const Placeholders placeholders = placeholdersOf(text);
+    QMap<int, int> paramByNumber;
+    for (const Placeholder &placeholder : placeholders)
+        paramByNumber.insert(placeholder.number, 0);
+    int next = 0;
+    for (int &param : paramByNumber)
+        param = next++;
 
     QString result;
     int end = 0;
-    QRegularExpressionMatchIterator matches = placeholder().globalMatch(text);
-    while (matches.hasNext()) {
-        const QRegularExpressionMatch match = matches.next();
-        const auto value = values.constFind(match.capturedRef(1).toInt());
-        if (value == values.constEnd())
+    for (const Placeholder &placeholder : placeholders) {
+        const int param = paramByNumber.value(placeholder.number);
+        if (param >= params.size())
             continue;
-        result += text.midRef(end, match.capturedStart() - end) + *value;
-        end = match.capturedEnd();
+        result += text.midRef(end, placeholder.begin - end) + params.at(param);
+        end = placeholder.end;
     }
     return result + text.midRef(end);
 }

@@ -10,45 +10,17 @@
 
 namespace {
 
-// The numbers begin with 2, and "Spontanous" is spelt so: support tools search for these lines.
-const char DumpFormat[] = "\nMessage data: \n"
-                          "  >> Issuer id = %2 \n"
-                          "  >> Code = %3 \n"
-                          "  >> Type = %4 \n"
-                          "  >> Short Message = \"%5\" \n"
-                          "  >> Long Message = \"%6\" \n"
-                          "  >> Details = \"%7\" \n"
-                          "  >> Spontanous = %8 \n"
-                          "  >> Can be hidden = %9 \n"
-                          "  >> Force show = %10 \n"
-                          "  >> Use active = %11 \n"
-                          "  >> Event handle = %12 \n"
-                          "  >> Answers: [%13] [%14] [%15] \n"
-                          "  >> Default button number: %16 \n"
-                          "  >> Message hint: %17 \n"
-                          "  >> report generated message: %18 \n";
-
-QString oneLine(const QString &text)
-{
-    return QString::fromUtf8(KovGui::logText(text));
-}
-
-QString truth(bool value)
-{
-    return value ? QStringLiteral("true") : QStringLiteral("false");
-}
-
-QString hex(quint32 value)
-{
-    return QString::asprintf("%.8X", value);
-}
-
-QString describe(const QWidget *widget)
+QByteArray describe(const QWidget *widget)
 {
     if (!widget)
-        return QStringLiteral("none");
-    return QStringLiteral("%1(%2)").arg(QString::fromLatin1(widget->metaObject()->className()),
-                                        oneLine(widget->objectName()));
+        return QByteArrayLiteral("none");
+    return widget->metaObject()->className() + QByteArrayLiteral("(") + KovGui::logText(widget->objectName())
+           + QByteArrayLiteral(")");
+}
+
+const char *truth(bool value)
+{
+    return value ? "true" : "false";
 }
 
 } // namespace
@@ -69,29 +41,31 @@ MessageData::MessageData(int code)
 
 void MessageData::dump() const
 {
-    if (KovGui::logVerbosity() < 1)
-        return;
-    const QStringList values{
-        oneLine(issuerId),
-        hex(quint32(code)),
-        QLatin1String(MessageText::typeName(type)),
-        oneLine(shortMsg),
-        oneLine(longMsg),
-        oneLine(details.text()),
-        truth(spontaneous),
-        truth(canBeHidden),
-        truth(forceShow),
-        truth(useActive),
-        QString::asprintf("%p", static_cast<const void *>(eventHandle.handle())),
-        oneLine(buttons.value(Button1).text),
-        oneLine(buttons.value(Button2).text),
-        oneLine(buttons.value(Button3).text),
-        QString::number(defaultButton),
-        describe(hintWidget),
-        truth(reportGenerated),
-    };
-    const QString text = MessageText::substitute(QString::fromLatin1(DumpFormat), values);
-    KOV_LOG_TAG("[MESSAGE_MNG]", 1, "%s", qUtf8Printable(text));
+    const auto answer = [this](ButtonID id) { return KovGui::logText(buttons.value(id).text); };
+    // "Spontanous" is spelt so: support tools search for these lines.
+    KOV_LOG_TAG("[MESSAGE_MNG]", 1,
+                "\nMessage data: \n"
+                "  >> Issuer id = %s \n"
+                "  >> Code = %.8X \n"
+                "  >> Type = %s \n"
+                "  >> Short Message = \"%s\" \n"
+                "  >> Long Message = \"%s\" \n"
+                "  >> Details = \"%s\" \n"
+                "  >> Spontanous = %s \n"
+                "  >> Can be hidden = %s \n"
+                "  >> Force show = %s \n"
+                "  >> Use active = %s \n"
+                "  >> Event handle = %p \n"
+                "  >> Answers: [%s] [%s] [%s] \n"
+                "  >> Default button number: %d \n"
+                "  >> Message hint: %s \n"
+                "  >> report generated message: %s \n",
+                KovGui::logText(issuerId).constData(), unsigned(code), MessageText::typeName(type),
+                KovGui::logText(shortMsg).constData(), KovGui::logText(longMsg).constData(),
+                KovGui::logText(details.text()).constData(), truth(spontaneous), truth(canBeHidden),
+                truth(forceShow), truth(useActive), static_cast<const void *>(eventHandle.handle()),
+                answer(Button1).constData(), answer(Button2).constData(), answer(Button3).constData(),
+                int(defaultButton), describe(hintWidget).constData(), truth(reportGenerated));
 }
 
 } // namespace Messaging

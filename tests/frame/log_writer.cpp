@@ -7,12 +7,13 @@
 
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <fcntl.h>
 #include <functional>
+#include <map>
 #include <sched.h>
 #include <string>
 #include <sys/mount.h>
@@ -31,65 +32,59 @@ static std::string s_directory;
         std::_Exit(__LINE__ % 256 ? __LINE__ % 256 : 1);                                                     \
     }
 
-static void inThreads(int count, const std::function<void()> &work)
+/// Every thread logs the same messages in order, so that a reader knows what must stand in its lines.
+static int logInThreads(int threads, int count, const std::atomic<bool> &end, useconds_t pause = 0)
 {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < count; ++i)
-        threads.emplace_back(work);
-    for (std::thread &thread : threads)
+    std::atomic<int> written{0};
+    std::vector<std::thread> all;
+    for (int thread = 0; thread < threads; ++thread)
+        all.emplace_back([&] {
+            for (int i = 0; i < count && !end; ++i, ++written) {
+                KovGui::log("", "flood", 0, "%s", messageOf(i).c_str());
+                if (pause)
+                    usleep(pause);
+            }
+        });
+    for (std::thread &thread : all)
         thread.join();
+    return written;
 }
 
-/// Every thread the same messages in order, so that a reader knows what must stand in its lines.
 static void flood(int threads, int count)
 {
-    inThreads(threads, [count] {
-        for (int i = 0; i < count; ++i)
-            KovGui::log("", "flood", 0, "%s", messageOf(i).c_str());
-    });
+    logInThreads(threads, count, std::atomic<bool>{false});
 }
 
-/// Until standard input ends; prints how many.
-static void untilTold(int threads)
+/// Logs until the work ends; prints how many records. A pause keeps the file of a longer run small.
+static void logDuring(const std::function<void()> &work, useconds_t pause)
 {
     std::atomic<bool> end{false};
-    std::atomic<int> written{0};
-    std::thread listener([&end] {
-        while (std::getchar() != EOF) { }
+    std::thread worker([&] {
+        work();
         end = true;
     });
-    inThreads(threads, [&] {
-        for (int i = 0; !end; ++i, ++written)
-            KovGui::log("", "flood", 0, "%s", messageOf(i).c_str());
-    });
-    listener.join();
-    std::printf("%d\n", written.load());
+    std::printf("%d\n", logInThreads(3, INT_MAX, end, pause));
+    worker.join();
 }
 
-/// The directory changes all the time, and others open files all the time: no record may land in theirs.
-static void changeDirectories(int threads)
+static void untilInputEnds()
 {
-    std::atomic<bool> end{false};
-    std::atomic<int> written{0};
-    std::thread changer([&] {
-        for (int i = 0; i < 1000; ++i) {
-            KovGui::setLogDirectory((s_directory + (i % 2 ? "/a" : "/b")).c_str());
-            int ends[2];
-            REQUIRE(pipe2(ends, O_NONBLOCK) == 0);
-            sched_yield();
-            char byte;
-            REQUIRE(read(ends[0], &byte, 1) == -1 && errno == EAGAIN);
-            close(ends[0]);
-            close(ends[1]);
-        }
-        end = true;
-    });
-    inThreads(threads, [&] {
-        for (int i = 0; !end; ++i, ++written)
-            KovGui::log("", "flood", 0, "%s", messageOf(i).c_str());
-    });
-    changer.join();
-    std::printf("%d\n", written.load());
+    while (std::getchar() != EOF) { }
+}
+
+/// Others open files all the time: no record may land in theirs.
+static void changeDirectories()
+{
+    for (int i = 0; i < 1000; ++i) {
+        KovGui::setLogDirectory((s_directory + (i % 2 ? "/a" : "/b")).c_str());
+        int ends[2];
+        REQUIRE(pipe2(ends, O_NONBLOCK) == 0);
+        sched_yield();
+        char byte;
+        REQUIRE(read(ends[0], &byte, 1) == -1 && errno == EAGAIN);
+        close(ends[0]);
+        close(ends[1]);
+    }
 }
 
 static int logDescriptor()
@@ -168,27 +163,22 @@ int main(int argc, char *argv[])
     if (argc < 3)
         return 2;
     s_directory = argv[1];
-    const std::string command = argv[2];
-    const auto number = [argc, argv](int i) { return i < argc ? std::atoi(argv[i]) : 1; };
     if (s_directory != "-")
         KovGui::setLogDirectory(argv[1]);
-    if (command == "flood")
-        flood(number(3), number(4));
-    else if (command == "killed")
-        flood(1, number(3)), std::raise(SIGKILL);
-    else if (command == "until-told")
-        untilTold(number(3));
-    else if (command == "change-directories")
-        changeDirectories(number(3));
-    else if (command == "closed-by-host")
-        closedByHost();
-    else if (command == "forked")
-        forked();
-    else if (command == "disk-full")
-        diskFull();
-    else if (command == "system-logs")
-        systemLogs();
-    else
+    const auto number = [argc, argv](int i) { return i < argc ? std::atoi(argv[i]) : 1; };
+    const std::map<std::string, std::function<void()>> commands{
+        {"flood", [&] { flood(number(3), number(4)); }},
+        {"killed", [&] { flood(1, number(3)), std::raise(SIGKILL); }},
+        {"until-told", [] { logDuring(untilInputEnds, 50); }},
+        {"change-directories", [] { logDuring(changeDirectories, 0); }},
+        {"closed-by-host", closedByHost},
+        {"forked", forked},
+        {"disk-full", diskFull},
+        {"system-logs", systemLogs},
+    };
+    const auto command = commands.find(argv[2]);
+    if (command == commands.end())
         return 2;
+    command->second();
     return 0;
 }

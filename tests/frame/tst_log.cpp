@@ -296,7 +296,7 @@ void tst_Log::fileMovedAwayUnderLoad()
 {
     std::vector<Writer> writers;
     for (int i = 0; i < 2; ++i)
-        writers.push_back(start(m_folder->path(), "until-told 2"));
+        writers.push_back(start(m_folder->path(), "until-told"));
     QByteArray all;
     for (const char *moved : {"moved.1", "moved.2"}) {
         QTRY_VERIFY(QFile::exists(log()));
@@ -324,7 +324,7 @@ void tst_Log::directoryChangesUnderLoad()
 {
     QVERIFY(QDir(m_folder->path()).mkdir(QStringLiteral("a"))
             && QDir(m_folder->path()).mkdir(QStringLiteral("b")));
-    const Writer writer = start(m_folder->path(), "change-directories 3");
+    const Writer writer = start(m_folder->path(), "change-directories");
     QVERIFY(writer->waitForFinished());
     QCOMPARE(writer->exitCode(), 0);
     const auto count = [this](const char *name) { return countWholeThreads(contentOf(path(name)), false); };
@@ -377,6 +377,7 @@ void tst_Log::trapsAreNotEntered_data()
     QTest::newRow("symbolic link") << QByteArray("ln -s victim tessarine-qor.log");
     QTest::newRow("dangling link") << QByteArray("ln -s new tessarine-qor.log");
     QTest::newRow("hard link") << QByteArray("ln victim tessarine-qor.log");
+    QTest::newRow("pipe without a reader") << QByteArray("mkfifo tessarine-qor.log");
     QTest::newRow("pipe that is being read") << QByteArray("mkfifo tessarine-qor.log");
     QTest::newRow("folder") << QByteArray("mkdir tessarine-qor.log");
     QTest::newRow("missing folder") << QByteArray("cd ..; mv log elsewhere");
@@ -389,7 +390,9 @@ void tst_Log::trapsAreNotEntered()
     const QByteArray script
         = "cd " + path("log").toLocal8Bit() + "; echo precious > victim; { " + command + "; }";
     QCOMPARE(system(script.constData()), 0);
-    const int reader = open(path("log/tessarine-qor.log").toLocal8Bit().constData(), O_RDONLY | O_NONBLOCK);
+    int reader = -1;
+    if (strstr(QTest::currentDataTag(), "being read"))
+        reader = open(path("log/tessarine-qor.log").toLocal8Bit().constData(), O_RDONLY | O_NONBLOCK);
     QCOMPARE(run(path("log"), "flood 1 10"), 0);
     QCOMPARE(countWholeThreads(contentOf(path("home/tessarine-qor.log"))), 10);
     const QString folder = QFile::exists(path("log")) ? path("log") : path("elsewhere");

@@ -42,7 +42,6 @@ void tst_message_rules::decision_data()
         = [](const char *name, int facts, Verdict verdict) { QTest::newRow(name) << facts << verdict; };
     row("plain", None, Shown);
     row("a stored answer beats force", IsHidden | Forced, Hidden);
-    row("a stored answer beats everything", IsHidden | ShownBefore | Question3 | Blocked, Hidden);
     row("shown once in this run, even when forced", ShownBefore | Forced, Skipped);
     row("once per machine, known", Spontaneous | Unneeded, Skipped);
     row("once per machine, asked for by the user", Unneeded, Shown);
@@ -53,7 +52,6 @@ void tst_message_rules::decision_data()
     row("equal question of the user", Equal | Question3, Shown);
     row("equal question of a machine", Equal | Question3 | Spontaneous, Merged);
     row("blocked", Blocked, Queued);
-    row("blocked notification", Blocked | Notification, Queued);
     row("blocked but forced", Blocked | Forced | Spontaneous, Shown);
     row("blocked question of the user", Blocked | Question3, Shown);
     row("blocked question of a machine", Blocked | Question3 | Spontaneous, Queued);
@@ -106,7 +104,6 @@ void tst_message_rules::substitution_data()
     row("two digits", "%10 %1", {one, two}, "two one");
     row("a placeholder inside a value stays", "%1 %2", {QStringLiteral("%2"), two}, "%2 two");
     row("too few values", "%1 %2", {one}, "one %2");
-    row("too many values", "%1", {one, two}, "one");
     row("percent signs of other kinds", "100% of %1, %%, %0", {one}, "100% of one, %%, %0");
     row("nothing to put in", "", {one}, "");
     row("markup and lines", "%1",

@@ -5,40 +5,28 @@
 #include <QStringList>
 
 #include <mutex>
+#include <utility>
 
 /// Collects the lines of the service client library while it lives.
 class SdkLog
 {
 public:
     SdkLog() { KovApi_SetLogFunction(&SdkLog::add); }
-    ~SdkLog()
-    {
-        KovApi_SetLogFunction(nullptr);
-        take();
-    }
+    ~SdkLog() { KovApi_SetLogFunction(nullptr); }
 
     static QStringList take()
     {
-        const std::lock_guard<std::mutex> lock(mutex());
-        QStringList taken;
-        taken.swap(lines());
-        return taken;
+        const std::lock_guard<std::mutex> lock(s_mutex);
+        return std::exchange(s_lines, QStringList());
     }
 
 private:
     static void add(unsigned level, const char *text)
     {
-        const std::lock_guard<std::mutex> lock(mutex());
-        lines().append(QStringLiteral("%1 %2").arg(level).arg(QString::fromUtf8(text)));
+        const std::lock_guard<std::mutex> lock(s_mutex);
+        s_lines.append(QStringLiteral("%1 %2").arg(level).arg(QString::fromUtf8(text)));
     }
-    static std::mutex &mutex()
-    {
-        static std::mutex mutex;
-        return mutex;
-    }
-    static QStringList &lines()
-    {
-        static QStringList lines;
-        return lines;
-    }
+
+    static inline std::mutex s_mutex;
+    static inline QStringList s_lines;
 };

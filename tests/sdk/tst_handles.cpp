@@ -174,26 +174,18 @@ void tst_Handles::parametersKeepTheirKind()
     const KOV_HANDLE holder = newEvent();
     KovService_AddStringParam(holder, "text", "7");
     KovService_AddInt32Param(holder, "number", INT32_MIN);
-    const KOV_HANDLE inner = newEvent();
-    KovService_AddHandleParam(holder, "event", inner);
     const KOV_HANDLE text = parameter(holder, "text");
     const KOV_HANDLE number = parameter(holder, "number");
-    const KOV_HANDLE nested = parameter(holder, "event");
     int32_t value = 5;
     char buffer[32];
     uint32_t size = sizeof buffer;
     KOV_HANDLE handle = nullptr;
     QCOMPARE(KovEvtPrm_ToInt32(text, &value), KOV_ERR_NO_DATA);
-    QCOMPARE(KovEvtPrm_ToInt32(number, &value), KOV_SUCCESS);
-    QCOMPARE(value, INT32_MIN);
     QCOMPARE(KovEvtPrm_ToString(number, buffer, &size), KOV_SUCCESS);
     QCOMPARE(buffer, "-2147483648");
-    QCOMPARE(KovEvtPrm_ToString(nested, buffer, &size), KOV_ERR_NO_DATA);
     QCOMPARE(KovEvtPrm_ToHandle(text, &handle), KOV_ERR_NO_DATA);
-    QCOMPARE(KovEvent_GetParam(holder, 3, &handle), KOV_ERR_NO_DATA);
-    QCOMPARE(KovEvent_GetParamByName(holder, "none", &handle), KOV_ERR_NO_DATA);
-    QCOMPARE(handle, nullptr);
-    for (const KOV_HANDLE used : {holder, inner, text, number, nested})
+    QCOMPARE(KovEvent_GetParam(holder, 2, &handle), KOV_ERR_NO_DATA);
+    for (const KOV_HANDLE used : {holder, text, number})
         QCOMPARE(KovHandle_Free(used), KOV_SUCCESS);
 }
 
@@ -242,8 +234,9 @@ void tst_Handles::handlesFromManyThreads()
                 KovService_AddHandleParam(shared, "internal_event", own); // refused: a circle
                 KovService_AddInt32Param(shared, "number", turn);
                 const KOV_HANDLE param = parameter(shared, "number");
-                KovHandle_Free(param);
-                KovHandle_Free(own);
+                KovHandle_AddRef(shared);
+                for (const KOV_HANDLE used : {param, own, shared})
+                    KovHandle_Free(used);
             }
         });
     }

@@ -1,5 +1,9 @@
 #pragma once
 
+#ifdef KOV_TEST_HAS_LOG
+#include "gui/log/Log.h"
+#endif
+
 #include <QApplication>
 #include <QDir>
 #include <QStandardPaths>
@@ -15,8 +19,19 @@ public:
         qputenv("XDG_CONFIG_HOME", path("config"));
         qputenv("XDG_DATA_HOME", path("data"));
         qputenv("XDG_CACHE_HOME", path("cache"));
+#ifdef KOV_TEST_HAS_LOG
+        KovGui::setLogDirectory(path("log").constData());
+#endif
         QCoreApplication::setOrganizationName(QStringLiteral("Tessarine Tests"));
     }
+
+#ifdef KOV_TEST_HAS_LOG
+    ~TestEnvironment()
+    {
+        // What is reported on the way out must not make the folder again.
+        KovGui::setLogOutputFunction([](const char *, std::size_t) {});
+    }
+#endif
 
 private:
     QByteArray path(const char *name)
@@ -30,13 +45,13 @@ private:
 };
 
 /// main() of a test with (widgets) or without (core) windows.
-#define KOV_TEST_MAIN(ApplicationClass, TestClass)                                                                     \
-    int main(int argc, char *argv[])                                                                                   \
-    {                                                                                                                  \
-        TestEnvironment environment;                                                                                   \
-        ApplicationClass application(argc, argv);                                                                      \
-        application.setApplicationName(QStringLiteral(#TestClass));                                                    \
-        TestClass test;                                                                                                \
-        QTEST_SET_MAIN_SOURCE_PATH                                                                                     \
-        return QTest::qExec(&test, argc, argv);                                                                        \
+#define KOV_TEST_MAIN(ApplicationClass, TestClass)                                                           \
+    int main(int argc, char *argv[])                                                                         \
+    {                                                                                                        \
+        TestEnvironment environment;                                                                         \
+        ApplicationClass application(argc, argv);                                                            \
+        application.setApplicationName(QStringLiteral(#TestClass));                                          \
+        TestClass test;                                                                                      \
+        QTEST_SET_MAIN_SOURCE_PATH                                                                           \
+        return QTest::qExec(&test, argc, argv);                                                              \
     }

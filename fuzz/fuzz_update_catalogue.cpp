@@ -1,0 +1,58 @@
+// Any bytes as an update catalogue: read, written and read again, chosen from, resolved and reported.
+#include "programs/updater/Address.h"
+#include "programs/updater/CheckOutput.h"
+
+#include <QUrl>
+#include <cstdint>
+#include <cstdlib>
+
+namespace {
+
+void require(bool holds)
+{
+    if (!holds)
+        std::abort();
+}
+
+void report(const ChosenUpdate &chosen)
+{
+    QUrl package;
+    QByteArray output;
+    const QUrl catalogue(QStringLiteral("https://updates.example/a/c.xml"));
+    if (!Address::resolvePackage(catalogue, chosen.update.filePath, &package).isEmpty())
+        return;
+    require(package.scheme() == QLatin1String("https") && package.userInfo().isEmpty());
+    if (!composeCheckOutput(chosen, package, &output).isEmpty())
+        return;
+    const QByteArray lowered = output.toLower();
+    const int description = lowered.indexOf("[begin_update_description]");
+    for (const char *const marker : {"file_path: ", "uuid: ", "file_size: ", "checksum: "})
+        require(lowered.left(description).count(marker) == 1);
+    require(output.count("[END_UPDATE_DESCRIPTION]") == 1 && output.endsWith("[END_UPDATE_DESCRIPTION]\n"));
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    CUpdates catalogue;
+    XmlReport messages;
+    const bool ok = catalogue.read(QByteArray(reinterpret_cast<const char *>(data), int(size)), &messages);
+    require(ok == messages.errors.isEmpty());
+    if (!ok)
+        return 0;
+    const QByteArray written = catalogue.write();
+    CUpdates copy;
+    require(copy.read(written) && copy.write() == written);
+    for (const CUpdProduct &product : copy.products) {
+        const UpdateCriteria criteria{
+            product.productName, {}, QStringLiteral("de_DE"), QStringLiteral("linux")};
+        if (const std::optional<ChosenUpdate> chosen = chooseUpdate(copy, criteria))
+            report(*chosen);
+        for (const CUpdProductVersion &version : product.versions) {
+            for (const CUpdate &update : version.updates)
+                report({{3, 1, 5, 31502}, update});
+        }
+    }
+    return 0;
+}

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "programs/updater/ExitCode.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QUrl>
+
+struct FetchRequest
+{
+    /// http or https, checked (Address::parseServer). Its user information is sent to this server only.
+    QUrl url;
+    /// PEM file of certificate authorities; empty for the system's.
+    QString certificateFile;
+    /// Host of an HTTP proxy; empty for a direct connection. The environment is not asked.
+    QString proxyServer;
+    int proxyPort = 0;
+    /// How often a connection that fails is tried through the proxy, at least 1.
+    int proxyTryCount = 1;
+    /// For everything together, redirects and tries included.
+    int timeoutSeconds = 60;
+};
+
+struct FetchResult
+{
+    /// UpdateFound stands for success; nothing has been found yet.
+    ExitCode code = ExitCode::InternalError;
+    /// One line, empty on success.
+    QString fault;
+    QByteArray body;
+    /// Where the body came from, after redirects, without user information.
+    QUrl url;
+};
+
+/**
+ * Fetches one document. Blocks until it is there, has failed, or the time is over.
+ *
+ * Certificates are verified. At most five redirects are followed, never from https to http. A body of more
+ * than 8 MiB, or headers of more than 256 KiB, end the transfer. No compression is asked for or undone.
+ */
+FetchResult fetchCatalogue(const FetchRequest &request);

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "gui/update/catalogue/CUpdaterConfig.h"
+#include "programs/updater/CatalogueFetch.h"
+#include "programs/updater/CommandLine.h"
+#include "programs/updater/UpdateChoice.h"
+
+/// What to ask, and where.
+struct CheckRequest
+{
+    FetchRequest fetch;
+    UpdateCriteria criteria;
+    /// False when the configuration says that the product is not to be updated.
+    bool isEnabled = true;
+};
+
+struct CheckRequestResult
+{
+    /// UpdateFound stands for success.
+    ExitCode code = ExitCode::UpdateFound;
+    QString fault;
+    CheckRequest request;
+};
+
+/**
+ * Puts the request together: the command line counts before the configuration, the configuration before what
+ * the program was built with. The installed product is the configuration's product of the name asked for, or
+ * its first one.
+ *
+ * A pure function but for the defaults of locale and operating system, which the system tells.
+ */
+CheckRequestResult makeCheckRequest(const CommandLine &commandLine, const CUpdaterConfig *configuration);

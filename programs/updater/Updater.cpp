@@ -1,0 +1,157 @@
+#include "programs/updater/Updater.h"
+
+#include "gui/KovVersion.h"
+#include "programs/updater/Address.h"
+#include "programs/updater/CheckOutput.h"
+#include "programs/updater/CheckRequest.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <cstdio>
+
+namespace {
+
+constexpr qint64 maximumConfigurationSize = 1024 * 1024;
+
+/// Foreign texts are part of the lines; they must not look like lines of their own.
+void printError(const QString &text)
+{
+    QString line = text;
+    for (QChar &character : line) {
+        if (!character.isPrint())
+            character = QLatin1Char(' ');
+    }
+    std::fprintf(stderr, "updater: %s\n", line.toUtf8().constData());
+}
+
+ExitCode fail(ExitCode code, const QString &text)
+{
+    printError(text);
+    return code;
+}
+
+/// @param code  returned if everything could be written: a cut report is no report
+ExitCode print(const QByteArray &text, ExitCode code)
+{
+    const size_t size = size_t(text.size());
+    const bool ok = std::fwrite(text.constData(), 1, size, stdout) == size && std::fflush(stdout) == 0;
+    return ok ? code : fail(ExitCode::OutputError, QStringLiteral("standard output cannot be written"));
+}
+
+QString firstOf(const QStringList &errors)
+{
+    const int others = errors.size() - 1;
+    return others > 0 ? QStringLiteral("%1 (and %2 more)").arg(errors.first()).arg(others) : errors.first();
+}
+
+void printWarnings(const XmlReport &report, const CommandLine &commandLine)
+{
+    if (!commandLine.isVerbose)
+        return;
+    for (const QString &warning : report.warnings)
+        printError(warning);
+}
+
+/// Empty, or why the file is not usable.
+QString readConfiguration(const QString &path, const CommandLine &commandLine, CUpdaterConfig *configuration)
+{
+    QFile file(path);
+    // Opening anything but a file could wait for ever.
+    if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly))
+        return QStringLiteral("it cannot be opened");
+    const QByteArray document = file.read(maximumConfigurationSize + 1);
+    if (document.size() > maximumConfigurationSize)
+        return QStringLiteral("it is larger than %1 bytes").arg(maximumConfigurationSize);
+    XmlReport report;
+    const bool ok = configuration->read(document, &report);
+    printWarnings(report, commandLine);
+    return ok ? QString() : firstOf(report.errors);
+}
+
+ExitCode report(const CheckRequest &request, const FetchResult &fetched, const CommandLine &commandLine)
+{
+    const QString source = Address::shown(fetched.url);
+    CUpdates catalogue;
+    XmlReport xmlReport;
+    const bool ok = catalogue.read(fetched.body, &xmlReport);
+    printWarnings(xmlReport, commandLine);
+    if (!ok)
+        return fail(ExitCode::BadCatalogue, QStringLiteral("the update catalogue %1 is not valid: %2")
+                                                .arg(source, firstOf(xmlReport.errors)));
+    const std::optional<ChosenUpdate> chosen = chooseUpdate(catalogue, request.criteria);
+    if (!chosen)
+        return ExitCode::NoUpdate;
+    QUrl package;
+    QString fault = Address::resolvePackage(fetched.url, chosen->update.filePath, &package);
+    if (!fault.isEmpty())
+        return fail(ExitCode::BadCatalogue,
+                    QStringLiteral("the update catalogue %1 is not valid: FilePath is refused: %2")
+                        .arg(source, fault));
+    QByteArray output;
+    fault = composeCheckOutput(*chosen, package, &output);
+    if (!fault.isEmpty())
+        return fail(ExitCode::BadCatalogue,
+                    QStringLiteral("the update catalogue %1 is not valid: %2 is refused").arg(source, fault));
+    return print(output, ExitCode::UpdateFound);
+}
+
+ExitCode sayNoUpdate(const CheckRequest &request, const CommandLine &commandLine)
+{
+    if (!commandLine.reportsNoUpdate)
+        return ExitCode::NoUpdate;
+    const QString text = QStringLiteral("There is no update for %1 %2.\n");
+    const UpdateCriteria &criteria = request.criteria;
+    return print(text.arg(criteria.product, versionText(criteria.currentVersion)).toUtf8(),
+                 ExitCode::NoUpdate);
+}
+
+ExitCode check(const CommandLine &commandLine, const QString &programDirectory)
+{
+    const bool isOwnConfiguration = !commandLine.configurationFile.isEmpty();
+    const QString path = isOwnConfiguration ? commandLine.configurationFile
+                                            : QDir(programDirectory).filePath(QStringLiteral("updater.xml"));
+    CUpdaterConfig configuration;
+    const bool hasConfiguration = isOwnConfiguration || QFileInfo::exists(path);
+    if (hasConfiguration) {
+        const QString fault = readConfiguration(path, commandLine, &configuration);
+        if (!fault.isEmpty())
+            return fail(ExitCode::ConfigurationError,
+                        QStringLiteral("the configuration file %1 is not usable: %2").arg(path, fault));
+    } else if (commandLine.url.isEmpty()) {
+        return fail(ExitCode::ConfigurationError,
+                    QStringLiteral("no address of an update catalogue: give --url, or write %1").arg(path));
+    }
+    const CheckRequestResult made
+        = makeCheckRequest(commandLine, hasConfiguration ? &configuration : nullptr);
+    if (made.code != ExitCode::UpdateFound)
+        return fail(made.code, made.fault);
+    if (!made.request.isEnabled)
+        return sayNoUpdate(made.request, commandLine);
+    const FetchResult fetched = fetchCatalogue(made.request.fetch);
+    if (fetched.code != ExitCode::UpdateFound)
+        return fail(fetched.code, QStringLiteral("the update catalogue %1 cannot be fetched: %2")
+                                      .arg(Address::shown(fetched.url), fetched.fault));
+    const ExitCode code = report(made.request, fetched, commandLine);
+    return code == ExitCode::NoUpdate ? sayNoUpdate(made.request, commandLine) : code;
+}
+
+} // namespace
+
+ExitCode runUpdater(const QStringList &arguments, const QString &programDirectory)
+{
+    CommandLine commandLine;
+    const QString fault = parseCommandLine(arguments, &commandLine);
+    if (!fault.isEmpty())
+        return fail(ExitCode::UsageError, QStringLiteral("%1 (see updater --help)").arg(fault));
+    switch (commandLine.action) {
+    case CommandLine::Action::ShowHelp:
+        return print(helpText().toUtf8(), ExitCode(0));
+    case CommandLine::Action::ShowVersion:
+        return print("updater " KOV_VERSION_TEXT "\n", ExitCode(0));
+    case CommandLine::Action::Install:
+        return fail(ExitCode::InstallNotSupported, QStringLiteral("this build cannot install updates"));
+    case CommandLine::Action::Check:
+        break;
+    }
+    return check(commandLine, programDirectory);
+}

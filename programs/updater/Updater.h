@@ -1,0 +1,14 @@
+#pragma once
+
+#include "programs/updater/ExitCode.h"
+
+#include <QStringList>
+
+/**
+ * The program: reads the command line and the configuration, asks the update server, reports on standard
+ * output. Errors are one line each on standard error.
+ *
+ * @param arguments         without the program's name
+ * @param programDirectory  where the configuration file is looked for
+ */
+ExitCode runUpdater(const QStringList &arguments, const QString &programDirectory);
