@@ -2,6 +2,7 @@
 
 #include "examples/console/ConsoleMessages.h"
 #include "gui/help/Help.h"
+#include "gui/messages/CMessageBox.h"
 #include "gui/messages/CMessageManager.h"
 #include "gui/messages/MessageParams.h"
 #include "gui/messages/MessageUtils.h"
@@ -12,6 +13,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QListWidget>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -84,7 +86,28 @@ MessagesPage::MessagesPage(QWidget *parent)
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(m_list);
     layout->addLayout(row);
+    connect(CMessageManager::instance(), &CMessageManager::aboutToShowMessage, this,
+            &MessagesPage::completeBox);
     updateHiddenCount();
+}
+
+void MessagesPage::completeBox(const Messaging::MessageData &data, QWidget *, CMessageBoxWndBase *window)
+{
+    // What only the application knows goes into the box just before it is shown.
+    auto *box = qobject_cast<CMessageBox *>(window);
+    if (!box)
+        return;
+    if (data.code == MachineNotStarted)
+        box->setDetails(
+            tr("Memory wanted: 8,192 MB\nMemory free: 5,204 MB\nLargest programs: browser (2,310 MB), "
+               "mail (1,120 MB)"));
+    if (data.code == DiskAlmostFull) {
+        auto *use = new QProgressBar;
+        use->setAccessibleName(tr("Disk space in use"));
+        use->setFormat(tr("%p % of the disk is in use"));
+        use->setValue(97);
+        box->embedView(use);
+    }
 }
 
 void MessagesPage::show(int code)

@@ -5,6 +5,7 @@
 
 #include <QPointer>
 
+class CMessageBoxWndBase;
 class QLabel;
 class QListWidget;
 
@@ -22,6 +23,7 @@ public:
 private:
     Q_INVOKABLE void onMessageClosed(KOV_RESULT code, Messaging::ButtonID answer, const QVariant &params);
     Q_INVOKABLE bool onLinkClicked(const QUrl &url);
+    void completeBox(const Messaging::MessageData &data, QWidget *parent, CMessageBoxWndBase *window);
     void updateHiddenCount();
     void showFromOneMachine();
     void askThroughEvent();

@@ -97,7 +97,9 @@ bool SampleSite::writeConfiguration()
                          "  uwsgi_temp_path %1/uwsgi;\n  scgi_temp_path %1/scgi;\n"
                          "  server {\n    listen 127.0.0.1:%2;\n    root %1/site;\n"
                          // The catalogue of every product line is the same one here.
-                         "    location ~ /tessarine_updates\\.xml$ { rewrite ^ /catalogue.xml break; }\n"
+                         "    location ~ /tessarine_updates\\.xml$ {\n"
+                         "      if (-f %1/slow) { set $limit_rate 200; }\n"
+                         "      rewrite ^ /catalogue.xml break;\n    }\n"
                          "  }\n}\n")
               .arg(m_folder.path(), QString::number(m_port));
     return save(path("nginx.conf"), text.toUtf8());
@@ -196,6 +198,10 @@ bool SampleSite::setCatalogue(Catalogue catalogue)
     if (catalogue == Catalogue::Damaged)
         document.truncate(document.size() / 2);
     QDir(m_folder.path()).mkpath(QStringLiteral("site/packages"));
+    if (catalogue == Catalogue::Slow)
+        save(path("slow"), QByteArray());
+    else
+        QFile::remove(path("slow"));
     if (save(path("site/packages/") + name, package) && save(path("site/catalogue.xml"), document))
         return true;
     m_errorText = tr("The site's folder cannot be written.");

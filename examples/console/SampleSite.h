@@ -19,6 +19,7 @@ public:
         UpdateAvailable, ///< holds a newer version
         UpToDate, ///< holds the version that runs
         Damaged, ///< ends in the middle
+        Slow, ///< holds a newer version, and takes its time
     };
 
     explicit SampleSite(QObject *parent = nullptr);

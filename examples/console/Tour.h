@@ -35,7 +35,9 @@ protected:
 private:
     void taskSteps();
     void messageSteps();
+    void detailsStep(int code);
     void updateSteps();
+    void backgroundSteps();
     void updateStep(const char *name, int message, KOV_RESULT result);
     void logSteps();
 

@@ -4,6 +4,7 @@
 #include "examples/console/TasksPage.h"
 #include "examples/console/Tour_p.h"
 #include "examples/console/UpdatesPage.h"
+#include "gui/messages/CDetailsDialog.h"
 #include "gui/messages/CMessageManager.h"
 #include "gui/messages/MessageUtils.h"
 #include "gui/window/CProgressDialog.h"
@@ -21,12 +22,22 @@ QString hex(KOV_RESULT code)
     return code < 0 ? QStringLiteral("0x%1").arg(uint(code), 8, 16, QLatin1Char('0')) : QString::number(code);
 }
 
-bool isProgressShown()
+/// The visible window of a type, null when there is none.
+template <typename Window>
+Window *visibleWindow()
 {
     const auto windows = QApplication::topLevelWidgets();
-    return std::any_of(windows.cbegin(), windows.cend(), [](const QWidget *window) {
-        return window->isVisible() && qobject_cast<const CProgressDialog *>(window);
-    });
+    for (QWidget *widget : windows) {
+        auto *window = qobject_cast<Window *>(widget);
+        if (window && window->isVisible())
+            return window;
+    }
+    return nullptr;
+}
+
+CProgressDialog *progressWindow()
+{
+    return visibleWindow<CProgressDialog>();
 }
 
 } // namespace
@@ -37,8 +48,7 @@ void Tour::updateStep(const char *name, int message, KOV_RESULT result)
     m_progressWindowsShown = 0;
     press(page, QStringLiteral("checkNow"));
     const QString text = messageText(message);
-    const bool progressCameAndWent
-        = ask([this] { return m_progressWindowsShown == 1 && !isProgressShown(); });
+    const bool progressCameAndWent = ask([this] { return m_progressWindowsShown == 1 && !progressWindow(); });
     step(QString::fromLatin1(name), progressCameAndWent && !text.isEmpty(),
          QStringLiteral("the user reads: %1").arg(text));
     answer(message, 1);
@@ -93,10 +103,36 @@ void Tour::updateSteps()
         updateStep(row.name, row.message, row.result);
     }
 
+    backgroundSteps();
+}
+
+void Tour::backgroundSteps()
+{
+    using Catalogue = SampleSite::Catalogue;
+    UpdatesPage *page = m_window->updates();
     ask([page] {
         page->setUpdater(UpdatesPage::RealUpdater);
-        page->setCatalogue(Catalogue::UpToDate);
+        page->setCatalogue(Catalogue::Slow);
     });
+    m_progressWindowsShown = 0;
+    press(page, QStringLiteral("checkInBackground"));
+    waitFor([page] { return page->isChecking(); }, 1000);
+    msleep(500);
+    const int before = ask([this] { return m_progressWindowsShown; });
+    press(page, QStringLiteral("checkNow"));
+    const bool shown = waitFor([] { return progressWindow() != nullptr; });
+    step(QStringLiteral("to the foreground"), before == 0 && shown,
+         QStringLiteral("the background check shows its progress once it is asked for"));
+    ask([] {
+        if (CProgressDialog *window = progressWindow())
+            window->cancel();
+    });
+    waitFor([page] { return !page->isChecking(); });
+    const KOV_RESULT cancelled = ask([page] { return page->lastResult(); });
+    step(QStringLiteral("cancelled"), cancelled == KOV_ERR_CANCELLED,
+         QStringLiteral("the check ended with %1").arg(hex(cancelled)));
+
+    ask([page] { page->setCatalogue(Catalogue::UpToDate); });
     m_progressWindowsShown = 0;
     press(page, QStringLiteral("checkInBackground"));
     waitFor([page] { return page->isChecking(); }, 1000);
@@ -135,6 +171,8 @@ void Tour::messageSteps()
         later([page, &row] { page->show(row.code); });
         text = messageText(row.code);
         step(QString::fromLatin1(row.name), !text.isEmpty(), text);
+        if (row.code == MachineNotStarted)
+            detailsStep(row.code);
         answer(row.code, row.answer);
     }
 
@@ -168,6 +206,18 @@ void Tour::messageSteps()
     const bool hidden = waitFor([] { return MessageUtils::getHiddenMessagesCount() == 1; }, 2000);
     step(QStringLiteral("it is not asked again"), hidden && !isMessageOpen(SuspendOnQuit), lastEvent());
     press(page, QStringLiteral("restoreHidden"));
+}
+
+void Tour::detailsStep(int code)
+{
+    press(ask([code] { return CMessageManager::instance()->getMessageWindowsForId(code).value(0); }),
+          QStringLiteral("m_pbDetails"));
+    const bool shown = waitFor([] { return visibleWindow<CDetailsDialog>() != nullptr; });
+    step(QStringLiteral("its details"), shown, QStringLiteral("the details are in a window of their own"));
+    ask([] {
+        if (auto *window = visibleWindow<CDetailsDialog>())
+            window->close();
+    });
 }
 
 void Tour::taskSteps()

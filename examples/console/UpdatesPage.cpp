@@ -27,7 +27,8 @@ UpdatesPage::UpdatesPage(QWidget *parent)
     m_siteButton->setObjectName(QStringLiteral("toggleSite"));
     m_catalogue = new QComboBox(siteBox);
     m_catalogue->setObjectName(QStringLiteral("catalogue"));
-    m_catalogue->addItems({tr("holds a newer version"), tr("holds this version"), tr("ends in the middle")});
+    m_catalogue->addItems({tr("holds a newer version"), tr("holds this version"), tr("ends in the middle"),
+                           tr("arrives slowly")});
     auto *catalogueLabel = new QLabel(tr("Its &catalogue"), siteBox);
     catalogueLabel->setBuddy(m_catalogue);
     auto *siteRow = new QHBoxLayout(siteBox);

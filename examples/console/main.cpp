@@ -3,7 +3,9 @@
 #include "examples/console/Tour.h"
 #include "gui/KovGui.h"
 #include "gui/KovVersion.h"
+#include "gui/help/Help.h"
 #include "gui/log/LogText.h"
+#include "gui/messages/CMessageBox.h"
 #include "kov_sdk/KovSdk.h"
 
 #include <QApplication>
@@ -74,6 +76,9 @@ int main(int argc, char *argv[])
     KovGui::forwardQtMessages(true);
     KovGui::staticMetaObjectHash()[QStringLiteral("CMessageDataProvider")]
         = &ConsoleMessageProvider::staticMetaObject;
+    Help::setBaseAddress(QStringLiteral("https://help.tessarine.example/@LOCALE@/console/@TOPIC@"));
+    CMessageBox::setSupportPageAddress(
+        QStringLiteral("https://support.tessarine.example/@LOCALE@/solutions/%1"));
     if (!loadMessages()) {
         std::fprintf(stderr,
                      "console: console_messages.json beside the program cannot be used; see the log.\n");

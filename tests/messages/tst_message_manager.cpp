@@ -139,7 +139,7 @@ private:
 
 void tst_message_manager::initTestCase()
 {
-    ignoreSizeHintWarnings();
+    ignoreOffscreenWarnings();
     KovGui::init(KAM_CONSOLE);
     KovGui::setLogVerbosity(0);
     registerPolicy<CMessageDataProvider, Provider>();
@@ -415,7 +415,6 @@ void tst_message_manager::openWindows()
 {
     m_manager->showMessageBox(1001, QStringLiteral("a"), {}, {}, {}, false, m_window.get());
     m_manager->showMessageBox(1001, QStringLiteral("b"), {}, {}, {}, false, m_free.get());
-    QTest::ignoreMessage(QtWarningMsg, "This plugin does not support raise()");
     m_manager->raiseSpecificMessageBox(QStringLiteral("a"), 1001);
     QTRY_COMPARE(QApplication::activeWindow(),
                  m_manager->getMessageWindowsForParent(m_window.get()).value(0));

@@ -96,7 +96,7 @@ void tst_CheckForUpdate::onFinished(KOV_RESULT result, CAbstractTask *task)
 
 void tst_CheckForUpdate::initTestCase()
 {
-    ignoreSizeHintWarnings();
+    ignoreOffscreenWarnings();
     KovGui::init(KAM_CONSOLE);
     for (const QMetaObject *policy :
          {&CMessageBoxBuilder::staticMetaObject, &CSearchParentHelper::staticMetaObject,
@@ -267,7 +267,6 @@ void tst_CheckForUpdate::joinsTheRunningCheckAndCancelsIt()
     QTRY_COMPARE(log.count("Update command : "), 1);
     QCOMPARE(start(Check::CheckInBackground), check.data());
     QVERIFY(!progressWindow() && check->isCheckInBackground());
-    QTest::ignoreMessage(QtWarningMsg, "This plugin does not support raise()");
     QCOMPARE(start(0), check.data());
     QVERIFY(progressWindow() && !check->isCheckInBackground());
     QCOMPARE(progressWindow()->windowTitle(), QStringLiteral("Tessarine Console Update"));
@@ -289,7 +288,6 @@ void tst_CheckForUpdate::openMessageIsRaisedAndGoesWithTheCheck()
     other.show();
     other.activateWindow();
     QTRY_VERIFY(other.isActiveWindow());
-    QTest::ignoreMessage(QtWarningMsg, "This plugin does not support raise()");
     QCOMPARE(start(0), check.data());
     QTRY_VERIFY(m_window->isActiveWindow());
     QVERIFY(!progressWindow() && m_results.isEmpty() && m_messages.size() == 1);
