@@ -176,14 +176,14 @@ void CMessageBoxPrivate::fitTexts()
     const int column = q->fontMetrics().averageCharWidth();
     const QSize screen = q->screen()->availableGeometry().size();
     const int limit = qMin(column * MostColumns, screen.width() / 2);
-    int width = qMax(qMin(column * LeastColumns, limit), ui.m_txtMessage->widthWithin(limit));
-    if (!description.isEmpty())
-        width = qMax(width, ui.m_txtInfo->widthWithin(limit));
+    const QSize first = ui.m_txtMessage->sizeWithin(limit);
+    const QSize second = description.isEmpty() ? QSize() : ui.m_txtInfo->sizeWithin(limit);
+    const int width = qMax(qMin(column * LeastColumns, limit), qMax(first.width(), second.width()));
     // On screen it only grows: a countdown must not make the box dance.
     m_textWidth = q->isVisible() ? qMax(width, m_textWidth) : width;
-    ui.m_txtMessage->setPreferredSize(m_textWidth, screen.height() / 4);
+    ui.m_txtMessage->setPreferredSize(m_textWidth, first.height(), screen.height() / 4);
     if (!description.isEmpty())
-        ui.m_txtInfo->setPreferredSize(m_textWidth, screen.height() * 4 / 10);
+        ui.m_txtInfo->setPreferredSize(m_textWidth, second.height(), screen.height() * 4 / 10);
 }
 
 void CMessageBoxPrivate::shrinkToTexts()

@@ -4,6 +4,17 @@
 #include <QCloseEvent>
 #include <QPointer>
 
+namespace {
+
+/// A dialog's result may be any number.
+Messaging::ButtonID answerOf(int result)
+{
+    const bool known = result >= Messaging::ButtonNone && result <= Messaging::Button3;
+    return known ? Messaging::ButtonID(result) : Messaging::ButtonNone;
+}
+
+} // namespace
+
 class CMessageBoxWndBase::Private
 {
 public:
@@ -22,7 +33,7 @@ CMessageBoxWndBase::CMessageBoxWndBase(QWidget *parent, Qt::WindowFlags flags, C
 CMessageBoxWndBase::~CMessageBoxWndBase()
 {
     if (!d->delivered)
-        Q_EMIT beforeMessageDestroyed(d->uuid, Messaging::ButtonID(result()), false);
+        Q_EMIT beforeMessageDestroyed(d->uuid, answerOf(result()), false);
 }
 
 void CMessageBoxWndBase::setMessageUuid(const QString &uuid)
@@ -54,7 +65,7 @@ void CMessageBoxWndBase::deliverAnswer()
         return;
     d->delivered = true;
     hide();
-    Q_EMIT beforeMessageDestroyed(d->uuid, Messaging::ButtonID(result()), isDoNotShowAgainChecked());
+    Q_EMIT beforeMessageDestroyed(d->uuid, answerOf(result()), isDoNotShowAgainChecked());
 }
 
 void CMessageBoxWndBase::showEvent(QShowEvent *event)

@@ -47,9 +47,6 @@ SafeTextView::SafeTextView(QWidget *parent)
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setAcceptDrops(false);
     viewport()->setAutoFillBackground(false);
-    document()->setDocumentMargin(0);
-    document()->setDefaultStyleSheet(QStringLiteral("* {margin-left:1;margin-top:6;}"));
-    document()->documentLayout()->registerHandler(QTextFormat::ImageObject, noPicture());
     followWindowColors();
 }
 
@@ -59,8 +56,18 @@ void SafeTextView::setMessageText(const QString &text)
 {
     if (text == m_text)
         return;
+    // Not in the constructor: half of the boxes have no second text, and never pay for it.
+    if (m_text.isEmpty())
+        prepareDocument();
     m_text = text;
     showText();
+}
+
+void SafeTextView::prepareDocument()
+{
+    document()->setDocumentMargin(0);
+    document()->setDefaultStyleSheet(QStringLiteral("* {margin-left:1;margin-top:6;}"));
+    document()->documentLayout()->registerHandler(QTextFormat::ImageObject, noPicture());
 }
 
 void SafeTextView::showText()
@@ -79,23 +86,17 @@ void SafeTextView::showText()
     verticalScrollBar()->setValue(scroll);
 }
 
-void SafeTextView::layOut(int width)
+QSize SafeTextView::sizeWithin(int widthLimit)
 {
     // The widget answers a change of the document's size by laying it out at the width that it has so far.
     const QSignalBlocker blocker(document()->documentLayout());
-    document()->setTextWidth(width);
+    document()->setTextWidth(widthLimit);
+    const int width = int(std::ceil(document()->idealWidth()));
+    return {qMin(widthLimit, width), int(std::ceil(document()->size().height()))};
 }
 
-int SafeTextView::widthWithin(int limit)
+void SafeTextView::setPreferredSize(int width, int height, int maximumHeight)
 {
-    layOut(limit);
-    return qMin(limit, int(std::ceil(document()->idealWidth())));
-}
-
-void SafeTextView::setPreferredSize(int width, int maximumHeight)
-{
-    layOut(width);
-    const int height = int(std::ceil(document()->size().height()));
     const bool scrolls = height > maximumHeight;
     // A bar for the half pixel that rounding may cost would be worse than the pixel.
     setVerticalScrollBarPolicy(scrolls ? Qt::ScrollBarAsNeeded : Qt::ScrollBarAlwaysOff);

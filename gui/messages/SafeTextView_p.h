@@ -20,11 +20,10 @@ public:
 
     /// Rich text. A selection and the scroll position stay, as far as the new text reaches.
     void setMessageText(const QString &text);
-    /// The width of the widest line when lines are broken at `limit` pixels, margins included.
-    int widthWithin(int limit);
-    /// What the size hints follow: the text's height at `width`, up to `maximumHeight`, beyond which it
-    /// scrolls.
-    void setPreferredSize(int width, int maximumHeight);
+    /// The room that the text takes when lines are broken at the limit. Narrowed down to that width it breaks no other way.
+    QSize sizeWithin(int widthLimit);
+    /// What the size hints follow. A text of more than the maximum height scrolls, in a view that wide and a bar more.
+    void setPreferredSize(int width, int height, int maximumHeight);
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
@@ -35,8 +34,8 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
+    void prepareDocument();
     void showText();
-    void layOut(int width);
     void followWindowColors();
 
     QString m_text;
