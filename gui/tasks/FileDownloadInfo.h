@@ -1,0 +1,46 @@
+#pragma once
+
+#include "gui/KovGuiGlobal.h"
+
+#include <QMetaType>
+#include <QString>
+
+/**
+ * A file to download: where from, into which folder, and how to verify it. A value type.
+ *
+ * The address is foreign text. File names made from it are checked (isSafeFileName()): an address that names
+ * no safe file yields empty names and paths, never a path outside the folder.
+ */
+class KOVGUI_EXPORT FileDownloadInfo
+{
+public:
+    /// @param destinationDirectory  empty: the user's home directory
+    explicit FileDownloadInfo(const QString &destinationDirectory = QString());
+
+    /// The last component of the address's path, percent escapes decoded. Empty for an empty address, one
+    /// that ends in a slash, and a name that is not safe.
+    static QString destinationFileNameFromUrl(const QString &url);
+    /// True for a name that stays inside its folder on every system: not empty, "." or "..", no "/", "\", ":"
+    /// and control character, not a reserved device name ("NUL", "com1.exe"), no blank or dot at the end, at
+    /// most 255 bytes of UTF-8 together with the suffix of a partial file.
+    static bool isSafeFileName(const QString &name);
+
+    QString destinationFileName() const;
+    /// Directory, separator, name; empty when the name is empty. An empty directory counts as the home
+    /// directory.
+    QString destinationFilePath() const;
+    /// The same with ".kovupd-part" appended: what is downloaded so far.
+    QString destinationFilePartPath() const;
+    /// Bytes on disk: of the finished file if it exists, else of the partial file, else 0.
+    qint64 downloadedByFar() const;
+
+    /// The address, or the path of a local file.
+    QString url;
+    QString destinationDirectory;
+    /// MD5 digest in hexadecimal digits; empty when unknown.
+    QString md5;
+    /// Bytes; 0 when unknown.
+    qint64 size = 0;
+};
+
+Q_DECLARE_METATYPE(FileDownloadInfo)
