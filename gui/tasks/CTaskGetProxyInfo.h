@@ -2,6 +2,7 @@
 
 #include "abstract_task/CAbstractTask.h"
 #include "gui/KovGuiGlobal.h"
+#include "gui/tasks/ProxyResult.h"
 
 #include <QNetworkProxy>
 
@@ -24,9 +25,10 @@
  *
  * GUI thread only.
  */
-class KOVGUI_EXPORT CTaskGetProxyInfo : public CAbstractTask
+class KOVGUI_EXPORT CTaskGetProxyInfo : public CAbstractTask, public ProxyResult
 {
     Q_OBJECT
+    Q_INTERFACES(ProxyResult)
 
 public:
     enum TaskStep { DetectServer = 0, DetectCredentials = 1 };
@@ -38,7 +40,7 @@ public:
 
     /// The result: an HTTP proxy, with user and password where they are known. The default proxy (an empty
     /// host) means: no explicit proxy, use the manager's own rules.
-    QNetworkProxy proxy() const;
+    Q_INVOKABLE QNetworkProxy proxy() const override;
     /// The parameter "url", as it stands; not for logs.
     QString url() const;
     unsigned type() const override;
