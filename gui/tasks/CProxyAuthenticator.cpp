@@ -14,6 +14,7 @@
 #include <QPixmap>
 #include <QPointer>
 #include <QVector>
+#include <algorithm>
 
 using KovGui::logText;
 
@@ -73,6 +74,15 @@ bool gotPastProxy(const QNetworkReply &reply)
     const bool isProxyError = reply.error() > QNetworkReply::UnknownNetworkError
                               && reply.error() <= QNetworkReply::UnknownProxyError;
     return status != 0 && status != 407 && !isProxyError;
+}
+
+/// Qt keeps what it was answered, right or wrong, and would send it first with the manager's next request.
+void forgetAnswers(QNetworkAccessManager &manager)
+{
+    const QList<QNetworkReply *> replies = manager.findChildren<QNetworkReply *>();
+    // Connections go as well: others must not be in use.
+    if (std::all_of(replies.begin(), replies.end(), [](const QNetworkReply *reply) { return reply->isFinished(); }))
+        manager.clearAccessCache();
 }
 
 } // namespace
@@ -331,6 +341,13 @@ void CProxyAuthenticator::removeRequestor(QNetworkAccessManager *manager)
         d->question.dialog->reject();
 }
 
+bool CProxyAuthenticator::isChallenged(const QNetworkAccessManager *manager) const
+{
+    const auto isIt = [manager](const auto &waiter) { return waiter.first == manager; };
+    return (d->isAsking && d->question.manager == manager)
+           || std::any_of(d->waiting.cbegin(), d->waiting.cend(), isIt);
+}
+
 QString CProxyAuthenticator::user(const QNetworkProxy &proxy) const
 {
     return d->entries.value(ProxyAuthUtils::proxyKey(proxy)).cached.user;
@@ -372,7 +389,11 @@ void CProxyAuthenticator::onProxyAuthenticationRequired(const QNetworkProxy &pro
 void CProxyAuthenticator::onFinished(QNetworkReply *reply)
 {
     auto *manager = qobject_cast<QNetworkAccessManager *>(sender());
-    if (!manager || !reply || !d->isRequestor(manager) || !gotPastProxy(*reply))
+    if (!manager || !reply || !d->isRequestor(manager))
+        return;
+    if (reply->error() == QNetworkReply::ProxyAuthenticationRequiredError)
+        forgetAnswers(*manager);
+    if (!gotPastProxy(*reply))
         return;
     const Escalations confirmed = std::exchange(d->managers[manager], {});
     for (auto escalation = confirmed.begin(); escalation != confirmed.end(); ++escalation) {
