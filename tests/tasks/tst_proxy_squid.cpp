@@ -121,10 +121,10 @@ void tst_ProxySquid::passwordStandsNowhere()
         QCOMPARE(fetch(url), KOV_SUCCESS);
         QCOMPARE(person.seen.size(), 3);
     }
-    // The tunnel's server closes at once: an error with the connection's details.
-    QUrl secure = url;
-    secure.setScheme(QStringLiteral("https"));
-    QVERIFY(KOV_FAILED(fetch(secure)));
+    QTcpServer closing;
+    connect(&closing, &QTcpServer::newConnection, this, [&closing] { closing.nextPendingConnection()->close(); });
+    closing.listen(QHostAddress::LocalHost);
+    QVERIFY(KOV_FAILED(fetch(QUrl(QStringLiteral("https://127.0.0.1:%1/").arg(closing.serverPort())))));
     // The same password from the preferences, through the task, then a request that fails.
     CProxyAuthenticator::destroy();
     setPreference("Proxy Enabled", true);
