@@ -256,8 +256,11 @@ CUserAuthDialog *CProxyAuthenticatorPrivate::openDialog(const Challenge &challen
     QObject::connect(dialog, &QDialog::finished, q, [this, proxy = challenge.proxy](int result) {
         closeQuestion(proxy, result == QDialog::Accepted);
     });
-    QObject::connect(dialog, &QObject::destroyed, q,
-                     [this, proxy = challenge.proxy] { closeQuestion(proxy, false); });
+    QObject::connect(dialog, &QObject::destroyed, q, [this, proxy = challenge.proxy] {
+        // What is left of it is no dialog any more.
+        question.dialog = nullptr;
+        closeQuestion(proxy, false);
+    });
     return dialog;
 }
 
