@@ -2,6 +2,7 @@
 
 #include "abstract_task/CTaskManager.h"
 #include "gui/GUI.h"
+#include "gui/ImplementationRegistry_p.h"
 #include "gui/KovGui.h"
 #include "gui/help/Help.h"
 #include "gui/log/Log.h"
@@ -42,20 +43,9 @@ QString messageIssuer()
 
 CTaskCheckForProductUpdate *createRegistered(CTaskCheckForProductUpdate::Options options)
 {
-    const QMetaObject *metaObject = KovGui::staticMetaObjectHash().value(QString::fromLatin1(registryKey));
-    if (!metaObject) {
-        KOV_LOG_TAG(logTag, 0, "(!)Error: no class is registered for %s.", registryKey);
-        return nullptr;
-    }
-    QObject *object = metaObject->newInstance(Q_ARG(CTaskCheckForProductUpdate::Options, options));
-    auto *task = qobject_cast<CTaskCheckForProductUpdate *>(object);
-    if (!task) {
-        KOV_LOG_TAG(logTag, 0,
-                    "(!)Error: %s, registered for %s, cannot be created or does not derive from it.",
-                    metaObject->className(), registryKey);
-        delete object;
-    }
-    return task;
+    return static_cast<CTaskCheckForProductUpdate *>(
+        KovGui::createRegistered(registryKey, CTaskCheckForProductUpdate::staticMetaObject,
+                                 Q_ARG(CTaskCheckForProductUpdate::Options, options)));
 }
 
 CTaskCheckForProductUpdate *runningCheck()
