@@ -33,6 +33,10 @@ class KOVGUI_EXPORT CMessageBox : public CMessageBoxWndBase
     Q_PROPERTY(QString message READ message WRITE setMessage)
     Q_PROPERTY(QString description READ description WRITE setDescription)
     Q_PROPERTY(QString details READ details WRITE setDetails)
+    Q_PROPERTY(QPixmap icon READ icon WRITE setIcon)
+    Q_PROPERTY(QString button1 READ button1 WRITE setButton1)
+    Q_PROPERTY(QString button2 READ button2 WRITE setButton2)
+    Q_PROPERTY(QString button3 READ button3 WRITE setButton3)
     Q_PROPERTY(QString problemID READ problemID WRITE setProblemID)
     Q_PROPERTY(bool allowHide READ allowHide WRITE setAllowHide)
 
