@@ -1,19 +1,13 @@
 #include "examples/console/SampleSite.h"
 
+#include "examples/console/LoopbackServer.h"
 #include "gui/KovVersion.h"
 #include "gui/update/catalogue/CUpdates.h"
 
 #include <QCryptographicHash>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
-#include <QHostAddress>
 #include <QProcess>
-#include <QSaveFile>
-#include <QStandardPaths>
-#include <QTcpServer>
-#include <QTcpSocket>
-#include <QThread>
 
 namespace {
 
@@ -31,25 +25,6 @@ QByteArray packageBytes()
     return bytes;
 }
 
-bool save(const QString &path, const QByteArray &bytes)
-{
-    QSaveFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
-}
-
-quint16 freePort()
-{
-    QTcpServer server;
-    return server.listen(QHostAddress::LocalHost) ? server.serverPort() : 0;
-}
-
-QString nginxProgram()
-{
-    // Debian keeps servers out of an ordinary user's path.
-    return QStandardPaths::findExecutable(QStringLiteral("nginx"),
-                                          {QStringLiteral("/usr/sbin"), QStringLiteral("/usr/bin")});
-}
-
 } // namespace
 
 SampleSite::SampleSite(QObject *parent)
@@ -57,7 +32,7 @@ SampleSite::SampleSite(QObject *parent)
     , m_server(new QProcess(this))
 {
     QDir(m_folder.path()).mkpath(QStringLiteral("site"));
-    m_port = freePort();
+    m_port = LoopbackServer::freePort();
     connect(m_server, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), this,
             [this] { Q_EMIT runningChanged(false); });
 }
@@ -102,28 +77,14 @@ bool SampleSite::writeConfiguration()
                          "      rewrite ^ /catalogue.xml break;\n    }\n"
                          "  }\n}\n")
               .arg(m_folder.path(), QString::number(m_port));
-    return save(path("nginx.conf"), text.toUtf8());
-}
-
-bool SampleSite::waitUntilReady()
-{
-    QElapsedTimer clock;
-    clock.start();
-    while (isRunning() && clock.elapsed() < 5000) {
-        QTcpSocket socket;
-        socket.connectToHost(QHostAddress::LocalHost, m_port);
-        if (socket.waitForConnected(200))
-            return true;
-        m_server->waitForFinished(50);
-    }
-    return false;
+    return LoopbackServer::save(path("nginx.conf"), text.toUtf8());
 }
 
 bool SampleSite::start()
 {
     if (isRunning())
         return true;
-    const QString program = nginxProgram();
+    const QString program = LoopbackServer::program("nginx");
     if (program.isEmpty() || !writeConfiguration()) {
         m_errorText = program.isEmpty() ? tr("nginx is not installed; ./setup installs it.")
                                         : tr("The site's folder cannot be written.");
@@ -131,7 +92,7 @@ bool SampleSite::start()
     }
     m_server->start(program, {QStringLiteral("-c"), path("nginx.conf"), QStringLiteral("-p"), m_folder.path(),
                               QStringLiteral("-e"), QStringLiteral("stderr")});
-    if (!m_server->waitForStarted() || !waitUntilReady()) {
+    if (!m_server->waitForStarted() || !LoopbackServer::waitUntilReady(m_server, m_port)) {
         m_errorText
             = tr("nginx did not start: %1").arg(QString::fromLocal8Bit(m_server->readAllStandardError()));
         stop();
@@ -144,13 +105,7 @@ bool SampleSite::start()
 
 void SampleSite::stop()
 {
-    if (m_server->state() == QProcess::NotRunning)
-        return;
-    m_server->terminate();
-    if (!m_server->waitForFinished(3000)) {
-        m_server->kill();
-        m_server->waitForFinished(3000);
-    }
+    LoopbackServer::stop(m_server);
 }
 
 bool SampleSite::setCatalogue(Catalogue catalogue)
@@ -199,10 +154,11 @@ bool SampleSite::setCatalogue(Catalogue catalogue)
         document.truncate(document.size() / 2);
     QDir(m_folder.path()).mkpath(QStringLiteral("site/packages"));
     if (catalogue == Catalogue::Slow)
-        save(path("slow"), QByteArray());
+        LoopbackServer::save(path("slow"), QByteArray());
     else
         QFile::remove(path("slow"));
-    if (save(path("site/packages/") + name, package) && save(path("site/catalogue.xml"), document))
+    if (LoopbackServer::save(path("site/packages/") + name, package)
+        && LoopbackServer::save(path("site/catalogue.xml"), document))
         return true;
     m_errorText = tr("The site's folder cannot be written.");
     return false;

@@ -41,7 +41,6 @@ Q_SIGNALS:
 
 private:
     bool writeConfiguration();
-    bool waitUntilReady();
     QString path(const char *name) const;
 
     QTemporaryDir m_folder;
