@@ -1,0 +1,138 @@
+#include "gui/tasks/WebUtils.h"
+
+#include "gui/KovGui.h"
+#include "gui/KovVersion.h"
+
+#include <QRegularExpression>
+#include <QSysInfo>
+#include <QUrlQuery>
+
+#include <algorithm>
+
+namespace {
+
+using Keys = std::initializer_list<QLatin1String>;
+
+bool isOneOf(const QString &key, Keys keys)
+{
+    for (QLatin1String candidate : keys) {
+        if (key.compare(candidate, Qt::CaseInsensitive) == 0)
+            return true;
+    }
+    return false;
+}
+
+QString encoded(const QString &text)
+{
+    return QString::fromLatin1(QUrl::toPercentEncoding(text));
+}
+
+bool isSecretKey(const QString &key)
+{
+    return isOneOf(key, {QLatin1String("Password"), QLatin1String("NewPassword")});
+}
+
+/// A value as it stands in the query, masked where its key says so.
+QString maskedValue(const QString &key, const QString &value)
+{
+    const QString plainKey = QUrl::fromPercentEncoding(key.toUtf8());
+    if (isSecretKey(plainKey))
+        return QStringLiteral("xxx");
+    if (isOneOf(plainKey, {QLatin1String("Name"), QLatin1String("Email"), QLatin1String("E-mail")}))
+        return WebUtils::maskedEMail(QUrl::fromPercentEncoding(value.toUtf8()));
+    return value;
+}
+
+/// Each in its encoded and its decoded form. Shorter ones hide nothing and would spoil every text.
+QStringList secretsOf(const QUrl &url)
+{
+    constexpr int shortestSecret = 3;
+    QStringList secrets;
+    for (auto format : {QUrl::FullyEncoded, QUrl::FullyDecoded}) {
+        secrets << url.password(format);
+        for (const auto &[key, value] : QUrlQuery(url).queryItems(format)) {
+            if (isSecretKey(QUrl::fromPercentEncoding(key.toUtf8())))
+                secrets << value;
+        }
+    }
+    secrets.erase(std::remove_if(secrets.begin(), secrets.end(),
+                                 [](const QString &secret) { return secret.size() < shortestSecret; }),
+                  secrets.end());
+    return secrets;
+}
+
+void maskOtherUrls(QString &text)
+{
+    static const QRegularExpression anyUrl(QStringLiteral("[A-Za-z][A-Za-z0-9+.-]*://[^\\s\"'<>]+"));
+    int from = 0;
+    for (auto match = anyUrl.match(text); match.hasMatch(); match = anyUrl.match(text, from)) {
+        const QString masked = WebUtils::maskedUrl(QUrl(match.captured()));
+        text.replace(match.capturedStart(), match.capturedLength(), masked);
+        from = match.capturedStart() + masked.size();
+    }
+}
+
+} // namespace
+
+namespace WebUtils {
+
+QString maskedEMail(const QString &address)
+{
+    if (address.isEmpty())
+        return QString();
+    // The last "@": a quoted local part may hold another one.
+    const int at = address.lastIndexOf(QLatin1Char('@'));
+    const QString first = at == 0 ? QString() : address.left(address.at(0).isHighSurrogate() ? 2 : 1);
+    return first + QStringLiteral("***") + (at < 0 ? QString() : address.mid(at));
+}
+
+QString maskedUrl(const QUrl &url)
+{
+    QUrl masked = url;
+    masked.setUserInfo(QString());
+    if (url.hasQuery()) {
+        QUrlQuery query;
+        for (const auto &[key, value] : QUrlQuery(url).queryItems(QUrl::FullyEncoded))
+            query.addQueryItem(key, maskedValue(key, value));
+        masked.setQuery(query);
+    }
+    return masked.toString();
+}
+
+QString withMaskedUrls(const QString &text, const QUrl &url)
+{
+    QString result = text;
+    const QString masked = maskedUrl(url);
+    for (auto format : {QUrl::PrettyDecoded, QUrl::FullyEncoded}) {
+        for (const QString &spelling : {url.toString(format), url.toDisplayString(format)}) {
+            if (!spelling.isEmpty())
+                result.replace(spelling, masked);
+        }
+    }
+    maskOtherUrls(result);
+    for (const QString &secret : secretsOf(url))
+        result.replace(secret, QStringLiteral("xxx"));
+    return result;
+}
+
+QueryItems productInfo(const QString &localeName)
+{
+    return {{QStringLiteral("Product"), EnumUtils::clientAppNameFromAppMode(KovGui::applicationMode())},
+            {QStringLiteral("Version"), QStringLiteral(KOV_VERSION_TEXT)},
+            {QStringLiteral("Os"), QSysInfo::prettyProductName()},
+            {QStringLiteral("Locale"), localeName}};
+}
+
+QUrl withQueryItems(const QUrl &url, const QueryItems &items)
+{
+    if (items.isEmpty())
+        return url;
+    QUrl result = url;
+    QUrlQuery query(url);
+    for (const auto &[key, value] : items)
+        query.addQueryItem(encoded(key), encoded(value));
+    result.setQuery(query);
+    return result;
+}
+
+} // namespace WebUtils
