@@ -12,11 +12,12 @@
 namespace {
 
 constexpr int PackageBytes = 3 * 1024 * 1024;
+constexpr int FileBytes = 24 * 1024 * 1024;
 
-/// What stands for a package: bytes that are the same in every run.
-QByteArray packageBytes()
+/// What stands for packages and files: bytes that are the same in every run.
+QByteArray sampleBytes(int size)
 {
-    QByteArray bytes(PackageBytes, Qt::Uninitialized);
+    QByteArray bytes(size, Qt::Uninitialized);
     quint32 state = KOV_VERSION_BUILD;
     for (char &byte : bytes) {
         state = state * 1664525u + 1013904223u;
@@ -31,7 +32,7 @@ SampleSite::SampleSite(QObject *parent)
     : QObject(parent)
     , m_server(new QProcess(this))
 {
-    QDir(m_folder.path()).mkpath(QStringLiteral("site"));
+    QDir(m_folder.path()).mkpath(QStringLiteral("site/files"));
     m_port = LoopbackServer::freePort();
     connect(m_server, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), this,
             [this] { Q_EMIT runningChanged(false); });
@@ -46,6 +47,38 @@ SampleSite::~SampleSite()
 QString SampleSite::path(const char *name) const
 {
     return m_folder.filePath(QString::fromLatin1(name));
+}
+
+bool SampleSite::writePages()
+{
+    const QByteArray file = sampleBytes(FileBytes);
+    m_fileMd5 = QString::fromLatin1(QCryptographicHash::hash(file, QCryptographicHash::Md5).toHex());
+    return LoopbackServer::save(path("site/files/tools.iso"), file)
+           && LoopbackServer::save(path("site/index.html"), "<p>This page comes from the sample site.</p>\n")
+           && LoopbackServer::save(path("site/country.xml"),
+                                   "<r><Result>0</Result><Country>CH</Country></r>\n");
+}
+
+QUrl SampleSite::urlOf(const char *path) const
+{
+    QUrl url = baseUrl();
+    url.setPath(QString::fromLatin1(path));
+    return url;
+}
+
+QUrl SampleSite::pageUrl() const
+{
+    return urlOf("/index.html");
+}
+
+QUrl SampleSite::fileUrl() const
+{
+    return urlOf("/files/tools.iso");
+}
+
+QUrl SampleSite::countryServiceUrl() const
+{
+    return urlOf("/country.xml");
 }
 
 QUrl SampleSite::baseUrl() const
@@ -75,6 +108,7 @@ bool SampleSite::writeConfiguration()
                          "    location ~ /tessarine_updates\\.xml$ {\n"
                          "      if (-f %1/slow) { set $limit_rate 200; }\n"
                          "      rewrite ^ /catalogue.xml break;\n    }\n"
+                         "    location /files/ { limit_rate 6m; }\n"
                          "  }\n}\n")
               .arg(m_folder.path(), QString::number(m_port));
     return LoopbackServer::save(path("nginx.conf"), text.toUtf8());
@@ -85,7 +119,7 @@ bool SampleSite::start()
     if (isRunning())
         return true;
     const QString program = LoopbackServer::program("nginx");
-    if (program.isEmpty() || !writeConfiguration()) {
+    if (program.isEmpty() || !writeConfiguration() || !writePages()) {
         m_errorText = program.isEmpty() ? tr("nginx is not installed; ./setup installs it.")
                                         : tr("The site's folder cannot be written.");
         return false;
@@ -121,7 +155,7 @@ bool SampleSite::setCatalogue(Catalogue catalogue)
                                        .arg(version.subMinor)
                                        .arg(version.subSubMinor);
 
-    const QByteArray package = packageBytes();
+    const QByteArray package = sampleBytes(PackageBytes);
     const QString name
         = QStringLiteral("Tessarine-Console-%1.tar.gz")
               .arg(QString(version.stringRepresentation).replace(QLatin1Char('-'), QLatin1Char('.')));
