@@ -11,7 +11,7 @@ using Request = FaultServer::Request;
 
 namespace {
 
-const QByteArray password = "p\xc3\xa4ss: w\\rd%21";
+const QByteArray password = "p\xc3\xa4ss: w\\rd%";
 const QByteArray proxyUser = "proxy user";
 
 QByteArray file()
@@ -213,7 +213,7 @@ void tst_DownloadServers::passwordReachesOnlyTheProxy()
     QVERIFY(!seen.contains("Proxy-Authorization"));
     for (const QByteArray &form : forms())
         QVERIFY2(!seen.contains(form), seen.constData());
-    QVERIFY2(proxyLog().contains("proxy%20user"), proxyLog().constData());
+    QVERIFY2(proxyLog().contains("proxy user"), proxyLog().constData());
 }
 
 void tst_DownloadServers::wrongPasswordIsSentOnce()
@@ -225,13 +225,13 @@ void tst_DownloadServers::wrongPasswordIsSentOnce()
         UtilityRun run(url, path(QStringLiteral("out")), proxyArguments());
         QCOMPARE(run.run("wrong\n"), 20);
         // The question, and one answer that names the user.
-        QTRY_COMPARE(proxyLog().count("proxy%20user"), 1);
+        QTRY_COMPARE(proxyLog().count("proxy user"), 1);
         QVERIFY2(proxyLog().count("DENIED/407") <= 2, proxyLog().constData());
     }
     QVERIFY(origin.requests.isEmpty());
 
     UtilityRun silent(origin.url(), path(QStringLiteral("out")), proxyArguments());
-    QCOMPARE(silent.run("no\0line\n"), 20);
+    QCOMPARE(silent.run(), 20);
     QCOMPARE(
         UtilityRun(origin.url(), path(QStringLiteral("out")), proxyArguments()).run(QByteArray("a\0b\n", 4)),
         33);
@@ -290,7 +290,7 @@ void tst_DownloadServers::tunnel()
     UtilityRun run(secureUrl("localhost", "/file.bin"), path(QStringLiteral("out")), more);
     QVERIFY2(run.run(password) == 0, run.errors.constData());
     QCOMPARE(fileContent(result()), file());
-    QTRY_VERIFY(proxyLog().contains("CONNECT localhost:" + QByteArray::number(m_tlsPort) + " proxy%20user"));
+    QTRY_VERIFY(proxyLog().contains("CONNECT localhost:" + QByteArray::number(m_tlsPort) + " proxy user"));
 }
 
 void tst_DownloadServers::neverFromHttpsToHttp()
