@@ -34,8 +34,12 @@ void prepare()
     struct sigaction action = {};
     sigemptyset(&action.sa_mask);
     action.sa_handler = onStopSignal;
-    for (const int number : {SIGTERM, SIGINT, SIGHUP})
-        sigaction(number, &action, nullptr);
+    for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
+        // Who started the program may have shielded it from a signal: a shell in the background, nohup.
+        struct sigaction present = {};
+        if (sigaction(number, nullptr, &present) == 0 && present.sa_handler != SIG_IGN)
+            sigaction(number, &action, nullptr);
+    }
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
     const rlimit none = {0, 0};

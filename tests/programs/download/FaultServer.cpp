@@ -42,7 +42,8 @@ void FaultServer::answer(QTcpSocket *socket, const QByteArray &head)
     request.ifRange
         = QRegularExpression(QStringLiteral("\r\nIf-Range: ([^\r]*)")).match(text).captured(1).toLatin1();
     const Reply reply = handler(request);
-    const QByteArray first = "HTTP/1.1 " + reply.head + "\r\n";
+    const QByteArray close = reply.end == End::Close ? "Connection: close\r\n" : "";
+    const QByteArray first = "HTTP/1.1 " + reply.head + close + "\r\n";
     served += first.size();
     socket->write(first);
     const auto finish = [socket, end = reply.end] {

@@ -4,22 +4,13 @@
 #include <QFile>
 #include <QTimer>
 
-UtilityRun::UtilityRun(const QByteArray &url, const QString &folder, const QStringList &more)
+UtilityRun::UtilityRun(const QByteArray &url, const QString &folder, const QByteArray &more)
 {
-    QStringList arguments = {QStringLiteral("download"),
-                             QStringLiteral("-u"),
-                             QStringLiteral("file"),
-                             QStringLiteral("-f"),
-                             QString::fromUtf8(url),
-                             QStringLiteral("-p"),
-                             folder,
-                             QStringLiteral("-ui"),
-                             QStringLiteral("-fo")};
-    arguments += more;
-    if (!more.contains(QLatin1String("--stall-limit")))
-        arguments += {QStringLiteral("--stall-limit"), QStringLiteral("10")};
+    QByteArray line = "download -u file -ui -fo -f " + url + " -p " + folder.toUtf8() + " " + more;
+    if (!more.contains("--stall-limit"))
+        line += " --stall-limit 10";
     process.setProgram(QStringLiteral(KOV_DOWNLOAD_UTILITY));
-    process.setArguments(arguments);
+    process.setArguments(QString::fromUtf8(line).split(QLatin1Char(' '), Qt::SkipEmptyParts));
 }
 
 UtilityRun::~UtilityRun()

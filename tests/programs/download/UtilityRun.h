@@ -2,14 +2,14 @@
 
 #include <QByteArray>
 #include <QProcess>
-#include <QStringList>
 
 /// One run of the utility as a child process, while the test's event loop (and so its servers) keeps going.
 class UtilityRun
 {
 public:
-    /// @param folder  "-p"; "-fo" and a short stall limit are always given
-    UtilityRun(const QByteArray &url, const QString &folder, const QStringList &more = {});
+    /// @param folder  "-p"; "-ui", "-fo" and a stall limit are always given
+    /// @param more    further arguments, separated by blanks
+    UtilityRun(const QByteArray &url, const QString &folder, const QByteArray &more = QByteArray());
     ~UtilityRun();
 
     /// Starts with @p input on standard input, or with one that never ends when it is null.
