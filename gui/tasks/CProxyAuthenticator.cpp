@@ -14,6 +14,7 @@
 #include <QPixmap>
 #include <QPointer>
 #include <QVector>
+#include <algorithm>
 
 using KovGui::logText;
 
@@ -47,6 +48,8 @@ struct Escalation
 
     State state = New;
     Credentials answer;
+    /// Challenges that were met with this answer and have not been seen to succeed or fail.
+    int pending = 0;
     QNetworkProxy proxy;
 };
 
@@ -75,6 +78,21 @@ bool gotPastProxy(const QNetworkReply &reply)
     return status != 0 && status != 407 && !isProxyError;
 }
 
+int countRunning(const QNetworkAccessManager &manager)
+{
+    const QList<QNetworkReply *> replies = manager.findChildren<QNetworkReply *>();
+    return int(std::count_if(replies.begin(), replies.end(),
+                             [](const QNetworkReply *reply) { return !reply->isFinished(); }));
+}
+
+/// Qt keeps what it was answered, right or wrong, and would send it first with the manager's next request.
+void forgetAnswers(QNetworkAccessManager &manager)
+{
+    // Connections go as well: others must not be in use.
+    if (countRunning(manager) == 0)
+        manager.clearAccessCache();
+}
+
 } // namespace
 
 class CProxyAuthenticatorPrivate
@@ -101,7 +119,9 @@ public:
         QPointer<CUserAuthDialog> dialog;
     };
 
-    void meet(const Challenge &challenge);
+    void meet(Challenge challenge);
+    Credentials refusedBy(const Challenge &challenge) const;
+    void confirm(const QNetworkAccessManager *manager, const QUrl &url);
     bool answerWithoutUser(const Challenge &challenge);
     void waitForUser(const Challenge &challenge);
     void askUser(const Challenge &challenge);
@@ -130,14 +150,26 @@ void CProxyAuthenticatorPrivate::send(const Challenge &challenge, const Credenti
                                       Escalation::State state)
 {
     Escalation &escalation = managers[challenge.manager][challenge.key];
+    escalation.pending = escalation.answer == credentials ? escalation.pending + 1 : 1;
     escalation.state = state;
     escalation.answer = credentials;
     escalation.proxy = challenge.proxy;
     answer(challenge.authenticator, credentials);
 }
 
-void CProxyAuthenticatorPrivate::meet(const Challenge &challenge)
+/// What the proxy has refused, if anything. For plain requests Qt tells; for a tunnel each attempt comes as new, and only
+/// the number tells: each request is challenged once for each answer.
+Credentials CProxyAuthenticatorPrivate::refusedBy(const Challenge &challenge) const
 {
+    const Escalation escalation = managers.value(challenge.manager).value(challenge.key);
+    const bool isRepeated = escalation.state != Escalation::New
+                            && escalation.pending >= qMax(1, countRunning(*challenge.manager));
+    return challenge.refused.isEmpty() && isRepeated ? escalation.answer : challenge.refused;
+}
+
+void CProxyAuthenticatorPrivate::meet(Challenge challenge)
+{
+    challenge.refused = refusedBy(challenge);
     const Escalation escalation = managers[challenge.manager].value(challenge.key);
     // The question that it waited for was cancelled; so is this request.
     if (escalation.state == Escalation::GuestSent && challenge.refused == guest()) {
@@ -272,6 +304,16 @@ void CProxyAuthenticatorPrivate::askUser(const Challenge &challenge)
         managers[challenge.manager].remove(challenge.key);
 }
 
+void CProxyAuthenticatorPrivate::confirm(const QNetworkAccessManager *manager, const QUrl &url)
+{
+    const Escalations confirmed = std::exchange(managers[manager], {});
+    const QPointer<CProxyAuthenticator> alive(q);
+    for (auto escalation = confirmed.begin(); escalation != confirmed.end() && alive; ++escalation) {
+        entries[escalation.key()].refused.removeAll(escalation->answer);
+        Q_EMIT q->validCredentialsEntered(url, escalation->proxy);
+    }
+}
+
 void CProxyAuthenticatorPrivate::wake(const QNetworkAccessManager *manager)
 {
     for (const auto &waiter : qAsConst(waiting)) {
@@ -318,6 +360,11 @@ void CProxyAuthenticator::addRequestor(QNetworkAccessManager *manager)
     connect(manager, &QNetworkAccessManager::proxyAuthenticationRequired, this,
             &CProxyAuthenticator::onProxyAuthenticationRequired);
     connect(manager, &QNetworkAccessManager::finished, this, &CProxyAuthenticator::onFinished);
+    // A tunnel is through when its inside is encrypted, long before the reply's end.
+    connect(manager, &QNetworkAccessManager::encrypted, this, [this, manager](QNetworkReply *reply) {
+        if (reply && d->isRequestor(manager))
+            d->confirm(manager, reply->url());
+    });
     connect(manager, &QObject::destroyed, this, [this](QObject *gone) { d->managers.remove(gone); });
 }
 
@@ -329,6 +376,13 @@ void CProxyAuthenticator::removeRequestor(QNetworkAccessManager *manager)
     d->wake(manager);
     if (d->isAsking && d->question.manager == manager && d->question.dialog)
         d->question.dialog->reject();
+}
+
+bool CProxyAuthenticator::isChallenged(const QNetworkAccessManager *manager) const
+{
+    const auto isIt = [manager](const auto &waiter) { return waiter.first == manager; };
+    return (d->isAsking && d->question.manager == manager)
+           || std::any_of(d->waiting.cbegin(), d->waiting.cend(), isIt);
 }
 
 QString CProxyAuthenticator::user(const QNetworkProxy &proxy) const
@@ -372,11 +426,20 @@ void CProxyAuthenticator::onProxyAuthenticationRequired(const QNetworkProxy &pro
 void CProxyAuthenticator::onFinished(QNetworkReply *reply)
 {
     auto *manager = qobject_cast<QNetworkAccessManager *>(sender());
-    if (!manager || !reply || !d->isRequestor(manager) || !gotPastProxy(*reply))
+    if (!manager || !reply || !d->isRequestor(manager))
         return;
-    const Escalations confirmed = std::exchange(d->managers[manager], {});
-    for (auto escalation = confirmed.begin(); escalation != confirmed.end(); ++escalation) {
-        d->entries[escalation.key()].refused.removeAll(escalation->answer);
-        Q_EMIT validCredentialsEntered(reply->url(), escalation->proxy);
-    }
+    if (reply->error() == QNetworkReply::ProxyAuthenticationRequiredError)
+        forgetAnswers(*manager);
+    const QPointer<CProxyAuthenticator> alive(this);
+    if (gotPastProxy(*reply))
+        d->confirm(manager, reply->url());
+    if (!alive || !d->isRequestor(manager))
+        return;
+    // The answers given to this request are of no more concern.
+    const int running = countRunning(*manager);
+    Escalations &escalations = d->managers[manager];
+    for (Escalation &escalation : escalations)
+        escalation.pending = qMin(escalation.pending, running);
+    if (running == 0)
+        escalations.clear();
 }

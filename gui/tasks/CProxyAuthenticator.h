@@ -46,6 +46,9 @@ public:
      * the event loop.
      */
     void removeRequestor(QNetworkAccessManager *manager);
+    /// Whether a challenge of the manager waits for the user. Its reply ends by itself after removeRequestor();
+    /// one that is aborted before that would end twice, which Qt complains about.
+    bool isChallenged(const QNetworkAccessManager *manager) const;
 
     /// The cached credentials; empty when there are none.
     QString user(const QNetworkProxy &proxy) const;

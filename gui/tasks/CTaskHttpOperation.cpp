@@ -329,9 +329,10 @@ void CTaskHttpOperation::finish(int result)
     if (QNetworkReply *unfinished = std::exchange(d->pending, nullptr)) {
         d->manager->disconnect(this);
         unfinished->disconnect(this);
-        unfinished->abort();
+        // One that waits for the user ends by itself when its question is closed.
+        if (!CProxyAuthenticator::instance()->isChallenged(d->manager))
+            unfinished->abort();
     }
-    // Closes the question that the request has open.
     CProxyAuthenticator::instance()->removeRequestor(d->manager);
 
     d->file->close();
