@@ -4,12 +4,13 @@
 #include "abstract_task/CTaskManager.h"
 #include "gui/GUI.h"
 #include "gui/log/Log.h"
+#include "gui/tasks/ChildErrorLog.h"
+#include "gui/tasks/ProxyResult.h"
 #include "gui/tasks/TaskIds.h"
 #include "gui/update/CommandLineUtils.h"
 #include "gui/update/UpdateUrl_p.h"
 
 #include <QCoreApplication>
-#include <QMetaMethod>
 #include <QNetworkProxy>
 #include <QPointer>
 #include <QRegularExpression>
@@ -20,49 +21,16 @@ namespace {
 
 const char logTag[] = "[APP_UPDATE]";
 
-/// Foreign text, so: whole lines only, cut, and no more of them than a log can bear.
-class StandardErrorLog
+void logStandardError(const QByteArray &line)
 {
-public:
-    void add(const QByteArray &chunk)
-    {
-        for (const char c : chunk) {
-            if (c == '\n')
-                flush();
-            else if (m_line.size() < longestLine)
-                m_line += c;
-            else
-                ++m_dropped;
-        }
-    }
+    KOV_LOG_TAG(logTag, 1, "Updater standard error: %s",
+                UpdateUrl::forLog(QString::fromUtf8(line)).constData());
+}
 
-    void finish()
-    {
-        flush();
-        if (m_dropped > 0)
-            KOV_LOG_TAG(logTag, 1, "Updater standard error: %lld more bytes were not logged.", m_dropped);
-        m_dropped = 0;
-    }
-
-private:
-    void flush()
-    {
-        if (m_logged + m_line.size() > mostBytes) {
-            m_dropped += m_line.size();
-        } else if (!m_line.isEmpty()) {
-            m_logged += m_line.size();
-            KOV_LOG_TAG(logTag, 1, "Updater standard error: %s",
-                        UpdateUrl::forLog(QString::fromUtf8(m_line)).constData());
-        }
-        m_line.clear();
-    }
-
-    static const int longestLine = 1024;
-    static const int mostBytes = 16 * 1024;
-    QByteArray m_line;
-    int m_logged = 0;
-    long long m_dropped = 0;
-};
+void logDroppedErrors(long long bytes)
+{
+    KOV_LOG_TAG(logTag, 1, "Updater standard error: %lld more bytes were not logged.", bytes);
+}
 
 /// Kills the program and forgets it; the object goes when the program has gone.
 void abandon(QProcess *process)
@@ -97,11 +65,10 @@ QStringList proxyArguments(const QNetworkProxy &proxy)
 
 QNetworkProxy proxyOf(CAbstractTask *task)
 {
-    QNetworkProxy proxy;
-    const int index = task->metaObject()->indexOfMethod("proxy()");
-    if (index < 0 || !task->metaObject()->method(index).invoke(task, Q_RETURN_ARG(QNetworkProxy, proxy)))
-        KOV_LOG_TAG(logTag, 0, "(!)Error: %s tells no proxy.", task->metaObject()->className());
-    return proxy;
+    if (const auto *found = qobject_cast<ProxyResult *>(task))
+        return found->proxy();
+    KOV_LOG_TAG(logTag, 0, "(!)Error: %s tells no proxy.", task->metaObject()->className());
+    return QNetworkProxy();
 }
 
 } // namespace
@@ -118,7 +85,7 @@ public:
     const TaskParams params;
     QStringList proxyArguments;
     QProcess *process = nullptr;
-    StandardErrorLog standardError;
+    ChildErrorLog standardError{logStandardError, logDroppedErrors};
     QByteArray output;
     int exitCode = -1;
     QProcess::ExitStatus exitStatus = QProcess::NormalExit;

@@ -50,33 +50,6 @@ std::string printable(std::string_view text)
     return line;
 }
 
-bool isUtf8(std::string_view text)
-{
-    for (std::size_t i = 0; i < text.size();) {
-        const auto byte
-            = [&](std::size_t at) { return at < text.size() ? static_cast<unsigned char>(text[at]) : 0u; };
-        const unsigned lead = byte(i);
-        const std::size_t length = lead < 0x80         ? 1
-                                   : lead >> 5 == 0x6  ? 2
-                                   : lead >> 4 == 0xe  ? 3
-                                   : lead >> 3 == 0x1e ? 4
-                                                       : 0;
-        if (length == 0)
-            return false;
-        std::uint32_t code = length == 1 ? lead : lead & (0x7fu >> length);
-        for (std::size_t k = 1; k < length; ++k) {
-            if (byte(i + k) >> 6 != 0x2)
-                return false;
-            code = code << 6 | (byte(i + k) & 0x3f);
-        }
-        static const std::uint32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000};
-        if (code < smallest[length] || code > 0x10ffff || (code >= 0xd800 && code <= 0xdfff))
-            return false;
-        i += length;
-    }
-    return true;
-}
-
 std::string toHex(std::string_view bytes)
 {
     static const char digits[] = "0123456789abcdef";

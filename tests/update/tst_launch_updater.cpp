@@ -1,4 +1,5 @@
 #include "gui/KovGui.h"
+#include "gui/tasks/ProxyResult.h"
 #include "gui/update/CTaskLaunchUpdater.h"
 #include "gui/update/CommandLineUtils.h"
 #include "tests/support/KovTest.h"
@@ -7,15 +8,16 @@
 #include <QNetworkProxy>
 
 /// Stands for the class that finds proxies: finds the one that the address names.
-class ProxyOfUrl : public CAbstractTask
+class ProxyOfUrl : public CAbstractTask, public ProxyResult
 {
     Q_OBJECT
+    Q_INTERFACES(ProxyResult)
 
 public:
     Q_INVOKABLE explicit ProxyOfUrl(CTaskGenericId *id)
         : CAbstractTask(QList<int>{}, id)
     { }
-    Q_INVOKABLE QNetworkProxy proxy() const
+    QNetworkProxy proxy() const override
     {
         return {QNetworkProxy::HttpProxy, id()->params().value(QStringLiteral("url")).toString(), 3128};
     }

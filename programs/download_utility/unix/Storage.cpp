@@ -1,6 +1,6 @@
 #include "programs/download_utility/Storage.h"
 
-#include "programs/download_utility/FileName.h"
+#include "gui/tasks/FileName.h"
 #include "programs/download_utility/Sidecar.h"
 
 #include <algorithm>
