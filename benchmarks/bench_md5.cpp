@@ -53,7 +53,7 @@ QByteArray calculated(const QString &path)
     auto *calculator = new CMd5Calculator(path);
     QObject::connect(calculator, &CMd5Calculator::finished, calculator,
                      [&digest](bool, const QString &text) { digest = text.toLatin1(); });
-    QObject::connect(calculator, &QObject::destroyed, qApp, &QCoreApplication::quit);
+    QObject::connect(calculator, &QObject::destroyed, QCoreApplication::instance(), &QCoreApplication::quit);
     calculator->start();
     QCoreApplication::exec();
     return digest;
