@@ -220,7 +220,8 @@ void CDownloadProcessor::sendPendingProgress()
 
 void CDownloadProcessor::onFinished(int exitCode, QProcess::ExitStatus exitStatus)
 {
-    d->output.finish();
+    if (d->output.finish())
+        d->isProgressPending = true;
     sendPendingProgress();
     d->errorLog.finish();
     KOV_LOG(2, "Downloading finished.");

@@ -42,10 +42,13 @@ void DownloadOutput::add(const QByteArray &chunk)
         m_unfinished = m_unfinished.right(longestReport);
 }
 
-void DownloadOutput::finish()
+bool DownloadOutput::finish()
 {
+    if (m_unfinished.isEmpty())
+        return false;
     read(true);
     m_unfinished.clear();
+    return true;
 }
 
 void DownloadOutput::read(bool atEnd)

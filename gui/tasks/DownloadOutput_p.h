@@ -18,8 +18,8 @@ class KOVGUI_EXPORT DownloadOutput
 public:
     /// The next piece.
     void add(const QByteArray &chunk);
-    /// Nothing follows: a number at the end is whole.
-    void finish();
+    /// Nothing follows: a number at the end is whole. False when nothing waited for more.
+    bool finish();
     const DownloadProgressData &progress() const { return m_progress; }
 
 private:

@@ -246,7 +246,7 @@ void tst_DownloadTask::endings()
     QCOMPARE(task && task->isCanceled(), how.startsWith("cancel"));
     for (const QByteArray &run : runs())
         QTRY_VERIFY(!isAlive(run));
-    QTRY_VERIFY(qApp->findChildren<CDownloadThread *>().isEmpty());
+    QTRY_VERIFY(QCoreApplication::instance()->findChildren<CDownloadThread *>().isEmpty());
     if (when == -2)
         CTaskManager::instance()
             ->getTasksByType(GUI::TaskGetProxyInfo)
@@ -260,7 +260,7 @@ void tst_DownloadTask::quitInTheMiddle()
     const auto task = makeTask("hang");
     task->execute();
     QTRY_COMPARE(runs().size(), 1);
-    QTimer::singleShot(0, qApp, &QCoreApplication::quit);
+    QTimer::singleShot(0, QCoreApplication::instance(), &QCoreApplication::quit);
     QCoreApplication::exec();
     QVERIFY(!isAlive(runs().constFirst()));
     QVERIFY(task->findChild<CDownloadThread *>()->isFinished());

@@ -78,7 +78,7 @@ void tst_DownloadWhole::cancelledAndContinued()
     bool stalls = true;
     server.handler = [&](const FaultServer::Request &request) {
         FaultServer::Reply reply
-            = FaultServer::honest(request, m_content, "x", stalls ? 2 * 1024 * 1024 : -1);
+            = FaultServer::honest(request, m_content, "\"x\"", stalls ? 2 * 1024 * 1024 : -1);
         reply.end = stalls ? FaultServer::End::Stall : FaultServer::End::Close;
         return reply;
     };
@@ -105,7 +105,7 @@ void tst_DownloadWhole::passwordForTheProxy()
     const QByteArray password = "p\xc3\xa4ss word";
     FaultServer proxy([&](const FaultServer::Request &request) {
         return request.head.contains(("me:" + password).toBase64())
-                   ? FaultServer::whole(m_content, "x")
+                   ? FaultServer::whole(m_content, "\"x\"")
                    : FaultServer::Reply{"407 Proxy Authentication Required\r\n"
                                         "Proxy-Authenticate: Basic realm=\"r\"\r\nContent-Length: 0\r\n",
                                         "", FaultServer::End::Close, 0};

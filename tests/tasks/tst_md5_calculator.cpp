@@ -37,9 +37,11 @@ QString tst_Md5Calculator::run(const QString &path, const std::function<void(CMd
 {
     const QPointer<CMd5Calculator> calculator(new CMd5Calculator(path));
     QStringList told;
-    connect(calculator, &CMd5Calculator::finished, qApp, [&](bool ok, const QString &digest) {
-        told << QStringLiteral("%1 %2").arg(ok ? QStringLiteral("true") : QStringLiteral("false"), digest);
-    });
+    connect(calculator, &CMd5Calculator::finished, QCoreApplication::instance(),
+            [&](bool ok, const QString &digest) {
+                told << QStringLiteral("%1 %2").arg(ok ? QStringLiteral("true") : QStringLiteral("false"),
+                                                    digest);
+            });
     calculator->start();
     if (meanwhile)
         meanwhile(calculator);
@@ -102,7 +104,7 @@ void tst_Md5Calculator::deletedWhileItRuns()
     delete calculator;
     calculator = new CMd5Calculator(name, this);
     calculator->start();
-    QTimer::singleShot(0, qApp, &QCoreApplication::quit);
+    QTimer::singleShot(0, QCoreApplication::instance(), &QCoreApplication::quit);
     QCoreApplication::exec();
     QVERIFY(calculator->isFinished());
     QTRY_VERIFY(findChildren<CMd5Calculator *>().isEmpty());
