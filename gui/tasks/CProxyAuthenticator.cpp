@@ -161,10 +161,16 @@ void CProxyAuthenticatorPrivate::send(const Challenge &challenge, const Credenti
 /// the number tells: each request is challenged once for each answer.
 Credentials CProxyAuthenticatorPrivate::refusedBy(const Challenge &challenge) const
 {
+    if (!challenge.refused.isEmpty())
+        return challenge.refused;
     const Escalation escalation = managers.value(challenge.manager).value(challenge.key);
+    // Qt sends the ones that the manager was given before it asks.
+    const QNetworkProxy given = challenge.manager->proxy();
+    if (escalation.state == Escalation::New && ProxyAuthUtils::proxyKey(given) == challenge.key)
+        return {given.user(), given.password()};
     const bool isRepeated = escalation.state != Escalation::New
                             && escalation.pending >= qMax(1, countRunning(*challenge.manager));
-    return challenge.refused.isEmpty() && isRepeated ? escalation.answer : challenge.refused;
+    return isRepeated ? escalation.answer : Credentials();
 }
 
 void CProxyAuthenticatorPrivate::meet(Challenge challenge)

@@ -66,6 +66,9 @@ public:
                     heads << text.left(end + 4);
                     socket->write(answer(heads.last()));
                 }
+                // The inside of a tunnel.
+                if (text.startsWith('\x16'))
+                    return socket->abort();
                 socket->setProperty("rest", text);
             });
         });

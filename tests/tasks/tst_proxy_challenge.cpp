@@ -63,7 +63,9 @@ private Q_SLOTS:
     }
 
     void escalation_data();
-    void escalation();
+    void escalation() { climb(origin, true); }
+    void escalationOfATunnel_data() { escalation_data(); }
+    void escalationOfATunnel() { climb(QUrl(QStringLiteral("https://origin.invalid/page")), false); }
     void laterRequestsUseWhatProvedRight();
     void parallelRequestsAskOnce_data();
     void parallelRequestsAskOnce();
@@ -76,6 +78,9 @@ private Q_SLOTS:
     void probeResults_data();
     void probeResults();
     void dialogIsReachable();
+
+private:
+    void climb(const QUrl &url, bool isPlain);
 };
 
 void tst_ProxyChallenge::escalation_data()
@@ -105,7 +110,7 @@ void tst_ProxyChallenge::escalation_data()
     row("preset right", "u:good", "", "", "", "", true);
 }
 
-void tst_ProxyChallenge::escalation()
+void tst_ProxyChallenge::climb(const QUrl &url, bool isPlain)
 {
     QFETCH(QString, preset);
     QFETCH(QString, saved);
@@ -124,9 +129,11 @@ void tst_ProxyChallenge::escalation()
         attempts.prepend(preset);
     attempts.prepend(QString());
     Person person(answers);
-    const auto task = request(proxy);
+    const auto task = request(proxy, url);
     QFETCH(bool, succeeds);
-    QCOMPARE(resultOf(*task), succeeds ? KOV_SUCCESS : KOV_ERR_PROXY_AUTHENTICATION_REQUIRED);
+    // Nobody answers inside the tunnel.
+    const KOV_RESULT success = isPlain ? KOV_SUCCESS : KOV_ERR_FAILURE;
+    QCOMPARE(resultOf(*task), succeeds ? success : KOV_ERR_PROXY_AUTHENTICATION_REQUIRED);
     QCOMPARE(server.attempts(), attempts);
     QTEST(person.seen, "dialogs");
 }
