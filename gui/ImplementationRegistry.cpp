@@ -8,17 +8,17 @@ QHash<QString, const QMetaObject *> &staticMetaObjectHash()
     return hash;
 }
 
-QObject *createRegistered(const char *key, const QMetaObject &base)
+QObject *createRegistered(const char *key, const QMetaObject &base, QGenericArgument argument)
 {
     const QMetaObject *metaObject = staticMetaObjectHash().value(QString::fromLatin1(key));
     if (!metaObject) {
         KOV_LOG(0, "(!)Error: no class is registered for %s.", key);
         return nullptr;
     }
-    QObject *object = metaObject->newInstance();
+    QObject *object = metaObject->newInstance(argument);
     if (!object) {
-        KOV_LOG(0, "(!)Error: %s, registered for %s, has no invokable constructor without arguments.",
-                metaObject->className(), key);
+        KOV_LOG(0, "(!)Error: %s, registered for %s, has no invokable constructor (%s).",
+                metaObject->className(), key, argument.name() ? argument.name() : "");
         return nullptr;
     }
     if (!base.cast(object)) {

@@ -8,9 +8,10 @@
 
 namespace KovGui {
 
-/// Creates the object registered under `key` with its constructor without arguments. Null, with a logged error, when
-/// nothing is registered, the class cannot be created, or it is not a `base`.
-QObject *createRegistered(const char *key, const QMetaObject &base);
+/// Creates the object registered under `key`. Null, with a logged error, when nothing is registered, the class has no
+/// invokable constructor for the argument (without one: no default constructor), or it is not a `base`.
+KOVGUI_EXPORT QObject *createRegistered(const char *key, const QMetaObject &base,
+                                        QGenericArgument argument = QGenericArgument());
 
 /// A policy of the implementation registry. The base class's name is its key.
 template <typename Policy>

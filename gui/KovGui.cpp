@@ -4,6 +4,12 @@
 #include "gui/GUI.h"
 #include "gui/KovVersion.h"
 #include "gui/log/Log.h"
+#include "gui/messages/CMessageBoxBuilder.h"
+#include "gui/messages/CMessageDataProvider.h"
+#include "gui/messages/CMessageProcessor.h"
+#include "gui/messages/CSearchParentHelper.h"
+#include "gui/update/CTaskCheckForProductUpdate.h"
+#include "gui/update/UpdateTypes_p.h"
 #include "kov_sdk/KovSdk.h"
 
 #include <QCoreApplication>
@@ -29,14 +35,22 @@ ProcessState &state()
 const char *modeName(int mode)
 {
     switch (mode) {
-    case KAM_CONSOLE: return "CONSOLE";
-    case KAM_SERVER: return "SERVER";
-    case KAM_AGENT: return "AGENT";
-    case KAM_WORKSTATION: return "WORKSTATION";
-    case KAM_PLAYER: return "PLAYER";
-    case KAM_SERVER_TOOLS: return "SERVER_TOOLS";
-    case KAM_MOBILE: return "MOBILE";
-    default: return "UNKNOWN";
+    case KAM_CONSOLE:
+        return "CONSOLE";
+    case KAM_SERVER:
+        return "SERVER";
+    case KAM_AGENT:
+        return "AGENT";
+    case KAM_WORKSTATION:
+        return "WORKSTATION";
+    case KAM_PLAYER:
+        return "PLAYER";
+    case KAM_SERVER_TOOLS:
+        return "SERVER_TOOLS";
+    case KAM_MOBILE:
+        return "MOBILE";
+    default:
+        return "UNKNOWN";
     }
 }
 
@@ -49,18 +63,39 @@ void initDirectories(_KOV_APPLICATION_MODE mode)
 {
     if (state().initialised) {
         KovGui::log("", "cmn_utils", 0,
-                    "Error: TessarineDirs::Init( %d ) is already called!  This call will be ignored.", int(mode));
+                    "Error: TessarineDirs::Init( %d ) is already called!  This call will be ignored.",
+                    int(mode));
         return;
     }
     state().initialised = true;
     state().mode = mode;
     KovGui::log("", "cmn_utils", 0,
-                "TessarineDirs::Init( ) was called. Current app mode = %d ( %s )%s build version: %s %s%s", int(mode),
-                modeName(mode), isSandboxed() ? " (Sandbox)" : "", KOV_VERSION_TEXT, KOV_BUILD_DATE, "");
+                "TessarineDirs::Init( ) was called. Current app mode = %d ( %s )%s build version: %s %s%s",
+                int(mode), modeName(mode), isSandboxed() ? " (Sandbox)" : "", KOV_VERSION_TEXT,
+                KOV_BUILD_DATE, "");
+}
+
+template <typename Class>
+void enter()
+{
+    const QMetaObject &metaObject = Class::staticMetaObject;
+    KovGui::staticMetaObjectHash()[QString::fromLatin1(metaObject.className())] = &metaObject;
 }
 
 void fillRegistry()
 {
+    enter<CMessageDataProvider>();
+    enter<CMessageBoxBuilder>();
+    enter<CSearchParentHelper>();
+    enter<CMessageProcessor>();
+    enter<CTaskCheckForProductUpdate>();
+}
+
+void registerValueTypes()
+{
+    qRegisterMetaType<KOV_RESULT>("KOV_RESULT");
+    qRegisterMetaType<Messaging::ButtonID>("Messaging::ButtonID");
+    registerUpdateTypes();
 }
 
 void forwardLog(unsigned level, const char *text)
@@ -75,11 +110,12 @@ namespace KovGui {
 void init(_KOV_APPLICATION_MODE mode)
 {
     // First, so that whatever the steps below report is in the log.
-    Tasks::setLogFunction(forwardLog);
+    Tasks::setLogFunction(forwardLog, KovGui::logVerbosity);
     KovApi_SetLogFunction(forwardLog);
 
     initDirectories(mode);
     fillRegistry();
+    registerValueTypes();
     Tasks::setClassResolver([](const QString &className) { return staticMetaObjectHash().value(className); });
     Tasks::init(QMetaEnum::fromType<GUI::TaskTypes>());
 
@@ -104,7 +140,8 @@ void setAppGuiName(const QString &name)
     state().guiName = name;
 }
 
-void setUpdaterFilePathAndUpdateMode(const QString &filePath, const QString &updateMode, const QString &modeKey)
+void setUpdaterFilePathAndUpdateMode(const QString &filePath, const QString &updateMode,
+                                     const QString &modeKey)
 {
     state().updaters[modeKey] = filePath;
     state().updateMode = updateMode;

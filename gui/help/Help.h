@@ -7,7 +7,12 @@
 
 #include <functional>
 
-/// Opens help topics: from help buttons, and from "kovhelp" links in messages.
+/**
+ * Opens help topics, from help buttons and from "kovhelp" links in messages, and web pages.
+ *
+ * Where the help is, the host says with setBaseAddress(); until then there is nothing to open. GUI thread
+ * only.
+ */
 namespace Help {
 
 /// A topic is a number of the host's help book. These are the ones that this library opens itself.
@@ -17,14 +22,25 @@ enum HelpTopic {
     MessagesTopic = 132,
 };
 
-/// The address of a topic: the base address with @LOCALE@ and @TOPIC@ filled in. Empty for NoTopic.
+/// The address of a topic: the base address with @LOCALE@ and @TOPIC@ filled in. Empty for NoTopic and
+/// without a base address.
 KOVGUI_EXPORT QUrl topicUrl(HelpTopic topic);
-/// @param address  http, https or file; may hold @LOCALE@ and @TOPIC@. Anything else is refused and logged.
+/**
+ * Empty, the initial value, means "no help".
+ * @param address  http or https with a host and without user information, or file with an absolute path of
+ * this machine; may hold @LOCALE@ and @TOPIC@. Anything else is refused and logged; the old one stays.
+ */
 KOVGUI_EXPORT bool setBaseAddress(const QString &address);
 
-/// Opens the topic in the system's browser, or through the function that the host set. False and a log line when
-/// there is nothing to open or it could not be opened.
+/// Opens the topic in the system's browser, or through the function that the host set. False and a log line
+/// when there is nothing to open or it could not be opened.
 KOVGUI_EXPORT bool openTopic(HelpTopic topic);
+/// The address with the name of the default locale ("de_DE", "en_US" for the C locale) in place of every
+/// @LOCALE@. Not valid when the result is no address.
+KOVGUI_EXPORT QUrl localizedUrl(QString address);
+/// True for an http or https address with a host and without user information.
+KOVGUI_EXPORT bool isWebAddress(const QUrl &url);
+
 /// Opens "kovhelp:NUMBER" or "kovhelp://topic/NUMBER"; any other address is refused and logged.
 KOVGUI_EXPORT bool openLink(const QUrl &link);
 /// Opens a web address (http or https only) the same way; anything else is refused and logged.

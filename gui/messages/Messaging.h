@@ -16,7 +16,7 @@
 namespace Messaging {
 
 /// The answer chosen by the user: 0 none (closed without one, or nothing stored), else the number of the answer.
-enum ButtonID { ButtonNone = 0, Button1 = 1, Button2 = 2, Button3 = 3 };
+enum ButtonID : int { ButtonNone = 0, Button1 = 1, Button2 = 2, Button3 = 3 };
 
 /// One answer: its text as it is shown (a mnemonic "&" allowed) and its role.
 struct Button
@@ -32,8 +32,12 @@ class KOVGUI_EXPORT MessageDetails
 {
 public:
     MessageDetails() = default;
-    MessageDetails(const QString &text) : m_text(text) {}
-    MessageDetails(const CSlotInfo &action) : m_action(action) {}
+    MessageDetails(const QString &text)
+        : m_text(text)
+    { }
+    MessageDetails(const CSlotInfo &action)
+        : m_action(action)
+    { }
 
     QString text() const { return m_text; }
     CSlotInfo action() const { return m_action; }
@@ -53,13 +57,15 @@ private:
 class KOVGUI_EXPORT MessageData
 {
 public:
+    /// An empty record of code 0.
+    MessageData() = default;
     /// Fills type, flags, caption, default answer and details action from the code; texts and answers stay empty.
     explicit MessageData(int code);
 
     /// Writes the record to the log, at verbosity 1. Foreign text is escaped.
     void dump() const;
 
-    KOV_RESULT code;
+    KOV_RESULT code = KOV_SUCCESS;
     QString issuerId;
     _KOV_MESSAGE_TYPE_ENUM type = KMT_UNKNOWN;
     /// The first, bold text, and the second, explanatory one.

@@ -5,12 +5,17 @@
 
 #include <QDialog>
 
+#include <memory>
+
 /**
  * The base of the library's dialogs.
  *
- * On creation it takes over the dynamic properties "vmUuid" and "serverUuid" of its parent's window. Closing it never
- * quits the application (Qt::WA_QuitOnClose is off). Its exec() marks the dialog with the dynamic property
- * "DynProp_BlockingDialog" while it runs and keeps a delete-on-close dialog alive until exec() has returned.
+ * On creation it takes over the dynamic properties "vmUuid" and "serverUuid" of its parent's window. Closing
+ * it never quits the application (Qt::WA_QuitOnClose is off).
+ *
+ * With the flag SaveGeometry its size and position are kept in the settings under "Other Windows/" and the
+ * window's title (slashes and backslashes in the title become underscores): read the first time it is shown,
+ * written each time it is hidden. A window without a title keeps nothing.
  */
 class KOVGUI_EXPORT CBaseDialog : public QDialog, public CWindowInterface
 {
@@ -29,8 +34,17 @@ public:
 public Q_SLOTS:
     /// Window-modal with a parent, plainly shown without one.
     void open() override;
+    /**
+     * The modal loop. While it runs the dialog carries the dynamic property "DynProp_BlockingDialog" (true).
+     *
+     * A delete-on-close dialog stays alive until the loop has returned and is deleted later, from the
+     * caller's event loop. Returns 0 when the dialog is destroyed while the loop runs, with its parent for
+     * example.
+     */
     int exec() override;
+    void setVisible(bool visible) override;
 
 private:
-    const CustomWindowFlags m_customFlags;
+    class Private;
+    const std::unique_ptr<Private> d;
 };

@@ -7,9 +7,10 @@
 /**
  * A window that shows how far something is: a text, a bar and, unless hidden, a Cancel button.
  *
- * Unlike QProgressDialog it is shown when its owner shows it and hidden when its owner hides it; reaching the maximum
- * does neither. The range (0, 0) means "busy, end unknown". Closing the window by its title bar or Escape asks for
- * cancellation like the button does; with the button hidden both do nothing.
+ * Unlike QProgressDialog it is shown when its owner shows it and hidden when its owner hides it; reaching the
+ * maximum does neither. The range (0, 0) means "busy, end unknown". When the user closes the window by its
+ * title bar or Escape, that asks for cancellation like the button does; with the button hidden both do
+ * nothing. The owner's close() hides it like hide().
  *
  * It never deletes itself.
  */

@@ -8,8 +8,8 @@
 /**
  * What the message system asks of a window: may it carry a message?
  *
- * A host's own top-level windows implement it (Q_INTERFACES(CWindowInterface)) when they are neither a QMainWindow nor
- * a QWizard and still want to be parents of messages.
+ * A host's own top-level windows implement it (Q_INTERFACES(CWindowInterface)) when they are neither a
+ * QMainWindow nor a QWizard and still want to be parents of messages.
  */
 class KOVGUI_EXPORT CWindowInterface
 {

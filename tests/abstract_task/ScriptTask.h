@@ -19,9 +19,9 @@ inline QStringList &eventLog()
 
 /**
  * A task that does what a text says: "A: wait; B: return 5, append C". Operations are
- * wait, complete n, terminate n, finish n, return n, delete, execute, pause, resume, run (the event loop),
- * append X, prepend X, insert X Y (Y behind X), clear, child (nested, waits in its step A), child
- * <operation>.
+ * wait, complete n, terminate n, finish n, return n, delete, destroy (as a careful destructor does), execute,
+ * pause, resume, run (the event loop), append X, prepend X, insert X Y (Y behind X), clear, child (nested,
+ * waits in its step A), child <operation>.
  */
 class CTaskScripted : public CAbstractTask
 {
@@ -119,12 +119,14 @@ private:
             {QStringLiteral("terminate"), [&] { terminate(value); }},
             {QStringLiteral("finish"), [&] { finish(value); }},
             {QStringLiteral("delete"), [&] { delete this; }},
+            {QStringLiteral("destroy"), [&] { endBeforeDestruction(), delete this; }},
             {QStringLiteral("execute"), [&] { execute(); }},
             {QStringLiteral("pause"), [&] { pause(); }},
             {QStringLiteral("resume"), [&] { resume(); }},
             {QStringLiteral("append"), [&] { appendSubTask(number(words.at(0))); }},
             {QStringLiteral("prepend"), [&] { prependSubTask(number(words.at(0))); }},
             {QStringLiteral("insert"), [&] { insertAfterSubTask(number(words.at(0)), number(words.at(1))); }},
+            {QStringLiteral("mark"), [&] { eventLog() << QStringLiteral("-"); }},
             {QStringLiteral("clear"), [&] { clearSubTaskList(); }},
             {QStringLiteral("child"), [&] { performOnChild(words); }},
         };
@@ -144,8 +146,10 @@ private:
         m_child = new CTaskScripted(QStringLiteral("A: wait; Locked: wait"), QStringLiteral("child "));
         m_child->setParent(this);
         m_child->setOption(DeleteWhenFinished, true);
-        connect(m_child, &CAbstractTask::taskFinished, this,
-                [this](int result) { subTaskCompleted(result); });
+        connect(m_child, &CAbstractTask::taskFinished, this, [this](int result) {
+            note(m_name, QStringLiteral("told"));
+            subTaskCompleted(result);
+        });
         attachChildTask(m_child);
         setWaitForSubTaskCompletion();
         m_child->execute();

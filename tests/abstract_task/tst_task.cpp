@@ -58,7 +58,9 @@ private Q_SLOTS:
     void managedCallbacks_data();
     void managedCallbacks();
     void receiverGoneBeforeTheEnd();
+    void managerGoesWithItsTasks();
     void findsOldestOfEqualTasks();
+    void othersGoOnInAStepsEventLoop();
     void longChainsDoNotRecurse();
     void identifiers();
     void otherThreadIsRefused();
@@ -129,6 +131,8 @@ void tst_Task::script_data()
     row("finish twice", "", "execute, run, finish 1", "A|B|C|finish|finished 0|finish|warning");
     row("deleted in a step", "B: delete", "execute, run", "A|B|finished -2147483019");
     row("deleted while waiting", "B: wait", "execute, run, delete", "A|B|finished -2147483019");
+    row("destroyed with its own clean-up", "B: wait", "execute, run, destroy",
+        "A|B|finish|finished -2147483019");
     row("deleted before execute", "", "delete", "");
 
     row("edits in a step", "A: clear, append C, prepend B, insert A C", "execute, run",
@@ -147,7 +151,7 @@ void tst_Task::script_data()
     row("terminate between completion and next step", "B: wait",
         "execute, run, complete 0, terminate -9, run", "A|B|finish|finished -9");
     row("locked step ends first", "A: clear, append Locked, append B; Locked: wait",
-        "execute, run, terminate -9, run, complete -1, run", "A|Locked|finish|finished -9");
+        "execute, run, terminate -9, run, mark, complete -1, run", "A|Locked|-|finish|finished -9");
     row("locked step fails by itself", "A: clear, append Locked; Locked: terminate -9, return -1",
         "execute, run", "A|Locked|finish|finished -9");
 
@@ -161,23 +165,23 @@ void tst_Task::script_data()
     row("step with an event loop", "A: run, complete 0, resume, run", "execute, pause, resume, run", all);
 
     row("child completes", "B: child", "execute, run, run, child complete 5, run, run, run",
-        "A|B|child A|child B|child C|child finish|child finished 5|C|finish|finished 5");
+        "A|B|child A|child B|child C|child finish|child finished 5|told|C|finish|finished 5");
     row("terminate reaches the child", "B: child", "execute, run, run, terminate -9, run",
-        "A|B|child A|child finish|child finished -9|finish|finished -9");
+        "A|B|child A|child finish|child finished -9|told|finish|finished -9");
     row("terminate waits for the child's locked step", "B: child",
         "execute, run, run, child clear, child append Locked, child complete 0, run, terminate -9, run, "
-        "child complete 0, run, run",
-        "A|B|child A|child Locked|child finish|child finished -9|finish|finished -9");
+        "mark, child complete 0, run, run",
+        "A|B|child A|child Locked|-|child finish|child finished -9|told|finish|finished -9");
     row("finish terminates the child", "B: child", "execute, run, run, finish 1, run",
-        "A|B|child A|finish|child finish|child finished -2147483019|finished 1");
+        "A|B|child A|finish|child finish|child finished -2147483019|told|finished 1");
     row("child deleted", "B: child", "execute, run, run, child delete, run",
-        "A|B|child A|child finished -2147483019|finish|finished -2147483019");
+        "A|B|child A|child finished -2147483019|told|finish|finished -2147483019");
     row("deleted with its child", "B: child", "execute, run, run, delete",
         "A|B|child A|child finish|child finished -2147483019|finished -2147483019");
     row("pause reaches the child", "B: child",
         "execute, run, run, pause, child complete 0, run, resume, run, run, run",
         "A|B|child A|child pause|pause|resume|child B|child C|child finish|child finished "
-        "0|C|finish|finished 0");
+        "0|told|C|finish|finished 0");
 }
 
 void tst_Task::script()
@@ -233,6 +237,8 @@ void tst_Task::managedCallbacks_data()
     row("terminated", false, "terminate -9", "finish|finished -9|called -9 task|called -9 task");
     row("deleted while it runs", false, "delete",
         "finished -2147483019|called -2147483019 null|called -2147483019 null");
+    row("destroyed with its own clean-up", false, "destroy",
+        "finish|finished -2147483019|called -2147483019 null|called -2147483019 null");
     row("deleted by the first callback", true, "run", "A|B|C|finish|finished 0|called 0 task|called 0 null");
 }
 
@@ -260,6 +266,16 @@ void tst_Task::receiverGoneBeforeTheEnd()
     QCOMPARE(eventLog().last(), QStringLiteral("finished 0"));
 }
 
+void tst_Task::managerGoesWithItsTasks()
+{
+    Listener listener;
+    CTaskManager::instance()->runTask(new CTaskGenericId(Kinds::TaskScripted), listener.slot(), true);
+    delete CTaskManager::instance();
+    QCOMPARE(eventLog().join(QLatin1Char('|')),
+             QStringLiteral("finished -2147483019|called -2147483019 null"));
+    QCOMPARE(CTaskScripted::instances(), 0);
+}
+
 void tst_Task::findsOldestOfEqualTasks()
 {
     CTaskManager *manager = CTaskManager::instance();
@@ -280,6 +296,17 @@ void tst_Task::findsOldestOfEqualTasks()
     QCOMPARE(manager->getTaskById(id), second);
     QCoreApplication::processEvents();
     QVERIFY(!manager->getTaskById(id));
+}
+
+void tst_Task::othersGoOnInAStepsEventLoop()
+{
+    CTaskScripted first(QStringLiteral("A: run"), QStringLiteral("1 "));
+    CTaskScripted second(QString(), QStringLiteral("2 "));
+    first.execute();
+    second.execute();
+    QCoreApplication::processEvents();
+    QCOMPARE(eventLog().join(QLatin1Char('|')),
+             QStringLiteral("1 A|2 A|2 B|2 C|2 finish|2 finished 0|1 B|1 C|1 finish|1 finished 0"));
 }
 
 void tst_Task::longChainsDoNotRecurse()
@@ -318,13 +345,18 @@ void tst_Task::identifiers()
                                             id(flag, QUrl(QStringLiteral("1"))),
                                             id(flag, false),
                                             id(QStringLiteral("other"), true),
+                                            id(flag, 1.5),
+                                            id(flag, 2.5),
                                             CTaskGenericId(Kinds::TaskScripted)};
     QSet<CAbstractTask *> tasks;
     for (const CTaskGenericId &one : different)
         tasks.insert(manager->runTask(new CTaskGenericId(one), CSlotInfo(), true));
     QCOMPARE(tasks.size(), different.size());
-    for (const CTaskGenericId &one : different)
-        QVERIFY(*manager->getTaskById(one)->id() == one);
+    for (int i = 0; i < different.size(); ++i) {
+        QVERIFY(*manager->getTaskById(different.at(i))->id() == different.at(i));
+        for (int j = 0; j < i; ++j)
+            QVERIFY(different.at(i) != different.at(j));
+    }
     QCoreApplication::processEvents();
 }
 

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QMainWindow>
+
+class LogPage;
+class MessagesPage;
+class QListWidget;
+class QStackedWidget;
+class TasksPage;
+class UpdatesPage;
+
+/// Tessarine Console: one window, a page a subsystem.
+class ConsoleWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    explicit ConsoleWindow(QWidget *parent = nullptr);
+
+    UpdatesPage *updates() const { return m_updates; }
+    MessagesPage *messages() const { return m_messages; }
+    TasksPage *tasks() const { return m_tasks; }
+    LogPage *log() const { return m_log; }
+    void showPage(QWidget *page);
+
+private:
+    void addPage(const QString &name, QWidget *page);
+
+    QListWidget *m_names = nullptr;
+    QStackedWidget *m_pages = nullptr;
+    UpdatesPage *m_updates = nullptr;
+    MessagesPage *m_messages = nullptr;
+    TasksPage *m_tasks = nullptr;
+    LogPage *m_log = nullptr;
+};

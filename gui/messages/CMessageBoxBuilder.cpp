@@ -1,0 +1,59 @@
+#include "gui/messages/CMessageBoxBuilder.h"
+
+#include "gui/messages/CMessageBox.h"
+#include "gui/messages/CMessageDataProvider.h"
+#include "gui/messages/CMessageInfo.h"
+#include "gui/messages/MessagePolicies_p.h"
+#include "gui/messages/MessageUtils.h"
+
+namespace {
+
+Messaging::ButtonsMap answersOf(const Messaging::MessageData &data)
+{
+    if (!data.buttons.isEmpty())
+        return data.buttons;
+    return {{Messaging::Button1, {CMessageBoxBuilder::tr("OK"), QMessageBox::AcceptRole}}};
+}
+
+CMessageBoxWndBase *buildMessageBox(const CMessageInfo &message, QWidget *parent,
+                                    CMessageDataProvider &provider)
+{
+    const Messaging::MessageData &data = message.data();
+    auto *box = new CMessageBox(parent);
+    box->setTitle(data.caption);
+    box->setMessage(data.shortMsg);
+    box->setDescription(data.longMsg);
+    box->setDetails(data.details.text());
+    box->setDetailsAction(data.details.action());
+    box->setAllowHide(data.canBeHidden);
+    box->setIcon(provider.getPixmapForMessage(data.code, data.type));
+    box->setButtonsMap(answersOf(data));
+    box->setDefaultButton(data.defaultButton);
+    box->setButtonsAction(message.buttonPressListener(), message.buttonPressListenerSlot());
+    box->setHelpTopic(provider.getHelpTopicByErrCode(data.code));
+    box->setMessageUuid(message.uuid());
+    if (provider.hasKBArticle(data.code))
+        box->setProblemID(MessageUtils::getProblemID(data.code));
+    return box;
+}
+
+} // namespace
+
+CMessageBoxBuilder::CMessageBoxBuilder() = default;
+
+CMessageBoxBuilder::~CMessageBoxBuilder() = default;
+
+CMessageBoxBuilder *CMessageBoxBuilder::instance()
+{
+    return policyInstance<CMessageBoxBuilder>();
+}
+
+CMessageBoxWndBase *CMessageBoxBuilder::build(const CMessageInfo &message, QWidget *parent)
+{
+    return buildMessageBox(message, parent, policyOrDefault<CMessageDataProvider>());
+}
+
+bool CMessageBoxBuilder::isNeedBlockSheet(const CMessageInfo &, QWidget *)
+{
+    return false;
+}

@@ -1,0 +1,218 @@
+#include "gui/messages/CMessageManager.h"
+
+#include "gui/messages/CMessageInfo.h"
+#include "gui/messages/CMessageProcessor.h"
+#include "gui/messages/MessagePolicies_p.h"
+#include "kov_sdk_communication/CSdkRequest.h"
+
+#include <QApplication>
+
+#include <functional>
+
+namespace {
+
+const char Tag[] = "[MESSAGE_MNG]";
+constexpr int NothingShown = -1;
+
+QString issuerOfWindow(const QWidget *widget)
+{
+    return widget ? widget->window()->property("vmUuid").toString() : QString();
+}
+
+/// A message that could not be made still owes its caller the call.
+int refuse(KOV_RESULT code, const CSlotInfo &closeSlot)
+{
+    KOV_LOG_TAG(Tag, 0, "(!)Error: can't extract message info.");
+    if (!closeSlot.isEmpty())
+        closeSlot.invoke(code, Messaging::ButtonNone, closeSlot.params());
+    return NothingShown;
+}
+
+using Condition = std::function<bool(const CMessageBoxWndBase &, const Messaging::MessageData &)>;
+
+QList<CMessageBoxWndBase *> openWindows(const CMessageProcessor &processor, const Condition &condition)
+{
+    QList<CMessageBoxWndBase *> windows;
+    for (QWidget *widget : QApplication::topLevelWidgets()) {
+        auto *window = qobject_cast<CMessageBoxWndBase *>(widget);
+        const CMessageInfo *message = window ? processor.shownMessage(window->getMessageUuid()) : nullptr;
+        if (message && condition(*window, message->data()))
+            windows.append(window);
+    }
+    return windows;
+}
+
+/// Closing one may destroy another.
+void closeAll(const QList<CMessageBoxWndBase *> &windows)
+{
+    QList<QPointer<CMessageBoxWndBase>> guarded;
+    for (CMessageBoxWndBase *window : windows)
+        guarded.append(window);
+    for (const QPointer<CMessageBoxWndBase> &window : guarded) {
+        if (window)
+            window->close();
+    }
+}
+
+} // namespace
+
+CMessageManager::CMessageManager()
+    : m_processor(&policyOrDefault<CMessageProcessor>())
+{
+    qRegisterMetaType<MessageParams>("MessageParams");
+    connect(m_processor, &CMessageProcessor::aboutToShowMessage, this, &CMessageManager::aboutToShowMessage);
+    connect(m_processor, &CMessageProcessor::messageClosed, this, &CMessageManager::messageClosed);
+    connect(m_processor, &CMessageProcessor::notificationClicked, this,
+            &CMessageManager::notificationClicked);
+}
+
+CMessageManager *CMessageManager::instance()
+{
+    static auto *const manager = new CMessageManager;
+    return manager;
+}
+
+int CMessageManager::showMessageBox(const MessageParams &params)
+{
+    const QString issuerId = params.issuerId.isEmpty() ? issuerOfWindow(params.parent) : params.issuerId;
+    CMessageInfo *message
+        = m_processor->create(params.code, issuerId, params.shortMsgParams, params.longMsgParams, false);
+    if (!message)
+        return refuse(params.code, params.closeMsgSlot);
+
+    message->setCloseSlot(params.closeMsgSlot);
+    message->setAnchorClickSlot(params.anchorClickSlot);
+    Messaging::MessageData &data = message->data();
+    data.hintWidget = params.parent;
+    if (!params.shortMsg.isEmpty())
+        data.shortMsg = params.shortMsg;
+    if (!params.longMsg.isEmpty())
+        data.longMsg = params.longMsg;
+    if (!params.buttons.isEmpty())
+        data.buttons = params.buttons;
+    return m_processor->tryToShowMessage(message);
+}
+
+int CMessageManager::showMessageBox(const QVariant &params)
+{
+    if (params.userType() == qMetaTypeId<MessageParams>())
+        return showMessageBox(params.value<MessageParams>());
+    KOV_LOG_TAG(Tag, 0, "(!)Error: can't extract params from %s. struct MessageParams must be in params.",
+                params.isValid() ? params.typeName() : "Invalid");
+    return NothingShown;
+}
+
+int CMessageManager::showMessageBox(int code, const QString &issuerId, const QStringList &shortParams,
+                                    const QStringList &longParams, const CSlotInfo &closeSlot,
+                                    bool spontaneous, QWidget *parent, QWidget *hint)
+{
+    CMessageInfo *message = m_processor->create(code, issuerId, shortParams, longParams, spontaneous);
+    if (!message)
+        return refuse(code, closeSlot);
+    message->setCloseSlot(closeSlot);
+    message->data().hintWidget = hint ? hint : parent;
+    return m_processor->tryToShowMessage(message);
+}
+
+int CMessageManager::showMessageBox(int code, QWidget *parent, const QStringList &shortParams,
+                                    const QStringList &longParams, const CSlotInfo &closeSlot,
+                                    bool spontaneous)
+{
+    return showMessageBox(code, issuerOfWindow(parent), shortParams, longParams, closeSlot, spontaneous,
+                          parent);
+}
+
+int CMessageManager::showMessageBox(t_SdkHandleWrap event, const QString &issuerId, QWidget *parent,
+                                    const CSlotInfo &closeSlot)
+{
+    CMessageInfo *message = m_processor->create(event, issuerId, false, parent, nullptr);
+    if (!message)
+        return refuse(KOV_ERR_INVALID_HANDLE, closeSlot);
+    message->setCloseSlot(closeSlot);
+    return m_processor->tryToShowMessage(message);
+}
+
+int CMessageManager::showMessageFromServer(t_SdkHandleWrap event, const QString &issuerId, QWidget *parent)
+{
+    CMessageInfo *message = m_processor->create(event, issuerId, true, parent, nullptr);
+    return message ? m_processor->tryToShowMessage(message) : refuse(KOV_ERR_INVALID_HANDLE, CSlotInfo());
+}
+
+int CMessageManager::showMessageBoxForJob(t_SdkHandleWrap job, const QString &issuerId,
+                                          const CSlotInfo *closeSlot, QWidget *parent)
+{
+    const CSlotInfo slot = closeSlot ? *closeSlot : CSlotInfo();
+    KOV_RESULT code = KOV_SUCCESS;
+    KOV_RESULT result = KovJob_GetRetCode(job, &code);
+    if (KOV_FAILED(result)) {
+        KOV_LOG_TAG(Tag, 0, "(!)Error: KovJob_GetRetCode failed. RC = [%.8X]", unsigned(result));
+        return refuse(result, slot);
+    }
+    t_SdkHandleWrap event;
+    result = KovJob_GetError(job, event.out());
+    if (KOV_SUCCEEDED(result))
+        return showMessageBox(event, issuerId, parent, slot);
+    KOV_LOG_TAG(Tag, 1,
+                "KovJob_GetError failed. Seems to be the job doesn't contain additional info. RC = [%.8X]",
+                unsigned(result));
+    return showMessageBox(code, issuerId, QStringList(), QStringList(), slot, false, parent);
+}
+
+int CMessageManager::showMessageBoxForRequest(const CSdkRequest &request, const QString &issuerId,
+                                              const CSlotInfo *closeSlot)
+{
+    return showMessageBoxForJob(request.job(), issuerId, closeSlot);
+}
+
+void CMessageManager::setMessagingBlocked(bool blocked)
+{
+    m_processor->setOption(CMessageProcessor::MessagingBlocked, blocked);
+}
+
+void CMessageManager::clearMessageQueue(const QString &issuerId)
+{
+    m_processor->clearMessageQueue(issuerId);
+}
+
+QList<CMessageBoxWndBase *> CMessageManager::getMessageWindowsForId(int code) const
+{
+    return openWindows(*m_processor,
+                       [code](const auto &, const auto &message) { return message.code == code; });
+}
+
+QList<CMessageBoxWndBase *> CMessageManager::getMessageWindowsForId(const QString &issuerId, int code) const
+{
+    return openWindows(*m_processor, [&issuerId, code](const auto &, const auto &message) {
+        return message.code == code && message.issuerId == issuerId;
+    });
+}
+
+QList<CMessageBoxWndBase *> CMessageManager::getMessageWindowsForParent(const QWidget *parent) const
+{
+    return openWindows(*m_processor, [parent](const CMessageBoxWndBase &window, const auto &) {
+        return window.parentWidget() == parent;
+    });
+}
+
+void CMessageManager::closeSpecificMessageBox(int code)
+{
+    closeAll(getMessageWindowsForId(code));
+}
+
+void CMessageManager::closeSpecificMessageBox(const QString &issuerId, int code)
+{
+    closeAll(getMessageWindowsForId(issuerId, code));
+}
+
+void CMessageManager::closeMessageBoxes(const QWidget *parent)
+{
+    closeAll(getMessageWindowsForParent(parent));
+}
+
+void CMessageManager::raiseSpecificMessageBox(const QString &issuerId, int code)
+{
+    for (CMessageBoxWndBase *window : getMessageWindowsForId(issuerId, code)) {
+        window->raise();
+        window->activateWindow();
+    }
+}

@@ -1,0 +1,46 @@
+#include "gui/update/CAppVersion.h"
+
+#include "gui/KovVersion.h"
+
+#include <tuple>
+
+namespace {
+
+auto fields(const CAppVersion &version)
+{
+    return std::make_tuple(version.majorVersion(), version.minorVersion(), version.patchLevel(),
+                           version.buildNumber());
+}
+
+} // namespace
+
+CAppVersion::CAppVersion(quint32 majorVersion, quint32 minorVersion, quint32 patchLevel, quint32 buildNumber)
+    : m_majorVersion(majorVersion)
+    , m_minorVersion(minorVersion)
+    , m_patchLevel(patchLevel)
+    , m_buildNumber(buildNumber)
+{ }
+
+CAppVersion CAppVersion::currentVersion()
+{
+    return CAppVersion(KOV_VERSION_MAJOR, KOV_VERSION_MINOR, KOV_VERSION_PATCH, KOV_VERSION_BUILD);
+}
+
+int CAppVersion::compare(const CAppVersion &a, const CAppVersion &b)
+{
+    return int(fields(a) < fields(b)) - int(fields(b) < fields(a));
+}
+
+bool CAppVersion::isNull() const
+{
+    return fields(*this) == fields(CAppVersion());
+}
+
+QString CAppVersion::toString() const
+{
+    return QStringLiteral("%1.%2.%3.%4")
+        .arg(m_majorVersion)
+        .arg(m_minorVersion)
+        .arg(m_patchLevel)
+        .arg(m_buildNumber);
+}

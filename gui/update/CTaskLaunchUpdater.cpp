@@ -1,0 +1,291 @@
+#include "gui/update/CTaskLaunchUpdater.h"
+
+#include "abstract_task/CSlotInfo.h"
+#include "abstract_task/CTaskManager.h"
+#include "gui/GUI.h"
+#include "gui/log/Log.h"
+#include "gui/tasks/TaskIds.h"
+#include "gui/update/CommandLineUtils.h"
+#include "gui/update/UpdateUrl_p.h"
+
+#include <QCoreApplication>
+#include <QMetaMethod>
+#include <QNetworkProxy>
+#include <QPointer>
+#include <QRegularExpression>
+
+#include <utility>
+
+namespace {
+
+const char logTag[] = "[APP_UPDATE]";
+
+/// Foreign text, so: whole lines only, cut, and no more of them than a log can bear.
+class StandardErrorLog
+{
+public:
+    void add(const QByteArray &chunk)
+    {
+        for (const char c : chunk) {
+            if (c == '\n')
+                flush();
+            else if (m_line.size() < longestLine)
+                m_line += c;
+            else
+                ++m_dropped;
+        }
+    }
+
+    void finish()
+    {
+        flush();
+        if (m_dropped > 0)
+            KOV_LOG_TAG(logTag, 1, "Updater standard error: %lld more bytes were not logged.", m_dropped);
+        m_dropped = 0;
+    }
+
+private:
+    void flush()
+    {
+        if (m_logged + m_line.size() > mostBytes) {
+            m_dropped += m_line.size();
+        } else if (!m_line.isEmpty()) {
+            m_logged += m_line.size();
+            KOV_LOG_TAG(logTag, 1, "Updater standard error: %s",
+                        UpdateUrl::forLog(QString::fromUtf8(m_line)).constData());
+        }
+        m_line.clear();
+    }
+
+    static const int longestLine = 1024;
+    static const int mostBytes = 16 * 1024;
+    QByteArray m_line;
+    int m_logged = 0;
+    long long m_dropped = 0;
+};
+
+/// Kills the program and forgets it; the object goes when the program has gone.
+void abandon(QProcess *process)
+{
+    process->disconnect();
+    if (process->state() == QProcess::NotRunning) {
+        process->deleteLater();
+        return;
+    }
+    // The application's end waits for a program that was killed just before.
+    process->setParent(QCoreApplication::instance());
+    using Finished = void (QProcess::*)(int, QProcess::ExitStatus);
+    QObject::connect(process, Finished(&QProcess::finished), process, &QObject::deleteLater);
+    QObject::connect(process, &QProcess::errorOccurred, process, [process](QProcess::ProcessError error) {
+        if (error == QProcess::FailedToStart)
+            process->deleteLater();
+    });
+    process->closeReadChannel(QProcess::StandardOutput);
+    process->closeReadChannel(QProcess::StandardError);
+    process->kill();
+}
+
+QStringList proxyArguments(const QNetworkProxy &proxy)
+{
+    const QString host = proxy.hostName();
+    if (host.isEmpty() || host.startsWith(QLatin1Char('-')))
+        return QStringList();
+    return {QStringLiteral("--proxy-server"),    host,
+            QStringLiteral("--proxy-port"),      QString::number(proxy.port()),
+            QStringLiteral("--proxy-try-count"), QStringLiteral("1")};
+}
+
+QNetworkProxy proxyOf(CAbstractTask *task)
+{
+    QNetworkProxy proxy;
+    const int index = task->metaObject()->indexOfMethod("proxy()");
+    if (index < 0 || !task->metaObject()->method(index).invoke(task, Q_RETURN_ARG(QNetworkProxy, proxy)))
+        KOV_LOG_TAG(logTag, 0, "(!)Error: %s tells no proxy.", task->metaObject()->className());
+    return proxy;
+}
+
+} // namespace
+
+class CTaskLaunchUpdater::Private
+{
+public:
+    explicit Private(const TaskParams &params)
+        : params(params)
+    { }
+
+    QProcess *takeProcess() { return std::exchange(process, nullptr); }
+
+    const TaskParams params;
+    QStringList proxyArguments;
+    QProcess *process = nullptr;
+    StandardErrorLog standardError;
+    QByteArray output;
+    int exitCode = -1;
+    QProcess::ExitStatus exitStatus = QProcess::NormalExit;
+    bool installs = false;
+    int progressScanned = 0;
+};
+
+CTaskLaunchUpdater::CTaskLaunchUpdater(const TaskParams &params)
+    : CAbstractTask(new CTaskId_LaunchUpdater(params.commandLine, params.proxyUrl))
+    , d(new Private(params))
+{ }
+
+CTaskLaunchUpdater::~CTaskLaunchUpdater()
+{
+    endBeforeDestruction();
+}
+
+unsigned CTaskLaunchUpdater::type() const
+{
+    return GUI::TaskLaunchUpdater;
+}
+
+int CTaskLaunchUpdater::exitCode() const
+{
+    return d->exitCode;
+}
+
+QProcess::ExitStatus CTaskLaunchUpdater::exitStatus() const
+{
+    return d->exitStatus;
+}
+
+QByteArray CTaskLaunchUpdater::output() const
+{
+    return d->output;
+}
+
+QList<int> CTaskLaunchUpdater::getDefaultSubTaskList() const
+{
+    return d->params.proxyUrl.isEmpty() ? QList<int>{Launch} : QList<int>{GetProxyInfo, Launch};
+}
+
+void CTaskLaunchUpdater::finish(int result)
+{
+    if (QProcess *process = d->takeProcess())
+        abandon(process);
+    d->standardError.finish();
+    CAbstractTask::finish(result);
+}
+
+KOV_RESULT CTaskLaunchUpdater::getProxyInfo()
+{
+    setWaitForSubTaskCompletion();
+    const CSlotInfo whenFinished(this, "1onProxyDetectionFinished(KOV_RESULT, CAbstractTask*)");
+    CTaskManager::instance()->runTask(new CTaskId_GetProxyInfo(d->params.proxyUrl, false), whenFinished,
+                                      true);
+    return KOV_SUCCESS;
+}
+
+void CTaskLaunchUpdater::onProxyDetectionFinished(KOV_RESULT result, CAbstractTask *task)
+{
+    if (KOV_SUCCEEDED(result) && task)
+        d->proxyArguments = proxyArguments(proxyOf(task));
+    else
+        KOV_LOG_TAG(logTag, 1, "(!)Warning: no proxy could be looked for [0x%08X]; the updater runs without.",
+                    unsigned(result));
+    subTaskCompleted(KOV_SUCCESS);
+}
+
+KOV_RESULT CTaskLaunchUpdater::launch()
+{
+    if (d->params.elevated) {
+        KOV_LOG_TAG(logTag, 0, "(!)Error: an elevated run of the updater is not supported.");
+        return KOV_ERR_FAILURE;
+    }
+    QStringList arguments = CommandLineUtils::split(d->params.commandLine);
+    if (arguments.isEmpty() || arguments.first().isEmpty()) {
+        KOV_LOG_TAG(logTag, 0, "(!)Error: the updater's command line is broken: %s",
+                    UpdateUrl::forLog(d->params.commandLine).constData());
+        return KOV_ERR_FAILURE;
+    }
+    const QString program = arguments.takeFirst();
+    d->installs = arguments.contains(QLatin1String("install"));
+
+    setWaitForSubTaskCompletion();
+    d->process = new QProcess;
+    connect(d->process, &QProcess::readyReadStandardOutput, this, &CTaskLaunchUpdater::onStandardOutput);
+    connect(d->process, &QProcess::readyReadStandardError, this, &CTaskLaunchUpdater::onStandardError);
+    connect(d->process, SIGNAL(finished(int, QProcess::ExitStatus)), this,
+            SLOT(onStandartRunFinished(int, QProcess::ExitStatus)));
+    connect(d->process, &QProcess::errorOccurred, this, &CTaskLaunchUpdater::onProcessError);
+    d->process->start(program, arguments + d->proxyArguments);
+    // A program that cannot be started may be reported from within start().
+    if (d->process)
+        d->process->closeWriteChannel();
+    return KOV_SUCCESS;
+}
+
+void CTaskLaunchUpdater::onStandardOutput()
+{
+    const QByteArray chunk = d->process->readAllStandardOutput();
+    if (chunk.size() > maximumOutputSize - d->output.size()) {
+        KOV_LOG_TAG(logTag, 0, "(!)Error: the updater printed more than %d bytes.", maximumOutputSize);
+        subTaskCompleted(KOV_ERR_FAILURE);
+        return;
+    }
+    d->output += chunk;
+    reportProgress(false);
+}
+
+void CTaskLaunchUpdater::onStandardError()
+{
+    d->standardError.add(d->process->readAllStandardError());
+}
+
+void CTaskLaunchUpdater::onStandartRunFinished(int exitCode, QProcess::ExitStatus exitStatus)
+{
+    QProcess *process = d->takeProcess();
+    if (!process)
+        return;
+    process->disconnect(this);
+    process->deleteLater();
+    d->exitCode = exitCode;
+    d->exitStatus = exitStatus;
+    const QPointer<CTaskLaunchUpdater> guard(this);
+    reportProgress(true);
+    if (guard)
+        subTaskCompleted(KOV_SUCCESS);
+}
+
+void CTaskLaunchUpdater::onProcessError(QProcess::ProcessError error)
+{
+    // Every other error is followed by finished().
+    if (error != QProcess::FailedToStart || !d->process)
+        return;
+    KOV_LOG_TAG(logTag, 0, "(!)Error: the updater could not be started: %s",
+                UpdateUrl::forLog(d->process->errorString()).constData());
+    subTaskCompleted(KOV_ERR_FAILURE);
+}
+
+void CTaskLaunchUpdater::reportProgress(bool atEnd)
+{
+    if (!d->installs)
+        return;
+    static const QRegularExpression pattern(QStringLiteral("installer\\:%(\\d+)"));
+    const int prefixLength = 11;
+    const QString text = QString::fromLatin1(d->output.mid(d->progressScanned));
+    // The beginning of the next report may stand at the end.
+    int scanned = qMax(0, text.size() - prefixLength);
+    QList<int> percentages;
+    for (auto matches = pattern.globalMatch(text); matches.hasNext();) {
+        const QRegularExpressionMatch match = matches.next();
+        // The rest of the number may be under way.
+        if (match.capturedEnd() == text.size() && !atEnd) {
+            scanned = match.capturedStart();
+            break;
+        }
+        scanned = qMax(scanned, match.capturedEnd());
+        bool isNumber = false;
+        const int percent = match.capturedRef(1).toInt(&isNumber);
+        if (isNumber && percent <= 100)
+            percentages << percent;
+    }
+    d->progressScanned += scanned;
+    const QPointer<CTaskLaunchUpdater> guard(this);
+    for (const int percent : qAsConst(percentages)) {
+        if (guard)
+            Q_EMIT progress(percent);
+    }
+}

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "gui/KovGuiGlobal.h"
+
+#include <QByteArray>
+#include <QString>
+
+/// Addresses of update servers: they come from settings and policies, and end up as an argument and in the
+/// log.
+namespace UpdateUrl {
+
+/**
+ * The address in the form in which it may be handed to the updater, or empty when it may not.
+ *
+ * Accepted is a strict http or https address with a host, without blanks, quotes and control characters. An
+ * address with a password is refused: every user of the machine can read the arguments of a process.
+ */
+KOVGUI_EXPORT QString checked(const QString &address);
+
+/// Text for the log: escaped, and the user information of every address in it replaced by "***".
+KOVGUI_EXPORT QByteArray forLog(const QString &text);
+
+} // namespace UpdateUrl

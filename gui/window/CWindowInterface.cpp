@@ -1,0 +1,3 @@
+#include "gui/window/CWindowInterface.h"
+
+CWindowInterface::~CWindowInterface() = default;

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "gui/KovGui.h"
+#include "gui/log/Log.h"
+#include "gui/messages/CMessageBoxBuilder.h"
+#include "gui/messages/CMessageDataProvider.h"
+#include "gui/messages/CMessageProcessor.h"
+#include "gui/messages/CSearchParentHelper.h"
+
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTemporaryFile>
+
+/// Puts a class under the name of the policy that it implements.
+template <typename Policy, typename Implementation = Policy>
+void registerPolicy()
+{
+    KovGui::staticMetaObjectHash().insert(QString::fromLatin1(Policy::staticMetaObject.className()),
+                                          &Implementation::staticMetaObject);
+}
+
+struct CatalogueCode
+{
+    int code;
+    const char *type;
+    const char *brief;
+    const char *full;
+    bool mayBeHidden;
+};
+
+inline bool loadCatalogue(const QVector<CatalogueCode> &codes)
+{
+    QJsonArray messages;
+    for (const CatalogueCode &code : codes) {
+        QJsonObject message{{QStringLiteral("code"), code.code},
+                            {QStringLiteral("type"), QLatin1String(code.type)},
+                            {QStringLiteral("brief"), QString::fromUtf8(code.brief)}};
+        if (*code.full)
+            message.insert(QStringLiteral("full"), QString::fromUtf8(code.full));
+        if (code.mayBeHidden)
+            message.insert(QStringLiteral("mayBeHidden"), true);
+        messages.append(message);
+    }
+    QTemporaryFile file;
+    if (!file.open())
+        return false;
+    file.write(
+        QJsonDocument({{QStringLiteral("format"), 1}, {QStringLiteral("messages"), messages}}).toJson());
+    file.close();
+    return KovApi_LoadMessageCatalogue(QFile::encodeName(file.fileName()).constData()) == KOV_SUCCESS;
+}
+
+/// Collects the log while it lives.
+class LogCapture
+{
+public:
+    LogCapture()
+    {
+        text().clear();
+        KovGui::setLogOutputFunction(
+            [](const char *record, std::size_t length) { text().append(record, int(length)); });
+    }
+    ~LogCapture() { KovGui::setLogOutputFunction(nullptr); }
+
+    static QByteArray &text()
+    {
+        static QByteArray captured;
+        return captured;
+    }
+};

@@ -1,0 +1,625 @@
+#include "gui/messages/CDetailsDialog.h"
+#include "gui/messages/CMessageBox.h"
+#include "gui/messages/CMessageInfo.h"
+#include "gui/messages/CMoreOptionsLabel.h"
+#include "tests/messages/MessageFixture.h"
+#include "tests/support/KovTest.h"
+#include "tests/support/ModalWatchdog.h"
+#include "tests/support/OffscreenPlatform.h"
+
+#include <QAccessible>
+#include <QCheckBox>
+#include <QClipboard>
+#include <QDialogButtonBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QScreen>
+#include <QScrollBar>
+#include <QTextBrowser>
+
+#include <memory>
+
+using namespace Messaging;
+
+/// Gives every code an icon, and a solution article to negative ones.
+class TestProvider : public CMessageDataProvider
+{
+    Q_OBJECT
+
+public:
+    Q_INVOKABLE TestProvider() = default;
+    QPixmap getPixmapForMessage(int, _KOV_MESSAGE_TYPE_ENUM) override
+    {
+        QPixmap icon(32, 32);
+        icon.fill(Qt::blue);
+        return icon;
+    }
+    bool hasKBArticle(int code) override { return code < 0; }
+};
+
+/// Answers a box's question whether it shall stay, and does in between what a test wants.
+class Answerer : public QObject
+{
+    Q_OBJECT
+
+public:
+    std::function<bool(CMessageBox *)> act;
+    QList<int> answers;
+
+public Q_SLOTS:
+    bool decide(Messaging::ButtonID answer, QPointer<QWidget> box)
+    {
+        answers.append(answer);
+        return act && act(qobject_cast<CMessageBox *>(box));
+    }
+    void decideNothing(Messaging::ButtonID, QPointer<QWidget>) { }
+};
+
+/// Takes note of what a box delivers, and of the state that it is in then.
+struct Delivery
+{
+    explicit Delivery(CMessageBox *box)
+    {
+        QObject::connect(box, &CMessageBox::beforeMessageDestroyed, box,
+                         [this, box](const QString &uuid, ButtonID answer, bool doNotShowAgain) {
+                             log.append(QStringLiteral("%1 %2 %3").arg(uuid).arg(answer).arg(doNotShowAgain));
+                             gone = !box->isVisible() && QApplication::activeModalWidget() != box;
+                         });
+    }
+    QStringList log;
+    bool gone = false;
+};
+
+class tst_MessageBox : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void everyWayOutDeliversOnce_data();
+    void everyWayOutDeliversOnce();
+    void modalLoopReturnsTheAnswer();
+    void actionDecides_data();
+    void actionDecides();
+    void countdown_data();
+    void countdown();
+    void countdownStopsWhenTouched();
+    void partsAppearWithTheirProperty();
+    void defaultButton();
+    void textLoadsNothing_data();
+    void textLoadsNothing();
+    void textIsCopiedByKeyboard();
+    void textSizesTheBox();
+    void linksAreOnlyReported();
+    void solutionPage_data();
+    void solutionPage();
+    void detailsOpenBesideTheBox();
+    void embeddedView();
+    void widgetsAreNamed();
+    void builder_data();
+    void builder();
+
+private:
+    static std::unique_ptr<CMessageBox> makeBox(QWidget *parent = nullptr);
+};
+
+template <typename Widget>
+Widget *part(const QWidget &box, const char *name)
+{
+    auto *widget = box.findChild<Widget *>(QLatin1String(name));
+    return widget ? widget : (QTest::qFail(name, __FILE__, __LINE__), nullptr);
+}
+
+std::unique_ptr<CMessageBox> tst_MessageBox::makeBox(QWidget *parent)
+{
+    auto box = std::make_unique<CMessageBox>(parent);
+    box->setMessageUuid(QStringLiteral("id"));
+    box->setMessage(QStringLiteral("Message"));
+    box->setDescription(QStringLiteral("Description"));
+    box->setButton1(QStringLiteral("&Yes"));
+    box->setButton2(QStringLiteral("&No"));
+    box->setButton3(QStringLiteral("&Later"));
+    box->setDefaultButton(Button2);
+    box->setAllowHide(true);
+    return box;
+}
+
+void tst_MessageBox::initTestCase()
+{
+    ignoreOffscreenWarnings();
+    KovGui::setLogOutputFunction([](const char *, std::size_t) {});
+    QLocale::setDefault(QLocale(QStringLiteral("de_DE")));
+    registerPolicy<CMessageDataProvider, TestProvider>();
+    registerPolicy<CMessageBoxBuilder>();
+}
+
+void tst_MessageBox::everyWayOutDeliversOnce_data()
+{
+    using Way = std::function<void(CMessageBox *)>;
+    QTest::addColumn<Way>("leave");
+    QTest::addColumn<QString>("delivered");
+
+    const auto click = [](const char *name) -> Way {
+        return [name](CMessageBox *box) { part<QPushButton>(*box, name)->click(); };
+    };
+    const auto press = [](const char *focus, Qt::Key key) -> Way {
+        return [focus, key](CMessageBox *box) {
+            part<QWidget>(*box, focus)->setFocus();
+            QTest::keyClick(box->focusWidget(), key);
+        };
+    };
+    QTest::newRow("first") << click("m_pbButton1") << "id 1 0";
+    QTest::newRow("second") << click("m_pbButton2") << "id 2 0";
+    QTest::newRow("third") << click("m_pbButton3") << "id 3 0";
+    QTest::newRow("Enter in the text") << press("m_txtInfo", Qt::Key_Enter) << "id 2 0";
+    QTest::newRow("Return in the check box") << press("m_ckbDoNotShowFlag", Qt::Key_Return) << "id 2 0";
+    QTest::newRow("Escape in the text") << press("m_txtMessage", Qt::Key_Escape) << "id 0 0";
+    QTest::newRow("title bar") << Way([](CMessageBox *box) {
+        part<QCheckBox>(*box, "m_ckbDoNotShowFlag")->setChecked(true);
+        box->windowHandle()->close();
+    }) << "id 0 1";
+    QTest::newRow("close, then done") << Way([](CMessageBox *box) {
+        box->close();
+        box->done(3);
+    }) << "id 0 0";
+    QTest::newRow("a result that is no answer") << Way([](CMessageBox *box) { box->done(7); }) << "id 0 0";
+    QTest::newRow("box destroyed") << Way([](CMessageBox *box) {
+        part<QCheckBox>(*box, "m_ckbDoNotShowFlag")->setChecked(true);
+        delete box;
+    }) << "id 0 1";
+    QTest::newRow("parent destroyed")
+        << Way([](CMessageBox *box) { delete box->parentWidget(); }) << "id 0 0";
+    QTest::newRow("a choice that is not offered any more") << Way([](CMessageBox *box) {
+        part<QCheckBox>(*box, "m_ckbDoNotShowFlag")->setChecked(true);
+        box->setAllowHide(false);
+        box->accept();
+    }) << "id 1 0";
+}
+
+Q_DECLARE_METATYPE(std::function<void(CMessageBox *)>)
+
+void tst_MessageBox::everyWayOutDeliversOnce()
+{
+    QFETCH(std::function<void(CMessageBox *)>, leave);
+    QPointer<QWidget> parent = new QWidget;
+    QPointer<CMessageBox> box = makeBox(parent).release();
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    Delivery delivery(box);
+    const QSignalSpy quit(qApp, &QGuiApplication::lastWindowClosed);
+    box->open();
+    QVERIFY(box->canBeParent());
+    leave(box);
+    QCOMPARE(delivery.log.size(), 1);
+    QTEST(delivery.log.first(), "delivered");
+    QVERIFY(delivery.gone);
+    QVERIFY(!box || !box->canBeParent());
+    QTRY_VERIFY(!box);
+    QCOMPARE(delivery.log.size(), 1);
+    QCOMPARE(quit.count(), 0);
+    delete parent;
+}
+
+void tst_MessageBox::modalLoopReturnsTheAnswer()
+{
+    QPointer<CMessageBox> box = makeBox().release();
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    Delivery delivery(box);
+    {
+        const ModalWatchdog watchdog(
+            [](QWidget *modal) { part<QPushButton>(*modal, "m_pbButton3")->click(); });
+        QCOMPARE(box->exec(), 3);
+    }
+    QVERIFY(box);
+    QCOMPARE(delivery.log, QStringList{QStringLiteral("id 3 0")});
+    QTRY_VERIFY(!box);
+}
+
+void tst_MessageBox::actionDecides_data()
+{
+    using Act = std::function<bool(CMessageBox *)>;
+    QTest::addColumn<Act>("act");
+    QTest::addColumn<QString>("slot");
+    QTest::addColumn<QString>("delivered");
+    QTest::addColumn<bool>("asserts");
+
+    const QString decide = QStringLiteral("decide(Messaging::ButtonID, QPointer<QWidget>)");
+    QTest::newRow("handled") << Act([](CMessageBox *) { return true; }) << decide << "" << false;
+    QTest::newRow("not handled") << Act([](CMessageBox *) { return false; }) << decide << "id 1 0" << false;
+    QTest::newRow("deletes the box") << Act([](CMessageBox *box) {
+        delete box;
+        return true;
+    }) << decide << "id 0 0" << false;
+    QTest::newRow("a click in between") << Act([](CMessageBox *box) {
+        part<QPushButton>(*box, "m_pbButton2")->click();
+        return false;
+    }) << decide << "id 1 0" << false;
+    QTest::newRow("unknown slot") << Act() << QStringLiteral("unknown()") << "id 1 0" << true;
+    QTest::newRow("slot without an answer")
+        << Act() << QStringLiteral("decideNothing(Messaging::ButtonID, QPointer<QWidget>)") << "id 1 0"
+        << true;
+}
+
+Q_DECLARE_METATYPE(std::function<bool(CMessageBox *)>)
+
+void tst_MessageBox::actionDecides()
+{
+    QFETCH(QString, slot);
+    QFETCH(QString, delivered);
+    QPointer<CMessageBox> box = makeBox().release();
+    Delivery delivery(box);
+    Answerer answerer;
+    QFETCH(std::function<bool(CMessageBox *)>, act);
+    answerer.act = act;
+    box->setButtonsAction(&answerer, slot);
+    box->open();
+    {
+        const LogCapture log;
+        part<QPushButton>(*box, "m_pbButton1")->click();
+        const bool asserted = log.text().contains("ASSERT( ")
+                              && log.text().contains("[CMessageBoxPrivate::processButtonClick]");
+        QTEST(asserted, "asserts");
+    }
+    QCOMPARE(delivery.log.join(QLatin1Char(',')), delivered);
+    QVERIFY(!box || box->isVisible() == delivered.isEmpty());
+    QVERIFY(answerer.answers.size() <= 1);
+    delete box;
+}
+
+void tst_MessageBox::countdown_data()
+{
+    QTest::addColumn<QString>("message");
+    QTest::addColumn<QString>("description");
+    QTest::addColumn<int>("defaultAnswer");
+    QTest::addColumn<QStringList>("firstTexts");
+    QTest::addColumn<int>("ticks");
+    QTest::addColumn<int>("answer");
+
+    const auto row = [](const char *message, const char *description, int defaultAnswer, const char *texts,
+                        int ticks, int answer) {
+        const auto filled = [](const char *text) {
+            return QString::fromLatin1(text).replace(QLatin1Char('@'),
+                                                     QLatin1String("@KOV_GUI_STD_SECONDS_TIMER"));
+        };
+        QTest::addRow("%s|%s %d", message, description, defaultAnswer)
+            << filled(message) << filled(description) << defaultAnswer
+            << QString::fromLatin1(texts).split(QLatin1Char('|')) << ticks << answer;
+    };
+    row("In @/2 s", "", 3, "In 2 s|In 1 s", 2, 3);
+    row("@", "", 0, "60|59", 60, 1);
+    row("@/", "", 1, "60", 60, 1);
+    row("@", "@/1!", 2, "1", 1, 2);
+    row("@/0", "", 2, "", 0, 2);
+}
+
+void tst_MessageBox::countdown()
+{
+    QFETCH(QString, message);
+    QFETCH(QStringList, firstTexts);
+    QFETCH(int, ticks);
+    QFETCH(int, defaultAnswer);
+    const auto box = makeBox();
+    Delivery delivery(box.get());
+    box->setMessage(message);
+    QTEST(box->message(), "message");
+    QFETCH(QString, description);
+    box->setDescription(description);
+    box->setDefaultButton(ButtonID(defaultAnswer));
+    box->grab();
+    QTest::qWait(0);
+    QVERIFY2(!box->findChild<QTimer *>(QStringLiteral("m_timerCountdown")), "counts before it is shown");
+
+    box->show();
+    QVERIFY2(delivery.log.isEmpty(), "answered while it was being shown");
+    QTRY_VERIFY(box->findChild<QTimer *>(QStringLiteral("m_timerCountdown")));
+    auto *timer = part<QTimer>(*box, "m_timerCountdown");
+    QCOMPARE(timer->interval(), 1000);
+    for (int i = 0; i < ticks; ++i) {
+        if (i < firstTexts.size())
+            QCOMPARE(part<QTextBrowser>(*box, "m_txtMessage")->toPlainText(), firstTexts.at(i));
+        QVERIFY(delivery.log.isEmpty());
+        QMetaObject::invokeMethod(timer, "timeout");
+    }
+    QCOMPARE(delivery.log.size(), 1);
+    QTEST(box->result(), "answer");
+    QVERIFY(!timer->isActive());
+}
+
+void tst_MessageBox::countdownStopsWhenTouched()
+{
+    for (const bool stops : {false, true}) {
+        const auto box = makeBox();
+        box->setMessage(QStringLiteral("@KOV_GUI_STD_SECONDS_TIMER/9"));
+        box->setCountdownStopsWhenTouched(stops);
+        box->show();
+        QTRY_VERIFY(box->findChild<QTimer *>(QStringLiteral("m_timerCountdown")));
+        QTest::mouseClick(part<QTextBrowser>(*box, "m_txtInfo")->viewport(), Qt::LeftButton);
+        QCOMPARE(part<QTimer>(*box, "m_timerCountdown")->isActive(), !stops);
+    }
+}
+
+void tst_MessageBox::partsAppearWithTheirProperty()
+{
+    const QString text = QStringLiteral("x");
+    QPixmap icon(8, 8);
+    icon.fill(Qt::blue);
+    const struct
+    {
+        const char *part;
+        const char *property;
+        QVariant set;
+        QVariant unset;
+    } rows[] = {
+        {"m_txtInfo", "description", text, QString()},
+        {"m_pbDetails", "details", text, QString()},
+        {"m_lblMsgBox", "icon", icon, QPixmap()},
+        {"m_lblProblemIDNumber", "problemID", text, QString()},
+        {"m_ckbDoNotShowFlag", "allowHide", true, false},
+        {"m_pbButton3", "button3", text, QString()},
+    };
+    CMessageBox box;
+    box.show();
+    for (const auto &row : rows) {
+        for (const bool wanted : {true, false, true}) {
+            QVERIFY2(box.setProperty(row.property, wanted ? row.set : row.unset), row.property);
+            QVERIFY2(part<QWidget>(box, row.part)->isVisible() == wanted, row.part);
+        }
+    }
+}
+
+void tst_MessageBox::defaultButton()
+{
+    // The wanted answer, and the one that Enter gives: the first stands in for none and for a hidden one.
+    for (const auto &row : {qMakePair(2, 2), qMakePair(0, 1), qMakePair(3, 1)}) {
+        const auto box = makeBox();
+        box->setButton3(QString());
+        box->setDefaultButton(ButtonID(row.first));
+        box->show();
+        QCOMPARE(box->focusWidget()->objectName(), QStringLiteral("m_pbButton%1").arg(row.second));
+        for (const auto *button : box->findChildren<QPushButton *>())
+            QCOMPARE(button->isDefault(), button == box->focusWidget());
+    }
+}
+
+void tst_MessageBox::textLoadsNothing_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("picture") << "<img src='%1.png' width=80 height=80>";
+    QTest::newRow("picture by address") << "<img src='file://%1.png'>";
+    QTest::newRow("background")
+        << "<table background='%1.png' width=99><tr><td height=99>x</td></tr></table>";
+    QTest::newRow("background of a style") << "<p style=\"background-image:url('%1.png')\">x<br>x</p>";
+    QTest::newRow("linked style sheet")
+        << "<html><head><link rel='stylesheet' type='text/css' href='%1.css'></head>x</html>";
+    QTest::newRow("imported style sheet") << "<style type='text/css'>@import url('%1.css');</style>x";
+}
+
+void tst_MessageBox::textLoadsNothing()
+{
+    QFETCH(QString, text);
+    const QTemporaryDir dir;
+    QImage picture(80, 80, QImage::Format_RGB32);
+    picture.fill(Qt::red);
+    QVERIFY(picture.save(dir.filePath(QStringLiteral("a.png"))));
+    QVERIFY(picture.save(dir.filePath(QStringLiteral("a@2x.png"))));
+    QFile sheet(dir.filePath(QStringLiteral("a.css")));
+    QVERIFY(sheet.open(QFile::WriteOnly) && sheet.write("* {background-color: #ff0000}") > 0);
+    sheet.close();
+
+    const auto box = makeBox();
+    box->setDescription(text.arg(dir.filePath(QStringLiteral("a"))));
+    box->show();
+    const QImage shown = box->grab().toImage();
+    for (int y = 0; y < shown.height(); ++y) {
+        for (int x = 0; x < shown.width(); ++x)
+            QVERIFY(shown.pixelColor(x, y) != QColor(Qt::red));
+    }
+    QVERIFY(part<QTextBrowser>(*box, "m_txtInfo")->document()->idealWidth() < 80
+            || text.contains(QLatin1String("table")));
+}
+
+void tst_MessageBox::textIsCopiedByKeyboard()
+{
+    const auto box = makeBox();
+    box->setDescription(QStringLiteral("two\nlines &lt;b&gt;"));
+    box->show();
+    QWidget *info = part<QWidget>(*box, "m_txtInfo");
+    QTest::keySequence(info, QKeySequence::SelectAll);
+    QTest::keySequence(info, QKeySequence::Copy);
+    QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("two\nlines <b>"));
+    QTest::keyClick(info, Qt::Key_Return);
+    QCOMPARE(box->result(), 2);
+}
+
+void tst_MessageBox::textSizesTheBox()
+{
+    const auto sizeWith = [](const QString &text, bool *scrolls) {
+        const auto box = makeBox();
+        box->setDescription(text);
+        box->show();
+        *scrolls = part<QTextBrowser>(*box, "m_txtInfo")->verticalScrollBar()->isVisible();
+        return box->size();
+    };
+    const QSize screen = QGuiApplication::primaryScreen()->availableSize();
+    bool scrolls = true;
+    const QSize small = sizeWith(QStringLiteral("word"), &scrolls);
+    QVERIFY(!scrolls);
+    const QSize medium = sizeWith(QStringLiteral("word ").repeated(60), &scrolls);
+    QVERIFY(!scrolls && medium.width() > small.width() && medium.height() > small.height());
+    for (const QString &text : {QStringLiteral("word ").repeated(5000), QString(20000, QLatin1Char('w'))}) {
+        const QSize large = sizeWith(text, &scrolls);
+        QVERIFY(scrolls && large.height() < screen.height() && large.width() < screen.width());
+    }
+}
+
+void tst_MessageBox::linksAreOnlyReported()
+{
+    bool opened = false;
+    Help::setUrlOpener([&](const QUrl &) { return opened = true; });
+    const auto box = makeBox();
+    box->setDescription(QStringLiteral("<a href='http://h.example/x?a=1'>link</a>"));
+    const QSignalSpy clicked(box.get(), &CMessageBox::anchorClicked);
+    box->show();
+    auto *info = part<QTextBrowser>(*box, "m_txtInfo");
+    info->setFocus();
+    QVERIFY(clicked.isEmpty());
+    const QRect start = info->cursorRect();
+    QTest::mouseClick(info->viewport(), Qt::LeftButton, Qt::NoModifier, start.center() + QPoint(6, 0));
+    QCOMPARE(clicked.count(), 1);
+    QCOMPARE(clicked.first().at(0).toString(), QStringLiteral("id"));
+    QCOMPARE(clicked.first().at(1).toUrl(), QUrl(QStringLiteral("http://h.example/x?a=1")));
+    QTest::keyClick(info, Qt::Key_Tab);
+    QTest::keyClick(info, Qt::Key_Return);
+    QCOMPARE(clicked.count(), 2);
+    QVERIFY(box->isVisible() && !opened);
+}
+
+void tst_MessageBox::solutionPage_data()
+{
+    QTest::addColumn<QString>("address");
+    QTest::addColumn<bool>("accepted");
+    QTest::addColumn<QString>("opened");
+
+    const auto row = [](const char *address, bool accepted, const char *opened) {
+        QTest::newRow(address) << address << accepted << opened;
+    };
+    row("https://s.example/@LOCALE@/kb?id=%1&x=1", true, "https://s.example/de_DE/kb?id=15%2F3%26&x=1");
+    row("", true, "");
+    row("file:///kb/%1", false, "");
+    row("https://user@s.example/%1", false, "");
+    row("javascript:%1", false, "");
+}
+
+void tst_MessageBox::solutionPage()
+{
+    QFETCH(QString, address);
+    QString opened;
+    Help::setUrlOpener([&](const QUrl &url) {
+        opened = url.toString(QUrl::FullyEncoded);
+        return true;
+    });
+    CMessageBox::setSupportPageAddress(QString());
+    QTEST(CMessageBox::setSupportPageAddress(address), "accepted");
+    const auto box = makeBox();
+    box->setProblemID(QStringLiteral("15/3&"));
+    box->show();
+    auto *link = part<QLabel>(*box, "m_lblProblemIDLink");
+    if (link->isVisible()) {
+        link->setFocus();
+        QTest::keyClick(link, Qt::Key_Tab);
+        QTest::keyClick(link, Qt::Key_Return);
+    }
+    QTEST(opened, "opened");
+    QWidget *support = part<QWidget>(*box, "m_wSupportInfo");
+    QVERIFY(!support->isVisible());
+    part<CMoreOptionsLabel>(*box, "m_lblHelpMeSolve")->click();
+    QVERIFY(support->isVisible());
+}
+
+void tst_MessageBox::detailsOpenBesideTheBox()
+{
+    const auto box = makeBox();
+    box->setDetails(QStringLiteral("<b>raw</b>"));
+    box->show();
+    for (int i = 0; i < 2; ++i)
+        part<QPushButton>(*box, "m_pbDetails")->click();
+    QCOMPARE(box->findChildren<CDetailsDialog *>().size(), 1);
+    QPointer<CDetailsDialog> details = box->findChild<CDetailsDialog *>();
+    QVERIFY(details->isVisible());
+    QCOMPARE(details->findChild<QPlainTextEdit *>()->toPlainText(), QStringLiteral("<b>raw</b>"));
+    details->findChild<QPushButton *>()->click();
+    QTRY_VERIFY(!details);
+    QVERIFY(box->isVisible());
+
+    box->setDetails(QString());
+    box->setDetailsAction(CSlotInfo(box.get(), SLOT(reject())));
+    part<QPushButton>(*box, "m_pbDetails")->click();
+    QVERIFY(!box->isVisible());
+}
+
+void tst_MessageBox::embeddedView()
+{
+    const auto box = makeBox();
+    QPointer<QLineEdit> first = new QLineEdit;
+    QPointer<QLineEdit> second = new QLineEdit;
+    box->embedView(first);
+    box->show();
+    QVERIFY(first->isVisible());
+    box->embedView(second);
+    QTRY_VERIFY(!first);
+    QCOMPARE(box->view(), second);
+    delete second;
+    QVERIFY(!box->view() && !part<QWidget>(*box, "m_wView")->isVisible());
+    QPointer<QWidget> last = new QWidget;
+    box->embedView(last);
+    box->done(1);
+    QVERIFY(last);
+}
+
+void tst_MessageBox::widgetsAreNamed()
+{
+    const auto box = makeBox();
+    QCOMPARE(box->objectName(), QStringLiteral("CMessageBox"));
+    box->setDetails(QStringLiteral("x"));
+    box->setHelpTopic(Help::MessagesTopic);
+    box->setProblemID(QStringLiteral("1"));
+    box->show();
+    QStringList chain;
+    for (QWidget *widget = box->nextInFocusChain(); widget != box.get();
+         widget = widget->nextInFocusChain()) {
+        if (!(widget->focusPolicy() & Qt::TabFocus) || !widget->isVisible())
+            continue;
+        QVERIFY(QAccessible::queryAccessibleInterface(widget)->text(QAccessible::Name).size() > 0);
+        chain.append(widget->objectName());
+    }
+    QCOMPARE(chain.join(QLatin1Char(' ')),
+             QStringLiteral("m_txtMessage m_txtInfo m_lblProblemIDNumber m_lblHelpMeSolve m_ckbDoNotShowFlag "
+                            "m_pbHelp m_pbDetails m_pbButton1 m_pbButton2 m_pbButton3"));
+}
+
+void tst_MessageBox::builder_data()
+{
+    QTest::addColumn<int>("code");
+    QTest::addColumn<ButtonsMap>("answers");
+    QTest::addColumn<QString>("shown");
+
+    QTest::newRow("no answers") << 5 << ButtonsMap() << "OK,,|";
+    QTest::newRow("two answers, with an article")
+        << int(0x80015351) << ButtonsMap{{Button1, {QStringLiteral("a")}}, {Button3, {QStringLiteral("c")}}}
+        << "a,,c|15351";
+}
+
+Q_DECLARE_METATYPE(ButtonsMap)
+
+void tst_MessageBox::builder()
+{
+    QFETCH(int, code);
+    QFETCH(ButtonsMap, answers);
+    MessageData data(code);
+    data.caption = QStringLiteral("caption");
+    data.shortMsg = QStringLiteral("short");
+    data.longMsg = QStringLiteral("long");
+    data.details = QStringLiteral("details");
+    data.canBeHidden = true;
+    data.buttons = answers;
+    data.defaultButton = Button3;
+    CMessageInfo info(data);
+    Answerer answerer;
+    info.setButtonPressSlot({&answerer, SLOT(decide(Messaging::ButtonID, QPointer<QWidget>))});
+    QWidget parent;
+    auto *box = qobject_cast<CMessageBox *>(CMessageBoxBuilder::instance()->build(info, &parent));
+    QVERIFY(box && !box->isVisible() && box->parentWidget() == &parent);
+    QCOMPARE(box->title() + box->message() + box->description() + box->details(),
+             QStringLiteral("captionshortlongdetails"));
+    QCOMPARE(box->getMessageUuid(), info.uuid());
+    QCOMPARE(box->defaultButton(), Button3);
+    QVERIFY(box->allowHide() && !box->icon().isNull());
+    const QStringList buttons{box->button1(), box->button2(), box->button3()};
+    QTEST(buttons.join(QLatin1Char(',')) + QLatin1Char('|') + box->problemID(), "shown");
+    part<QPushButton>(*box, "m_pbButton1")->click();
+    QCOMPARE(answerer.answers, QList<int>{1});
+}
+
+KOV_TEST_MAIN(QApplication, tst_MessageBox)
+#include "tst_message_box.moc"

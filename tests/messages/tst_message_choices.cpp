@@ -1,0 +1,159 @@
+#include "gui/messages/MessageUtils.h"
+#include "tests/messages/MessageFixture.h"
+#include "tests/support/KovTest.h"
+
+#include <QProcess>
+#include <QSettings>
+
+#include <cstdio>
+
+using Messaging::Button1;
+using Messaging::Button2;
+using Messaging::ButtonNone;
+using Messaging::MessageData;
+
+namespace {
+
+constexpr int FirstCode = 20000;
+constexpr int CodesPerProcess = 40;
+const QString Group = QStringLiteral("Hidden Messages ID List/");
+
+bool prepare()
+{
+    KovGui::init(KAM_CONSOLE);
+    registerPolicy<CMessageDataProvider>();
+    QVector<CatalogueCode> codes{{19000, "error", "Always", "Always.", false}};
+    for (int code = FirstCode; code < FirstCode + 3 * CodesPerProcess; ++code)
+        codes.append({code, "warning", "Hide me", "Hide me.", true});
+    return loadCatalogue(codes);
+}
+
+/// The other process: stores its answers, says so, and waits to be killed.
+int storeAndWait(int first)
+{
+    if (!prepare())
+        return 1;
+    for (int code = first; code < first + CodesPerProcess; ++code)
+        MessageUtils::setMessageHidden(code, Button1);
+    MessageData data;
+    data.code = first;
+    data.issuerId = QString::number(first);
+    MessageUtils::saveShowOnceForVmMessage(data);
+    std::puts("stored");
+    std::fflush(stdout);
+    return std::getchar();
+}
+
+} // namespace
+
+class tst_message_choices : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { QVERIFY(prepare()); }
+    void init() { QSettings().clear(); }
+    void storedAnswers_data();
+    void storedAnswers();
+    void staleEntriesGo();
+    void shownOncePerIssuer();
+    void processesKeepEachOthersAnswers();
+};
+
+void tst_message_choices::storedAnswers_data()
+{
+    QTest::addColumn<int>("code");
+    QTest::addColumn<Messaging::ButtonID>("answer");
+    QTest::addColumn<bool>("kept");
+    QTest::newRow("a possible answer") << FirstCode << Button1 << true;
+    QTest::newRow("an impossible answer") << FirstCode << Button2 << false;
+    QTest::newRow("no answer") << FirstCode << ButtonNone << false;
+    QTest::newRow("a message that may not be hidden") << 19000 << Button1 << false;
+}
+
+void tst_message_choices::storedAnswers()
+{
+    QFETCH(int, code);
+    QFETCH(Messaging::ButtonID, answer);
+    QFETCH(bool, kept);
+    MessageUtils::setMessageHidden(code, answer);
+    QCOMPARE(QSettings().contains(Group + QString::number(code)), kept);
+    QCOMPARE(MessageUtils::isMessageHidden(code), kept);
+    QCOMPARE(MessageUtils::getDefaultButtonForHiddenMessage(code), kept ? answer : ButtonNone);
+    QCOMPARE(MessageUtils::hiddenMessages(), kept ? QList<int>{code} : QList<int>());
+    MessageUtils::restoreHiddenMessage(code);
+    QVERIFY(!MessageUtils::isMessageHidden(code));
+}
+
+void tst_message_choices::staleEntriesGo()
+{
+    for (const char *key : {"19000", "20000", "20001", "-5", "20002x"})
+        QSettings().setValue(Group + QLatin1String(key), 1u);
+    QSettings().setValue(Group + QStringLiteral("20001"), 77u);
+    QVERIFY(!MessageUtils::isMessageHidden(20001));
+    QCOMPARE(MessageUtils::getHiddenMessagesCount(), 2);
+    QVERIFY(!QSettings().contains(Group + QStringLiteral("19000")));
+    QVERIFY(!QSettings().contains(Group + QStringLiteral("-5")));
+    MessageUtils::restoreHiddenMessages();
+    QCOMPARE(MessageUtils::getHiddenMessagesCount(), 0);
+}
+
+void tst_message_choices::shownOncePerIssuer()
+{
+    MessageData data;
+    for (const char *issuer : {"{uuid}", "a/b", "a//b", "a\\b", "a%2Fb"}) {
+        data.issuerId = QString::fromLatin1(issuer);
+        data.code = 0;
+        QVERIFY2(!MessageUtils::isShownOnceForVm(data), issuer);
+        MessageUtils::saveShowOnceForVmMessage(data);
+        QVERIFY2(MessageUtils::isShownOnceForVm(data), issuer);
+    }
+    QSettings settings;
+    QVERIFY(settings.contains(QStringLiteral("Shown Once For VM Messages ID List/{uuid}")));
+    // One code per issuer: the second message takes the place of the first.
+    data.code = 7;
+    MessageUtils::saveShowOnceForVmMessage(data);
+    data.code = 0;
+    QVERIFY(!MessageUtils::isShownOnceForVm(data));
+    data.issuerId.clear();
+    QVERIFY(CMessageDataProvider::instance()->isNeedShowErrorByCode(data));
+}
+
+void tst_message_choices::processesKeepEachOthersAnswers()
+{
+    MessageUtils::setMessageHidden(FirstCode, Button1);
+    QProcess children[2];
+    for (int i = 0; i < 2; ++i) {
+        children[i].start(
+            QCoreApplication::applicationFilePath(),
+            {QStringLiteral("--store"), QString::number(FirstCode + (i + 1) * CodesPerProcess)});
+    }
+    for (int code = FirstCode + 1; code < FirstCode + CodesPerProcess; ++code)
+        MessageUtils::setMessageHidden(code, Button1);
+    for (QProcess &child : children) {
+        QVERIFY(child.waitForReadyRead());
+        QCOMPARE(child.readAllStandardOutput().trimmed(), QByteArray("stored"));
+        child.kill();
+        QVERIFY(child.waitForFinished());
+        QCOMPARE(child.exitStatus(), QProcess::CrashExit);
+    }
+    QCOMPARE(MessageUtils::getHiddenMessagesCount(), 3 * CodesPerProcess);
+    QSettings settings;
+    settings.beginGroup(QStringLiteral("Shown Once For VM Messages ID List"));
+    QCOMPARE(settings.childKeys().size(), 2);
+}
+
+int main(int argc, char *argv[])
+{
+    // The other process shares the settings of the first.
+    const bool other = argc == 3 && qstrcmp(argv[1], "--store") == 0;
+    const std::unique_ptr<TestEnvironment> environment(other ? nullptr : new TestEnvironment);
+    QApplication application(argc, argv);
+    application.setOrganizationName(QStringLiteral("Tessarine Tests"));
+    application.setApplicationName(QStringLiteral("tst_message_choices"));
+    if (other)
+        return storeAndWait(QByteArray(argv[2]).toInt());
+    tst_message_choices test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "tst_message_choices.moc"

@@ -1,0 +1,142 @@
+#include "gui/KovGui.h"
+#include "gui/update/CTaskLaunchUpdater.h"
+#include "gui/update/CommandLineUtils.h"
+#include "tests/support/KovTest.h"
+#include "tests/update/LogCapture.h"
+
+#include <QNetworkProxy>
+
+/// Stands for the class that finds proxies: finds the one that the address names.
+class ProxyOfUrl : public CAbstractTask
+{
+    Q_OBJECT
+
+public:
+    Q_INVOKABLE explicit ProxyOfUrl(CTaskGenericId *id)
+        : CAbstractTask(QList<int>{}, id)
+    { }
+    Q_INVOKABLE QNetworkProxy proxy() const
+    {
+        return {QNetworkProxy::HttpProxy, id()->params().value(QStringLiteral("url")).toString(), 3128};
+    }
+};
+
+class tst_LaunchUpdater : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { KovGui::init(KAM_CONSOLE); }
+    void neverStarted();
+    void ranToItsEnd_data();
+    void ranToItsEnd();
+    void progress();
+    void standardErrorCannotFloodOrForgeTheLog();
+    void terminateDoesNotWait();
+    void proxyArguments();
+
+private:
+    static CTaskLaunchUpdater::TaskParams params(const char *behaviour, const char *arguments = "")
+    {
+        qputenv("MISBEHAVIOUR", behaviour);
+        return {QStringLiteral("\"" MISBEHAVING_UPDATER "\" ") + QLatin1String(arguments), false, QString()};
+    }
+};
+
+void tst_LaunchUpdater::neverStarted()
+{
+    for (const char *line : {"\"/no/such/updater\" -i", "\"/etc/passwd\"", "\"/bin/true", "", "elevated"}) {
+        const LogCapture log;
+        CTaskLaunchUpdater task({QLatin1String(line), qstrcmp(line, "elevated") == 0, QString()});
+        QSignalSpy finished(&task, &CAbstractTask::taskFinished);
+        task.execute();
+        QTRY_COMPARE(finished.size(), 1);
+        QCOMPARE(task.getResult(), KOV_ERR_FAILURE);
+        QCOMPARE(log.count("(!)Error:"), 1);
+    }
+}
+
+void tst_LaunchUpdater::ranToItsEnd_data()
+{
+    QTest::addColumn<QByteArray>("behaviour");
+    QTest::addColumn<int>("exitCode");
+    QTest::newRow("any exit code") << QByteArray("exit 7") << 7;
+    QTest::newRow("a crash") << QByteArray("signal 4") << 4;
+    QTest::newRow("input is closed") << QByteArray("wait for the end of input") << 0;
+}
+
+void tst_LaunchUpdater::ranToItsEnd()
+{
+    QFETCH(QByteArray, behaviour);
+    CTaskLaunchUpdater task(params(behaviour.constData()));
+    QSignalSpy finished(&task, &CAbstractTask::taskFinished);
+    task.execute();
+    QTRY_COMPARE(finished.size(), 1);
+    QCOMPARE(task.getResult(), KOV_SUCCESS);
+    QTEST(task.exitCode(), "exitCode");
+    QCOMPARE(task.exitStatus() == QProcess::CrashExit, behaviour == "signal 4");
+}
+
+void tst_LaunchUpdater::progress()
+{
+    // A program of that name must not count.
+    QTemporaryDir directory;
+    const QString program = directory.filePath(QStringLiteral("install"));
+    QVERIFY(QFile::link(QStringLiteral(MISBEHAVING_UPDATER), program));
+    for (const char *argument : {"install", "http://h/install"}) {
+        auto taskParams = params("progress");
+        taskParams.commandLine = CommandLineUtils::join(program, {QLatin1String(argument)});
+        CTaskLaunchUpdater task(taskParams);
+        QList<int> percentages;
+        connect(&task, &CTaskLaunchUpdater::progress, this, [&](int percent) { percentages << percent; });
+        task.execute();
+        QTRY_VERIFY(task.isFinished());
+        QCOMPARE(percentages, qstrcmp(argument, "install") == 0 ? (QList<int>{42, 100, 7}) : QList<int>{});
+    }
+}
+
+void tst_LaunchUpdater::standardErrorCannotFloodOrForgeTheLog()
+{
+    const LogCapture log;
+    CTaskLaunchUpdater task(params("flood errors"));
+    task.execute();
+    QTRY_VERIFY(task.isFinished());
+    QVERIFY(log.all().contains("line 0\\rF /forged:1:1/ https://***@h/\\x1b[31m\n"));
+    QVERIFY2(log.all().size() < 100000, QByteArray::number(log.all().size()).constData());
+    QCOMPARE(log.count("more bytes were not logged"), 1);
+}
+
+void tst_LaunchUpdater::terminateDoesNotWait()
+{
+    CTaskLaunchUpdater task(params("hang"));
+    QSignalSpy finished(&task, &CAbstractTask::taskFinished);
+    task.execute();
+    QTRY_VERIFY(!task.output().isEmpty());
+    task.terminate(KOV_ERR_CANCELLED);
+    QCOMPARE(finished.size(), 1);
+    QCOMPARE(QCoreApplication::instance()->findChildren<QProcess *>().size(), 1);
+    QTRY_VERIFY(QCoreApplication::instance()->findChildren<QProcess *>().isEmpty());
+    QCOMPARE(finished.size(), 1);
+    QCOMPARE(task.getResult(), KOV_ERR_CANCELLED);
+}
+
+void tst_LaunchUpdater::proxyArguments()
+{
+    const QByteArray plain("-i|");
+    const auto output = [this](const char *url) {
+        auto taskParams = params("arguments", "-i");
+        taskParams.proxyUrl = QLatin1String(url);
+        CTaskLaunchUpdater task(taskParams);
+        task.execute();
+        return QTest::qWaitFor([&task] { return task.isFinished(); }) ? task.output() : QByteArray();
+    };
+    const LogCapture log;
+    QCOMPARE(output("proxy.lan"), plain);
+    QCOMPARE(log.count("the updater runs without"), 1);
+    KovGui::staticMetaObjectHash()[QStringLiteral("CTaskGetProxyInfo")] = &ProxyOfUrl::staticMetaObject;
+    QCOMPARE(output("proxy.lan"), plain + "--proxy-server|proxy.lan|--proxy-port|3128|--proxy-try-count|1|");
+    QCOMPARE(output("--config"), plain);
+}
+
+KOV_TEST_MAIN(QCoreApplication, tst_LaunchUpdater)
+#include "tst_launch_updater.moc"
