@@ -11,6 +11,11 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+inline QString s(const char *text)
+{
+    return QString::fromUtf8(text);
+}
+
 /// Keeps the log's records up to verbosity 3 while it lives. One at a time.
 class RecordedLog
 {
@@ -98,33 +103,29 @@ public:
     }
 };
 
-/// A certificate authority of this test run, made with openssl.
+/// A certificate authority of this test run.
 class TestAuthority
 {
 public:
     TestAuthority()
     {
-        openssl(QStringLiteral(
-            "req -x509 -nodes -newkey rsa:2048 -days 2 -subj /CN=Test -keyout ca.key -out ca.pem"));
+        openssl(s("req -x509 -nodes -newkey rsa:2048 -subj /CN=Test -keyout ca.key -out ca.pem"));
     }
 
     QByteArray certificate() const
     {
-        QFile file(m_directory.filePath(QStringLiteral("ca.pem")));
+        QFile file(m_directory.filePath(s("ca.pem")));
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
     /// Issues a server's certificate; the directives with which nginx uses it.
     QString issue(const QString &subject, const QString &alternativeName)
     {
         const QString path = m_directory.filePath(QString::number(++m_count));
+        openssl(s("req -nodes -newkey rsa:2048 -subj %1 -addext subjectAltName=%2 -keyout %3.key -out %3.csr")
+                    .arg(subject, alternativeName, path));
         openssl(
-            QStringLiteral(
-                "req -nodes -newkey rsa:2048 -subj %1 -addext subjectAltName=%2 -keyout %3.key -out %3.csr")
-                .arg(subject, alternativeName, path));
-        openssl(QStringLiteral("x509 -req -days 2 -copy_extensions copy -CA ca.pem -CAkey ca.key "
-                               "-CAcreateserial -in %1.csr -out %1.pem")
-                    .arg(path));
-        return QStringLiteral("ssl_certificate %1.pem; ssl_certificate_key %1.key;").arg(path);
+            s("x509 -req -copy_extensions copy -CA ca.pem -CAkey ca.key -in %1.csr -out %1.pem").arg(path));
+        return s("ssl_certificate %1.pem; ssl_certificate_key %1.key;").arg(path);
     }
 
 private:
@@ -132,7 +133,7 @@ private:
     {
         QProcess process;
         process.setWorkingDirectory(m_directory.path());
-        process.start(QStringLiteral("openssl"), arguments.split(QLatin1Char(' ')));
+        process.start(s("openssl"), arguments.split(QLatin1Char(' ')));
         if (!process.waitForFinished() || process.exitCode() != 0)
             qFatal("openssl: %s", process.readAllStandardError().constData());
     }

@@ -2,22 +2,12 @@
 #include "gui/tasks/CCountryListModel.h"
 #include "gui/tasks/CIpGeoLocator.h"
 #include "gui/tasks/ProxyResult.h"
-#include "gui/tasks/TranslationFile_p.h"
 #include "gui/tasks/UserInfo.h"
 #include "tests/support/KovTest.h"
 #include "tests/support/NginxServer.h"
 #include "tests/tasks/HttpFixture.h"
 
 #include <QComboBox>
-
-namespace {
-
-QString s(const char *text)
-{
-    return QString::fromUtf8(text);
-}
-
-} // namespace
 
 /// Nobody needs a proxy to reach this machine.
 class NoProxyTask : public CAbstractTask, public ProxyResult
@@ -37,218 +27,166 @@ class tst_Geolocation : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void cleanup();
-    void answers_data();
-    void answers();
-    void question();
-    void newQuestionReplacesTheOld();
-    void countryNames_data();
-    void countryNames();
-    void countryNamesWithoutThePackage();
-    void countrySelector();
-    void brokenTranslationFiles();
-};
-
-void tst_Geolocation::initTestCase()
-{
-    KovGui::init(KAM_CONSOLE);
-    KovGui::staticMetaObjectHash()[s("CTaskGetProxyInfo")] = &NoProxyTask::staticMetaObject;
-    QVERIFY(CIpGeoLocator::instance()->url().endsWith(s("/geoip/generic")));
-}
-
-void tst_Geolocation::cleanup()
-{
-    QLocale::setDefault(QLocale::c());
-    UserInfo::setPredefinedCountries({});
-}
-
-void tst_Geolocation::answers_data()
-{
-    QTest::addColumn<QByteArray>("page");
-    QTest::addColumn<int>("error");
-    QTest::addColumn<QString>("country");
-    QTest::addColumn<QByteArray>("record");
-    const auto result = [](int code) {
-        return "<r Version='1'><Result>" + QByteArray::number(code)
-               + "</Result><Country>CH</Country><Subdivision>ZH</Subdivision></r>";
-    };
-    QTest::newRow("found") << result(0) << 0 << s("CH") << QByteArray("Country : CH\n");
-    QTest::newRow("no country") << QByteArray("<r><Result>0</Result></r>") << 0 << QString()
-                                << QByteArray("Result : 0\n");
-    QTest::newRow("server error") << result(-1) << 1 << s("CH")
-                                  << QByteArray("IP Geolocation failed with error: Server error\n");
-    QTest::newRow("parameter") << result(-2) << 2 << s("CH") << QByteArray("with error: Invalid parameter\n");
-    QTest::newRow("debug value") << result(-3) << 3 << s("CH")
-                                 << QByteArray("with error: Invalid debug value\n");
-    QTest::newRow("other") << result(7) << 4 << s("CH") << QByteArray("with error: Unknown error\n");
-    QTest::newRow("captive portal") << QByteArray("<html><Country>XX</Country></html>") << 4 << QString()
-                                    << QByteArray("with error: Unknown error\n");
-    QTest::newRow("captive portal of today")
-        << QByteArray("<!doctype html><br>") << 4 << QString() << QByteArray("with error: Unknown error\n");
-    QTest::newRow("result in words") << QByteArray("<r><Result>fine</Result><Country>XX</Country></r>") << 4
-                                     << QString() << QByteArray("with error: Unknown error\n");
-    QTest::newRow("no page") << QByteArray() << 4 << QString()
-                             << QByteArray("IP Geolocation request failed with code: -2147483639\n");
-}
-
-void tst_Geolocation::answers()
-{
-    QFETCH(QByteArray, page);
-    QFETCH(QByteArray, record);
-    QTemporaryDir root;
-    QFile file(root.filePath(s("generic")));
-    if (!page.isEmpty())
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(page) && file.flush());
-    NginxServer server;
-    QVERIFY2(server.start(root.path()), qPrintable(server.errorString()));
-
-    RecordedLog log;
-    CIpGeoLocator *locator = CIpGeoLocator::instance();
-    locator->setUrl(server.url(s("generic")));
-    QSignalSpy finished(locator, &CIpGeoLocator::finished);
-    locator->locate();
-    QCOMPARE(locator->state(), CIpGeoLocator::Locating);
-    QVERIFY(finished.wait());
-    QTEST(int(locator->error()), "error");
-    QTEST(locator->countryCode(), "country");
-    QCOMPARE(locator->regionCode().isEmpty(), locator->countryCode().isEmpty());
-    QCOMPARE(locator->state(), locator->error() ? CIpGeoLocator::LocationFailed : CIpGeoLocator::Located);
-    QVERIFY2(log.text().contains(record), log.text().constData());
-}
-
-void tst_Geolocation::question()
-{
-    QLocale::setDefault(QLocale(QLocale::German, QLocale::Austria));
-    RawServer server(QByteArray(), true);
-    CIpGeoLocator *locator = CIpGeoLocator::instance();
-    QSignalSpy finished(locator, &CIpGeoLocator::finished);
-    RecordedLog log;
-    locator->setUrl(QString());
-    locator->locate();
-    QVERIFY(log.text().contains("Empty URL") && !finished.wait(50));
-
-    locator->setUrl(server.url(s("geoip/generic")));
-    locator->locate();
-    QVERIFY(finished.wait());
-    QVERIFY2(server.received.startsWith("GET /geoip/generic?Product=")
-                 && server.received.contains("&Locale=de_AT HTTP"),
-             server.received.constData());
-}
-
-void tst_Geolocation::newQuestionReplacesTheOld()
-{
-    RawServer silent;
-    RawServer answers(
-        "HTTP/1.1 200 OK\r\nContent-Length: 46\r\n\r\n<r><Result>0</Result><Country>SE</Country></r>");
-    CIpGeoLocator *locator = CIpGeoLocator::instance();
-    QSignalSpy finished(locator, &CIpGeoLocator::finished);
-    locator->setUrl(silent.url());
-    locator->locate();
-    QTRY_VERIFY(!silent.received.isEmpty());
-    locator->setUrl(answers.url());
-    locator->locate();
-    // A view may ask again from the very slot that hears of the answer.
-    QObject::connect(locator, &CIpGeoLocator::finished, &silent, [&] {
-        if (answers.connections == 1)
-            locator->locate();
-    });
-    QTRY_COMPARE(answers.connections, 2);
-    QTRY_COMPARE(finished.size(), 2);
-    QCOMPARE(silent.disconnections, 1);
-    QCOMPARE(locator->countryCode(), s("SE"));
-}
-
-void tst_Geolocation::countryNames_data()
-{
-    QTest::addColumn<QString>("locale");
-    QTest::addColumn<QString>("code");
-    QTest::addColumn<QString>("name");
-    QTest::newRow("English") << s("en_US") << s("DE") << s("Germany");
-    QTest::newRow("common name") << s("en_US") << s("BO") << s("Bolivia");
-    QTest::newRow("German") << s("de_DE") << s("DE") << s("Deutschland");
-    QTest::newRow("the language's file serves its countries") << s("de_AT") << s("AT") << s("Österreich");
-    QTest::newRow("the country's file first") << s("zh_TW") << s("DE") << s("德國");
-    QTest::newRow("script") << s("sr_Latn_RS") << s("DE") << s("Nemačka");
-    QTest::newRow("no translation") << s("kea_CV") << s("DE") << s("Germany");
-}
-
-void tst_Geolocation::countryNames()
-{
-    QFETCH(QString, locale);
-    QFETCH(QString, code);
-    QLocale::setDefault(QLocale(locale));
-    const QList<UserInfo::Country> countries = UserInfo::countries();
-    QVERIFY(countries.size() > 240);
-    QString found;
-    for (const UserInfo::Country &country : countries) {
-        if (country.code == code)
-            found = country.name;
+    void initTestCase()
+    {
+        KovGui::init(KAM_CONSOLE);
+        KovGui::staticMetaObjectHash()[s("CTaskGetProxyInfo")] = &NoProxyTask::staticMetaObject;
+        QVERIFY(locator->url().endsWith(s("/geoip/generic")));
+        QVERIFY2(m_server.start(m_root.path()), qPrintable(m_server.errorString()));
     }
-    QTEST(found, "name");
-    const auto position = [&countries](const char *wanted) {
-        return std::find_if(countries.begin(), countries.end(),
-                            [wanted](const auto &c) { return c.code == s(wanted); });
-    };
-    // Åland stands among the letters A where the language does not say otherwise.
-    if (locale.startsWith(s("en")))
-        QVERIFY(position("AX") < position("DZ"));
-}
 
-void tst_Geolocation::countryNamesWithoutThePackage()
-{
-    QTemporaryDir empty;
-    const QByteArray before = qgetenv("XDG_DATA_DIRS");
-    qputenv("XDG_DATA_DIRS", empty.path().toLocal8Bit());
-    RecordedLog log;
-    const QList<UserInfo::Country> countries = UserInfo::countries();
-    before.isNull() ? qunsetenv("XDG_DATA_DIRS") : qputenv("XDG_DATA_DIRS", before);
-    QVERIFY(log.text().contains("(!)Warning: there is no country list"));
-    QVERIFY(countries.size() > 200);
-    const auto isPlausible
-        = [](const UserInfo::Country &c) { return c.code.size() == 2 && c.name.size() > 3; };
-    QVERIFY(std::all_of(countries.begin(), countries.end(), isPlausible));
-    QVERIFY(std::any_of(countries.begin(), countries.end(), [](const UserInfo::Country &c) {
-        return c.code == s("CH") && c.name == s("Switzerland");
-    }));
-}
+    void cleanup()
+    {
+        QLocale::setDefault(QLocale::c());
+        UserInfo::setPredefinedCountries({});
+    }
 
-void tst_Geolocation::countrySelector()
-{
-    RecordedLog log;
-    const int all = UserInfo::countries().size();
-    QCOMPARE(CCountryListModel().rowCount(), 1 + all);
-    UserInfo::setPredefinedCountries({s("SE"), s("../x"), s("CH")});
-    QComboBox box;
-    auto *model = new CCountryListModel(&box);
-    box.setModel(model);
-    QVERIFY(log.text().contains("(!)Error: there is no country \"../x\""));
-    QCOMPARE(model->rowCount(), 4 + all);
-    QCOMPARE(box.itemText(0), UserInfo::selectRegionText());
-    QCOMPARE(box.itemData(0).toString(), QString());
-    QCOMPARE(box.itemText(2), s("Sweden"));
-    QCOMPARE(box.findData(s("CH")), 3);
-    QCOMPARE(model->flags(model->index(1)), Qt::ItemFlags(Qt::NoItemFlags));
-    QCOMPARE(model->data(model->index(1), CCountryListModel::CodeRole).toString(), s("separator"));
-    QCOMPARE(model->flags(model->index(2)), Qt::ItemIsSelectable | Qt::ItemIsEnabled);
-    // The keyboard steps over the separator.
-    QTest::keyClick(&box, Qt::Key_Down);
-    QCOMPARE(box.currentIndex(), 2);
-}
+    void answers_data()
+    {
+        QTest::addColumn<QByteArray>("page");
+        QTest::addColumn<int>("error");
+        QTest::addColumn<QString>("country");
+        QTest::addColumn<QByteArray>("record");
+        const auto row
+            = [](const char *name, const char *page, int error, const char *country, const char *record) {
+                  QTest::newRow(name)
+                      << QByteArray(page).replace("CH", "<Country>CH</Country><Subdivision>ZH</Subdivision>")
+                      << error << s(country) << QByteArray(record);
+              };
+        const char *failed = "IP Geolocation failed with error: Unknown error\n";
+        row("found", "<r><Result>0</Result>CH</r>", 0, "CH", "Country : CH\n");
+        row("server error", "<r><Result>-1</Result>CH</r>", 1, "CH", "with error: Server error\n");
+        row("parameter", "<r><Result>-2</Result></r>", 2, "", "with error: Invalid parameter\n");
+        row("debug value", "<r><Result>-3</Result></r>", 3, "", "with error: Invalid debug value\n");
+        row("other", "<r><Result>7</Result></r>", 4, "", failed);
+        row("captive portal", "<html>CH</html>", 4, "", failed);
+        row("captive portal of today", "<!doctype html><br>", 4, "", failed);
+        row("result in words", "<r><Result>fine</Result>CH</r>", 4, "", failed);
+        row("no page", "", 4, "", "IP Geolocation request failed with code: -2147483639\n");
+    }
 
-void tst_Geolocation::brokenTranslationFiles()
-{
-    QFile file(s("/usr/share/locale/de/LC_MESSAGES/iso_3166-1.mo"));
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QByteArray whole = file.readAll();
-    const int count = TranslationFile::read(whole).size();
-    QVERIFY(count > 240);
-    for (int size = 0; size < whole.size(); size += 97)
-        QVERIFY(TranslationFile::read(whole.left(size)).size() < count);
-    QByteArray wild = whole;
-    wild.replace(8, 4, "\xff\xff\xff\xff");
-    QVERIFY(TranslationFile::read(wild).isEmpty());
-}
+    void answers()
+    {
+        QFETCH(QByteArray, page);
+        QFETCH(QByteArray, record);
+        QFile file(m_root.filePath(s("generic")));
+        file.remove();
+        if (!page.isEmpty())
+            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(page) && file.flush());
+        RecordedLog log;
+        locator->setUrl(m_server.url(s("generic")));
+        QSignalSpy finished(locator, &CIpGeoLocator::finished);
+        locator->locate();
+        QCOMPARE(locator->state(), CIpGeoLocator::Locating);
+        QVERIFY(finished.wait());
+        QTEST(int(locator->error()), "error");
+        QTEST(locator->countryCode(), "country");
+        QCOMPARE(locator->regionCode().isEmpty(), locator->countryCode().isEmpty());
+        QCOMPARE(locator->state(), locator->error() ? CIpGeoLocator::LocationFailed : CIpGeoLocator::Located);
+        QVERIFY2(log.text().contains(record), log.text().constData());
+    }
+
+    void newQuestionReplacesTheOld()
+    {
+        QLocale::setDefault(QLocale(QLocale::German, QLocale::Austria));
+        RawServer silent;
+        RawServer answers(
+            "HTTP/1.1 200 OK\r\nContent-Length: 46\r\n\r\n<r><Result>0</Result><Country>SE</Country></r>");
+        RecordedLog log;
+        QSignalSpy finished(locator, &CIpGeoLocator::finished);
+        locator->setUrl(QString());
+        locator->locate();
+        QVERIFY(log.text().contains("Empty URL"));
+        locator->setUrl(silent.url());
+        locator->locate();
+        QTRY_VERIFY(!silent.received.isEmpty());
+        locator->setUrl(answers.url(s("geo")));
+        locator->locate();
+        // A view may ask again from the very slot that hears of the answer.
+        connect(locator, &CIpGeoLocator::finished, &silent, [&] {
+            if (answers.connections == 1)
+                locator->locate();
+        });
+        QTRY_COMPARE(finished.size(), 2);
+        QCOMPARE(answers.connections, 2);
+        QCOMPARE(silent.disconnections, 1);
+        QCOMPARE(locator->countryCode(), s("SE"));
+        QVERIFY(answers.received.startsWith("GET /geo?Product=")
+                && answers.received.contains("&Locale=de_AT HTTP"));
+    }
+
+    void countryNames_data()
+    {
+        QTest::addColumn<QString>("locale");
+        QTest::addColumn<QString>("code");
+        QTest::addColumn<QString>("name");
+        const auto row = [](const char *what, const char *locale, const char *code, const char *name) {
+            QTest::newRow(what) << s(locale) << s(code) << s(name);
+        };
+        row("common name", "en_US", "BO", "Bolivia");
+        row("the language's file serves its countries", "de_AT", "AT", "Österreich");
+        row("the country's file first", "zh_TW", "DE", "德國");
+        row("script", "sr_Latn_RS", "DE", "Nemačka");
+        row("no translation", "kea_CV", "DE", "Germany");
+    }
+
+    void countryNames()
+    {
+        QFETCH(QString, locale);
+        QFETCH(QString, code);
+        QLocale::setDefault(QLocale(locale));
+        QTEST(nameOf(code), "name");
+    }
+
+    void countriesWithoutThePackage()
+    {
+        const QByteArray before = qgetenv("XDG_DATA_DIRS");
+        qputenv("XDG_DATA_DIRS", m_root.path().toLocal8Bit());
+        RecordedLog log;
+        const QString name = nameOf(s("CH"));
+        const int count = UserInfo::countries().size();
+        before.isNull() ? qunsetenv("XDG_DATA_DIRS") : qputenv("XDG_DATA_DIRS", before);
+        QCOMPARE(name, s("Switzerland"));
+        QVERIFY(count > 200 && log.text().contains("(!)Warning: there is no country list"));
+    }
+
+    void countrySelector()
+    {
+        QLocale::setDefault(QLocale(QLocale::English));
+        RecordedLog log;
+        const int all = UserInfo::countries().size();
+        QVERIFY(all > 240);
+        QCOMPARE(CCountryListModel().rowCount(), 1 + all);
+        UserInfo::setPredefinedCountries({s("SE"), s("../x"), s("CH")});
+        QComboBox box;
+        auto *model = new CCountryListModel(&box);
+        box.setModel(model);
+        QVERIFY(log.text().contains("(!)Error: there is no country \"../x\""));
+        QCOMPARE(model->rowCount(), 4 + all);
+        QCOMPARE(box.itemText(0), UserInfo::selectRegionText());
+        QCOMPARE(box.itemData(1).toString(), s("separator"));
+        QCOMPARE(model->flags(model->index(1)), Qt::ItemFlags(Qt::NoItemFlags));
+        // Sorted as people do: Å stands among the letters A.
+        QVERIFY(box.findText(s("Åland Islands")) < box.findText(s("Algeria")));
+        QTest::keyClick(&box, Qt::Key_Down);
+        QCOMPARE(box.currentText(), s("Sweden"));
+        QCOMPARE(box.findData(s("CH")), 3);
+    }
+
+private:
+    static QString nameOf(const QString &code)
+    {
+        for (const UserInfo::Country &country : UserInfo::countries()) {
+            if (country.code == code)
+                return country.name;
+        }
+        return QString();
+    }
+
+    CIpGeoLocator *const locator = CIpGeoLocator::instance();
+    QTemporaryDir m_root;
+    NginxServer m_server;
+};
 
 KOV_TEST_MAIN(QApplication, tst_Geolocation)
 #include "tst_geolocation.moc"

@@ -12,11 +12,6 @@ QString s(const char *text)
 
 qint64 now = 0;
 
-qint64 testClock()
-{
-    return now;
-}
-
 class Operation : public CAbstractProgressOperation
 {
 public:
@@ -36,177 +31,128 @@ class tst_Progress : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void changesAreNotifiedOnce();
-    void toggle();
-    void estimate_data();
-    void estimate();
-    void beforeTheStart();
-    void progressText();
-    void dataSizes();
-    void durations_data();
-    void durations();
+    void changesAreNotifiedOnce()
+    {
+        Operation operation;
+        qRegisterMetaType<CAbstractProgressOperation::State>("State");
+        const QMap<QString, QVariant> data{{s("speed"), 3}};
+        const QMap<QString, QVariant> changed{{s("state"), CAbstractProgressOperation::Reconnecting},
+                                              {s("progress"), 40},
+                                              {s("progressData"), data},
+                                              {s("name"), s("n")},
+                                              {s("description"), s("d")},
+                                              {s("cancelHint"), s("h")},
+                                              {s("cancellable"), true},
+                                              {s("pausable"), true}};
+        const QMetaObject &meta = CAbstractProgressOperation::staticMetaObject;
+        QMap<QString, std::shared_ptr<QSignalSpy>> spies;
+        for (const QString &name : changed.keys()) {
+            const QMetaProperty property = meta.property(meta.indexOfProperty(name.toLatin1().constData()));
+            spies[name] = std::make_shared<QSignalSpy>(&operation, property.notifySignal());
+        }
+        for (int round = 0; round < 2; ++round) {
+            operation.setState(CAbstractProgressOperation::Reconnecting);
+            operation.setProgress(40);
+            operation.setProgressData(data);
+            operation.setDescription(s("d"));
+            operation.setName(s("n"));
+            operation.setCancelHint(s("h"));
+            operation.setCancellable(true);
+            operation.setPausable(true);
+        }
+        for (auto it = changed.cbegin(); it != changed.cend(); ++it) {
+            QCOMPARE(operation.property(it.key().toLatin1().constData()), it.value());
+            QCOMPARE(spies[it.key()]->size(), 1);
+            QCOMPARE(spies[it.key()]->first().first(), it.value());
+        }
+    }
+
+    void toggle()
+    {
+        Operation operation;
+        for (int state : {0, 1, 2, 3}) {
+            operation.setState(CAbstractProgressOperation::State(state));
+            operation.toggleStartPause();
+        }
+        QCOMPARE(operation.called, s("start pause start pause "));
+    }
+
+    void estimate_data()
+    {
+        QTest::addColumn<qint64>("max"); // of a range from 0
+        QTest::addColumn<qint64>("value");
+        QTest::addColumn<qint64>("passed"); // ms from the start to the progress
+        QTest::addColumn<qint64>("later"); // ms from there to the question
+        QTest::addColumn<QTime>("remaining");
+        const auto row
+            = [](const char *name, qint64 max, qint64 value, qint64 passed, qint64 later, QTime remaining) {
+                  QTest::newRow(name) << max << value << passed << later << remaining;
+              };
+        row("a quarter done", 100, 25, 10000, 0, QTime(0, 0, 30));
+        row("time goes on", 100, 25, 10000, 20000, QTime(0, 0, 10));
+        row("one millisecond late", 100, 50, 1000, 1001, QTime(0, 0));
+        row("at the minimum", 100, 0, 5000, 0, QTime(0, 0));
+        row("half a millisecond counts up", 5, 2, 1, 0, QTime(0, 0, 0, 2));
+        row("before the minimum", 100, -10, 5000, 0, QTime(0, 0));
+        row("more than a day", std::numeric_limits<qint64>::max(), 1, 1000, 0, QTime(23, 59, 59, 999));
+        row("terabytes", 4000000000000, 1000000000000, 3600000, 0, QTime(3, 0));
+        row("across midnight", 100, 50, 13 * 3600000, 0, QTime(13, 0));
+        row("clock set back", 100, 50, -5000, 0, QTime(0, 0));
+    }
+
+    void estimate()
+    {
+        QFETCH(qint64, max);
+        QFETCH(qint64, value);
+        QFETCH(qint64, passed);
+        QFETCH(qint64, later);
+        CTimeEstimator estimator;
+        estimator.setClock([] { return now; });
+        now = QDateTime(QDate(2024, 5, 1), QTime(18, 0)).toMSecsSinceEpoch();
+        estimator.start();
+        estimator.setRange(0, max);
+        now += passed;
+        estimator.setProgress(value);
+        now += later;
+        QTEST(estimator.estimatedTime(), "remaining");
+        QCOMPARE(estimator.elapsedTime(),
+                 QTime::fromMSecsSinceStartOfDay(int(qMax<qint64>(0, passed + later))));
+    }
+
+    void progressText()
+    {
+        CTimeEstimator estimator;
+        estimator.setRange(0, 4 << 20);
+        QCOMPARE(estimator.getTextForProgress(5, 10), s("5 bytes of 10 bytes"));
+        estimator.start();
+        QTRY_VERIFY(estimator.elapsedTime() > QTime(0, 0));
+        estimator.setClock([] { return now; });
+        estimator.start();
+        now += 61999;
+        QCOMPARE(estimator.getTextForProgress(0, 100), QString());
+        QCOMPARE(estimator.getTextForProgress(100, 0), QString());
+        QCOMPARE(estimator.getTextForProgress(2 << 20, 4 << 20), s("2.0 MB of 4.0 MB - 1 min 1 s"));
+    }
+
+    void amounts()
+    {
+        const auto restore = qScopeGuard([] { QLocale::setDefault(QLocale::c()); });
+        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
+        QCOMPARE(FormatUtils::dataSize(-1), s("0 bytes"));
+        QCOMPARE(FormatUtils::dataSize(std::numeric_limits<qint64>::max()), s("8.0 EB"));
+        const auto both = [](qint64 seconds) {
+            return FormatUtils::duration(seconds) + s(", ")
+                   + FormatUtils::duration(seconds, FormatUtils::LongForm);
+        };
+        QCOMPARE(both(-5), s("0 s, 0 seconds"));
+        QCOMPARE(both(61), s("1 min 1 s, 1 minute 1 second"));
+        QCOMPARE(both(3659), s("1 h, 1 hour"));
+        QCOMPARE(both(2 * 86400 - 1), s("1 d 23 h, 1 day 23 hours"));
+        QCOMPARE(both(1234 * 86400LL + 3600), s("1,234 d 1 h, 1,234 days 1 hour"));
+        QLocale::setDefault(QLocale(QLocale::French));
+        QCOMPARE(FormatUtils::dataSize(1536), s("1,5 ko"));
+    }
 };
-
-void tst_Progress::changesAreNotifiedOnce()
-{
-    Operation operation;
-    const QMetaObject &meta = CAbstractProgressOperation::staticMetaObject;
-    qRegisterMetaType<CAbstractProgressOperation::State>("State");
-    const QMap<QString, QVariant> data{{s("speed"), 3}};
-    const QMap<QString, QVariant> changed{{s("state"), CAbstractProgressOperation::Reconnecting},
-                                          {s("progress"), 40},
-                                          {s("progressData"), data},
-                                          {s("name"), s("n")},
-                                          {s("description"), s("d")},
-                                          {s("cancelHint"), s("h")},
-                                          {s("cancellable"), true},
-                                          {s("pausable"), true}};
-    QMap<QString, std::shared_ptr<QSignalSpy>> spies;
-    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
-        const QMetaProperty property = meta.property(i);
-        spies[s(property.name())] = std::make_shared<QSignalSpy>(&operation, property.notifySignal());
-    }
-    QCOMPARE(spies.keys(), changed.keys());
-    for (int round = 0; round < 2; ++round) {
-        operation.setState(CAbstractProgressOperation::Reconnecting);
-        operation.setProgress(40);
-        operation.setProgressData(data);
-        operation.setDescription(s("d"));
-        operation.setName(s("n"));
-        operation.setCancelHint(s("h"));
-        operation.setCancellable(true);
-        operation.setPausable(true);
-    }
-    for (auto it = changed.cbegin(); it != changed.cend(); ++it) {
-        const QByteArray name = it.key().toLatin1();
-        QCOMPARE(operation.property(name.constData()), it.value());
-        QVERIFY2(spies[it.key()]->size() == 1, name.constData());
-        QCOMPARE(spies[it.key()]->first().first(), it.value());
-    }
-}
-
-void tst_Progress::toggle()
-{
-    Operation operation;
-    for (int state : {0, 1, 2, 3}) {
-        operation.setState(CAbstractProgressOperation::State(state));
-        operation.toggleStartPause();
-    }
-    QCOMPARE(operation.called, s("start pause start pause "));
-    QCOMPARE(int(CAbstractProgressOperation::Last), 2);
-}
-
-void tst_Progress::estimate_data()
-{
-    QTest::addColumn<qint64>("max"); // of a range from 0
-    QTest::addColumn<qint64>("value");
-    QTest::addColumn<qint64>("passed"); // ms from the start to the progress
-    QTest::addColumn<qint64>("later"); // ms from there to the question
-    QTest::addColumn<QTime>("remaining");
-    const qint64 large = std::numeric_limits<qint64>::max();
-    const QTime longest(23, 59, 59, 999);
-    const auto row
-        = [](const char *name, qint64 max, qint64 value, qint64 passed, qint64 later, QTime remaining) {
-              QTest::newRow(name) << max << value << passed << later << remaining;
-          };
-    row("a quarter done", 100, 25, 10000, 0, QTime(0, 0, 30));
-    row("time goes on", 100, 25, 10000, 20000, QTime(0, 0, 10));
-    row("one millisecond late", 100, 50, 1000, 1001, QTime(0, 0));
-    row("at the minimum", 100, 0, 5000, 0, QTime(0, 0));
-    row("done", 100, 100, 5000, 0, QTime(0, 0));
-    row("beyond the end", 100, 200, 5000, 0, QTime(0, 0));
-    row("half a millisecond counts up", 5, 2, 1, 0, QTime(0, 0, 0, 2));
-    row("before the minimum", 100, -10, 5000, 0, QTime(0, 0));
-    row("empty range", 0, 50, 5000, 0, QTime(0, 0));
-    row("more than a day", large, 1, 1000, 0, longest);
-    row("terabytes", 4000000000000, 1000000000000, 3600000, 0, QTime(3, 0));
-    row("across midnight", 100, 50, 13 * 3600000, 0, QTime(13, 0));
-    row("clock set back", 100, 50, -5000, 0, QTime(0, 0));
-}
-
-void tst_Progress::estimate()
-{
-    QFETCH(qint64, max);
-    QFETCH(qint64, value);
-    QFETCH(qint64, passed);
-    QFETCH(qint64, later);
-    CTimeEstimator estimator;
-    estimator.setClock(testClock);
-    now = QDateTime(QDate(2024, 5, 1), QTime(18, 0)).toMSecsSinceEpoch();
-    estimator.start();
-    estimator.setRange(0, max);
-    now += passed;
-    estimator.setProgress(value);
-    now += later;
-    QTEST(estimator.estimatedTime(), "remaining");
-    QCOMPARE(estimator.elapsedTime(), QTime::fromMSecsSinceStartOfDay(int(qMax<qint64>(0, passed + later))));
-}
-
-void tst_Progress::beforeTheStart()
-{
-    CTimeEstimator estimator;
-    estimator.setRange(0, 10);
-    QCOMPARE(estimator.getTextForProgress(5, 10), s("5 bytes of 10 bytes"));
-    QVERIFY(!estimator.estimatedTime().isValid());
-    QCOMPARE(estimator.elapsedTime(), QTime(0, 0));
-    // The clock of the system runs.
-    estimator.start();
-    QTRY_VERIFY(estimator.elapsedTime() > QTime(0, 0));
-}
-
-void tst_Progress::progressText()
-{
-    CTimeEstimator estimator;
-    estimator.setClock(testClock);
-    estimator.start();
-    estimator.setRange(0, 4 << 20);
-    now += 61999;
-    QCOMPARE(estimator.getTextForProgress(0, 100), QString());
-    QCOMPARE(estimator.getTextForProgress(100, 0), QString());
-    QCOMPARE(estimator.getTextForProgress(2 << 20, 4 << 20), s("2.0 MB of 4.0 MB - 1 min 1 s"));
-}
-
-void tst_Progress::dataSizes()
-{
-    QCOMPARE(FormatUtils::dataSize(-1), s("0 bytes"));
-    QCOMPARE(FormatUtils::dataSize(1536), s("1.5 kB"));
-    QCOMPARE(FormatUtils::dataSize(std::numeric_limits<qint64>::max()), s("8.0 EB"));
-    const QLocale before;
-    QLocale::setDefault(QLocale(QLocale::French));
-    const QString french = FormatUtils::dataSize(1536);
-    QLocale::setDefault(before);
-    QCOMPARE(french, s("1,5 ko"));
-}
-
-void tst_Progress::durations_data()
-{
-    QTest::addColumn<qint64>("seconds");
-    QTest::addColumn<QString>("shortForm");
-    QTest::addColumn<QString>("longForm");
-    const auto row = [](qint64 seconds, const char *shortForm, const char *longForm) {
-        QTest::newRow(shortForm) << seconds << s(shortForm) << s(longForm);
-    };
-    row(0, "0 s", "0 seconds");
-    row(1, "1 s", "1 second");
-    row(60, "1 min", "1 minute");
-    row(3599, "59 min 59 s", "59 minutes 59 seconds");
-    row(3659, "1 h", "1 hour");
-    row(2 * 86400 - 1, "1 d 23 h", "1 day 23 hours");
-    row(1234 * 86400LL + 3600, "1,234 d 1 h", "1,234 days 1 hour");
-    QTest::newRow("negative") << qint64(-5) << s("0 s") << s("0 seconds");
-}
-
-void tst_Progress::durations()
-{
-    QFETCH(qint64, seconds);
-    const QLocale before;
-    QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
-    const QString shortForm = FormatUtils::duration(seconds);
-    const QString longForm = FormatUtils::duration(seconds, FormatUtils::LongForm);
-    QLocale::setDefault(before);
-    QTEST(shortForm, "shortForm");
-    QTEST(longForm, "longForm");
-}
 
 KOV_TEST_MAIN(QCoreApplication, tst_Progress)
 #include "tst_progress.moc"
