@@ -3,7 +3,7 @@
 #include "tests/abstract_task/ScriptTask.h"
 #include "tests/support/KovTest.h"
 
-#include <QThread>
+#include <thread>
 
 class CTaskWithoutConstructor : public CAbstractTask
 {
@@ -364,11 +364,9 @@ void tst_Task::otherThreadIsRefused()
 {
     CTaskScripted task(QStringLiteral("A: wait"));
     CTaskScripted::perform(&task, QStringLiteral("execute, run"));
-    const std::unique_ptr<QThread> thread(QThread::create([&task] {
+    std::thread([&task] {
         CTaskScripted::perform(&task, QStringLiteral("complete 0, terminate 0, finish 0, pause, execute"));
-    }));
-    thread->start();
-    QVERIFY(thread->wait(10000));
+    }).join();
     QCOMPARE(eventLog().join(QLatin1Char('|')), QStringLiteral("A|error|error|finish|error|error|error"));
     QVERIFY(task.isRunning() && !task.isPaused());
     task.terminate(-9);

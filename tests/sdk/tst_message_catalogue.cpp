@@ -171,10 +171,11 @@ void tst_MessageCatalogue::refusedFiles()
 void tst_MessageCatalogue::refusedPlaces_data()
 {
     QTest::addColumn<QByteArray>("path");
-    QTest::newRow("missing") << QByteArray("/nowhere/host.json");
-    QTest::newRow("folder") << QByteArray("/");
-    QTest::newRow("endless device") << QByteArray("/dev/zero");
-    QTest::newRow("line feed in the name") << QByteArray("/nowhere/a\n0 forged");
+    QTest::addColumn<QString>("complaint");
+    QTest::newRow("missing, its name forged")
+        << QByteArray("/nowhere/a\n0 forged") << QStringLiteral("No such file");
+    QTest::newRow("folder") << QByteArray("/") << QStringLiteral("not a regular file");
+    QTest::newRow("endless device") << QByteArray("/dev/zero") << QStringLiteral("not a regular file");
 }
 
 void tst_MessageCatalogue::refusedPlaces()
@@ -184,6 +185,8 @@ void tst_MessageCatalogue::refusedPlaces()
     const QStringList lines = SdkLog::take();
     QCOMPARE(lines.size(), 1);
     QVERIFY(!lines.first().contains(QLatin1Char('\n')));
+    QFETCH(QString, complaint);
+    QVERIFY2(lines.first().contains(complaint), qPrintable(lines.first()));
 }
 
 void tst_MessageCatalogue::aHostsFileReplacesCodes()
