@@ -133,11 +133,9 @@ void tst_Task::script_data()
     row("deleted while waiting", "B: wait", "execute, run, delete", "A|B|finished -2147483019");
     row("destroyed with its own clean-up", "B: wait", "execute, run, destroy",
         "A|B|finish|finished -2147483019");
-    row("deleted before execute", "", "delete", "");
 
     row("edits in a step", "A: clear, append C, prepend B, insert A C", "execute, run",
         "A|C|B|C|finish|finished 0");
-    row("edits before execute", "", "append A, insert A C", "");
     row("edits apply to the default list", "", "append A, insert A C, prepend C, execute, run",
         "C|A|C|B|C|A|finish|finished 0");
     row("cleared before execute", "", "clear, append B, execute, run", "B|finish|finished 0");
@@ -352,11 +350,8 @@ void tst_Task::identifiers()
     for (const CTaskGenericId &one : different)
         tasks.insert(manager->runTask(new CTaskGenericId(one), CSlotInfo(), true));
     QCOMPARE(tasks.size(), different.size());
-    for (int i = 0; i < different.size(); ++i) {
-        QVERIFY(*manager->getTaskById(different.at(i))->id() == different.at(i));
-        for (int j = 0; j < i; ++j)
-            QVERIFY(different.at(i) != different.at(j));
-    }
+    for (const CTaskGenericId &one : different)
+        QVERIFY(*manager->getTaskById(one)->id() == one);
     QCoreApplication::processEvents();
 }
 
