@@ -32,6 +32,34 @@ void logDroppedErrors(long long bytes)
     KOV_LOG_TAG(logTag, 1, "Updater standard error: %lld more bytes were not logged.", bytes);
 }
 
+/// Holds a program that was killed until it has gone, at the application's end as well: a process that is
+/// destroyed while it runs warns.
+class Reaper : public QObject
+{
+public:
+    explicit Reaper(QProcess *process)
+        : QObject(QCoreApplication::instance())
+        , m_process(process)
+    {
+        using Finished = void (QProcess::*)(int, QProcess::ExitStatus);
+        connect(process, Finished(&QProcess::finished), this, &QObject::deleteLater);
+        connect(process, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
+            if (error == QProcess::FailedToStart)
+                deleteLater();
+        });
+        process->setParent(this);
+    }
+
+    ~Reaper() override
+    {
+        m_process->disconnect(this);
+        m_process->waitForFinished();
+    }
+
+private:
+    QProcess *const m_process;
+};
+
 /// Kills the program and forgets it; the object goes when the program has gone.
 void abandon(QProcess *process)
 {
@@ -40,14 +68,7 @@ void abandon(QProcess *process)
         process->deleteLater();
         return;
     }
-    // The application's end waits for a program that was killed just before.
-    process->setParent(QCoreApplication::instance());
-    using Finished = void (QProcess::*)(int, QProcess::ExitStatus);
-    QObject::connect(process, Finished(&QProcess::finished), process, &QObject::deleteLater);
-    QObject::connect(process, &QProcess::errorOccurred, process, [process](QProcess::ProcessError error) {
-        if (error == QProcess::FailedToStart)
-            process->deleteLater();
-    });
+    new Reaper(process);
     process->closeReadChannel(QProcess::StandardOutput);
     process->closeReadChannel(QProcess::StandardError);
     process->kill();
