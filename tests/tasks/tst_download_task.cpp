@@ -1,7 +1,7 @@
 #include "abstract_task/CTaskManager.h"
 #include "gui/GUI.h"
 #include "tests/tasks/DownloadFixture.h"
-#include "tests/update/LogCapture.h"
+#include "tests/support/LogCapture.h"
 
 using Task = CTaskDownloadFile;
 
@@ -43,6 +43,7 @@ private:
 void tst_DownloadTask::initTestCase()
 {
     KovGui::init(KAM_CONSOLE);
+    KovGui::setLogVerbosity(2);
     ChosenProxy::install();
 }
 
@@ -177,9 +178,9 @@ void tst_DownloadTask::standardErrorCannotFloodOrForgeTheLog()
     task->execute();
     QTRY_VERIFY(task->isFinished());
     QCOMPARE(task->getResult(), KOV_SUCCESS);
-    QVERIFY(log.all().contains("\nDownloading standard error : \nline 0\\rF /forged:1:1/"));
-    QVERIFY(!log.all().contains("secret"));
-    QVERIFY2(log.all().size() < 200000, QByteArray::number(log.all().size()).constData());
+    QVERIFY(log.text().contains("\nDownloading standard error : \nline 0\\rF /forged:1:1/"));
+    QVERIFY(!log.text().contains("secret"));
+    QVERIFY2(log.text().size() < 200000, QByteArray::number(log.text().size()).constData());
     QCOMPARE(log.count("more bytes were not logged"), 1);
 }
 
@@ -300,8 +301,8 @@ void tst_DownloadTask::arguments()
     const QByteArray run = runs().value(0);
     QCOMPARE(run.mid(run.indexOf('|') + 1),
              "download|-u|file|-f|http://h/a/file.bin|-p|" + m_folder->path().toUtf8() + "|-ui|-fo|" + more);
-    QVERIFY(log.all().contains(" download -u file -f http://h/a/file.bin -p "));
-    QVERIFY(!log.all().contains(" me ") && !log.all().contains("ss\xe2\x82\xac"));
+    QVERIFY(log.text().contains(" download -u file -f http://h/a/file.bin -p "));
+    QVERIFY(!log.text().contains(" me ") && !log.text().contains("ss\xe2\x82\xac"));
 }
 
 void tst_DownloadTask::secretsThatCannotBeHandedOver()
@@ -319,7 +320,7 @@ void tst_DownloadTask::secretsThatCannotBeHandedOver()
     }
     QVERIFY(runs().isEmpty());
     QCOMPARE(log.count("(!)Error:"), 3);
-    QVERIFY(!log.all().contains("two") && !log.all().contains("secret"));
+    QVERIFY(!log.text().contains("two") && !log.text().contains("secret"));
 }
 
 void tst_DownloadTask::proxyFailure()
