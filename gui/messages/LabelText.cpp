@@ -51,8 +51,7 @@ LabelText LabelText::fromRichText(const QString &richText, int limit)
     if (!source.contains(QLatin1Char('<')))
         source.replace(QLatin1Char('\n'), QLatin1String("<br>"));
     ClosedDocument document;
-    // A text that begins like a page's head would be taken for one.
-    document.setHtml(QLatin1String("<div>") + source + QLatin1String("</div>"));
+    document.setHtml(source);
 
     LabelText result;
     int remaining = qMax(1, limit);

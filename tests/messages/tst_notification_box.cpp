@@ -245,15 +245,16 @@ void tst_NotificationBox::textLoadsNothing()
     QVERIFY(QImage(400, 400, QImage::Format_RGB32).save(picture));
     CNotificationBox *box = show();
     auto *label = box->findChild<QLabel *>(QStringLiteral("m_lblShortText"));
-    box->setMessage(QStringLiteral("<link rel=stylesheet href='%1'><b>a</b> &lt;img&gt;<img src='%1'>"
-                                   "<p style='background-image:url(%1)'><a href='x:1?a&amp;b'>l</a>")
+    box->setMessage(QStringLiteral("<link rel=stylesheet href='%1'></link><b>a</b> &lt;img&gt;<img src='%1'>"
+                                   "<p style='background-image:url(%1)'><a href=\"x:1?a&amp;b\">l</a>")
                         .arg(picture));
     QVERIFY(!label->text().contains(QLatin1String("picture")));
     QCOMPARE(label->accessibleName(), QStringLiteral("a <img>\nl"));
 
     QSignalSpy links(box, &CNotificationBox::anchorClicked);
-    QTest::keyClick(label, Qt::Key_Tab);
+    QCoreApplication::processEvents();
     label->setFocus();
+    QTest::keyClick(label, Qt::Key_Tab);
     QTest::keyClick(label, Qt::Key_Return);
     QCOMPARE(links.value(0).value(1).toUrl(), QUrl(QStringLiteral("x:1?a&b")));
 
