@@ -30,7 +30,8 @@ static QString withoutUserInfo(QString message)
     for (int start = 0; (start = message.indexOf(slashes, start)) >= 0;) {
         start += slashes.size();
         int end = start;
-        while (end < message.size() && !message.at(end).isSpace() && !QLatin1String("/?#'\"<>").contains(message.at(end)))
+        while (end < message.size() && !message.at(end).isSpace()
+               && !QLatin1String("/?#'\"<>").contains(message.at(end)))
             ++end;
         const int user = message.leftRef(end).lastIndexOf(QLatin1Char('@'));
         if (user >= start)
@@ -52,7 +53,8 @@ static void forward(QtMsgType type, const QMessageLogContext &origin, const QStr
     context.file = origin.file;
     context.line = origin.line;
     context.function = origin.function;
-    logRecord(context, LogSourceToolkit | unsigned(level), "%s", logText(withoutUserInfo(message)).constData());
+    logRecord(context, LogSourceToolkit | unsigned(level), "%s",
+              logText(withoutUserInfo(message)).constData());
 }
 
 static void handle(QtMsgType type, const QMessageLogContext &origin, const QString &message)

@@ -25,7 +25,10 @@ struct Credentials
     QString user;
     QString password;
 
-    bool operator==(const Credentials &other) const { return user == other.user && password == other.password; }
+    bool operator==(const Credentials &other) const
+    {
+        return user == other.user && password == other.password;
+    }
     bool isEmpty() const { return user.isEmpty() && password.isEmpty(); }
 };
 
@@ -235,7 +238,8 @@ void CProxyAuthenticatorPrivate::waitForUser(const Challenge &challenge)
     }
     const ProxyEntry &entry = entries[challenge.key];
     const bool isKnown = entry.isUsable(entry.cached);
-    send(challenge, isKnown ? entry.cached : guest(), isKnown ? Escalation::CachedSent : Escalation::GuestSent);
+    send(challenge, isKnown ? entry.cached : guest(),
+         isKnown ? Escalation::CachedSent : Escalation::GuestSent);
 }
 
 CUserAuthDialog *CProxyAuthenticatorPrivate::openDialog(const Challenge &challenge, bool isRetry)
@@ -252,8 +256,11 @@ CUserAuthDialog *CProxyAuthenticatorPrivate::openDialog(const Challenge &challen
     QObject::connect(dialog, &QDialog::finished, q, [this, proxy = challenge.proxy](int result) {
         closeQuestion(proxy, result == QDialog::Accepted);
     });
-    QObject::connect(dialog, &QObject::destroyed, q,
-                     [this, proxy = challenge.proxy] { closeQuestion(proxy, false); });
+    QObject::connect(dialog, &QObject::destroyed, q, [this, proxy = challenge.proxy] {
+        // What is left of it is no dialog any more.
+        question.dialog = nullptr;
+        closeQuestion(proxy, false);
+    });
     return dialog;
 }
 
@@ -417,7 +424,8 @@ CUserAuthDialog *CProxyAuthenticator::createAuthDialog(const QString &host, unsi
     return dialog;
 }
 
-void CProxyAuthenticator::onProxyAuthenticationRequired(const QNetworkProxy &proxy, QAuthenticator *authenticator)
+void CProxyAuthenticator::onProxyAuthenticationRequired(const QNetworkProxy &proxy,
+                                                        QAuthenticator *authenticator)
 {
     auto *manager = qobject_cast<QNetworkAccessManager *>(sender());
     if (!manager || !d->isRequestor(manager))
@@ -425,7 +433,10 @@ void CProxyAuthenticator::onProxyAuthenticationRequired(const QNetworkProxy &pro
     QNetworkProxy plain = proxy;
     plain.setUser(QString());
     plain.setPassword(QString());
-    d->meet({manager, plain, ProxyAuthUtils::proxyKey(proxy), authenticator,
+    d->meet({manager,
+             plain,
+             ProxyAuthUtils::proxyKey(proxy),
+             authenticator,
              {authenticator->user(), authenticator->password()}});
 }
 

@@ -30,8 +30,8 @@ class ProxyProbe : public CTaskHttpOperation
 {
 public:
     ProxyProbe(const QUrl &url, const QNetworkProxy &proxy)
-        : CTaskHttpOperation(QNetworkRequest(url), QNetworkAccessManager::GetOperation, QString(), &proxy, nullptr,
-                             KeepParser, QByteArray())
+        : CTaskHttpOperation(QNetworkRequest(url), QNetworkAccessManager::GetOperation, QString(), &proxy,
+                             nullptr, KeepParser, QByteArray())
     { }
     ~ProxyProbe() override { endBeforeDestruction(); }
 
@@ -60,7 +60,10 @@ class CTaskGetProxyInfo::Private
 {
 public:
     QByteArray maskedUrl(const QString &url) const { return logText(WebUtils::maskedUrl(QUrl(url))); }
-    void take(const QString &host, uint port) { proxy = QNetworkProxy(QNetworkProxy::HttpProxy, host, quint16(port)); }
+    void take(const QString &host, uint port)
+    {
+        proxy = QNetworkProxy(QNetworkProxy::HttpProxy, host, quint16(port));
+    }
     void takeCachedCredentials();
     void giveUpDetection();
 
@@ -145,8 +148,8 @@ void CTaskGetProxyInfo::finish(int result)
 KOV_RESULT CTaskGetProxyInfo::detectServer()
 {
     if (const std::optional<QNetworkProxy> own = ProxyPreferences::userProxy(QUrl(url()))) {
-        KOV_LOG(0, "Set user defined proxy host = %s, port = %d, user == %s", logText(own->hostName()).constData(),
-                int(own->port()), logText(own->user()).constData());
+        KOV_LOG(0, "Set user defined proxy host = %s, port = %d, user == %s",
+                logText(own->hostName()).constData(), int(own->port()), logText(own->user()).constData());
         d->proxy = *own;
         return KOV_SUCCESS;
     }
@@ -224,9 +227,10 @@ void CTaskGetProxyInfo::onDetectCredentialsFinished(KOV_RESULT result)
     KOV_LOG(3, "detect credentials: finished with code %X", unsigned(result));
     const QNetworkReply *reply = d->probe ? d->probe->reply() : nullptr;
     // The proxy that passes on a refusal of the server has let the request through.
-    if (KOV_SUCCEEDED(result) || (reply && reply->error() == QNetworkReply::ContentOperationNotPermittedError))
+    if (KOV_SUCCEEDED(result)
+        || (reply && reply->error() == QNetworkReply::ContentOperationNotPermittedError))
         d->takeCachedCredentials();
-    const bool isFatal = result == KOV_ERR_PROXY_AUTHENTICATION_REQUIRED
-                         || result == KOV_ERR_SERVER_AUTHENTICATION_REQUIRED;
+    const bool isFatal
+        = result == KOV_ERR_PROXY_AUTHENTICATION_REQUIRED || result == KOV_ERR_SERVER_AUTHENTICATION_REQUIRED;
     subTaskCompleted(isFatal ? result : KOV_SUCCESS);
 }

@@ -8,7 +8,10 @@
 class CUserAuthDialog::Private
 {
 public:
-    QPushButton *button(QDialogButtonBox::StandardButton which) const { return ui.m_bbButtons->button(which); }
+    QPushButton *button(QDialogButtonBox::StandardButton which) const
+    {
+        return ui.m_bbButtons->button(which);
+    }
     void updateOkButton()
     {
         button(QDialogButtonBox::Ok)->setEnabled(!ui.m_leName->text().trimmed().isEmpty());

@@ -59,10 +59,9 @@ QString seal(const QString &password, const QString &place)
     const QByteArray bound = place.toUtf8();
     QByteArray sealed(NonceSize + plain.size() + TagSize, Qt::Uninitialized);
     randombytes_buf(sealed.data(), NonceSize);
-    crypto_aead_xchacha20poly1305_ietf_encrypt(bytes(sealed, NonceSize), nullptr, bytes(plain),
-                                               static_cast<unsigned long long>(plain.size()), bytes(bound),
-                                               static_cast<unsigned long long>(bound.size()), nullptr,
-                                               bytes(sealed), key);
+    crypto_aead_xchacha20poly1305_ietf_encrypt(
+        bytes(sealed, NonceSize), nullptr, bytes(plain), static_cast<unsigned long long>(plain.size()),
+        bytes(bound), static_cast<unsigned long long>(bound.size()), nullptr, bytes(sealed), key);
     sodium_memzero(plain.data(), std::size_t(plain.size()));
     return QLatin1String(Version) + QString::fromLatin1(sealed.toBase64());
 }
@@ -70,7 +69,8 @@ QString seal(const QString &password, const QString &place)
 std::optional<QString> open(const QString &sealed, const QString &place)
 {
     const QByteArray text = sealed.size() <= MaxSealedSize ? sealed.toLatin1() : QByteArray();
-    const auto decoded = QByteArray::fromBase64Encoding(text.mid(VersionSize), QByteArray::AbortOnBase64DecodingErrors);
+    const auto decoded
+        = QByteArray::fromBase64Encoding(text.mid(VersionSize), QByteArray::AbortOnBase64DecodingErrors);
     const QByteArray &box = decoded.decoded;
     const unsigned char *key = theKey();
     if (!key)
@@ -78,10 +78,10 @@ std::optional<QString> open(const QString &sealed, const QString &place)
     const QByteArray bound = place.toUtf8();
     QByteArray plain(qMax(0, box.size() - NonceSize - TagSize), Qt::Uninitialized);
     if (!text.startsWith(Version) || !decoded || box.size() < NonceSize + TagSize
-        || crypto_aead_xchacha20poly1305_ietf_decrypt(bytes(plain), nullptr, nullptr, bytes(box, NonceSize),
-                                                      static_cast<unsigned long long>(box.size() - NonceSize),
-                                                      bytes(bound), static_cast<unsigned long long>(bound.size()),
-                                                      bytes(box), key)
+        || crypto_aead_xchacha20poly1305_ietf_decrypt(
+               bytes(plain), nullptr, nullptr, bytes(box, NonceSize),
+               static_cast<unsigned long long>(box.size() - NonceSize), bytes(bound),
+               static_cast<unsigned long long>(bound.size()), bytes(box), key)
                != 0) {
         KOV_LOG(0, "(!)Error: the stored password of \"%s\" was not sealed by this user or was changed.",
                 logText(place).constData());

@@ -32,7 +32,10 @@ namespace ProxyAuthUtils {
 
 QString proxyKey(const QNetworkProxy &proxy)
 {
-    return QStringLiteral("%1:%2:%3").arg(int(proxy.type())).arg(proxy.hostName().toLower()).arg(proxy.port());
+    return QStringLiteral("%1:%2:%3")
+        .arg(int(proxy.type()))
+        .arg(proxy.hostName().toLower())
+        .arg(proxy.port());
 }
 
 bool getProxyCredentials(const QNetworkProxy &proxy, QString &user, QString &password)
@@ -59,7 +62,8 @@ bool saveProxyCredentials(const QNetworkProxy &proxy, const QString &user, const
     const QString key = settingsKey(proxy);
     const QString sealed = PasswordStore::seal(password, place(key, user));
     if (user.isEmpty() || sealed.isNull()) {
-        KOV_LOG(0, "(!)Error: the credentials for \"%s\" cannot be sealed and are not saved.", logText(key).constData());
+        KOV_LOG(0, "(!)Error: the credentials for \"%s\" cannot be sealed and are not saved.",
+                logText(key).constData());
         return false;
     }
     QSettings settings;

@@ -18,6 +18,7 @@ KOVGUI_EXPORT bool getProxyCredentials(const QNetworkProxy &proxy, QString &user
 
 /// Replaces what was saved for the proxy. False, and nothing is changed, when the password cannot be sealed or
 /// written (logged).
-KOVGUI_EXPORT bool saveProxyCredentials(const QNetworkProxy &proxy, const QString &user, const QString &password);
+KOVGUI_EXPORT bool saveProxyCredentials(const QNetworkProxy &proxy, const QString &user,
+                                        const QString &password);
 
 } // namespace ProxyAuthUtils

@@ -19,7 +19,8 @@ int main(int argc, char *argv[])
         const QCoreApplication application(argc, argv);
         // Applications know one companion program; downloads have one of their own beside it.
         if (argc > 1 && std::strcmp(argv[1], "download") == 0) {
-            handOver(QFile::encodeName(application.applicationDirPath()).constData(), "download_utility", argv);
+            handOver(QFile::encodeName(application.applicationDirPath()).constData(), "download_utility",
+                     argv);
             return int(ExitCode::InternalError);
         }
         return int(runUpdater(application.arguments().mid(1), application.applicationDirPath()));

@@ -45,7 +45,8 @@ inline void setPreference(const char *name, const QVariant &value)
 inline KOV_RESULT resultOf(CAbstractTask &task)
 {
     KOV_RESULT result = 1;
-    QObject::connect(&task, &CAbstractTask::taskFinished, &task, [&result](KOV_RESULT last) { result = last; });
+    QObject::connect(&task, &CAbstractTask::taskFinished, &task,
+                     [&result](KOV_RESULT last) { result = last; });
     task.execute();
     return QTest::qWaitFor([&task] { return task.isFinished(); }, 15000) ? result : 1;
 }
@@ -75,7 +76,10 @@ public:
         listen(QHostAddress::LocalHost);
     }
 
-    QNetworkProxy asProxy() const { return {QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), serverPort()}; }
+    QNetworkProxy asProxy() const
+    {
+        return {QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), serverPort()};
+    }
     /// The decoded credentials of each request; empty for a request without.
     QStringList attempts() const
     {
@@ -92,10 +96,11 @@ public:
     int connections = 0;
 };
 
-inline QByteArray response(const char *status, const QByteArray &headers = QByteArray(), const QByteArray &body = "body")
+inline QByteArray response(const char *status, const QByteArray &headers = QByteArray(),
+                           const QByteArray &body = "body")
 {
-    return QByteArray("HTTP/1.1 ") + status + "\r\n" + headers + "Content-Length: " + QByteArray::number(body.size())
-           + "\r\n\r\n" + body;
+    return QByteArray("HTTP/1.1 ") + status + "\r\n" + headers
+           + "Content-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body;
 }
 
 /// Passes on only what carries these credentials; answers in the server's place.
@@ -113,7 +118,8 @@ class Person : public QObject
 {
 public:
     /// @param isReady  the person waits until it returns true
-    explicit Person(const QStringList &answers, const std::function<bool()> &isReady = [] { return true; })
+    explicit Person(
+        const QStringList &answers, const std::function<bool()> &isReady = [] { return true; })
         : m_answers(answers)
         , m_isReady(isReady)
     {
@@ -131,7 +137,8 @@ private:
             return;
         m_answered = dialog;
         const QString title = dialog->findChild<QLabel *>(QStringLiteral("m_lblTitle"))->text();
-        seen << (title.contains(QLatin1String("incorrect")) ? QStringLiteral("retry") : QStringLiteral("ask"));
+        seen << (title.contains(QLatin1String("incorrect")) ? QStringLiteral("retry")
+                                                            : QStringLiteral("ask"));
         QString answer = m_answers.isEmpty() ? QStringLiteral("cancel") : m_answers.takeFirst();
         if (answer == QLatin1String("cancel"))
             return QTest::keyClick(dialog, Qt::Key_Escape);

@@ -36,9 +36,12 @@ public:
         if (::geteuid() == 0) {
             // Squid wants another user than root for itself.
             const passwd *const proxy = ::getpwnam("proxy");
-            if (!proxy || ::chown(QFile::encodeName(m_directory.path()).constData(), proxy->pw_uid, proxy->pw_gid) != 0)
+            if (!proxy
+                || ::chown(QFile::encodeName(m_directory.path()).constData(), proxy->pw_uid, proxy->pw_gid)
+                       != 0)
                 return false;
-            QFile::setPermissions(passwords.fileName(), QFile::ReadOwner | QFile::WriteOwner | QFile::ReadOther);
+            QFile::setPermissions(passwords.fileName(),
+                                  QFile::ReadOwner | QFile::WriteOwner | QFile::ReadOther);
             command << QStringLiteral("--reuid") << QStringLiteral("proxy") << QStringLiteral("--regid")
                     << QStringLiteral("proxy") << QStringLiteral("--clear-groups");
         }

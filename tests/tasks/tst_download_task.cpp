@@ -1,7 +1,7 @@
 #include "abstract_task/CTaskManager.h"
 #include "gui/GUI.h"
-#include "tests/tasks/DownloadFixture.h"
 #include "tests/support/LogCapture.h"
+#include "tests/tasks/DownloadFixture.h"
 
 using Task = CTaskDownloadFile;
 

@@ -18,8 +18,9 @@ const QUrl origin(QStringLiteral("http://origin.invalid/page"));
 
 std::unique_ptr<CTaskHttpOperation> request(const QNetworkProxy &proxy, const QUrl &url = origin)
 {
-    return std::make_unique<CTaskHttpOperation>(QNetworkRequest(url), QNetworkAccessManager::GetOperation, QString(),
-                                                &proxy, nullptr, CTaskHttpOperation::KeepParser, QByteArray());
+    return std::make_unique<CTaskHttpOperation>(QNetworkRequest(url), QNetworkAccessManager::GetOperation,
+                                                QString(), &proxy, nullptr, CTaskHttpOperation::KeepParser,
+                                                QByteArray());
 }
 
 QStringList list(const char *text)
@@ -34,7 +35,8 @@ public:
     Client(const QNetworkProxy &proxy, int &challenges)
     {
         setProxy(proxy);
-        connect(this, &QNetworkAccessManager::proxyAuthenticationRequired, this, [&challenges] { ++challenges; });
+        connect(this, &QNetworkAccessManager::proxyAuthenticationRequired, this,
+                [&challenges] { ++challenges; });
         CProxyAuthenticator::instance()->addRequestor(this);
     }
     void get() { reply = QNetworkAccessManager::get(QNetworkRequest(origin)); }
@@ -100,7 +102,8 @@ void tst_ProxyChallenge::escalation_data()
     row("typed", "", "", "u:good", "u:good", "ask", true);
     row("empty password, then right", "", "", "u:|u:good", "u:|u:good", "ask|retry", true);
     row("typed wrong twice", "", "", "u:a|u:b|u:good", "u:a|u:b|u:good", "ask|retry|retry", true);
-    row("the same wrong one again is sent again", "", "", "u:a|u:a|cancel", "u:a|u:a", "ask|retry|retry", false);
+    row("the same wrong one again is sent again", "", "", "u:a|u:a|cancel", "u:a|u:a", "ask|retry|retry",
+        false);
     row("cancelled", "", "", "cancel", "", "ask", false);
     row("saved", "", "u:good", "", "u:good", "", true);
     row("saved wrong is sent once", "", "u:old", "u:good", "u:old|u:good", "ask", true);
@@ -208,7 +211,8 @@ void tst_ProxyChallenge::differentProxiesGetTheirOwnTurn()
 void tst_ProxyChallenge::aRefusedAnswerIsNotSentAgain()
 {
     RecordingServer server(asksFor("u:good"));
-    QVERIFY(ProxyAuthUtils::saveProxyCredentials(server.asProxy(), QStringLiteral("u"), QStringLiteral("old")));
+    QVERIFY(
+        ProxyAuthUtils::saveProxyCredentials(server.asProxy(), QStringLiteral("u"), QStringLiteral("old")));
     Person person({});
     int challenges = 0;
     Client client(server.asProxy(), challenges);
@@ -226,7 +230,8 @@ void tst_ProxyChallenge::endsWhileTheQuestionIsOpen_data()
 {
     using End = std::function<void(CTaskHttpOperation *, QWidget *)>;
     QTest::addColumn<End>("end");
-    QTest::newRow("terminated") << End([](CTaskHttpOperation *task, QWidget *) { task->terminate(KOV_ERR_CANCELLED); });
+    QTest::newRow("terminated") << End(
+        [](CTaskHttpOperation *task, QWidget *) { task->terminate(KOV_ERR_CANCELLED); });
     QTest::newRow("deleted") << End([](CTaskHttpOperation *task, QWidget *) { delete task; });
     QTest::newRow("dialog destroyed") << End([](CTaskHttpOperation *, QWidget *dialog) { delete dialog; });
     QTest::newRow("authenticator destroyed")
@@ -277,8 +282,9 @@ void tst_ProxyChallenge::probeStopsAtTheHeaders()
 {
     // A package without end: only its headers may be fetched.
     RecordingServer server([](const QByteArray &head) {
-        return head.contains("Proxy-Authorization") ? QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 1000000000\r\n\r\n")
-                                                    : asksFor("")(head);
+        return head.contains("Proxy-Authorization")
+                   ? QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 1000000000\r\n\r\n")
+                   : asksFor("")(head);
     });
     setPreference("Proxy Enabled", true);
     setPreference("Proxy Http Host", QStringLiteral("127.0.0.1"));
@@ -300,9 +306,11 @@ void tst_ProxyChallenge::probeResults_data()
     QTest::addColumn<QByteArray>("answer");
     QTest::addColumn<KOV_RESULT>("result");
     QTest::newRow("refused by the proxy")
-        << response("407 Who are you", "Proxy-Authenticate: Basic realm=\"t\"\r\n") << KOV_ERR_PROXY_AUTHENTICATION_REQUIRED;
+        << response("407 Who are you", "Proxy-Authenticate: Basic realm=\"t\"\r\n")
+        << KOV_ERR_PROXY_AUTHENTICATION_REQUIRED;
     QTest::newRow("refused by the server")
-        << response("401 Who are you", "WWW-Authenticate: Basic realm=\"t\"\r\n") << KOV_ERR_SERVER_AUTHENTICATION_REQUIRED;
+        << response("401 Who are you", "WWW-Authenticate: Basic realm=\"t\"\r\n")
+        << KOV_ERR_SERVER_AUTHENTICATION_REQUIRED;
     QTest::newRow("missing") << response("404 Not found") << KOV_SUCCESS;
     QTest::newRow("no HTTP at all") << QByteArray("hello\r\n\r\n") << KOV_SUCCESS;
 }
@@ -335,7 +343,8 @@ void tst_ProxyChallenge::dialogIsReachable()
     QCOMPARE(dialog->windowTitle(), QStringLiteral("Proxy Authentication Required"));
     // A host is shown as it stands: neither markup nor a place to fill.
     const auto *title = dialog->findChild<QLabel *>(QStringLiteral("m_lblTitle"));
-    QCOMPARE(title->text(), QStringLiteral("Authentication required to log in to the proxy server <b>%2</b>:8080."));
+    QCOMPARE(title->text(),
+             QStringLiteral("Authentication required to log in to the proxy server <b>%2</b>:8080."));
     QCOMPARE(title->textFormat(), Qt::PlainText);
     QVERIFY(!dialog->findChild<QLabel *>(QStringLiteral("m_lblPicture"))->pixmap(Qt::ReturnByValue).isNull());
     auto *name = dialog->findChild<QLineEdit *>(QStringLiteral("m_leName"));
@@ -349,7 +358,8 @@ void tst_ProxyChallenge::dialogIsReachable()
         if (widget->focusPolicy() & Qt::TabFocus) {
             order << widget->objectName();
             auto *accessible = QAccessible::queryAccessibleInterface(widget);
-            QVERIFY2(accessible && !accessible->text(QAccessible::Name).isEmpty(), qPrintable(widget->objectName()));
+            QVERIFY2(accessible && !accessible->text(QAccessible::Name).isEmpty(),
+                     qPrintable(widget->objectName()));
         }
     }
     QCOMPARE(order, list("m_leName|m_lePassword|m_ckbRemember|m_pbOk|m_pbCancel"));

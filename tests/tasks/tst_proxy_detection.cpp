@@ -49,7 +49,8 @@ private Q_SLOTS:
     void init()
     {
         QSettings().clear();
-        for (const char *name : {"http_proxy", "https_proxy", "HTTP_PROXY", "HTTPS_PROXY", "no_proxy", "NO_PROXY"})
+        for (const char *name :
+             {"http_proxy", "https_proxy", "HTTP_PROXY", "HTTPS_PROXY", "no_proxy", "NO_PROXY"})
             qunsetenv(name);
     }
 
@@ -78,8 +79,8 @@ void tst_ProxyDetection::scripts_data()
     row("never direct where it is not named", "'PROXY DEAD; PROXY DEAD2'", "DEAD");
     row("direct first", "'DIRECT; PROXY ALIVE'", "none");
     row("another kind is passed over", "'SOCKS ALIVE; PROXY ALIVE'", "ALIVE");
-    row("no user, no query, no fragment for the script", "url == 'http://origin.invalid/a/page' ? 'PROXY ALIVE' : 'DIRECT'",
-        "ALIVE");
+    row("no user, no query, no fragment for the script",
+        "url == 'http://origin.invalid/a/page' ? 'PROXY ALIVE' : 'DIRECT'", "ALIVE");
     row("broken", "nonsense(", "none");
 }
 
@@ -198,8 +199,9 @@ void tst_ProxyDetection::quitWhileTheScriptServerIsSilent()
     RecordingServer silent([](const QByteArray &) { return QByteArray(); });
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
-    process.start(QCoreApplication::applicationFilePath(),
-                  {QStringLiteral("--ask-and-quit"), QStringLiteral("http://127.0.0.1:%1/").arg(silent.serverPort())});
+    process.start(
+        QCoreApplication::applicationFilePath(),
+        {QStringLiteral("--ask-and-quit"), QStringLiteral("http://127.0.0.1:%1/").arg(silent.serverPort())});
     QTRY_COMPARE(silent.heads.size(), 1);
     QElapsedTimer elapsed;
     elapsed.start();
@@ -217,8 +219,8 @@ void tst_ProxyDetection::refusedProxyIsNotBypassed()
     RecordingServer origin([](const QByteArray &) { return response("200 OK"); });
     const QNetworkProxy refusing(QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), deadPort());
     const QUrl url(QStringLiteral("http://127.0.0.1:%1/").arg(origin.serverPort()));
-    CTaskHttpOperation task(QNetworkRequest(url), QNetworkAccessManager::GetOperation, QString(), &refusing, nullptr,
-                            CTaskHttpOperation::KeepParser, QByteArray());
+    CTaskHttpOperation task(QNetworkRequest(url), QNetworkAccessManager::GetOperation, QString(), &refusing,
+                            nullptr, CTaskHttpOperation::KeepParser, QByteArray());
     QCOMPARE(resultOf(task), KOV_ERR_FAILURE);
     QCOMPARE(origin.connections, 0);
 }

@@ -50,24 +50,29 @@ void tst_ProxySettings::userProxy_data()
     QTest::addColumn<QString>("http");
     QTest::addColumn<QString>("https");
 
-    const Preferences both{{"Proxy Enabled", "true"}, {"Proxy Http Host", "h"}, {"Proxy Http Port", "80"},
-                           {"Proxy Https Host", "s"}, {"Proxy Https Port", "443"}};
+    const Preferences both{{"Proxy Enabled", "true"},
+                           {"Proxy Http Host", "h"},
+                           {"Proxy Http Port", "80"},
+                           {"Proxy Https Host", "s"},
+                           {"Proxy Https Port", "443"}};
     const QString h = QStringLiteral("h:80");
     const QString none;
     QTest::newRow("nothing stored") << Preferences() << none << none;
     QTest::newRow("off") << both + Preferences{{"Proxy Enabled", "false"}} << none << none;
     QTest::newRow("common server") << both << h << h;
-    QTest::newRow("own server for HTTPS") << both + Preferences{{"Proxy Do Not Use Common Server", "true"}} << h
-                                          << QStringLiteral("s:443");
+    QTest::newRow("own server for HTTPS")
+        << both + Preferences{{"Proxy Do Not Use Common Server", "true"}} << h << QStringLiteral("s:443");
     QTest::newRow("own server for HTTPS without a host")
-        << both + Preferences{{"Proxy Do Not Use Common Server", "true"}, {"Proxy Https Host", ""}} << h << none;
+        << both + Preferences{{"Proxy Do Not Use Common Server", "true"}, {"Proxy Https Host", ""}} << h
+        << none;
     QTest::newRow("empty host") << both + Preferences{{"Proxy Http Host", " "}} << none << none;
     for (const char *port : {"-1", "0", "65536", "80x", ""})
         QTest::newRow(qPrintable(QStringLiteral("port \"%1\"").arg(QLatin1String(port))))
             << both + Preferences{{"Proxy Http Port", port}} << none << none;
     QTest::newRow("user without authorisation") << both + Preferences{{"Proxy Http Username", "u"}} << h << h;
     const Preferences authorised{{"Proxy Http Autorization Enabled", "true"}, {"Proxy Http Username", "u"}};
-    QTest::newRow("user without a password") << both + authorised << QStringLiteral("u@h:80") << QStringLiteral("u@h:80");
+    QTest::newRow("user without a password")
+        << both + authorised << QStringLiteral("u@h:80") << QStringLiteral("u@h:80");
     QTest::newRow("a password that was not sealed")
         << both + authorised + Preferences{{"Proxy Http Password", "secret"}} << h << h;
 }
@@ -90,8 +95,8 @@ void tst_ProxySettings::userProxy()
 
 void tst_ProxySettings::preferencesPasswordIsSealed()
 {
-    for (const char *name : {"Proxy Enabled", "Proxy Do Not Use Common Server", "Proxy Http Autorization Enabled",
-                             "Proxy Https Autorization Enabled"})
+    for (const char *name : {"Proxy Enabled", "Proxy Do Not Use Common Server",
+                             "Proxy Http Autorization Enabled", "Proxy Https Autorization Enabled"})
         setPreference(name, true);
     for (const char *scheme : {"Http", "Https"}) {
         const auto set = [scheme](const char *name, const char *value) {
@@ -103,8 +108,10 @@ void tst_ProxySettings::preferencesPasswordIsSealed()
     }
     QVERIFY(ProxyPreferences::setPassword(false, QStringLiteral("eins")));
     QVERIFY(ProxyPreferences::setPassword(true, QString::fromUtf8("zwei ä")));
-    QCOMPARE(ProxyPreferences::userProxy(QUrl(QStringLiteral("http://a/")))->password(), QStringLiteral("eins"));
-    QCOMPARE(ProxyPreferences::userProxy(QUrl(QStringLiteral("https://a/")))->password(), QString::fromUtf8("zwei ä"));
+    QCOMPARE(ProxyPreferences::userProxy(QUrl(QStringLiteral("http://a/")))->password(),
+             QStringLiteral("eins"));
+    QCOMPARE(ProxyPreferences::userProxy(QUrl(QStringLiteral("https://a/")))->password(),
+             QString::fromUtf8("zwei ä"));
 }
 
 void tst_ProxySettings::automaticConfiguration_data()
@@ -115,11 +122,13 @@ void tst_ProxySettings::automaticConfiguration_data()
     const char *const script = "http://a/proxy.pac";
     QTest::newRow("default: the system's settings") << Preferences() << true << QString();
     QTest::newRow("nothing") << Preferences{{"Import Settings From IE", "false"}} << false << QString();
-    QTest::newRow("script") << Preferences{{"Import Settings From IE", "false"}, {"Automatic Config Url Enabled", "true"},
+    QTest::newRow("script") << Preferences{{"Import Settings From IE", "false"},
+                                           {"Automatic Config Url Enabled", "true"},
                                            {"Automatic Config Url", script}}
                             << true << QString::fromLatin1(script);
-    QTest::newRow("script that is off") << Preferences{{"Import Settings From IE", "false"}, {"Automatic Config Url", script}}
-                                        << false << QString();
+    QTest::newRow("script that is off")
+        << Preferences{{"Import Settings From IE", "false"}, {"Automatic Config Url", script}} << false
+        << QString();
 }
 
 void tst_ProxySettings::automaticConfiguration()
@@ -151,14 +160,18 @@ void tst_ProxySettings::changedCredentialsAreNone_data()
 {
     using Change = std::function<QStringList(QStringList)>;
     QTest::addColumn<Change>("change");
-    QTest::newRow("another user's name") << Change([](QStringList e) { return QStringList{QStringLiteral("v"), e[1]}; });
+    QTest::newRow("another user's name") << Change([](QStringList e) {
+        return QStringList{QStringLiteral("v"), e[1]};
+    });
     QTest::newRow("a bit of the password") << Change([](QStringList e) {
         QByteArray sealed = QByteArray::fromBase64(e[1].mid(3).toLatin1());
         sealed[sealed.size() - 20] = char(sealed[sealed.size() - 20] ^ 1);
         return QStringList{e[0], e[1].left(3) + QString::fromLatin1(sealed.toBase64())};
     });
     QTest::newRow("cut") << Change([](QStringList e) { return QStringList{e[0], e[1].left(40)}; });
-    QTest::newRow("plain text") << Change([](QStringList e) { return QStringList{e[0], QStringLiteral("secret")}; });
+    QTest::newRow("plain text") << Change([](QStringList e) {
+        return QStringList{e[0], QStringLiteral("secret")};
+    });
     QTest::newRow("empty") << Change([](QStringList e) { return QStringList{e[0], QString()}; });
     QTest::newRow("one part") << Change([](QStringList e) { return QStringList{e[0]}; });
     QTest::newRow("no name") << Change([](QStringList e) { return QStringList{QString(), e[1]}; });
@@ -190,7 +203,7 @@ void tst_ProxySettings::keyFile_data()
     using Change = std::function<void(const char *path)>;
     QTest::addColumn<Change>("change");
     QTest::addColumn<bool>("isTrusted");
-    QTest::newRow("unchanged") << Change([](const char *) { }) << true;
+    QTest::newRow("unchanged") << Change([](const char *) {}) << true;
     QTest::newRow("readable by others") << Change([](const char *path) { chmod(path, 0640); }) << false;
     QTest::newRow("cut") << Change([](const char *path) { QVERIFY(truncate(path, 31) == 0); }) << false;
     QTest::newRow("a link") << Change([](const char *path) {

@@ -21,8 +21,9 @@ const QString secret = QStringLiteral("s3cr&t/w%rd+x=>?~");
 QByteArrayList forms(const QString &text)
 {
     const QByteArray plain = text.toUtf8();
-    return {plain, plain.toBase64(QByteArray::OmitTrailingEquals), (userName.toUtf8() + ':' + plain).toBase64(),
-            text.toUtf8().toPercentEncoding(), QUrl::toPercentEncoding(text, "&/+=")};
+    return {plain, plain.toBase64(QByteArray::OmitTrailingEquals),
+            (userName.toUtf8() + ':' + plain).toBase64(), text.toUtf8().toPercentEncoding(),
+            QUrl::toPercentEncoding(text, "&/+=")};
 }
 
 QByteArray contentOf(const QString &path)
@@ -34,7 +35,8 @@ QByteArray contentOf(const QString &path)
 QStringList filesBelow(const QString &folder)
 {
     QStringList files;
-    for (QDirIterator entry(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories); entry.hasNext();)
+    for (QDirIterator entry(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+         entry.hasNext();)
         files << entry.next();
     return files;
 }
@@ -44,11 +46,13 @@ QByteArray processTexts()
 {
     QByteArray texts;
     const QByteArray parent = "PPid:\t" + QByteArray::number(QCoreApplication::applicationPid()) + '\n';
-    for (const QString &name : QDir(QStringLiteral("/proc")).entryList({QStringLiteral("[0-9]*")}, QDir::Dirs)) {
+    for (const QString &name :
+         QDir(QStringLiteral("/proc")).entryList({QStringLiteral("[0-9]*")}, QDir::Dirs)) {
         const QString folder = QStringLiteral("/proc/") + name;
         if (name.toLongLong() == QCoreApplication::applicationPid()
             || contentOf(folder + QStringLiteral("/status")).contains(parent))
-            texts += contentOf(folder + QStringLiteral("/cmdline")) + contentOf(folder + QStringLiteral("/environ"));
+            texts += contentOf(folder + QStringLiteral("/cmdline"))
+                     + contentOf(folder + QStringLiteral("/environ"));
     }
     return texts;
 }
@@ -74,12 +78,15 @@ private Q_SLOTS:
     void passwordStandsNowhere();
 
 private:
-    QNetworkProxy proxy() const { return {QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), m_squid.port()}; }
+    QNetworkProxy proxy() const
+    {
+        return {QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), m_squid.port()};
+    }
     KOV_RESULT fetch(const QUrl &url) const
     {
         const QNetworkProxy through = proxy();
-        CTaskHttpOperation task(QNetworkRequest(url), QNetworkAccessManager::GetOperation, QString(), &through, nullptr,
-                                CTaskHttpOperation::KeepParser, QByteArray());
+        CTaskHttpOperation task(QNetworkRequest(url), QNetworkAccessManager::GetOperation, QString(),
+                                &through, nullptr, CTaskHttpOperation::KeepParser, QByteArray());
         return resultOf(task);
     }
 
@@ -117,12 +124,14 @@ void tst_ProxySquid::passwordStandsNowhere()
     const QUrl url(QStringLiteral("http://127.0.0.1:%1/page").arg(origin.serverPort()));
     const QString typed = userName + QLatin1Char(':');
     {
-        Person person({typed + QStringLiteral("wrong"), typed + QStringLiteral("wronger"), typed + secret + QLatin1Char('!')});
+        Person person({typed + QStringLiteral("wrong"), typed + QStringLiteral("wronger"),
+                       typed + secret + QLatin1Char('!')});
         QCOMPARE(fetch(url), KOV_SUCCESS);
         QCOMPARE(person.seen.size(), 3);
     }
     QTcpServer closing;
-    connect(&closing, &QTcpServer::newConnection, this, [&closing] { closing.nextPendingConnection()->close(); });
+    connect(&closing, &QTcpServer::newConnection, this,
+            [&closing] { closing.nextPendingConnection()->close(); });
     closing.listen(QHostAddress::LocalHost);
     QVERIFY(KOV_FAILED(fetch(QUrl(QStringLiteral("https://127.0.0.1:%1/").arg(closing.serverPort())))));
     // The same password from the preferences, through the task, then a request that fails.
@@ -150,7 +159,8 @@ void tst_ProxySquid::passwordStandsNowhere()
     QSettings().sync();
     int settingsFiles = 0;
     for (const QString &path : filesBelow(QDir::tempPath())) {
-        if (strangers.contains(path) && !path.startsWith(QFileInfo(QString::fromUtf8(qgetenv("XDG_CONFIG_HOME"))).path()))
+        if (strangers.contains(path)
+            && !path.startsWith(QFileInfo(QString::fromUtf8(qgetenv("XDG_CONFIG_HOME"))).path()))
             continue;
         settingsFiles += path.endsWith(QLatin1String(".conf")) && contentOf(path).contains("Passwords");
         texts += contentOf(path);

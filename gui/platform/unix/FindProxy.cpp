@@ -115,8 +115,9 @@ int main()
     std::string url;
     std::getline(std::cin, script);
     if (!std::getline(std::cin, url) || url.empty()) {
-        std::cerr << "kovgui-find-proxy: reads the address of a script, or an empty line, and a URL from standard "
-                     "input\n";
+        std::cerr
+            << "kovgui-find-proxy: reads the address of a script, or an empty line, and a URL from standard "
+               "input\n";
         return 2;
     }
     if (!script.empty())

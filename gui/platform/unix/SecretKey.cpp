@@ -40,7 +40,9 @@ std::string keyFolder()
 class Descriptor
 {
 public:
-    explicit Descriptor(int number) : m_number(number) { }
+    explicit Descriptor(int number)
+        : m_number(number)
+    { }
     Descriptor(const Descriptor &) = delete;
     Descriptor &operator=(const Descriptor &) = delete;
     ~Descriptor()
@@ -104,7 +106,7 @@ bool run(QKeychain::Job *job)
     return isFinished;
 }
 
-template<typename Job>
+template <typename Job>
 Job *keyStoreJob()
 {
     auto *job = new Job(QStringLiteral("Tessarine"));

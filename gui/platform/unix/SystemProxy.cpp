@@ -179,7 +179,8 @@ bool SystemProxyQuery::isAvailable(Report report)
     return isFound;
 }
 
-bool SystemProxyQuery::find(const std::string &url, const std::string &scriptUrl, int limit, ProxyAddress &result)
+bool SystemProxyQuery::find(const std::string &url, const std::string &scriptUrl, int limit,
+                            ProxyAddress &result)
 {
     if ((url + scriptUrl).find_first_of("\r\n") != std::string::npos) {
         d->report(0, "(!)Error: an address with a line break is not asked about.");

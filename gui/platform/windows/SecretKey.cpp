@@ -60,7 +60,7 @@ FileState readKeyFile(const std::wstring &path, SecretKey &key)
     if (file == INVALID_HANDLE_VALUE) {
         const DWORD error = GetLastError();
         return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ? FileState::Missing
-                                                                               : FileState::Refused;
+                                                                              : FileState::Refused;
     }
     std::vector<BYTE> sealed(MaxFileSize);
     DWORD size = 0;

@@ -1,7 +1,6 @@
 #include "gui/platform/SystemProxy.h"
 
 #include <atomic>
-#include <cstdio>
 #include <string_view>
 
 #include <windows.h>
@@ -39,11 +38,20 @@ std::string take(wchar_t *text)
     return result;
 }
 
-template<typename Function>
+template <typename Function>
 bool resolve(HMODULE library, const char *name, Function &function)
 {
     function = reinterpret_cast<Function>(reinterpret_cast<void *>(GetProcAddress(library, name)));
     return function != nullptr;
+}
+
+template <typename Function>
+bool resolveOrReport(HMODULE library, const char *name, Function &function, Report report)
+{
+    if (resolve(library, name, function))
+        return true;
+    report(0, (std::string("cannot get procedure address ") + name + " !").c_str());
+    return false;
 }
 
 struct WinHttp
@@ -62,18 +70,13 @@ struct WinHttp
             report(0, "cannot load library Winhttp.dll! this system is not supported it!");
             return;
         }
-        const auto fails = [report](const char *name) {
-            report(0, (std::string("cannot get procedure address ") + name + " !").c_str());
-        };
-        if (!resolve(library, "WinHttpGetIEProxyConfigForCurrentUser", getSettings))
-            return fails("WinHttpGetIEProxyConfigForCurrentUser");
-        if (!resolve(library, "WinHttpOpen", open))
-            return fails("WinHttpOpen");
-        if (!resolve(library, "WinHttpGetProxyForUrl", getProxyForUrl))
-            return fails("WinHttpGetProxyForUrl");
+        isLoaded = resolveOrReport(library, "WinHttpGetIEProxyConfigForCurrentUser", getSettings, report)
+                   && resolveOrReport(library, "WinHttpOpen", open, report)
+                   && resolveOrReport(library, "WinHttpGetProxyForUrl", getProxyForUrl, report);
+        if (!isLoaded)
+            return;
         resolve(library, "WinHttpSetTimeouts", setTimeouts);
         resolve(library, "WinHttpCloseHandle", close);
-        isLoaded = true;
         report(2, "WINHTTP functions was loaded!");
     }
 };
@@ -84,11 +87,9 @@ const WinHttp &winHttp(Report report)
     return functions;
 }
 
-void reportError(Report report, const char *format, DWORD error)
+void reportError(Report report, const char *what, DWORD error)
 {
-    char text[128];
-    std::snprintf(text, sizeof text, format, int(error));
-    report(0, text);
+    report(0, (what + std::to_string(int(error))).c_str());
 }
 
 } // namespace
@@ -118,10 +119,10 @@ bool SystemProxyQuery::Private::fromScript(const std::string &url, const std::st
     const WinHttp &http = winHttp(report);
     if (isCancelled)
         return false;
-    const HINTERNET session = http.open(L"get auto proxy", WINHTTP_ACCESS_TYPE_NO_PROXY, WINHTTP_NO_PROXY_NAME,
-                                        WINHTTP_NO_PROXY_BYPASS, 0);
+    const HINTERNET session = http.open(L"get auto proxy", WINHTTP_ACCESS_TYPE_NO_PROXY,
+                                        WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS, 0);
     if (session && http.setTimeouts)
-        http.setTimeouts(session, limit, limit, limit, limit);
+        http.setTimeouts(session, limit, limit, limit, limit); // not all versions heed it here
 
     const std::wstring address = wide(url);
     const std::wstring script = wide(scriptUrl);
@@ -146,7 +147,7 @@ bool SystemProxyQuery::Private::fromScript(const std::string &url, const std::st
     const std::string list = take(info.lpszProxy);
     take(info.lpszProxyBypass);
     if (!isFound) {
-        reportError(report, "WinHttpGetProxyForUrl returns error %d", error);
+        reportError(report, "WinHttpGetProxyForUrl returns error ", error);
         return false;
     }
     // A script that says "direct" gives no list.
@@ -159,7 +160,7 @@ bool SystemProxyQuery::Private::fromSettings(const std::string &url, bool isHttp
 {
     WINHTTP_CURRENT_USER_IE_PROXY_CONFIG config{};
     if (!winHttp(report).getSettings(&config)) {
-        reportError(report, "can not get IE settings by reason error %d", GetLastError());
+        reportError(report, "can not get IE settings by reason error ", GetLastError());
         return false;
     }
     const std::string script = take(config.lpszAutoConfigUrl);
@@ -183,7 +184,8 @@ bool SystemProxyQuery::isAvailable(Report report)
     return winHttp(report).isLoaded;
 }
 
-bool SystemProxyQuery::find(const std::string &url, const std::string &scriptUrl, int limit, ProxyAddress &result)
+bool SystemProxyQuery::find(const std::string &url, const std::string &scriptUrl, int limit,
+                            ProxyAddress &result)
 {
     if (!isAvailable(d->report))
         return false;

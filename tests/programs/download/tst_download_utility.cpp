@@ -1,5 +1,5 @@
-#include "programs/download_utility/CommandLine.h"
 #include "gui/tasks/FileName.h"
+#include "programs/download_utility/CommandLine.h"
 #include "programs/download_utility/ResponseHead.h"
 #include "programs/download_utility/Sidecar.h"
 #include "tests/programs/download/FaultServer.h"
