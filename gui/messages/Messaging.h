@@ -32,8 +32,12 @@ class KOVGUI_EXPORT MessageDetails
 {
 public:
     MessageDetails() = default;
-    MessageDetails(const QString &text) : m_text(text) {}
-    MessageDetails(const CSlotInfo &action) : m_action(action) {}
+    MessageDetails(const QString &text)
+        : m_text(text)
+    { }
+    MessageDetails(const CSlotInfo &action)
+        : m_action(action)
+    { }
 
     QString text() const { return m_text; }
     CSlotInfo action() const { return m_action; }

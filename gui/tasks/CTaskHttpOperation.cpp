@@ -23,7 +23,9 @@ namespace {
 
 constexpr int OperationTimeout = 60000;
 /// A server's error page in the log: enough to see what it is.
-constexpr qint64 LoggedBodySize = 2048;
+constexpr int LoggedBodySize = 2048;
+const QByteArray acceptEncoding("Accept-Encoding");
+const QByteArray identity("identity");
 
 KOV_RESULT resultOf(QNetworkReply::NetworkError error)
 {
@@ -58,9 +60,10 @@ public:
     }
 
     bool openFile();
-    bool writeBody(QNetworkReply &reply);
-    void logError(QNetworkReply &reply) const;
-    void refuseLargeBody(QNetworkReply &reply);
+    bool isReadable(const QNetworkReply &finished) const;
+    bool writeBody();
+    void logError(const QNetworkReply &finished) const;
+    void takeBody(QNetworkReply &growing);
     void runParser();
 
     HttpManager *manager = nullptr;
@@ -73,6 +76,8 @@ public:
     QPointer<QNetworkReply> pending;
     QPointer<QNetworkReply> reply;
     QByteArray body;
+    QByteArray response;
+    bool isPlainWanted = false;
     bool isTooLarge = false;
 };
 
@@ -85,31 +90,41 @@ bool CTaskHttpOperation::Private::openFile()
     return file->open(QIODevice::ReadWrite | QIODevice::NewOnly);
 }
 
-bool CTaskHttpOperation::Private::writeBody(QNetworkReply &finished)
+bool CTaskHttpOperation::Private::isReadable(const QNetworkReply &finished) const
 {
-    const QByteArray content = finished.readAll();
-    if (file->write(content) == content.size() && file->flush())
+    const QByteArray encoding = finished.rawHeader("Content-Encoding");
+    if (!isPlainWanted || encoding.isEmpty() || encoding.compare(identity, Qt::CaseInsensitive) == 0)
+        return true;
+    KOV_LOG(0, "(!)Error: the response is compressed (%s), which was not asked for. Url: %s",
+            logText(encoding).constData(), maskedUrl().constData());
+    return false;
+}
+
+bool CTaskHttpOperation::Private::writeBody()
+{
+    if (file->write(response) == response.size() && file->flush())
         return true;
     KOV_LOG(0, "(!)Error: failed to write file %s: %s", logText(file->fileName()).constData(),
             logText(file->errorString()).constData());
     return false;
 }
 
-void CTaskHttpOperation::Private::logError(QNetworkReply &finished) const
+void CTaskHttpOperation::Private::logError(const QNetworkReply &finished) const
 {
-    const QByteArray content = finished.read(LoggedBodySize);
-    finished.readAll();
     KOV_LOG(0, "(!)Http error: %d(%s). Url: %s. Error string: %s", int(finished.error()),
             masked(finished.errorString()).constData(), maskedUrl().constData(),
-            masked(QString::fromUtf8(content)).constData());
+            masked(QString::fromUtf8(response.left(LoggedBodySize))).constData());
 }
 
-void CTaskHttpOperation::Private::refuseLargeBody(QNetworkReply &growing)
+void CTaskHttpOperation::Private::takeBody(QNetworkReply &growing)
 {
-    // Nothing is read before the end, so all that was decompressed so far stands in the reply.
-    if (isTooLarge || growing.bytesAvailable() <= MaximumBodySize)
+    if (isTooLarge)
+        return;
+    response += growing.readAll();
+    if (response.size() <= MaximumBodySize)
         return;
     isTooLarge = true;
+    response.clear();
     KOV_LOG(0, "(!)Error: the response is larger than %lld bytes. Url: %s", MaximumBodySize,
             maskedUrl().constData());
     growing.abort();
@@ -134,6 +149,10 @@ CTaskHttpOperation::CTaskHttpOperation(const QNetworkRequest &request,
     d->manager->setParent(this);
     d->manager->setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
     d->request = request;
+    // The toolkit decompresses without a limit: a few megabytes become gigabytes before anybody can look.
+    d->isPlainWanted = !request.hasRawHeader(acceptEncoding);
+    if (d->isPlainWanted)
+        d->request.setRawHeader(acceptEncoding, identity);
     d->operation = operation;
     d->file = new QFile(filePath, this);
     d->parser = parser;
@@ -228,9 +247,9 @@ KOV_RESULT CTaskHttpOperation::executeHttpOperation()
         return KOV_ERR_FAILURE;
     }
     d->pending = posted;
-    // The buffer bounds what arrives while this thread is busy; one byte more than allowed tells it is full.
-    posted->setReadBufferSize(MaximumBodySize + 1);
-    connect(posted, &QNetworkReply::readyRead, this, [this, posted] { d->refuseLargeBody(*posted); });
+    // Bounds what arrives while this thread is busy.
+    posted->setReadBufferSize(MaximumBodySize);
+    connect(posted, &QNetworkReply::readyRead, this, [this, posted] { d->takeBody(*posted); });
     setWaitForSubTaskCompletion();
     d->timer->start();
     return KOV_SUCCESS;
@@ -259,7 +278,7 @@ void CTaskHttpOperation::onHttpOperationFinished(QNetworkReply *reply)
     d->reply = reply;
     d->pending = nullptr;
     d->timer->stop();
-    d->refuseLargeBody(*reply);
+    d->takeBody(*reply);
     if (d->isTooLarge) {
         subTaskCompleted(KOV_ERR_FAILURE);
         return;
@@ -269,7 +288,8 @@ void CTaskHttpOperation::onHttpOperationFinished(QNetworkReply *reply)
         subTaskCompleted(resultOf(reply->error()));
         return;
     }
-    subTaskCompleted(d->writeBody(*reply) ? KOV_SUCCESS : KOV_ERR_FAILURE);
+    const bool isWritten = d->isReadable(*reply) && d->writeBody();
+    subTaskCompleted(isWritten ? KOV_SUCCESS : KOV_ERR_FAILURE);
 }
 
 void CTaskHttpOperation::onSslErrors(QNetworkReply *reply, const QList<QSslError> &errors)

@@ -21,10 +21,11 @@ class QSslError;
  * Results: KOV_SUCCESS; KOV_ERR_PROXY_AUTHENTICATION_REQUIRED; KOV_ERR_SERVER_AUTHENTICATION_REQUIRED;
  * KOV_ERR_FAILURE for anything else, the reason in the log: an invalid URL, a file that cannot be written, an
  * operation other than HEAD, GET and POST, an error of the network or the server (HTTP codes from 400 on), no
- * complete response within 60 seconds, a body of more than MaximumBodySize bytes.
+ * complete response within 60 seconds, a body of more than MaximumBodySize bytes, a compressed body.
  *
- * Redirects are not followed unless the request asks for it by its attribute. No header is added: the request
- * carries what it needs. Log records and error texts hold URLs in their masked form only
+ * Redirects are not followed unless the request asks for it by its attribute. The request carries the headers
+ * that it needs; the one that is added is "Accept-Encoding: identity". A request with that header of its own
+ * gets its body as the server sent it: nothing is decompressed, so nothing grows beyond what was received. Log records and error texts hold URLs in their masked form only
  * (WebUtils::maskedUrl()).
  *
  * When the request fails, or the task is terminated or deleted while it runs, its file is removed, also a
@@ -47,8 +48,8 @@ public:
     };
     Q_ENUM(ParserOwnershipPolicy)
 
-    /// The most bytes that a body may have, counted after decompression: 16 MiB. A larger one ends the task
-    /// when the limit is passed; nothing of it is kept.
+    /// The most bytes that a body may have: 16 MiB. A larger one ends the task when the limit is passed; nothing
+    /// of it is kept.
     static constexpr qint64 MaximumBodySize = 16 * 1024 * 1024;
 
     /**

@@ -14,7 +14,8 @@ bool isForgivable(const QSslError &error, const QString &host)
     if (error.error() != QSslError::HostNameMismatch || !host.endsWith(makerDomainSuffix()))
         return false;
     const QStringList names = error.certificate().subjectInfo(QSslCertificate::CommonName);
-    return !names.isEmpty() && names.last() == makerDomainSuffix();
+    // The toolkit lists the entries of one kind from the last one of the subject to the first.
+    return !names.isEmpty() && names.first() == makerDomainSuffix();
 }
 
 } // namespace SslRule

@@ -7,8 +7,6 @@
 #include <QSysInfo>
 #include <QUrlQuery>
 
-#include <algorithm>
-
 namespace {
 
 using Keys = std::initializer_list<QLatin1String>;
@@ -27,38 +25,32 @@ QString encoded(const QString &text)
     return QString::fromLatin1(QUrl::toPercentEncoding(text));
 }
 
-bool isSecretKey(const QString &key)
-{
-    return isOneOf(key, {QLatin1String("Password"), QLatin1String("NewPassword")});
-}
-
 /// A value as it stands in the query, masked where its key says so.
 QString maskedValue(const QString &key, const QString &value)
 {
     const QString plainKey = QUrl::fromPercentEncoding(key.toUtf8());
-    if (isSecretKey(plainKey))
+    if (isOneOf(plainKey, {QLatin1String("Password"), QLatin1String("NewPassword")}))
         return QStringLiteral("xxx");
     if (isOneOf(plainKey, {QLatin1String("Name"), QLatin1String("Email"), QLatin1String("E-mail")}))
         return WebUtils::maskedEMail(QUrl::fromPercentEncoding(value.toUtf8()));
     return value;
 }
 
-/// Each in its encoded and its decoded form. Shorter ones hide nothing and would spoil every text.
-QStringList secretsOf(const QUrl &url)
+/// Replaces what the URL's masked form hides, in its encoded and its decoded form.
+void maskValues(QString &text, const QUrl &url)
 {
-    constexpr int shortestSecret = 3;
-    QStringList secrets;
+    // A shorter one hides nothing and would spoil every text.
+    constexpr int shortestValue = 3;
+    const auto mask = [&text](const QString &value, const QString &masked) {
+        if (value.size() >= shortestValue && value != masked)
+            text.replace(value, masked);
+    };
     for (auto format : {QUrl::FullyEncoded, QUrl::FullyDecoded}) {
-        secrets << url.password(format);
-        for (const auto &[key, value] : QUrlQuery(url).queryItems(format)) {
-            if (isSecretKey(QUrl::fromPercentEncoding(key.toUtf8())))
-                secrets << value;
-        }
+        mask(url.userName(format), QStringLiteral("***"));
+        mask(url.password(format), QStringLiteral("xxx"));
+        for (const auto &[key, value] : QUrlQuery(url).queryItems(format))
+            mask(value, maskedValue(key, value));
     }
-    secrets.erase(std::remove_if(secrets.begin(), secrets.end(),
-                                 [](const QString &secret) { return secret.size() < shortestSecret; }),
-                  secrets.end());
-    return secrets;
 }
 
 void maskOtherUrls(QString &text)
@@ -88,6 +80,8 @@ QString maskedEMail(const QString &address)
 
 QString maskedUrl(const QUrl &url)
 {
+    if (!url.isValid())
+        return QString();
     QUrl masked = url;
     masked.setUserInfo(QString());
     if (url.hasQuery()) {
@@ -110,8 +104,7 @@ QString withMaskedUrls(const QString &text, const QUrl &url)
         }
     }
     maskOtherUrls(result);
-    for (const QString &secret : secretsOf(url))
-        result.replace(secret, QStringLiteral("xxx"));
+    maskValues(result, url);
     return result;
 }
 

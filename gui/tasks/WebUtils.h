@@ -28,8 +28,8 @@ KOVGUI_EXPORT QString maskedUrl(const QUrl &url);
  * A foreign text, such as an error of the network layer or a server's page, with the URLs in it masked.
  *
  * @param url  the URL that the text is about: it is found in every spelling that the toolkit gives it, also
- * those that hold blanks, and its passwords (of three characters and more) wherever they stand. Other URLs are
- * found by their "scheme://" and end at a blank, a quote or an angle bracket.
+ * those that hold blanks, and the values that maskedUrl() hides in it (of three characters and more) wherever
+ * they stand. Other URLs are found by their "scheme://" and end at a blank, a quote or an angle bracket.
  */
 KOVGUI_EXPORT QString withMaskedUrls(const QString &text, const QUrl &url);
 

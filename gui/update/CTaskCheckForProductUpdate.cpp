@@ -2,6 +2,7 @@
 
 #include "abstract_task/CTaskManager.h"
 #include "gui/GUI.h"
+#include "gui/ImplementationRegistry_p.h"
 #include "gui/KovGui.h"
 #include "gui/help/Help.h"
 #include "gui/log/Log.h"
@@ -19,7 +20,6 @@
 #include <QApplication>
 #include <QFileInfo>
 #include <QIcon>
-#include <QLocale>
 #include <QPointer>
 #include <QTimer>
 
@@ -42,20 +42,9 @@ QString messageIssuer()
 
 CTaskCheckForProductUpdate *createRegistered(CTaskCheckForProductUpdate::Options options)
 {
-    const QMetaObject *metaObject = KovGui::staticMetaObjectHash().value(QString::fromLatin1(registryKey));
-    if (!metaObject) {
-        KOV_LOG_TAG(logTag, 0, "(!)Error: no class is registered for %s.", registryKey);
-        return nullptr;
-    }
-    QObject *object = metaObject->newInstance(Q_ARG(CTaskCheckForProductUpdate::Options, options));
-    auto *task = qobject_cast<CTaskCheckForProductUpdate *>(object);
-    if (!task) {
-        KOV_LOG_TAG(logTag, 0,
-                    "(!)Error: %s, registered for %s, cannot be created or does not derive from it.",
-                    metaObject->className(), registryKey);
-        delete object;
-    }
-    return task;
+    return static_cast<CTaskCheckForProductUpdate *>(
+        KovGui::createRegistered(registryKey, CTaskCheckForProductUpdate::staticMetaObject,
+                                 Q_ARG(CTaskCheckForProductUpdate::Options, options)));
 }
 
 CTaskCheckForProductUpdate *runningCheck()
@@ -234,9 +223,7 @@ void CTaskCheckForProductUpdate::bringToFront()
 
 void CTaskCheckForProductUpdate::onLearnMoreClicked()
 {
-    QString address = QStringLiteral(KOV_LEARN_MORE_URL);
-    address.replace(QLatin1String("@LOCALE@"), QLocale().name());
-    Help::openWebPage(QUrl(address));
+    Help::openWebPage(Help::localizedUrl(QStringLiteral(KOV_LEARN_MORE_URL)));
 }
 
 QList<int> CTaskCheckForProductUpdate::getDefaultSubTaskList() const

@@ -1,0 +1,192 @@
+#include "gui/KovGui.h"
+#include "gui/tasks/CCountryListModel.h"
+#include "gui/tasks/CIpGeoLocator.h"
+#include "gui/tasks/ProxyResult.h"
+#include "gui/tasks/UserInfo.h"
+#include "tests/support/KovTest.h"
+#include "tests/support/NginxServer.h"
+#include "tests/tasks/HttpFixture.h"
+
+#include <QComboBox>
+
+/// Nobody needs a proxy to reach this machine.
+class NoProxyTask : public CAbstractTask, public ProxyResult
+{
+    Q_OBJECT
+    Q_INTERFACES(ProxyResult)
+
+public:
+    Q_INVOKABLE explicit NoProxyTask(CTaskGenericId *id)
+        : CAbstractTask({}, id)
+    { }
+    QNetworkProxy proxy() const override { return QNetworkProxy::NoProxy; }
+};
+
+class tst_Geolocation : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        KovGui::init(KAM_CONSOLE);
+        KovGui::staticMetaObjectHash()[s("CTaskGetProxyInfo")] = &NoProxyTask::staticMetaObject;
+        QVERIFY(locator->url().endsWith(s("/geoip/generic")));
+        QVERIFY2(m_server.start(m_root.path()), qPrintable(m_server.errorString()));
+    }
+
+    void cleanup()
+    {
+        QLocale::setDefault(QLocale::c());
+        UserInfo::setPredefinedCountries({});
+    }
+
+    void answers_data()
+    {
+        QTest::addColumn<QByteArray>("page");
+        QTest::addColumn<int>("error");
+        QTest::addColumn<QString>("country");
+        QTest::addColumn<QByteArray>("record");
+        const auto row
+            = [](const char *name, const char *page, int error, const char *country, const char *record) {
+                  QTest::newRow(name)
+                      << QByteArray(page).replace("CH", "<Country>CH</Country><Subdivision>ZH</Subdivision>")
+                      << error << s(country) << QByteArray(record);
+              };
+        const char *failed = "IP Geolocation failed with error: Unknown error\n";
+        row("found", "<r><Result>0</Result>CH</r>", 0, "CH", "Country : CH\n");
+        row("server error", "<r><Result>-1</Result>CH</r>", 1, "CH", "with error: Server error\n");
+        row("parameter", "<r><Result>-2</Result></r>", 2, "", "with error: Invalid parameter\n");
+        row("debug value", "<r><Result>-3</Result></r>", 3, "", "with error: Invalid debug value\n");
+        row("other", "<r><Result>7</Result></r>", 4, "", failed);
+        row("captive portal", "<html>CH</html>", 4, "", failed);
+        row("captive portal of today", "<!doctype html><br>", 4, "", failed);
+        row("result in words", "<r><Result>fine</Result>CH</r>", 4, "", failed);
+        row("no page", "", 4, "", "IP Geolocation request failed with code: -2147483639\n");
+    }
+
+    void answers()
+    {
+        QFETCH(QByteArray, page);
+        QFETCH(QByteArray, record);
+        QFile file(m_root.filePath(s("generic")));
+        file.remove();
+        if (!page.isEmpty())
+            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(page) && file.flush());
+        RecordedLog log;
+        locator->setUrl(m_server.url(s("generic")));
+        QSignalSpy finished(locator, &CIpGeoLocator::finished);
+        locator->locate();
+        QCOMPARE(locator->state(), CIpGeoLocator::Locating);
+        QVERIFY(finished.wait());
+        QTEST(int(locator->error()), "error");
+        QTEST(locator->countryCode(), "country");
+        QCOMPARE(locator->regionCode().isEmpty(), locator->countryCode().isEmpty());
+        QCOMPARE(locator->state(), locator->error() ? CIpGeoLocator::LocationFailed : CIpGeoLocator::Located);
+        QVERIFY2(log.text().contains(record), log.text().constData());
+    }
+
+    void newQuestionReplacesTheOld()
+    {
+        QLocale::setDefault(QLocale(QLocale::German, QLocale::Austria));
+        RawServer silent;
+        RawServer answers(
+            "HTTP/1.1 200 OK\r\nContent-Length: 46\r\n\r\n<r><Result>0</Result><Country>SE</Country></r>");
+        RecordedLog log;
+        QSignalSpy finished(locator, &CIpGeoLocator::finished);
+        locator->setUrl(QString());
+        locator->locate();
+        QVERIFY(log.text().contains("Empty URL"));
+        locator->setUrl(silent.url());
+        locator->locate();
+        QTRY_VERIFY(!silent.received.isEmpty());
+        locator->setUrl(answers.url(s("geo")));
+        locator->locate();
+        // A view may ask again from the very slot that hears of the answer.
+        connect(locator, &CIpGeoLocator::finished, &silent, [&] {
+            if (answers.connections == 1)
+                locator->locate();
+        });
+        QTRY_COMPARE(finished.size(), 2);
+        QCOMPARE(answers.connections, 2);
+        QCOMPARE(silent.disconnections, 1);
+        QCOMPARE(locator->countryCode(), s("SE"));
+        QVERIFY(answers.received.startsWith("GET /geo?Product=")
+                && answers.received.contains("&Locale=de_AT HTTP"));
+    }
+
+    void countryNames_data()
+    {
+        QTest::addColumn<QString>("locale");
+        QTest::addColumn<QString>("code");
+        QTest::addColumn<QString>("name");
+        const auto row = [](const char *what, const char *locale, const char *code, const char *name) {
+            QTest::newRow(what) << s(locale) << s(code) << s(name);
+        };
+        row("common name", "en_US", "BO", "Bolivia");
+        row("the language's file serves its countries", "de_AT", "AT", "Österreich");
+        row("the country's file first", "zh_TW", "DE", "德國");
+        row("script", "sr_Latn_RS", "DE", "Nemačka");
+        row("no translation", "kea_CV", "DE", "Germany");
+    }
+
+    void countryNames()
+    {
+        QFETCH(QString, locale);
+        QFETCH(QString, code);
+        QLocale::setDefault(QLocale(locale));
+        QTEST(nameOf(code), "name");
+    }
+
+    void countriesWithoutThePackage()
+    {
+        const QByteArray before = qgetenv("XDG_DATA_DIRS");
+        qputenv("XDG_DATA_DIRS", m_root.path().toLocal8Bit());
+        RecordedLog log;
+        const QString name = nameOf(s("CH"));
+        const int count = UserInfo::countries().size();
+        before.isNull() ? qunsetenv("XDG_DATA_DIRS") : qputenv("XDG_DATA_DIRS", before);
+        QCOMPARE(name, s("Switzerland"));
+        QVERIFY(count > 200 && log.text().contains("(!)Warning: there is no country list"));
+    }
+
+    void countrySelector()
+    {
+        QLocale::setDefault(QLocale(QLocale::English));
+        RecordedLog log;
+        const int all = UserInfo::countries().size();
+        QVERIFY(all > 240);
+        QCOMPARE(CCountryListModel().rowCount(), 1 + all);
+        UserInfo::setPredefinedCountries({s("SE"), s("../x"), s("CH")});
+        QComboBox box;
+        auto *model = new CCountryListModel(&box);
+        box.setModel(model);
+        QVERIFY(log.text().contains("(!)Error: there is no country \"../x\""));
+        QCOMPARE(model->rowCount(), 4 + all);
+        QCOMPARE(box.itemText(0), UserInfo::selectRegionText());
+        QCOMPARE(box.itemData(1).toString(), s("separator"));
+        QCOMPARE(model->flags(model->index(1)), Qt::ItemFlags(Qt::NoItemFlags));
+        // Sorted as people do: Å stands among the letters A.
+        QVERIFY(box.findText(s("Åland Islands")) < box.findText(s("Algeria")));
+        QTest::keyClick(&box, Qt::Key_Down);
+        QCOMPARE(box.currentText(), s("Sweden"));
+        QCOMPARE(box.findData(s("CH")), 3);
+    }
+
+private:
+    static QString nameOf(const QString &code)
+    {
+        for (const UserInfo::Country &country : UserInfo::countries()) {
+            if (country.code == code)
+                return country.name;
+        }
+        return QString();
+    }
+
+    CIpGeoLocator *const locator = CIpGeoLocator::instance();
+    QTemporaryDir m_root;
+    NginxServer m_server;
+};
+
+KOV_TEST_MAIN(QApplication, tst_Geolocation)
+#include "tst_geolocation.moc"

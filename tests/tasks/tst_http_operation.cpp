@@ -1,0 +1,326 @@
+#include "gui/tasks/CHttpResponseParser.h"
+#include "gui/tasks/CTaskHttpOperation.h"
+#include "tests/support/KovTest.h"
+#include "tests/support/NginxServer.h"
+#include "tests/tasks/HttpFixture.h"
+
+#include <QNetworkProxy>
+#include <QNetworkReply>
+#include <QSslConfiguration>
+#include <QTimer>
+#include <csignal>
+#include <sys/resource.h>
+
+namespace {
+
+const unsigned Failure = unsigned(KOV_ERR_FAILURE);
+
+class Get : public CTaskHttpOperation
+{
+public:
+    explicit Get(const QString &url, const QString &file = QString(), CAbstractFileParser *parser = nullptr,
+                 ParserOwnershipPolicy policy = KeepParser)
+        : CTaskHttpOperation(QNetworkRequest(QUrl(url)), QNetworkAccessManager::GetOperation, file, nullptr,
+                             parser, policy, QByteArray())
+    { }
+};
+
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
+}
+
+} // namespace
+
+class tst_HttpOperation : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        write("page", "a page");
+        write("answer", "<r><Result>7</Result></r>");
+        write("broken-answer", "<r><x>");
+        write("full", QByteArray(int(CTaskHttpOperation::MaximumBodySize), 'x'));
+        write("large", QByteArray(int(CTaskHttpOperation::MaximumBodySize) + 1, 'x'));
+        const QString locations = s("gzip_min_length 1; gzip_types *;"
+                                    "location = /small { gzip on; alias %1/page; }"
+                                    "location = /packed { add_header Content-Encoding gzip; alias %1/page; }"
+                                    "location = /moved { return 302 /page; }"
+                                    "location = /broken { return 500 'no, $request_uri'; }"
+                                    "location = /private { auth_basic x; auth_basic_user_file /dev/null; }");
+        QVERIFY2(m_server.start(m_root.path(), locations.arg(m_root.path())),
+                 qPrintable(m_server.errorString()));
+    }
+
+    void request_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<int>("operation");
+        QTest::addColumn<unsigned>("result");
+        QTest::addColumn<QByteArray>("expected"); // the beginning of the body, or a part of the log
+        const auto row = [](const char *name, const char *path, unsigned result, const char *expected,
+                            int operation = 2) {
+            QTest::newRow(name) << s(path) << operation << result << QByteArray(expected);
+        };
+        row("page", "page", 0, "a page");
+        row("head", "page", 0, "", QNetworkAccessManager::HeadOperation);
+        row("server that compresses on request", "small", 0, "a page");
+        row("server that compresses unasked", "packed", Failure,
+            "(!)Error: the response is compressed (gzip)");
+        row("as large as allowed", "full", 0, "xxxx");
+        row("one byte more", "large", Failure,
+            "(!)Error: the response is larger than 16777216 bytes. Url: http://127");
+        row("redirect is not followed", "moved", 0, "<html>\r\n<head><title>302");
+        row("missing", "missing", Failure, "(!)Http error: 203(Error transferring http://127");
+        row("page that repeats the request", "broken", Failure,
+            "Error string: no, /broken?Password=xxx&Email=j***@");
+        row("password wanted", "private", unsigned(KOV_ERR_SERVER_AUTHENTICATION_REQUIRED),
+            "(!)Http error: 204(");
+        row("unknown operation", "page", Failure, "Failed to post HTTP operation <3>",
+            QNetworkAccessManager::PutOperation);
+        row("invalid URL", "\\%", Failure, "(!)Error: ivalid URL: ");
+    }
+
+    void request()
+    {
+        QFETCH(QString, path);
+        QFETCH(int, operation);
+        QFETCH(unsigned, result);
+        QFETCH(QByteArray, expected);
+        QUrl url(m_server.url(path) + s("?Password=open-sesame&Email=john@h.example"));
+        url.setUserInfo(s("user-word:pass-sesame"));
+        if (path == s("\\%"))
+            url = QUrl(s("http://user-word:pass-sesame@h h/"));
+        const QString file = m_root.filePath(s("body"));
+        RecordedLog log;
+        CTaskHttpOperation task(QNetworkRequest(url), QNetworkAccessManager::Operation(operation), file,
+                                nullptr, nullptr, CTaskHttpOperation::KeepParser, QByteArray());
+        QCOMPARE(unsigned(resultOf(task)), result);
+        QCOMPARE(QFile::exists(file), result == 0);
+        QVERIFY2((result ? log.text().contains(expected) : contentOf(file).startsWith(expected)),
+                 log.text().constData());
+        QCOMPARE(log.text().contains("(!)"), result != 0 && !expected.startsWith("Failed"));
+        for (const char *secret : {"sesame", "user-word", "john@"})
+            QVERIFY2(!log.text().contains(secret), log.text().constData());
+    }
+
+    void misbehavingServer()
+    {
+        for (const char *answer :
+             {"", "220 mail.example\r\n", "HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nhalf",
+              "HTTP/1.1 404 No\r\nContent-Length: 19\r\n\r\nno\n01-01 forged line"}) {
+            RawServer server(answer, true);
+            RecordedLog log;
+            Get task(server.url());
+            QVERIFY2(resultOf(task) == KOV_ERR_FAILURE, answer);
+            QVERIFY(!log.text().contains("\n01-01"));
+        }
+    }
+
+    void endlessBody()
+    {
+        QFile file(m_root.filePath(s("endless")));
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(8LL << 30));
+        rusage before;
+        ::getrusage(RUSAGE_SELF, &before);
+        RecordedLog log;
+        Get task(m_server.url(s("endless")));
+        QSignalSpy finished(&task, &CAbstractTask::taskFinished);
+        task.execute();
+        QTRY_VERIFY(task.findChild<QNetworkReply *>());
+        // The window's thread is busy while bytes come in.
+        QThread::msleep(500);
+        QVERIFY(finished.wait(20000));
+        rusage after;
+        ::getrusage(RUSAGE_SELF, &after);
+        QVERIFY(log.text().contains("larger than 16777216 bytes"));
+        const long grown = (after.ru_maxrss - before.ru_maxrss) / 1024;
+        QVERIFY2(grown < 150, qPrintable(s("grown by %1 MiB").arg(grown)));
+    }
+
+    void certificates_data()
+    {
+        QTest::addColumn<QString>("subject");
+        QTest::addColumn<QString>("host"); // for which the certificate of "h.example" is used
+        QTest::addColumn<bool>("trusted");
+        QTest::addColumn<bool>("accepted");
+        QTest::addColumn<int>("forgiven");
+        const auto row = [](const char *name, const char *subject, const char *host, bool trusted,
+                            bool accepted, int forgiven) {
+            QTest::newRow(name) << s(subject) << s(host) << trusted << accepted << forgiven;
+        };
+        const char *maker = "/CN=.tessarine.example";
+        const char *host = "www.tessarine.example";
+        row("right", "/CN=h", "h.example", true, true, 0);
+        row("unknown authority", "/CN=h", "h.example", false, false, 0);
+        row("another host's", "/CN=h", "other.example", true, false, 0);
+        row("maker's for a host of its own", maker, host, true, true, 1);
+        row("the last of two names counts", "/CN=h/CN=.tessarine.example", host, true, true, 1);
+        row("not the first", "/CN=.tessarine.example/CN=h", host, true, false, 0);
+        row("no leading dot", "/CN=tessarine.example", host, true, false, 0);
+        row("maker's for a foreign host", maker, "www.tessarine.example.org", true, false, 0);
+        row("maker's of an unknown authority", maker, host, false, false, 1);
+    }
+
+    void certificates()
+    {
+        QFETCH(QString, subject);
+        QFETCH(QString, host);
+        QFETCH(bool, trusted);
+        QFETCH(bool, accepted);
+        QFETCH(int, forgiven);
+        NginxServer server;
+        QVERIFY(server.start(m_root.path(), m_authority.issue(subject, s("DNS:h.example")), s("ssl")));
+        TunnelProxy tunnel(server.port());
+        const QNetworkProxy proxy(QNetworkProxy::HttpProxy, s("127.0.0.1"), tunnel.serverPort());
+        QNetworkRequest request(QUrl(s("https://%1/page").arg(host)));
+        QSslConfiguration ssl = QSslConfiguration::defaultConfiguration();
+        ssl.setCaCertificates(QSslCertificate::fromData(trusted ? m_authority.certificate() : QByteArray()));
+        request.setSslConfiguration(ssl);
+        RecordedLog log;
+        CTaskHttpOperation task(request, QNetworkAccessManager::GetOperation, QString(), &proxy, nullptr,
+                                CTaskHttpOperation::KeepParser, QByteArray());
+        QCOMPARE(resultOf(task), accepted ? KOV_SUCCESS : KOV_ERR_FAILURE);
+        QCOMPARE(log.text().count("Force to ignore this error"), forgiven);
+        QCOMPARE(log.text().contains("(!)SSL error == "), forgiven > 0 || !accepted);
+    }
+
+    void fileInTheWay_data()
+    {
+        QTest::addColumn<QString>("command"); // run in an empty folder
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("content"); // empty: no file
+        QTest::newRow("file of an earlier run")
+            << s("echo a longer text > target") << s("page") << s("a page");
+        QTest::newRow("file of an earlier run, failure")
+            << s("echo old > target") << s("missing") << QString();
+        QTest::newRow("link to somebody's file")
+            << s("echo > other; ln -s other target") << s("page") << s("a page");
+        QTest::newRow("link into nothing") << s("ln -s other target") << s("page") << s("a page");
+        QTest::newRow("folder") << s("mkdir target") << s("page") << QString();
+        QTest::newRow("pipe") << s("mkfifo target") << s("page") << QString();
+    }
+
+    void fileInTheWay()
+    {
+        QFETCH(QString, command);
+        QFETCH(QString, path);
+        QFETCH(QString, content);
+        QTemporaryDir folder;
+        QCOMPARE(QProcess::execute(s("sh"), {s("-c"), s("cd %1; ").arg(folder.path()) + command}), 0);
+        const QFileInfo target(folder.filePath(s("target")));
+        const bool isKept = !target.isFile() && target.exists();
+        RecordedLog log;
+        Get task(m_server.url(path), target.filePath());
+        QCOMPARE(resultOf(task), content.isEmpty() ? KOV_ERR_FAILURE : KOV_SUCCESS);
+        QCOMPARE(QFile::exists(target.filePath()), isKept || !content.isEmpty());
+        QCOMPARE(log.text().contains("(!)Error: failed to open temporary file "), isKept);
+        if (!content.isEmpty())
+            QCOMPARE(contentOf(target.filePath()), content.toUtf8());
+        QVERIFY(QFileInfo(folder.filePath(s("other"))).size() <= 1);
+    }
+
+    void fullDisk()
+    {
+        rlimit before;
+        ::getrlimit(RLIMIT_FSIZE, &before);
+        const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit tiny{1000, before.rlim_max};
+        RecordedLog log;
+        Get task(m_server.url(s("full")), m_root.filePath(s("cut")));
+        ::setrlimit(RLIMIT_FSIZE, &tiny);
+        const KOV_RESULT result = resultOf(task);
+        ::setrlimit(RLIMIT_FSIZE, &before);
+        std::signal(SIGXFSZ, handler);
+        QCOMPARE(result, KOV_ERR_FAILURE);
+        QVERIFY(log.text().contains("(!)Error: failed to write file")
+                && !QFile::exists(m_root.filePath(s("cut"))));
+    }
+
+    void parser()
+    {
+        RecordedLog log;
+        CHttpResponseParser good;
+        CHttpResponseParser bad;
+        CHttpResponseParser unused;
+        QPointer<CHttpResponseParser> deleted = new CHttpResponseParser;
+        auto task = std::make_unique<Get>(m_server.url(s("answer")), QString(), &good);
+        Get broken(m_server.url(s("broken-answer")), QString(), &bad);
+        Get failing(m_server.url(s("missing")), QString(), &unused);
+        Get owner(m_server.url(s("answer")), QString(), deleted, CTaskHttpOperation::DeleteParser);
+        QCOMPARE(resultOf(*task), KOV_SUCCESS);
+        QCOMPARE(good.data(), QVariant(7));
+        QVERIFY(QFile::exists(good.filePath()));
+        task.reset();
+        QVERIFY(!QFile::exists(good.filePath()));
+        QCOMPARE(resultOf(broken), KOV_SUCCESS);
+        QVERIFY(log.text().contains("(!)Error: failed to parse file " + bad.filePath().toUtf8()
+                                    + ". ErrCode: 3"));
+        QCOMPARE(resultOf(failing), KOV_ERR_FAILURE);
+        QCOMPARE(unused.errCode(), 0);
+        QCOMPARE(resultOf(owner), KOV_SUCCESS);
+        QVERIFY(!deleted && !owner.parser());
+    }
+
+    void timeOut()
+    {
+        RawServer silent;
+        RecordedLog log;
+        Get task(silent.url(s("?NewPassword=sesame")));
+        QSignalSpy finished(&task, &CAbstractTask::taskFinished);
+        auto *timer = task.findChild<QTimer *>(s("operationTimeout"));
+        const auto userIsTyping = [&task](bool typing) {
+            QVERIFY(QMetaObject::invokeMethod(&task, "onWaitingProxyAuthInput", Q_ARG(bool, typing)));
+        };
+        userIsTyping(false);
+        QVERIFY(!timer->isActive());
+
+        task.execute();
+        QTRY_VERIFY(!silent.received.isEmpty());
+        QVERIFY(timer->isActive() && timer->isSingleShot());
+        QCOMPARE(timer->interval(), 60000);
+        userIsTyping(true);
+        QVERIFY(!timer->isActive());
+        userIsTyping(false);
+        QVERIFY(timer->isActive() && timer->remainingTime() > 50000);
+
+        timer->start(0);
+        QVERIFY(finished.wait());
+        QCOMPARE(task.getResult(), KOV_ERR_FAILURE);
+        QVERIFY(log.text().contains("(!)Http error: Internal timeout. Url: "
+                                    + silent.url(s("?NewPassword=xxx")).toUtf8()));
+        QTRY_COMPARE(silent.disconnections, 1);
+        userIsTyping(false);
+        QVERIFY(!timer->isActive());
+    }
+
+    void endOfTheTaskEndsTheTransfer()
+    {
+        const QString file = m_root.filePath(s("half"));
+        RawServer slow("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nhalf");
+        auto deleted = std::make_unique<Get>(slow.url(), file);
+        deleted->execute();
+        QTRY_VERIFY(!slow.received.isEmpty());
+        QVERIFY(QFile::exists(file));
+        deleted.reset();
+        QTRY_COMPARE(slow.disconnections, 1);
+        QVERIFY(!QFile::exists(file));
+    }
+
+private:
+    void write(const char *name, const QByteArray &content)
+    {
+        QFile file(m_root.filePath(s(name)));
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
+    }
+
+    QTemporaryDir m_root;
+    NginxServer m_server;
+    TestAuthority m_authority;
+};
+
+KOV_TEST_MAIN(QCoreApplication, tst_HttpOperation)
+#include "tst_http_operation.moc"
