@@ -141,7 +141,7 @@ bool CSlotInfo::invokeWith(const QVector<Argument> &arguments, bool *answer) con
     }
 
     const bool sameThread = receiver->thread() == QThread::currentThread();
-    if (answer && (!sameThread || method.returnType() != QMetaType::Bool))
+    if (answer != nullptr && (!sameThread || method.returnType() != QMetaType::Bool))
         return refuse("it gives no answer");
     const QGenericReturnArgument result
         = answer ? QGenericReturnArgument("bool", answer) : QGenericReturnArgument();

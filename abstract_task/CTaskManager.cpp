@@ -181,7 +181,7 @@ CAbstractTask *CTaskManager::runTask(CTaskGenericId *id, const CSlotInfo &onFini
             meta->className());
         return fail(onFinished);
     }
-    given.release();
+    static_cast<void>(given.release()); // the task has taken it over
     task->d->managed = true;
     task->d->callbacks.append(onFinished);
     d->owned.append(task->d->ownedLink);

@@ -2,20 +2,19 @@
 #
 # A Qt Test program, run without a display unless NATIVE asks for a real window system: then it runs under a
 # private Xvfb with a window manager. A warning that the test did not announce with QTest::ignoreMessage fails it.
+#
+# kov_add_test_run(NAME x TARGET tst_x LABELS ... [NATIVE] [TIMEOUT s] [ENVIRONMENT A=b ...])
+#
+# One more run of a test program, in another environment.
 find_package(Qt5 5.15 REQUIRED COMPONENTS Test)
 
-function(kov_add_test)
-    cmake_parse_arguments(ARG "NATIVE" "NAME;TIMEOUT" "SOURCES;LIBS;LABELS;ENVIRONMENT" ${ARGN})
-    add_executable(${ARG_NAME} ${ARG_SOURCES})
-    target_link_libraries(${ARG_NAME} PRIVATE ${ARG_LIBS} Qt5::Test)
-    if("KovGui" IN_LIST ARG_LIBS)
-        target_compile_definitions(${ARG_NAME} PRIVATE KOV_TEST_HAS_LOG)
-    endif()
+function(kov_add_test_run)
+    cmake_parse_arguments(ARG "NATIVE" "NAME;TARGET;TIMEOUT" "LABELS;ENVIRONMENT" ${ARGN})
     set(platform offscreen)
-    set(command $<TARGET_FILE:${ARG_NAME}>)
+    set(command $<TARGET_FILE:${ARG_TARGET}>)
     if(ARG_NATIVE)
         set(platform xcb)
-        set(command ${CMAKE_SOURCE_DIR}/tests/support/with-display $<TARGET_FILE:${ARG_NAME}>)
+        set(command ${CMAKE_SOURCE_DIR}/tests/support/with-display $<TARGET_FILE:${ARG_TARGET}>)
         list(APPEND ARG_LABELS native)
     endif()
     add_test(NAME ${ARG_NAME} COMMAND ${command})
@@ -27,4 +26,22 @@ function(kov_add_test)
         TIMEOUT ${ARG_TIMEOUT}
         FAIL_REGULAR_EXPRESSION "QWARN  :;QCRITICAL:;QSYSTEM :"
         ENVIRONMENT "QT_QPA_PLATFORM=${platform};QT_QUICK_BACKEND=software;LANG=C.UTF-8;${ARG_ENVIRONMENT}")
+endfunction()
+
+function(kov_add_test)
+    cmake_parse_arguments(ARG "NATIVE" "NAME;TIMEOUT" "SOURCES;LIBS;LABELS;ENVIRONMENT" ${ARGN})
+    add_executable(${ARG_NAME} ${ARG_SOURCES})
+    target_link_libraries(${ARG_NAME} PRIVATE ${ARG_LIBS} Qt5::Test)
+    if("KovGui" IN_LIST ARG_LIBS)
+        target_compile_definitions(${ARG_NAME} PRIVATE KOV_TEST_HAS_LOG)
+    endif()
+    set(native)
+    if(ARG_NATIVE)
+        set(native NATIVE)
+    endif()
+    if(NOT ARG_TIMEOUT)
+        set(ARG_TIMEOUT 120)
+    endif()
+    kov_add_test_run(NAME ${ARG_NAME} TARGET ${ARG_NAME} TIMEOUT ${ARG_TIMEOUT} LABELS ${ARG_LABELS}
+        ENVIRONMENT ${ARG_ENVIRONMENT} ${native})
 endfunction()

@@ -8,6 +8,7 @@
 #include "gui/messages/CMessageDataProvider.h"
 #include "gui/messages/CMessageProcessor.h"
 #include "gui/messages/CSearchParentHelper.h"
+#include "gui/tasks/CTaskGetProxyInfo.h"
 #include "gui/update/CTaskCheckForProductUpdate.h"
 #include "gui/update/UpdateTypes_p.h"
 #include "kov_sdk/KovSdk.h"
@@ -84,6 +85,7 @@ void enter()
 
 void fillRegistry()
 {
+    enter<CTaskGetProxyInfo>();
     enter<CMessageDataProvider>();
     enter<CMessageBoxBuilder>();
     enter<CSearchParentHelper>();

@@ -49,9 +49,9 @@ KOV_RESULT Catalogue::load(const QString &path)
     // A pipe or a device would never come to an end.
     const QFileInfo info(path);
     QFile file(path);
-    if (!info.exists() || !info.isFile() || !file.open(QIODevice::ReadOnly)) {
-        logRefusal(path, info.exists() && !info.isFile() ? QStringLiteral("not a regular file")
-                                                         : file.errorString());
+    const bool isOther = info.exists() && !info.isFile();
+    if (isOther || !file.open(QIODevice::ReadOnly)) {
+        logRefusal(path, isOther ? QStringLiteral("not a regular file") : file.errorString());
         return KOV_ERR_NO_DATA;
     }
     CatalogueReader reader;

@@ -64,7 +64,7 @@ QString complaint(const QString &text)
         const int end = text.indexOf(QLatin1Char('>'), index);
         if (end < 0)
             return QStringLiteral("'<' opens no tag; write &lt;");
-        const QString wrongTag = tagComplaint(text.mid(index, end - index + 1), open);
+        QString wrongTag = tagComplaint(text.mid(index, end - index + 1), open);
         if (!wrongTag.isEmpty())
             return wrongTag;
         index = end;

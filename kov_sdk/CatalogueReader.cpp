@@ -110,7 +110,7 @@ bool CatalogueReader::read(const QByteArray &file)
     if (!messages.isArray())
         return refuse(QStringLiteral("messages"), QStringLiteral("must be an array"));
     int index = 0;
-    for (const QJsonValue &message : messages.toArray()) {
+    for (const QJsonValue message : messages.toArray()) {
         if (!readMessage(message, QStringLiteral("messages[%1]").arg(index++)))
             return false;
     }

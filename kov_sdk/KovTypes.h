@@ -35,6 +35,8 @@ typedef int32_t KOV_RESULT;
 #define KOV_ERR_UPDATER_FAILED KOV_RESULT_CODE(0x80015210u)
 /** Informational: no update is available. */
 #define KOV_NO_UPDATE_AVAILABLE KOV_RESULT_CODE(15282)
+/** Informational: there is no proxy that could be asked for credentials. */
+#define KOV_NO_PROXY_TO_ASK KOV_RESULT_CODE(15354)
 /** A question: no connection to the update server, try again? */
 #define KOV_QUESTION_NO_CONNECTION KOV_RESULT_CODE(15403)
 /** A question: a newer version was found (its version is %1), install it or the current package? */

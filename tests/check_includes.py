@@ -28,6 +28,7 @@ ALLOWED = {
     # The frame fills the implementation registry, so it names the classes of every folder.
     'gui': FRAME + ['gui/help', 'gui/window', 'gui/messages', 'gui/tasks', 'gui/update'],
     'programs/updater': ['gui/update/catalogue', 'gui/KovVersion.h'],
+    'programs/download_utility': ['gui/tasks/FileName.h'],
     'examples/console': FRAME + ['gui'],
     'tests': FRAME + ['gui', 'programs'],
     'benchmarks': FRAME + ['gui'],

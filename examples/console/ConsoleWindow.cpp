@@ -2,6 +2,7 @@
 
 #include "examples/console/LogPage.h"
 #include "examples/console/MessagesPage.h"
+#include "examples/console/NetworkPage.h"
 #include "examples/console/TasksPage.h"
 #include "examples/console/UpdatesPage.h"
 #include "gui/KovGui.h"
@@ -26,6 +27,7 @@ ConsoleWindow::ConsoleWindow(QWidget *parent)
     m_pages = new QStackedWidget(content);
 
     addPage(tr("Product Update"), m_updates = new UpdatesPage(m_pages));
+    addPage(tr("Network"), m_network = new NetworkPage(m_updates->site(), m_pages));
     addPage(tr("Messages"), m_messages = new MessagesPage(m_pages));
     addPage(tr("Tasks"), m_tasks = new TasksPage(m_pages));
     addPage(tr("Log"), m_log = new LogPage(m_pages));

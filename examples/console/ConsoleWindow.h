@@ -4,6 +4,7 @@
 
 class LogPage;
 class MessagesPage;
+class NetworkPage;
 class QListWidget;
 class QStackedWidget;
 class TasksPage;
@@ -18,6 +19,7 @@ public:
     explicit ConsoleWindow(QWidget *parent = nullptr);
 
     UpdatesPage *updates() const { return m_updates; }
+    NetworkPage *network() const { return m_network; }
     MessagesPage *messages() const { return m_messages; }
     TasksPage *tasks() const { return m_tasks; }
     LogPage *log() const { return m_log; }
@@ -29,6 +31,7 @@ private:
     QListWidget *m_names = nullptr;
     QStackedWidget *m_pages = nullptr;
     UpdatesPage *m_updates = nullptr;
+    NetworkPage *m_network = nullptr;
     MessagesPage *m_messages = nullptr;
     TasksPage *m_tasks = nullptr;
     LogPage *m_log = nullptr;

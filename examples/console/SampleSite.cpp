@@ -1,28 +1,23 @@
 #include "examples/console/SampleSite.h"
 
+#include "examples/console/LoopbackServer.h"
 #include "gui/KovVersion.h"
 #include "gui/update/catalogue/CUpdates.h"
 
 #include <QCryptographicHash>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
-#include <QHostAddress>
 #include <QProcess>
-#include <QSaveFile>
-#include <QStandardPaths>
-#include <QTcpServer>
-#include <QTcpSocket>
-#include <QThread>
 
 namespace {
 
 constexpr int PackageBytes = 3 * 1024 * 1024;
+constexpr int FileBytes = 24 * 1024 * 1024;
 
-/// What stands for a package: bytes that are the same in every run.
-QByteArray packageBytes()
+/// What stands for packages and files: bytes that are the same in every run.
+QByteArray sampleBytes(int size)
 {
-    QByteArray bytes(PackageBytes, Qt::Uninitialized);
+    QByteArray bytes(size, Qt::Uninitialized);
     quint32 state = KOV_VERSION_BUILD;
     for (char &byte : bytes) {
         state = state * 1664525u + 1013904223u;
@@ -31,33 +26,14 @@ QByteArray packageBytes()
     return bytes;
 }
 
-bool save(const QString &path, const QByteArray &bytes)
-{
-    QSaveFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
-}
-
-quint16 freePort()
-{
-    QTcpServer server;
-    return server.listen(QHostAddress::LocalHost) ? server.serverPort() : 0;
-}
-
-QString nginxProgram()
-{
-    // Debian keeps servers out of an ordinary user's path.
-    return QStandardPaths::findExecutable(QStringLiteral("nginx"),
-                                          {QStringLiteral("/usr/sbin"), QStringLiteral("/usr/bin")});
-}
-
 } // namespace
 
 SampleSite::SampleSite(QObject *parent)
     : QObject(parent)
     , m_server(new QProcess(this))
 {
-    QDir(m_folder.path()).mkpath(QStringLiteral("site"));
-    m_port = freePort();
+    QDir(m_folder.path()).mkpath(QStringLiteral("site/files"));
+    m_port = LoopbackServer::freePort();
     connect(m_server, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), this,
             [this] { Q_EMIT runningChanged(false); });
 }
@@ -71,6 +47,38 @@ SampleSite::~SampleSite()
 QString SampleSite::path(const char *name) const
 {
     return m_folder.filePath(QString::fromLatin1(name));
+}
+
+bool SampleSite::writePages()
+{
+    const QByteArray file = sampleBytes(FileBytes);
+    m_fileMd5 = QString::fromLatin1(QCryptographicHash::hash(file, QCryptographicHash::Md5).toHex());
+    return LoopbackServer::save(path("site/files/tools.iso"), file)
+           && LoopbackServer::save(path("site/index.html"), "<p>This page comes from the sample site.</p>\n")
+           && LoopbackServer::save(path("site/country.xml"),
+                                   "<r><Result>0</Result><Country>CH</Country></r>\n");
+}
+
+QUrl SampleSite::urlOf(const char *path) const
+{
+    QUrl url = baseUrl();
+    url.setPath(QString::fromLatin1(path));
+    return url;
+}
+
+QUrl SampleSite::pageUrl() const
+{
+    return urlOf("/index.html");
+}
+
+QUrl SampleSite::fileUrl() const
+{
+    return urlOf("/files/tools.iso");
+}
+
+QUrl SampleSite::countryServiceUrl() const
+{
+    return urlOf("/country.xml");
 }
 
 QUrl SampleSite::baseUrl() const
@@ -100,38 +108,25 @@ bool SampleSite::writeConfiguration()
                          "    location ~ /tessarine_updates\\.xml$ {\n"
                          "      if (-f %1/slow) { set $limit_rate 200; }\n"
                          "      rewrite ^ /catalogue.xml break;\n    }\n"
+                         "    location /files/ { limit_rate 6m; }\n"
                          "  }\n}\n")
               .arg(m_folder.path(), QString::number(m_port));
-    return save(path("nginx.conf"), text.toUtf8());
-}
-
-bool SampleSite::waitUntilReady()
-{
-    QElapsedTimer clock;
-    clock.start();
-    while (isRunning() && clock.elapsed() < 5000) {
-        QTcpSocket socket;
-        socket.connectToHost(QHostAddress::LocalHost, m_port);
-        if (socket.waitForConnected(200))
-            return true;
-        m_server->waitForFinished(50);
-    }
-    return false;
+    return LoopbackServer::save(path("nginx.conf"), text.toUtf8());
 }
 
 bool SampleSite::start()
 {
     if (isRunning())
         return true;
-    const QString program = nginxProgram();
-    if (program.isEmpty() || !writeConfiguration()) {
+    const QString program = LoopbackServer::program("nginx");
+    if (program.isEmpty() || !writeConfiguration() || !writePages()) {
         m_errorText = program.isEmpty() ? tr("nginx is not installed; ./setup installs it.")
                                         : tr("The site's folder cannot be written.");
         return false;
     }
     m_server->start(program, {QStringLiteral("-c"), path("nginx.conf"), QStringLiteral("-p"), m_folder.path(),
                               QStringLiteral("-e"), QStringLiteral("stderr")});
-    if (!m_server->waitForStarted() || !waitUntilReady()) {
+    if (!m_server->waitForStarted() || !LoopbackServer::waitUntilReady(m_server, m_port)) {
         m_errorText
             = tr("nginx did not start: %1").arg(QString::fromLocal8Bit(m_server->readAllStandardError()));
         stop();
@@ -144,13 +139,7 @@ bool SampleSite::start()
 
 void SampleSite::stop()
 {
-    if (m_server->state() == QProcess::NotRunning)
-        return;
-    m_server->terminate();
-    if (!m_server->waitForFinished(3000)) {
-        m_server->kill();
-        m_server->waitForFinished(3000);
-    }
+    LoopbackServer::stop(m_server);
 }
 
 bool SampleSite::setCatalogue(Catalogue catalogue)
@@ -166,7 +155,7 @@ bool SampleSite::setCatalogue(Catalogue catalogue)
                                        .arg(version.subMinor)
                                        .arg(version.subSubMinor);
 
-    const QByteArray package = packageBytes();
+    const QByteArray package = sampleBytes(PackageBytes);
     const QString name
         = QStringLiteral("Tessarine-Console-%1.tar.gz")
               .arg(QString(version.stringRepresentation).replace(QLatin1Char('-'), QLatin1Char('.')));
@@ -199,10 +188,11 @@ bool SampleSite::setCatalogue(Catalogue catalogue)
         document.truncate(document.size() / 2);
     QDir(m_folder.path()).mkpath(QStringLiteral("site/packages"));
     if (catalogue == Catalogue::Slow)
-        save(path("slow"), QByteArray());
+        LoopbackServer::save(path("slow"), QByteArray());
     else
         QFile::remove(path("slow"));
-    if (save(path("site/packages/") + name, package) && save(path("site/catalogue.xml"), document))
+    if (LoopbackServer::save(path("site/packages/") + name, package)
+        && LoopbackServer::save(path("site/catalogue.xml"), document))
         return true;
     m_errorText = tr("The site's folder cannot be written.");
     return false;

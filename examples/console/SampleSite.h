@@ -35,17 +35,25 @@ public:
     bool setCatalogue(Catalogue catalogue);
     /// The address under which the catalogues of the product lines lie.
     QUrl baseUrl() const;
+    QUrl pageUrl() const;
+    /// A file that takes some seconds to arrive, and its MD5 as 32 hexadecimal digits.
+    QUrl fileUrl() const;
+    QString fileMd5() const { return m_fileMd5; }
+    /// Says that everybody is in Switzerland.
+    QUrl countryServiceUrl() const;
 
 Q_SIGNALS:
     void runningChanged(bool running);
 
 private:
     bool writeConfiguration();
-    bool waitUntilReady();
+    bool writePages();
+    QUrl urlOf(const char *path) const;
     QString path(const char *name) const;
 
     QTemporaryDir m_folder;
     QProcess *const m_server;
     quint16 m_port = 0;
+    QString m_fileMd5;
     QString m_errorText;
 };

@@ -48,6 +48,7 @@ void Tour::run()
 {
     waitFor([this] { return m_window->isActiveWindow(); }, 3000);
     updateSteps();
+    networkSteps();
     messageSteps();
     taskSteps();
     logSteps();

@@ -39,6 +39,7 @@ private:
     void updateSteps();
     void backgroundSteps();
     void updateStep(const char *name, int message, KOV_RESULT result);
+    void networkSteps();
     void logSteps();
 
     /// Calls the function on the GUI thread and returns what it returned.

@@ -117,7 +117,9 @@ void UpdatesPage::check(CTaskCheckForProductUpdate::Options options)
     // One check at a time: asking for it in the foreground brings the running one there.
     m_task = CTaskCheckForProductUpdate::start(options, joins ? CSlotInfo()
                                                               : CSlotInfo(this, "1onFinished(KOV_RESULT)"));
-    if (!joins)
+    if (!m_task)
+        report(tr("Updates are not looked for here; the log tells why."));
+    else if (!joins)
         report(m_task->isCheckInBackground() ? tr("Checking in the background…") : tr("Checking…"));
 }
 

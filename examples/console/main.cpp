@@ -12,7 +12,9 @@
 #include <QCommandLineParser>
 #include <QFile>
 #include <QTemporaryDir>
+#include <QTimer>
 
+#include <csignal>
 #include <cstdio>
 
 namespace {
@@ -47,6 +49,23 @@ bool loadMessages()
     // The catalogue is a file of the host's beside its program; a packaged host would install it.
     const QString path = QCoreApplication::applicationDirPath() + QStringLiteral("/console_messages.json");
     return KOV_SUCCEEDED(KovApi_LoadMessageCatalogue(path.toUtf8().constData()));
+}
+
+volatile std::sig_atomic_t endWanted = 0;
+
+/// Ctrl+C and a session that ends close the console as its window does: the sample site's server and folder go
+/// with it.
+void quitWhenSignalled(QApplication *application)
+{
+    for (const int signal : {SIGINT, SIGTERM})
+        std::signal(signal, [](int) { endWanted = 1; });
+    auto *timer = new QTimer(application);
+    timer->setObjectName(QStringLiteral("signalTimer"));
+    QObject::connect(timer, &QTimer::timeout, application, [] {
+        if (endWanted != 0)
+            QCoreApplication::quit();
+    });
+    timer->start(200);
 }
 
 } // namespace
@@ -87,8 +106,10 @@ int main(int argc, char *argv[])
 
     ConsoleWindow window;
     window.show();
-    if (!parser.isSet(tour))
+    if (!parser.isSet(tour)) {
+        quitWhenSignalled(&application);
         return application.exec();
+    }
 
     Tour walk(&window, parser.value(tour));
     QObject::connect(&walk, &QThread::finished, &application, &QCoreApplication::quit);

@@ -23,6 +23,23 @@ static int levelOf(QtMsgType type)
     }
 }
 
+/// Qt quotes addresses with the user in them, such as the key under which it keeps a proxy's credentials.
+static QString withoutUserInfo(QString message)
+{
+    const QLatin1String slashes("://");
+    for (int start = 0; (start = message.indexOf(slashes, start)) >= 0;) {
+        start += slashes.size();
+        int end = start;
+        while (end < message.size() && !message.at(end).isSpace()
+               && !QLatin1String("/?#'\"<>").contains(message.at(end)))
+            ++end;
+        const int user = message.leftRef(end).lastIndexOf(QLatin1Char('@'));
+        if (user >= start)
+            message.remove(start, user + 1 - start);
+    }
+    return message;
+}
+
 static void forward(QtMsgType type, const QMessageLogContext &origin, const QString &message)
 {
     const int level = levelOf(type);
@@ -36,7 +53,8 @@ static void forward(QtMsgType type, const QMessageLogContext &origin, const QStr
     context.file = origin.file;
     context.line = origin.line;
     context.function = origin.function;
-    logRecord(context, LogSourceToolkit | unsigned(level), "%s", logText(message).constData());
+    logRecord(context, LogSourceToolkit | unsigned(level), "%s",
+              logText(withoutUserInfo(message)).constData());
 }
 
 static void handle(QtMsgType type, const QMessageLogContext &origin, const QString &message)

@@ -4,6 +4,7 @@
 #include <QFontMetrics>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QScreen>
 #include <QVBoxLayout>
 
 namespace {
@@ -41,7 +42,8 @@ CDetailsDialog::CDetailsDialog(const QString &details, QWidget *parent, Qt::Wind
     layout->addWidget(text);
     layout->addWidget(buttons);
     const QFontMetrics metrics = text->fontMetrics();
-    resize(metrics.averageCharWidth() * InitialColumns, metrics.lineSpacing() * InitialLines);
+    const QSize wanted(metrics.averageCharWidth() * InitialColumns, metrics.lineSpacing() * InitialLines);
+    resize(wanted.boundedTo(screen()->availableGeometry().size() * 9 / 10));
 }
 
 CDetailsDialog::~CDetailsDialog() = default;

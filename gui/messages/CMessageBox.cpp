@@ -3,14 +3,13 @@
 #include "gui/log/Log.h"
 #include "gui/log/LogText.h"
 #include "gui/messages/CDetailsDialog.h"
+#include "gui/messages/MessageCountdown_p.h"
 #include "ui_CMessageBox.h"
 
 #include <QAccessible>
 #include <QApplication>
 #include <QPainter>
-#include <QRegularExpression>
 #include <QScreen>
-#include <QTimer>
 
 #include <array>
 
@@ -19,45 +18,10 @@ using Messaging::ButtonID;
 namespace {
 
 constexpr int AnswerCount = 3;
-constexpr qint64 DefaultCountdownSeconds = 60;
-constexpr int TickMilliseconds = 1000;
 /// The texts' width, in average characters: short ones keep the box in shape, long ones stay readable.
 constexpr int LeastColumns = 38;
 constexpr int MostColumns = 72;
 constexpr qreal SeparatorOpacity = 0.18;
-
-const QRegularExpression &countdownPattern()
-{
-    static const QRegularExpression pattern(QStringLiteral("@KOV_GUI_STD_SECONDS_TIMER/?(\\d+)?"));
-    return pattern;
-}
-
-bool holdsCountdown(const QString &text)
-{
-    return text.contains(QLatin1String("@KOV_GUI_STD_SECONDS_TIMER"));
-}
-
-/// The seconds that a text asks for, -1 when it names no number.
-qint64 countdownSeconds(const QString &text)
-{
-    if (!holdsCountdown(text))
-        return -1;
-    QRegularExpressionMatchIterator matches = countdownPattern().globalMatch(text);
-    while (matches.hasNext()) {
-        bool ok = false;
-        const qint64 seconds = matches.next().captured(1).toLongLong(&ok);
-        if (ok)
-            return seconds;
-    }
-    return -1;
-}
-
-QString withSeconds(QString text, qint64 seconds)
-{
-    if (holdsCountdown(text))
-        text.replace(countdownPattern(), QString::number(seconds));
-    return text;
-}
 
 QString asRichText(QString text)
 {
@@ -78,12 +42,6 @@ QUrl solutionUrl(QString address, const QString &problemId)
     return Help::localizedUrl(address);
 }
 
-bool isTouch(QEvent::Type type)
-{
-    return type == QEvent::KeyPress || type == QEvent::MouseButtonPress || type == QEvent::Wheel
-           || type == QEvent::TouchBegin;
-}
-
 } // namespace
 
 class CMessageBoxPrivate
@@ -91,6 +49,7 @@ class CMessageBoxPrivate
 public:
     explicit CMessageBoxPrivate(CMessageBox *box);
 
+    void textsChanged();
     void showTexts();
     void fitTexts();
     void shrinkToTexts();
@@ -107,10 +66,7 @@ public:
     void updateProblem();
     void viewChanged();
 
-    void checkCountdown();
-    void startCountdown();
-    void stopCountdown();
-    void tick();
+    void answerByItself();
 
     CMessageBox *const q;
     Ui::CMessageBox ui;
@@ -125,24 +81,20 @@ public:
     const QString supportPage = supportPageAddress();
     ButtonID defaultButton = Messaging::ButtonNone;
     CSlotInfo action;
-    bool stopsWhenTouched = false;
+    MessageCountdown *const countdown;
     QPointer<QWidget> view;
 
 private:
     QPushButton *makeButton(ButtonID id);
-    QString shown(const QString &text) const;
-    qint64 initialSeconds() const;
 
     std::array<QPushButton *, AnswerCount> m_buttons = {};
     int m_textWidth = 0;
     bool m_answering = false;
-    /// Null before the countdown has started.
-    QTimer *m_timer = nullptr;
-    qint64 m_remaining = 0;
 };
 
 CMessageBoxPrivate::CMessageBoxPrivate(CMessageBox *box)
     : q(box)
+    , countdown(new MessageCountdown(box))
 {
     ui.setupUi(box);
     ui.m_lblHelpMeSolve->setOptionsArea(ui.m_wSupportInfo);
@@ -155,17 +107,23 @@ CMessageBoxPrivate::CMessageBoxPrivate(CMessageBox *box)
                      [](const QString &link) { Help::openWebPage(QUrl(link)); });
     QObject::connect(ui.m_pbDetails, &QPushButton::clicked, box, [this] { openDetails(); });
     QObject::connect(ui.m_pbHelp, &QPushButton::clicked, box, [this] { Help::openTopic(helpTopic); });
+    QObject::connect(countdown, &MessageCountdown::ticked, box, [this] { showTexts(); });
+    QObject::connect(countdown, &MessageCountdown::ranOut, box, [this] { answerByItself(); });
 }
 
-QString CMessageBoxPrivate::shown(const QString &text) const
+void CMessageBoxPrivate::textsChanged()
 {
-    return asRichText(withSeconds(text, m_timer ? m_remaining : initialSeconds()));
+    countdown->setTexts(message, description);
+    showTexts();
+    // Not at every tick of a countdown, which a screen reader would read out.
+    if (q->isVisible())
+        q->setAccessibleDescription(plainText());
 }
 
 void CMessageBoxPrivate::showTexts()
 {
-    ui.m_txtMessage->setMessageText(shown(message));
-    ui.m_txtInfo->setMessageText(shown(description));
+    ui.m_txtMessage->setMessageText(asRichText(countdown->filled(message)));
+    ui.m_txtInfo->setMessageText(asRichText(countdown->filled(description)));
     ui.m_txtInfo->setVisible(!description.isEmpty());
     if (q->testAttribute(Qt::WA_WState_Polished))
         fitTexts();
@@ -333,57 +291,8 @@ void CMessageBoxPrivate::viewChanged()
     ui.m_wView->hide();
 }
 
-qint64 CMessageBoxPrivate::initialSeconds() const
+void CMessageBoxPrivate::answerByItself()
 {
-    for (const QString &text : {message, description}) {
-        const qint64 seconds = countdownSeconds(text);
-        if (seconds >= 0)
-            return seconds;
-    }
-    return DefaultCountdownSeconds;
-}
-
-void CMessageBoxPrivate::checkCountdown()
-{
-    const bool wanted = holdsCountdown(message) || holdsCountdown(description);
-    // Through the queue: a count of 0 would answer, and so perhaps delete, the box while it is being shown.
-    if (wanted && !m_timer && q->isVisible())
-        QTimer::singleShot(0, q, [this] { startCountdown(); });
-    else if (!wanted)
-        stopCountdown();
-}
-
-void CMessageBoxPrivate::startCountdown()
-{
-    if (m_timer || !q->isVisible())
-        return;
-    m_remaining = initialSeconds();
-    m_timer = new QTimer(q);
-    m_timer->setObjectName(QStringLiteral("m_timerCountdown"));
-    QObject::connect(m_timer, &QTimer::timeout, q, [this] { tick(); });
-    m_timer->start(TickMilliseconds);
-    if (stopsWhenTouched)
-        qApp->installEventFilter(q);
-    tick();
-}
-
-void CMessageBoxPrivate::stopCountdown()
-{
-    if (!m_timer)
-        return;
-    m_timer->stop();
-    qApp->removeEventFilter(q);
-}
-
-void CMessageBoxPrivate::tick()
-{
-    if (!q->isVisible())
-        return;
-    showTexts();
-    if (--m_remaining >= 0)
-        return;
-    m_remaining = 0;
-    stopCountdown();
     const bool secondOrThird = defaultButton == Messaging::Button2 || defaultButton == Messaging::Button3;
     processButtonClick(secondOrThird ? defaultButton : Messaging::Button1);
 }
@@ -418,8 +327,7 @@ QString CMessageBox::message() const
 void CMessageBox::setMessage(const QString &text)
 {
     d->message = text;
-    d->showTexts();
-    d->checkCountdown();
+    d->textsChanged();
 }
 
 QString CMessageBox::description() const
@@ -430,8 +338,7 @@ QString CMessageBox::description() const
 void CMessageBox::setDescription(const QString &text)
 {
     d->description = text;
-    d->showTexts();
-    d->checkCountdown();
+    d->textsChanged();
 }
 
 QString CMessageBox::details() const
@@ -566,7 +473,7 @@ void CMessageBox::setButtonsAction(QObject *receiver, const QString &slot)
 
 void CMessageBox::setCountdownStopsWhenTouched(bool stops)
 {
-    d->stopsWhenTouched = stops;
+    d->countdown->stopsWhenTouched = stops;
 }
 
 void CMessageBox::embedView(QWidget *view)
@@ -604,11 +511,6 @@ bool CMessageBox::eventFilter(QObject *watched, QEvent *event)
 {
     if (watched == d->ui.m_wView && event->type() == QEvent::ChildRemoved)
         d->viewChanged();
-    if (isTouch(event->type())) {
-        const auto *widget = qobject_cast<QWidget *>(watched);
-        if (widget && (widget == this || isAncestorOf(widget)))
-            d->stopCountdown();
-    }
     return CMessageBoxWndBase::eventFilter(watched, event);
 }
 
@@ -626,5 +528,5 @@ void CMessageBox::showEvent(QShowEvent *event)
     // Before the alert, which makes screen readers read it.
     setAccessibleDescription(d->plainText());
     CMessageBoxWndBase::showEvent(event);
-    d->checkCountdown();
+    d->countdown->beginWhenWanted();
 }

@@ -24,7 +24,8 @@ class CMessageBoxPrivate;
  * Countdown: where a text holds "@KOV_GUI_STD_SECONDS_TIMER", optionally followed by "/" and a number of
  * seconds (else 60), the remaining seconds are shown. The count starts when the box is on screen; when it has
  * passed 0, the box answers with its default answer when that is 2 or 3, else with 1, by the same steps as a
- * click.
+ * click. When the answer's action keeps the box open, a text with the placeholder that is set then begins a new
+ * count.
  */
 class KOVGUI_EXPORT CMessageBox : public CMessageBoxWndBase
 {

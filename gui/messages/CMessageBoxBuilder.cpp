@@ -3,6 +3,7 @@
 #include "gui/messages/CMessageBox.h"
 #include "gui/messages/CMessageDataProvider.h"
 #include "gui/messages/CMessageInfo.h"
+#include "gui/messages/CNotificationBox.h"
 #include "gui/messages/MessagePolicies_p.h"
 #include "gui/messages/MessageUtils.h"
 
@@ -37,6 +38,22 @@ CMessageBoxWndBase *buildMessageBox(const CMessageInfo &message, QWidget *parent
     return box;
 }
 
+CMessageBoxWndBase *buildNotificationBox(const CMessageInfo &message, QWidget *parent,
+                                         CMessageDataProvider &provider)
+{
+    const Messaging::MessageData &data = message.data();
+    auto *box = new CNotificationBox(parent);
+    box->setMessage(data.shortMsg);
+    box->setDescription(data.longMsg);
+    box->setDetails(data.details.text());
+    box->setAllowHide(data.canBeHidden);
+    box->setIcon(provider.getPixmapForMessage(data.code, data.type));
+    if (!data.buttons.isEmpty())
+        box->setButton1(data.buttons.first().text);
+    box->setMessageUuid(message.uuid());
+    return box;
+}
+
 } // namespace
 
 CMessageBoxBuilder::CMessageBoxBuilder() = default;
@@ -50,7 +67,10 @@ CMessageBoxBuilder *CMessageBoxBuilder::instance()
 
 CMessageBoxWndBase *CMessageBoxBuilder::build(const CMessageInfo &message, QWidget *parent)
 {
-    return buildMessageBox(message, parent, policyOrDefault<CMessageDataProvider>());
+    auto &provider = policyOrDefault<CMessageDataProvider>();
+    if (provider.isNotificationMessage(message.data().code))
+        return buildNotificationBox(message, parent, provider);
+    return buildMessageBox(message, parent, provider);
 }
 
 bool CMessageBoxBuilder::isNeedBlockSheet(const CMessageInfo &, QWidget *)

@@ -13,15 +13,10 @@ using Messaging::ButtonsMap;
 
 namespace {
 
-constexpr int OlderVersionFound = 0x3C1E;
-constexpr int FirstRetryQuestion = 0x3BFE;
-constexpr int LastRetryQuestion = 0x3C01;
-constexpr KOV_RESULT DownloadFailed = KOV_RESULT_CODE(0x80015351u);
-constexpr int NewVersionNotReachable = 0x3C2B;
-
 bool isRetryQuestion(int code)
 {
-    return code == DownloadFailed || (code >= FirstRetryQuestion && code <= LastRetryQuestion);
+    return code == KOV_ERR_UPDATE_INSTALLATION_FAILED
+           || (code >= KOV_QUESTION_DOWNLOAD_FAILED && code <= KOV_QUESTION_NOT_ENOUGH_DISK_SPACE);
 }
 
 ButtonsMap acceptOrReject(const QString &accept, const QString &reject)
@@ -91,11 +86,11 @@ Messaging::ButtonID CMessageDataProvider::getDefaultButton(int)
 
 ButtonsMap CMessageDataProvider::getButtonsMap(int code)
 {
-    if (code == OlderVersionFound)
+    if (code == KOV_QUESTION_INSTALL_NEW_VERSION)
         return acceptOrReject(tr("Yes, install new"), tr("No, use current"));
     if (isRetryQuestion(code))
         return acceptOrReject(tr("Try Again"), tr("Cancel"));
-    if (code == NewVersionNotReachable)
+    if (code == KOV_QUESTION_NO_CONNECTION)
         return acceptOrReject(tr("Try Again"), tr("Install current"));
     if (MessageUtils::getMessageType(code) == KMT_QUESTION) {
         return {{Button1, Button{tr("Yes"), QMessageBox::YesRole}},

@@ -183,6 +183,8 @@ void CMessageProcessor::Private::endShown(const QString &uuid, ButtonID answer, 
         KOV_LOG_TAG(Tag, 0, "(!)Error: can't get message info to process queue.");
         return;
     }
+    KOV_LOG_TAG(Tag, 2, "Message %s was closed with answer %d, do not show again: %d", qUtf8Printable(uuid),
+                int(answer), int(doNotShowAgain));
     const QScopedValueRollback<bool> rollback(drainLater, later);
     const MessageData data = message->data();
     if (doNotShowAgain)

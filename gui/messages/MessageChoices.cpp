@@ -37,10 +37,12 @@ class Store
 {
 public:
     QSettings &current();
-    /// After a change.
-    void writeToDisk();
+    /// On disk when it returns; a null value removes the key.
+    void write(const QString &key, const QVariant &value);
 
 private:
+    void reportDamage(const QSettings &settings);
+
     /// Settings belong to these names; a host may set them late.
     QString m_application;
     /// Never deleted: at the end of the process the settings' own statics may be gone before it.
@@ -48,6 +50,7 @@ private:
     QFileInfo m_file;
     qint64 m_size = 0;
     QDateTime m_modified;
+    bool m_isDamageReported = false;
 };
 
 QSettings &Store::current()
@@ -60,6 +63,7 @@ QSettings &Store::current()
         m_application = application;
         m_file.setFile(m_settings->fileName());
         m_modified = QDateTime();
+        m_isDamageReported = false;
     }
     m_file.refresh();
     const QDateTime modified = m_file.lastModified();
@@ -67,16 +71,33 @@ QSettings &Store::current()
         m_modified = modified;
         m_size = m_file.size();
         m_settings->sync();
+        reportDamage(*m_settings);
     }
     return *m_settings;
 }
 
-void Store::writeToDisk()
+void Store::reportDamage(const QSettings &settings)
 {
-    m_settings->sync();
-    if (m_settings->status() != QSettings::NoError)
+    if (m_isDamageReported || settings.status() != QSettings::FormatError)
+        return;
+    m_isDamageReported = true;
+    KOV_LOG(0, "(!)Error: the settings in %s are damaged; what cannot be read counts as not set",
+            KovGui::logText(settings.fileName()).constData());
+}
+
+void Store::write(const QString &key, const QVariant &value)
+{
+    // Not the object that is kept: it would tell of an old fault for ever. They share what they hold.
+    QSettings writer;
+    if (value.isNull())
+        writer.remove(key);
+    else
+        writer.setValue(key, value);
+    writer.sync();
+    reportDamage(writer);
+    if (writer.status() == QSettings::AccessError)
         KOV_LOG(0, "(!)Error: can't write the settings to %s",
-                KovGui::logText(m_settings->fileName()).constData());
+                KovGui::logText(writer.fileName()).constData());
 }
 
 Store &settingsStore()
@@ -92,14 +113,14 @@ QSettings &settings()
 
 void change(const QString &key, const QVariant &value)
 {
-    settings().setValue(key, value);
-    settingsStore().writeToDisk();
+    // So that what is kept in memory stays when it cannot be written.
+    settings();
+    settingsStore().write(key, value);
 }
 
 void removeKey(const QString &key)
 {
-    settings().remove(key);
-    settingsStore().writeToDisk();
+    change(key, QVariant());
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "gui/log/Log.h"
 #include "gui/log/LogText.h"
 #include "gui/tasks/CAbstractFileParser.h"
+#include "gui/tasks/CProxyAuthenticator.h"
 #include "gui/tasks/HttpManager_p.h"
 #include "gui/tasks/SslRule_p.h"
 #include "gui/tasks/TaskIds.h"
@@ -168,10 +169,13 @@ CTaskHttpOperation::CTaskHttpOperation(const QNetworkRequest &request,
         = connect(d->manager, &QNetworkAccessManager::finished, this,
                   &CTaskHttpOperation::onHttpOperationFinished)
           && connect(d->manager, &QNetworkAccessManager::sslErrors, this, &CTaskHttpOperation::onSslErrors)
-          && connect(d->timer, &QTimer::timeout, this, &CTaskHttpOperation::onOperationTimeout);
+          && connect(d->timer, &QTimer::timeout, this, &CTaskHttpOperation::onOperationTimeout)
+          && connect(CProxyAuthenticator::instance(), &CProxyAuthenticator::waitingForUserInput, this,
+                     &CTaskHttpOperation::onWaitingProxyAuthInput);
     if (!bConnected)
         KOV_LOG(0, "ASSERT( %s ) occured in %s:%d [%s]", "bConnected", "CTaskHttpOperation.cpp", __LINE__,
                 "CTaskHttpOperation::CTaskHttpOperation");
+    CProxyAuthenticator::instance()->addRequestor(d->manager);
     d->manager->challengesAreAnswered();
     KOV_LOG(3, "Complete url: %s", d->maskedUrl().constData());
 }
@@ -325,8 +329,11 @@ void CTaskHttpOperation::finish(int result)
     if (QNetworkReply *unfinished = std::exchange(d->pending, nullptr)) {
         d->manager->disconnect(this);
         unfinished->disconnect(this);
-        unfinished->abort();
+        // One that waits for the user ends by itself when its question is closed.
+        if (!CProxyAuthenticator::instance()->isChallenged(d->manager))
+            unfinished->abort();
     }
+    CProxyAuthenticator::instance()->removeRequestor(d->manager);
 
     d->file->close();
     if (KOV_FAILED(result)) {

@@ -1,24 +1,10 @@
 #include "gui/tasks/FileDownloadInfo.h"
 
+#include "gui/tasks/FileName.h"
+
 #include <QDir>
 #include <QFileInfo>
-#include <QRegularExpression>
 #include <QUrl>
-
-#include <algorithm>
-
-namespace {
-
-const QLatin1String partSuffix(".kovupd-part");
-const int longestFileName = 255;
-
-bool isForbidden(QChar c)
-{
-    return c.unicode() < 0x20 || c.unicode() == 0x7f || c == QLatin1Char('/') || c == QLatin1Char('\\')
-           || c == QLatin1Char(':');
-}
-
-} // namespace
 
 FileDownloadInfo::FileDownloadInfo(const QString &destinationDirectory)
     : destinationDirectory(destinationDirectory.isEmpty() ? QDir::homePath() : destinationDirectory)
@@ -26,23 +12,13 @@ FileDownloadInfo::FileDownloadInfo(const QString &destinationDirectory)
 
 bool FileDownloadInfo::isSafeFileName(const QString &name)
 {
-    // Windows opens a device for these names in any folder, with any extension.
-    static const QRegularExpression deviceName(QStringLiteral("^(con|prn|aux|nul|com\\d|lpt\\d) *(\\..*)?$"),
-                                               QRegularExpression::CaseInsensitiveOption);
-    if (name.isEmpty() || name.toUtf8().size() + partSuffix.size() > longestFileName)
-        return false;
-    // This refuses "." and ".." as well.
-    if (name.endsWith(QLatin1Char('.')) || name.endsWith(QLatin1Char(' ')))
-        return false;
-    return std::none_of(name.begin(), name.end(), isForbidden) && !deviceName.match(name).hasMatch();
+    return FileName::isSafe(name.toStdString());
 }
 
 QString FileDownloadInfo::destinationFileNameFromUrl(const QString &url)
 {
-    // Cut first, decode then: an encoded slash belongs to the name and makes it unsafe.
-    const QString encoded = QUrl(url).path(QUrl::FullyEncoded).section(QLatin1Char('/'), -1);
-    const QString name = QUrl::fromPercentEncoding(encoded.toLatin1());
-    return isSafeFileName(name) ? name : QString();
+    const QByteArray path = QUrl(url).path(QUrl::FullyEncoded).toLatin1();
+    return QString::fromStdString(FileName::fromEncodedPath(path.toStdString()));
 }
 
 QString FileDownloadInfo::destinationFileName() const
@@ -62,7 +38,7 @@ QString FileDownloadInfo::destinationFilePath() const
 QString FileDownloadInfo::destinationFilePartPath() const
 {
     const QString path = destinationFilePath();
-    return path.isEmpty() ? QString() : path + partSuffix;
+    return path.isEmpty() ? QString() : path + QLatin1String(FileName::partSuffix);
 }
 
 qint64 FileDownloadInfo::downloadedByFar() const

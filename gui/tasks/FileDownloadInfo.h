@@ -20,9 +20,8 @@ public:
     /// The last component of the address's path, percent escapes decoded. Empty for an empty address, one
     /// that ends in a slash, and a name that is not safe.
     static QString destinationFileNameFromUrl(const QString &url);
-    /// True for a name that stays inside its folder on every system: not empty, "." or "..", no "/", "\", ":"
-    /// and control character, not a reserved device name ("NUL", "com1.exe"), no blank or dot at the end, at
-    /// most 255 bytes of UTF-8 together with the suffix of a partial file.
+    /// True for a name that stays inside its folder on every system: see FileName::isSafe(), which the download
+    /// utility asks as well.
     static bool isSafeFileName(const QString &name);
 
     QString destinationFileName() const;

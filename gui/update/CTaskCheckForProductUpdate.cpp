@@ -20,7 +20,6 @@
 #include <QApplication>
 #include <QFileInfo>
 #include <QIcon>
-#include <QLocale>
 #include <QPointer>
 #include <QTimer>
 
@@ -224,9 +223,7 @@ void CTaskCheckForProductUpdate::bringToFront()
 
 void CTaskCheckForProductUpdate::onLearnMoreClicked()
 {
-    QString address = QStringLiteral(KOV_LEARN_MORE_URL);
-    address.replace(QLatin1String("@LOCALE@"), QLocale().name());
-    Help::openWebPage(QUrl(address));
+    Help::openWebPage(Help::localizedUrl(QStringLiteral(KOV_LEARN_MORE_URL)));
 }
 
 QList<int> CTaskCheckForProductUpdate::getDefaultSubTaskList() const

@@ -4,12 +4,13 @@
 #include "abstract_task/CTaskManager.h"
 #include "gui/GUI.h"
 #include "gui/log/Log.h"
+#include "gui/tasks/ChildErrorLog.h"
+#include "gui/tasks/ProxyResult.h"
 #include "gui/tasks/TaskIds.h"
 #include "gui/update/CommandLineUtils.h"
 #include "gui/update/UpdateUrl_p.h"
 
 #include <QCoreApplication>
-#include <QMetaMethod>
 #include <QNetworkProxy>
 #include <QPointer>
 #include <QRegularExpression>
@@ -20,48 +21,43 @@ namespace {
 
 const char logTag[] = "[APP_UPDATE]";
 
-/// Foreign text, so: whole lines only, cut, and no more of them than a log can bear.
-class StandardErrorLog
+void logStandardError(const QByteArray &line)
+{
+    KOV_LOG_TAG(logTag, 1, "Updater standard error: %s",
+                UpdateUrl::forLog(QString::fromUtf8(line)).constData());
+}
+
+void logDroppedErrors(long long bytes)
+{
+    KOV_LOG_TAG(logTag, 1, "Updater standard error: %lld more bytes were not logged.", bytes);
+}
+
+/// Holds a program that was killed until it has gone, at the application's end as well: a process that is
+/// destroyed while it runs warns.
+class Reaper : public QObject
 {
 public:
-    void add(const QByteArray &chunk)
+    explicit Reaper(QProcess *process)
+        : QObject(QCoreApplication::instance())
+        , m_process(process)
     {
-        for (const char c : chunk) {
-            if (c == '\n')
-                flush();
-            else if (m_line.size() < longestLine)
-                m_line += c;
-            else
-                ++m_dropped;
-        }
+        using Finished = void (QProcess::*)(int, QProcess::ExitStatus);
+        connect(process, Finished(&QProcess::finished), this, &QObject::deleteLater);
+        connect(process, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
+            if (error == QProcess::FailedToStart)
+                deleteLater();
+        });
+        process->setParent(this);
     }
 
-    void finish()
+    ~Reaper() override
     {
-        flush();
-        if (m_dropped > 0)
-            KOV_LOG_TAG(logTag, 1, "Updater standard error: %lld more bytes were not logged.", m_dropped);
-        m_dropped = 0;
+        m_process->disconnect(this);
+        m_process->waitForFinished();
     }
 
 private:
-    void flush()
-    {
-        if (m_logged + m_line.size() > mostBytes) {
-            m_dropped += m_line.size();
-        } else if (!m_line.isEmpty()) {
-            m_logged += m_line.size();
-            KOV_LOG_TAG(logTag, 1, "Updater standard error: %s",
-                        UpdateUrl::forLog(QString::fromUtf8(m_line)).constData());
-        }
-        m_line.clear();
-    }
-
-    static const int longestLine = 1024;
-    static const int mostBytes = 16 * 1024;
-    QByteArray m_line;
-    int m_logged = 0;
-    long long m_dropped = 0;
+    QProcess *const m_process;
 };
 
 /// Kills the program and forgets it; the object goes when the program has gone.
@@ -72,14 +68,7 @@ void abandon(QProcess *process)
         process->deleteLater();
         return;
     }
-    // The application's end waits for a program that was killed just before.
-    process->setParent(QCoreApplication::instance());
-    using Finished = void (QProcess::*)(int, QProcess::ExitStatus);
-    QObject::connect(process, Finished(&QProcess::finished), process, &QObject::deleteLater);
-    QObject::connect(process, &QProcess::errorOccurred, process, [process](QProcess::ProcessError error) {
-        if (error == QProcess::FailedToStart)
-            process->deleteLater();
-    });
+    new Reaper(process);
     process->closeReadChannel(QProcess::StandardOutput);
     process->closeReadChannel(QProcess::StandardError);
     process->kill();
@@ -97,11 +86,10 @@ QStringList proxyArguments(const QNetworkProxy &proxy)
 
 QNetworkProxy proxyOf(CAbstractTask *task)
 {
-    QNetworkProxy proxy;
-    const int index = task->metaObject()->indexOfMethod("proxy()");
-    if (index < 0 || !task->metaObject()->method(index).invoke(task, Q_RETURN_ARG(QNetworkProxy, proxy)))
-        KOV_LOG_TAG(logTag, 0, "(!)Error: %s tells no proxy.", task->metaObject()->className());
-    return proxy;
+    if (const auto *found = qobject_cast<ProxyResult *>(task))
+        return found->proxy();
+    KOV_LOG_TAG(logTag, 0, "(!)Error: %s tells no proxy.", task->metaObject()->className());
+    return QNetworkProxy();
 }
 
 } // namespace
@@ -118,7 +106,7 @@ public:
     const TaskParams params;
     QStringList proxyArguments;
     QProcess *process = nullptr;
-    StandardErrorLog standardError;
+    ChildErrorLog standardError{logStandardError, logDroppedErrors};
     QByteArray output;
     int exitCode = -1;
     QProcess::ExitStatus exitStatus = QProcess::NormalExit;

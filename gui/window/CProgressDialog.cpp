@@ -50,6 +50,7 @@ CProgressDialog::CProgressDialog(QWidget *parent, Qt::WindowFlags flags, CustomW
     : CBaseDialog(parent, flags, customFlags)
     , d(new Private(this))
 {
+    setObjectName(QStringLiteral("CProgressDialog"));
     connect(d->cancelButton, &QPushButton::clicked, this, &CProgressDialog::cancel);
 }
 

@@ -1,8 +1,11 @@
+#include "programs/updater/HandOver.h"
 #include "programs/updater/Updater.h"
 
 #include <QCoreApplication>
+#include <QFile>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <new>
 
 int main(int argc, char *argv[])
@@ -14,6 +17,12 @@ int main(int argc, char *argv[])
 #endif
     try {
         const QCoreApplication application(argc, argv);
+        // Applications know one companion program; downloads have one of their own beside it.
+        if (argc > 1 && std::strcmp(argv[1], "download") == 0) {
+            handOver(QFile::encodeName(application.applicationDirPath()).constData(), "download_utility",
+                     argv);
+            return int(ExitCode::InternalError);
+        }
         return int(runUpdater(application.arguments().mid(1), application.applicationDirPath()));
     } catch (const std::bad_alloc &) {
         std::fputs("updater: out of memory\n", stderr);

@@ -5,6 +5,8 @@
 
 #include <QThread>
 
+#include <thread>
+
 class Base : public QObject
 {
     Q_OBJECT
@@ -93,7 +95,6 @@ void tst_SlotInfo::calls_data()
     row(" onPair( KOV_RESULT ,Base * ) ", "pair 7*");
     row("1onPair(int,Base*)", "pair 7*");
     row("onInt(KOV_RESULT)", "int 7");
-    row("1onInherited()", "inherited 0");
     row("1onVirtual(int)", "derived 7");
     row("1onPrivate(KOV_RESULT)", "private 7");
     row("1isGood(int)", "isGood 7");
@@ -114,7 +115,6 @@ void tst_SlotInfo::calls_data()
     row("1onMissing(int)", "");
     row("onInt", "");
     row("1(", "");
-    row("1", "");
     row("", "");
 }
 
@@ -161,24 +161,21 @@ void tst_SlotInfo::receiverThatIsGone()
 
 void tst_SlotInfo::otherThread()
 {
-    QThread thread;
     Receiver receiver;
-    receiver.moveToThread(&thread);
-    const CSlotInfo slot(&receiver, SLOT(onText(int, Base *, QString)));
-    bool answer = false;
-    QVERIFY(!CSlotInfo(&receiver, SLOT(onVeto(KOV_RESULT))).invokeForBool(&answer, KOV_RESULT(1)));
-    {
+    bool couldAsk = true;
+    bool isQueued = false;
+    std::thread([&] {
+        bool answer = false;
+        couldAsk = CSlotInfo(&receiver, SLOT(onVeto(KOV_RESULT))).invokeForBool(&answer, KOV_RESULT(1));
         // The value has to outlive this scope in the queue, converted.
-        const QVariant value(77);
-        QVERIFY(slot.invoke(KOV_RESULT(1), static_cast<Base *>(nullptr), value));
-    }
+        isQueued = CSlotInfo(&receiver, SLOT(onText(int, Base *, QString)))
+                       .invoke(KOV_RESULT(1), static_cast<Base *>(nullptr), QVariant(77));
+    }).join();
+    QVERIFY(!couldAsk && isQueued);
     QCOMPARE(receiver.called, QString());
-    QMetaObject::invokeMethod(
-        &receiver, [&thread] { thread.quit(); }, Qt::QueuedConnection);
-    thread.start();
-    QVERIFY(thread.wait(10000));
+    QCoreApplication::processEvents();
     QCOMPARE(receiver.called, QStringLiteral("text 77"));
-    QCOMPARE(receiver.thread, &thread);
+    QCOMPARE(receiver.thread, QThread::currentThread());
 }
 
 KOV_TEST_MAIN(QCoreApplication, tst_SlotInfo)

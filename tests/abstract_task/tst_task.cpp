@@ -3,7 +3,8 @@
 #include "tests/abstract_task/ScriptTask.h"
 #include "tests/support/KovTest.h"
 
-#include <QThread>
+#include <algorithm>
+#include <thread>
 
 class CTaskWithoutConstructor : public CAbstractTask
 {
@@ -133,11 +134,9 @@ void tst_Task::script_data()
     row("deleted while waiting", "B: wait", "execute, run, delete", "A|B|finished -2147483019");
     row("destroyed with its own clean-up", "B: wait", "execute, run, destroy",
         "A|B|finish|finished -2147483019");
-    row("deleted before execute", "", "delete", "");
 
     row("edits in a step", "A: clear, append C, prepend B, insert A C", "execute, run",
         "A|C|B|C|finish|finished 0");
-    row("edits before execute", "", "append A, insert A C", "");
     row("edits apply to the default list", "", "append A, insert A C, prepend C, execute, run",
         "C|A|C|B|C|A|finish|finished 0");
     row("cleared before execute", "", "clear, append B, execute, run", "B|finish|finished 0");
@@ -352,10 +351,10 @@ void tst_Task::identifiers()
     for (const CTaskGenericId &one : different)
         tasks.insert(manager->runTask(new CTaskGenericId(one), CSlotInfo(), true));
     QCOMPARE(tasks.size(), different.size());
-    for (int i = 0; i < different.size(); ++i) {
-        QVERIFY(*manager->getTaskById(different.at(i))->id() == different.at(i));
-        for (int j = 0; j < i; ++j)
-            QVERIFY(different.at(i) != different.at(j));
+    // The register looks identifiers up by a hash, so equality is asked for by itself as well.
+    for (const CTaskGenericId &one : different) {
+        QVERIFY(*manager->getTaskById(one)->id() == one);
+        QCOMPARE(std::count(different.cbegin(), different.cend(), one), 1);
     }
     QCoreApplication::processEvents();
 }
@@ -364,11 +363,9 @@ void tst_Task::otherThreadIsRefused()
 {
     CTaskScripted task(QStringLiteral("A: wait"));
     CTaskScripted::perform(&task, QStringLiteral("execute, run"));
-    const std::unique_ptr<QThread> thread(QThread::create([&task] {
+    std::thread([&task] {
         CTaskScripted::perform(&task, QStringLiteral("complete 0, terminate 0, finish 0, pause, execute"));
-    }));
-    thread->start();
-    QVERIFY(thread->wait(10000));
+    }).join();
     QCOMPARE(eventLog().join(QLatin1Char('|')), QStringLiteral("A|error|error|finish|error|error|error"));
     QVERIFY(task.isRunning() && !task.isPaused());
     task.terminate(-9);

@@ -1,4 +1,3 @@
-#include "gui/GUI.h"
 #include "gui/ImplementationRegistry_p.h"
 #include "gui/KovGui.h"
 #include "gui/log/Log.h"
@@ -8,7 +7,6 @@
 
 #include "abstract_task/Tasks.h"
 
-#include <QMetaEnum>
 #include <QSettings>
 
 namespace {
@@ -43,11 +41,8 @@ class tst_KovGui : public QObject
 private Q_SLOTS:
     void initTestCase();
     void secondInitIsRefusedButFillsTheTable();
-    void namesOfTheModes_data();
     void namesOfTheModes();
     void updaterTable();
-    void taskKindsKeepTheirNumbers_data();
-    void taskKindsKeepTheirNumbers();
     void everyEntryOfTheRegistryIsWhatItsKeySays();
     void unusableEntriesAreReported();
     void valueTypesTravelByName();
@@ -70,6 +65,7 @@ void tst_KovGui::initTestCase()
     // Settings need an organisation; a host that set none gets one.
     QCOMPARE(QCoreApplication::organizationName(), QStringLiteral("Tessarine"));
     QCOMPARE(QSettings().status(), QSettings::NoError);
+    QCOMPARE(Tasks::typeName(158), QStringLiteral("TaskAdviseToWindows10Upgrade"));
 }
 
 void tst_KovGui::secondInitIsRefusedButFillsTheTable()
@@ -87,23 +83,14 @@ void tst_KovGui::secondInitIsRefusedButFillsTheTable()
     QCOMPARE(table, first);
 }
 
-void tst_KovGui::namesOfTheModes_data()
-{
-    QTest::addColumn<int>("mode");
-    QTest::addColumn<QString>("name");
-
-    QTest::newRow("console") << 0 << QStringLiteral("Tessarine Console");
-    QTest::newRow("5 shares its name with 1") << 5 << EnumUtils::clientAppNameFromAppMode(KAM_SERVER);
-    QTest::newRow("last") << 6 << QStringLiteral("Tessarine Mobile");
-    QTest::newRow("beyond") << 7 << QStringLiteral("Unknown product");
-    QTest::newRow("negative") << -1 << QStringLiteral("Unknown product");
-    QTest::newRow("far beyond") << 65535 << QStringLiteral("Unknown product");
-}
-
 void tst_KovGui::namesOfTheModes()
 {
-    QFETCH(int, mode);
-    QTEST(EnumUtils::clientAppNameFromAppMode(_KOV_APPLICATION_MODE(mode)), "name");
+    const auto name
+        = [](int mode) { return EnumUtils::clientAppNameFromAppMode(_KOV_APPLICATION_MODE(mode)); };
+    QCOMPARE(name(1), name(5));
+    QCOMPARE(name(6), QStringLiteral("Tessarine Mobile"));
+    for (const int beyond : {7, -1, 65535})
+        QCOMPARE(name(beyond), QStringLiteral("Unknown product"));
 
     KovGui::setAppGuiName(QStringLiteral("X"));
     QCOMPARE(KovGui::getAppGuiName(), QStringLiteral("X"));
@@ -131,29 +118,6 @@ void tst_KovGui::updaterTable()
     QVERIFY2(firstOf(records).endsWith("/ No updater for mode [x]\n"), firstOf(records).constData());
     KovGui::getUpdaterFilePathAndUpdateMode(mode, QStringLiteral("x"));
     QVERIFY(takeRecords().isEmpty());
-}
-
-void tst_KovGui::taskKindsKeepTheirNumbers_data()
-{
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<QString>("key");
-
-    // Applications store and compare these numbers: one shifted value would rename every later kind.
-    QTest::newRow("first") << 0 << QStringLiteral("TaskUnknown");
-    QTest::newRow("behind a gap") << 9 << QStringLiteral("TaskImportBootCampVm");
-    QTest::newRow("proxy") << 46 << QStringLiteral("TaskGetProxyInfo");
-    QTest::newRow("check") << 73 << QStringLiteral("TaskCheckForProductUpdate");
-    QTest::newRow("inline") << 97 << QStringLiteral("TaskShowEULA");
-    QTest::newRow("launch") << 119 << QStringLiteral("TaskLaunchUpdater");
-    QTest::newRow("before last") << 158 << QStringLiteral("TaskAdviseToWindows10Upgrade");
-    QTest::newRow("last") << 160 << QStringLiteral("TaskLastTaskType");
-    QTest::newRow("an application's own") << 6 << QStringLiteral("6");
-}
-
-void tst_KovGui::taskKindsKeepTheirNumbers()
-{
-    QFETCH(int, kind);
-    QTEST(Tasks::typeName(unsigned(kind)), "key");
 }
 
 void tst_KovGui::everyEntryOfTheRegistryIsWhatItsKeySays()

@@ -1,11 +1,11 @@
 #pragma once
 
 #include "gui/KovGui.h"
-#include "gui/log/Log.h"
 #include "gui/messages/CMessageBoxBuilder.h"
 #include "gui/messages/CMessageDataProvider.h"
 #include "gui/messages/CMessageProcessor.h"
 #include "gui/messages/CSearchParentHelper.h"
+#include "tests/support/LogCapture.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -51,22 +51,3 @@ inline bool loadCatalogue(const QVector<CatalogueCode> &codes)
     file.close();
     return KovApi_LoadMessageCatalogue(QFile::encodeName(file.fileName()).constData()) == KOV_SUCCESS;
 }
-
-/// Collects the log while it lives.
-class LogCapture
-{
-public:
-    LogCapture()
-    {
-        text().clear();
-        KovGui::setLogOutputFunction(
-            [](const char *record, std::size_t length) { text().append(record, int(length)); });
-    }
-    ~LogCapture() { KovGui::setLogOutputFunction(nullptr); }
-
-    static QByteArray &text()
-    {
-        static QByteArray captured;
-        return captured;
-    }
-};

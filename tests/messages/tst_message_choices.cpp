@@ -2,6 +2,7 @@
 #include "tests/messages/MessageFixture.h"
 #include "tests/support/KovTest.h"
 
+#include <QDir>
 #include <QProcess>
 #include <QSettings>
 
@@ -58,6 +59,7 @@ private Q_SLOTS:
     void staleEntriesGo();
     void shownOncePerIssuer();
     void processesKeepEachOthersAnswers();
+    void faultySettingsAreToldOf();
 };
 
 void tst_message_choices::storedAnswers_data()
@@ -141,6 +143,32 @@ void tst_message_choices::processesKeepEachOthersAnswers()
     QSettings settings;
     settings.beginGroup(QStringLiteral("Shown Once For VM Messages ID List"));
     QCOMPARE(settings.childKeys().size(), 2);
+}
+
+void tst_message_choices::faultySettingsAreToldOf()
+{
+    const QString path = QSettings().fileName();
+    const auto complaintWhileHiding = [](int code) {
+        const LogCapture log;
+        MessageUtils::setMessageHidden(code, Button1);
+        return log.text().contains("are damaged")   ? "damaged"
+               : log.text().contains("can't write") ? "not written"
+                                                    : "";
+    };
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write("no setting\n") > 0);
+    file.close();
+    QCOMPARE(complaintWhileHiding(FirstCode), "damaged");
+    QCOMPARE(complaintWhileHiding(FirstCode + 1), "");
+
+    QVERIFY(file.remove() && QDir().mkdir(path));
+    QCOMPARE(complaintWhileHiding(FirstCode), "not written");
+    QVERIFY2(MessageUtils::isMessageHidden(FirstCode), "the answer is lost for this run as well");
+    QVERIFY(QDir().rmdir(path));
+    QCOMPARE(complaintWhileHiding(FirstCode + 1), "");
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QByteArray stored = file.readAll();
+    QVERIFY2(stored.contains("20000=1") && stored.contains("20001=1"), stored.constData());
 }
 
 int main(int argc, char *argv[])

@@ -37,6 +37,7 @@ private Q_SLOTS:
     void closeSlot();
     void dump();
     void eventAnswers();
+    void answersOfTheLibrarysCodes();
     void texts();
 };
 
@@ -149,6 +150,19 @@ void tst_message_record::eventAnswers()
     const std::unique_ptr<CMessageInfo> message(processor.create(event, QString(), true, nullptr, nullptr));
     QCOMPARE(message->data().issuerId, QStringLiteral("vm"));
     QCOMPARE(message->data().details.text(), MessageUtils::getMessageString(cause, false));
+}
+
+void tst_message_record::answersOfTheLibrarysCodes()
+{
+    const auto answers = [](uint code) {
+        return describeAnswers(CMessageDataProvider::instance()->getButtonsMap(int(code)));
+    };
+    for (const uint code : {0x80015351u, 0x3BFEu, 0x3C01u})
+        QCOMPARE(answers(code), QStringLiteral("1:Try Again:0 2:Cancel:1"));
+    for (const uint code : {0x80015350u, 0x3BFDu, 0x3C02u})
+        QCOMPARE(answers(code), QString());
+    QCOMPARE(answers(0x3C1E), QStringLiteral("1:Yes, install new:0 2:No, use current:1"));
+    QCOMPARE(answers(15403), QStringLiteral("1:Try Again:0 2:Install current:1"));
 }
 
 void tst_message_record::texts()

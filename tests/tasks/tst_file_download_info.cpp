@@ -40,7 +40,9 @@ void tst_FileDownloadInfo::unsafeNames()
                                 "http://h/a%0Ab",
                                 "http://h/Com1.exe",
                                 "http://h/setup.exe.",
-                                "http://h/setup.exe%20"};
+                                "http://h/setup.exe%20",
+                                "http://h/%ff",
+                                "http://h/x.kovupd-part"};
     for (const char *url : urls)
         QVERIFY2(FileDownloadInfo::destinationFileNameFromUrl(QLatin1String(url)).isEmpty(), url);
     // 255 bytes with the suffix of the partial file.

@@ -105,8 +105,6 @@ void tst_CatalogueModels::messages_data()
         {s("Error in class 'CUpdate': tag 'FilePath' does not satisfy 'maxOccurs = 1' condition")});
     row("not a number", &messagesOf<CUpdate>, updateWithout({"FileSize"}, "<FileSize>1,5</FileSize>"),
         {s("Error in class 'CUpdate': tag 'FileSize' does not hold a number from 0 to 9223372036854775807")});
-    row("negative size", &messagesOf<CUpdate>, updateWithout({"FileSize"}, "<FileSize>-1</FileSize>"),
-        {s("Error in class 'CUpdate': tag 'FileSize' does not hold a number from 0 to 9223372036854775807")});
     row("not a truth value", &messagesOf<CUpdate>,
         updateWithout({"Chargeable"}, "<Chargeable>yes</Chargeable>"),
         {s("Error in class 'CUpdate': tag 'Chargeable' does not hold true or false")});
@@ -114,8 +112,6 @@ void tst_CatalogueModels::messages_data()
         updateWithout({"DateTime"}, "<DateTime>2026-03-29T02:30:00</DateTime>"),
         {s("Error in class 'CUpdate': tag 'DateTime' does not hold a date and time of the form yyyy-MM-dd "
            "hh:mm:ss")});
-    row("wrong root", &messagesOf<CUpdate>, "<Updated/>",
-        {s("Error in class 'CUpdate': wrong root element with tag name 'Updated'")});
     row("wrong root with a prefix", &messagesOf<CUpdates>, "<x:TessarineUpdates/>",
         {s("Error in class 'CUpdates': wrong root element with tag name 'x:TessarineUpdates'")});
     row("empty catalogue", &messagesOf<CUpdates>, "<TessarineUpdates/>",
@@ -217,18 +213,15 @@ void tst_CatalogueModels::hostileDocumentsAreRefusedQuickly_data()
     };
     row("nothing", "", "line 1: ");
     row("truncated", "<TessarineUpdates><Product><ProductName>P", "line 1: ");
-    row("second root", "<TessarineUpdates/><TessarineUpdates/>", "line 1: ");
     row("element inside a value", "<TessarineUpdates><Product><ProductName>P<b/></ProductName></Product>",
         "line 1: ");
     row("entities",
         "<!DOCTYPE a [<!ENTITY b \"bb\"><!ENTITY c \"&b;&b;\">]><TessarineUpdates>&c;</TessarineUpdates>",
         "a document type declaration is not allowed");
-    row("undeclared entity", "<TessarineUpdates>&c;</TessarineUpdates>", "line 1: ");
     row("unclosed comment", "<TessarineUpdates><!-- ", "the document ends inside a comment");
     row("not UTF-8", "<TessarineUpdates>\xff</TessarineUpdates>", "the document is not UTF-8 text");
     row("another encoding", "<?xml version=\"1.0\" encoding=\"UTF-16\"?><TessarineUpdates/>",
         "the document is not UTF-8 text");
-    row("compressed", QByteArray("\x1f\x8b\x08\x00\x00", 5), "the document is not UTF-8 text");
     row("too large", QByteArray(8 * 1024 * 1024 + 1, ' '), "the document is larger than 8388608 bytes");
     row("nested deeply", bytesOf("<TessarineUpdates>", "<a>", 1000000, ""),
         "elements are nested deeper than 16");

@@ -10,9 +10,9 @@
 #include "gui/update/UpgradeUtils.h"
 #include "gui/window/CProgressDialog.h"
 #include "tests/support/KovTest.h"
+#include "tests/support/LogCapture.h"
 #include "tests/support/NginxServer.h"
 #include "tests/support/OffscreenPlatform.h"
-#include "tests/update/LogCapture.h"
 
 #include <QAbstractButton>
 #include <QProcess>
@@ -98,6 +98,7 @@ void tst_CheckForUpdate::initTestCase()
 {
     ignoreOffscreenWarnings();
     KovGui::init(KAM_CONSOLE);
+    KovGui::setLogVerbosity(2);
     for (const QMetaObject *policy :
          {&CMessageBoxBuilder::staticMetaObject, &CSearchParentHelper::staticMetaObject,
           &CMessageProcessor::staticMetaObject})
@@ -250,7 +251,7 @@ void tst_CheckForUpdate::outcome()
     QCOMPARE(m_messages, told ? QList<int>{result} : QList<int>());
     QCOMPARE(m_progressSeen, (options & Check::CheckInBackground) == 0);
     QCOMPARE(m_cancelSeen, (options & (Check::CheckInBackground | Check::SmartInstall)) == 0);
-    QVERIFY(!m_progressBehindMessage && !log.all().contains("secret"));
+    QVERIFY(!m_progressBehindMessage && !log.text().contains("secret"));
     if (result == KOV_SUCCESS) {
         QCOMPARE(m_found.getVersion() + m_found.updateDescription,
                  QStringLiteral("3.1.4-31302Better.\nFaster."));

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "gui/platform/ProxyList.h"
+#include "gui/platform/Report.h"
+
+#include <memory>
+#include <string>
+
+namespace KovGui::Platform {
+
+/**
+ * One question to the system: which proxy is for a URL?
+ *
+ * Unix: libproxy answers, in a small program of its own ("kovgui-find-proxy"), because a script's server that
+ * does not answer or a script that does not end can only be stopped with its process. Where the answer is a
+ * list, its first entry that can be connected to is taken; when none can, the first, so that a list without
+ * "direct" never ends in a direct connection. Windows: WinHTTP.
+ *
+ * Credentials in the system's settings are never looked at.
+ */
+class SystemProxyQuery
+{
+public:
+    /// @param report  receives the lines for the log, on the thread that asks
+    explicit SystemProxyQuery(Report report);
+    ~SystemProxyQuery();
+    SystemProxyQuery(const SystemProxyQuery &) = delete;
+    SystemProxyQuery &operator=(const SystemProxyQuery &) = delete;
+
+    /// Whether the system can be asked at all. Found out once, which is reported. Any thread.
+    static bool isAvailable(Report report);
+
+    /**
+     * Asks and waits for the answer: for a worker thread. At most once for each object.
+     *
+     * @param url        http or https, UTF-8, percent-encoded
+     * @param scriptUrl  the auto-configuration script to ask; empty for the system's settings. On Unix http or
+     * file.
+     * @param limit      milliseconds to wait at most. Windows has limits of its own for fetching a script, so the
+     * caller bounds its wait as well.
+     * @return false when there is no proxy, or when none could be found out (reported)
+     */
+    bool find(const std::string &url, const std::string &scriptUrl, int limit, ProxyAddress &result);
+
+    /// Makes find() return soon: at once on Unix, on Windows a request under way goes on. Any thread.
+    void cancel() noexcept;
+
+private:
+    class Private;
+    const std::unique_ptr<Private> d;
+};
+
+} // namespace KovGui::Platform

@@ -1,0 +1,363 @@
+#include "programs/download_utility/HttpConnection.h"
+
+#include "programs/download_utility/Process.h"
+#include "programs/download_utility/Text.h"
+
+#include <curl/curl.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <new>
+
+using SteadyClock = std::chrono::steady_clock;
+
+namespace {
+
+const int mostRedirects = 10;
+const std::size_t longestHead = 256 * 1024;
+const long receiveBuffer = 256 * 1024;
+const int pollInterval = 200; // milliseconds
+
+bool isRedirect(int status)
+{
+    return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
+}
+
+/// Gives failures of the library below a code of ours.
+ExitCode exitCode(CURLcode code, long systemErrno)
+{
+    switch (code) {
+    case CURLE_COULDNT_RESOLVE_PROXY:
+    case CURLE_COULDNT_RESOLVE_HOST:
+    case CURLE_COULDNT_CONNECT:
+    case CURLE_OPERATION_TIMEDOUT:
+    case CURLE_PROXY:
+        return ExitCode::NoConnection;
+    case CURLE_SSL_CONNECT_ERROR:
+        // A peer that went away in the middle of the handshake says nothing about trust.
+        return systemErrno == ECONNRESET || systemErrno == EPIPE ? ExitCode::NoConnection
+                                                                 : ExitCode::NotTrusted;
+    case CURLE_PEER_FAILED_VERIFICATION:
+    case CURLE_SSL_CACERT_BADFILE:
+    case CURLE_SSL_CERTPROBLEM:
+    case CURLE_SSL_CIPHER:
+    case CURLE_SSL_ISSUER_ERROR:
+    case CURLE_SSL_INVALIDCERTSTATUS:
+        return ExitCode::NotTrusted;
+    case CURLE_PARTIAL_FILE:
+    case CURLE_GOT_NOTHING:
+    case CURLE_SEND_ERROR:
+    case CURLE_RECV_ERROR:
+        return ExitCode::Interrupted;
+    case CURLE_WEIRD_SERVER_REPLY:
+    case CURLE_BAD_CONTENT_ENCODING:
+    case CURLE_UNSUPPORTED_PROTOCOL:
+        return ExitCode::BadResponse;
+    case CURLE_URL_MALFORMAT:
+        return ExitCode::AddressRefused;
+    default:
+        return ExitCode::InternalError;
+    }
+}
+
+class HeaderList
+{
+public:
+    HeaderList() = default;
+    HeaderList(const HeaderList &) = delete;
+    HeaderList &operator=(const HeaderList &) = delete;
+    ~HeaderList() { curl_slist_free_all(m_list); }
+
+    void add(const std::string &line)
+    {
+        curl_slist *longer = curl_slist_append(m_list, line.c_str());
+        if (!longer)
+            throw std::bad_alloc();
+        m_list = longer;
+    }
+    curl_slist *get() const { return m_list; }
+
+private:
+    curl_slist *m_list = nullptr;
+};
+
+} // namespace
+
+class HttpConnection::Private
+{
+public:
+    Private(const Options &options, const std::string &proxyPassword);
+    ~Private();
+
+    template <typename Value>
+    void set(CURLoption option, Value value)
+    {
+        curl_easy_setopt(easy, option, value);
+    }
+
+    void setUp();
+    void setUpProxy(const std::string &password);
+    Result askOnce(const Question &question, const Url &original, Sink &sink);
+    Result run(Sink &sink);
+    Result checkTime() const;
+    Result handOverHead();
+    Result outcome(CURLcode code);
+    Result redirectTarget(const Url &from, Url &target) const;
+
+    static std::size_t onHeader(char *data, std::size_t, std::size_t size, void *self);
+    static std::size_t onBody(char *data, std::size_t, std::size_t size, void *self);
+    static int onRequest(void *self, char *, char *, int, int);
+
+    const Options &options;
+    CURL *easy = curl_easy_init();
+    CURLM *multi = curl_multi_init();
+    char errorText[CURL_ERROR_SIZE] = {};
+
+    Sink *sink = nullptr;
+    ResponseHead head;
+    Result failure; ///< of a call-back; the library below only learns that there was one
+    std::size_t headSize = 0;
+    bool isHeadHandedOver = false;
+    bool isRequestSent = false;
+    bool hasConnected = false;
+    SteadyClock::time_point lastActivity;
+};
+
+HttpConnection::Private::Private(const Options &options, const std::string &proxyPassword)
+    : options(options)
+{
+    if (!easy || !multi)
+        throw std::bad_alloc();
+    setUp();
+    setUpProxy(proxyPassword);
+}
+
+HttpConnection::Private::~Private()
+{
+    curl_easy_cleanup(easy);
+    curl_multi_cleanup(multi);
+}
+
+void HttpConnection::Private::setUp()
+{
+    set(CURLOPT_ERRORBUFFER, errorText);
+    set(CURLOPT_NOSIGNAL, 1L);
+    // A name that is still being looked up must not hold up the end of the program.
+    set(CURLOPT_QUICK_EXIT, 1L);
+    set(CURLOPT_PROTOCOLS_STR, "http,https");
+    set(CURLOPT_FOLLOWLOCATION, 0L);
+    set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+    set(CURLOPT_HTTP09_ALLOWED, 0L);
+    set(CURLOPT_USERAGENT, "download_utility/" KOV_PROGRAM_VERSION);
+    set(CURLOPT_NETRC, static_cast<long>(CURL_NETRC_IGNORED));
+    set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(options.connectTimeout));
+    set(CURLOPT_BUFFERSIZE, receiveBuffer);
+    set(CURLOPT_SSL_VERIFYPEER, 1L);
+    set(CURLOPT_SSL_VERIFYHOST, 2L);
+    set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
+    if (!options.caFile.empty()) {
+        set(CURLOPT_CAINFO, options.caFile.c_str());
+        set(CURLOPT_CAPATH, static_cast<const char *>(nullptr));
+    }
+    set(CURLOPT_HEADERFUNCTION, &onHeader);
+    set(CURLOPT_HEADERDATA, this);
+    set(CURLOPT_WRITEFUNCTION, &onBody);
+    set(CURLOPT_WRITEDATA, this);
+    set(CURLOPT_PREREQFUNCTION, &onRequest);
+    set(CURLOPT_PREREQDATA, this);
+}
+
+void HttpConnection::Private::setUpProxy(const std::string &password)
+{
+    // Both are set in any case: an unset one would be read from the environment.
+    set(CURLOPT_NOPROXY, "");
+    set(CURLOPT_PROXY, "");
+    if (options.proxyHost.empty())
+        return;
+    const bool isAddress6 = options.proxyHost.find(':') != std::string::npos;
+    const std::string host = isAddress6 ? "[" + options.proxyHost + "]" : options.proxyHost;
+    set(CURLOPT_PROXY, ("http://" + host).c_str());
+    set(CURLOPT_PROXYPORT, static_cast<long>(options.proxyPort));
+    set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+    if (!options.proxyUser)
+        return;
+    // Never what the system's own login could answer; the user named one.
+    set(CURLOPT_PROXYAUTH, static_cast<long>(CURLAUTH_BASIC | CURLAUTH_DIGEST | CURLAUTH_NTLM));
+    set(CURLOPT_PROXYUSERNAME, options.proxyUser->c_str());
+    set(CURLOPT_PROXYPASSWORD, password.c_str());
+}
+
+std::size_t HttpConnection::Private::onHeader(char *data, std::size_t, std::size_t size, void *self)
+{
+    auto *d = static_cast<Private *>(self);
+    d->lastActivity = SteadyClock::now();
+    d->headSize += size;
+    if (d->headSize > longestHead) {
+        d->failure = Result(ExitCode::BadResponse, "the server's answer has no end of headers");
+        return 0;
+    }
+    // What follows a chunked body looks like a header too.
+    if (!d->isHeadHandedOver)
+        d->head.addLine(std::string_view(data, size));
+    return size;
+}
+
+std::size_t HttpConnection::Private::onBody(char *data, std::size_t, std::size_t size, void *self)
+{
+    auto *d = static_cast<Private *>(self);
+    d->lastActivity = SteadyClock::now();
+    if (d->failure.ok())
+        d->failure = d->handOverHead();
+    if (d->failure.ok() && !isRedirect(d->head.status))
+        d->failure = d->sink->body(data, size);
+    return d->failure.ok() ? size : 0;
+}
+
+int HttpConnection::Private::onRequest(void *self, char *, char *, int, int)
+{
+    auto *d = static_cast<Private *>(self);
+    d->lastActivity = SteadyClock::now();
+    d->isRequestSent = true;
+    d->hasConnected = true;
+    return CURL_PREREQFUNC_OK;
+}
+
+Result HttpConnection::Private::handOverHead()
+{
+    if (isHeadHandedOver || isRedirect(head.status))
+        return Result();
+    isHeadHandedOver = true;
+    return sink->head(head);
+}
+
+Result HttpConnection::Private::checkTime() const
+{
+    if (Process::stopRequested())
+        return Result(ExitCode::Stopped, "stopped by a signal");
+    const auto limit = std::chrono::seconds(options.stallLimit);
+    if (isRequestSent && SteadyClock::now() - lastActivity >= limit)
+        return Result(ExitCode::Interrupted,
+                      "nothing arrived for " + std::to_string(options.stallLimit) + " seconds");
+    return Result();
+}
+
+Result HttpConnection::Private::run(Sink &sink)
+{
+    int running = 1;
+    CURLMcode code = CURLM_OK;
+    while (failure.ok() && code == CURLM_OK) {
+        code = curl_multi_perform(multi, &running);
+        if (running == 0 || !failure.ok())
+            break;
+        failure = checkTime();
+        if (failure.ok())
+            failure = sink.tick();
+        if (failure.ok())
+            code = curl_multi_poll(multi, nullptr, 0, pollInterval, nullptr);
+    }
+    if (!failure.ok())
+        return failure;
+    int left = 0;
+    const CURLMsg *message = curl_multi_info_read(multi, &left);
+    if (code != CURLM_OK || !message)
+        return Result(ExitCode::InternalError, "the transfer failed inside the program");
+    return outcome(message->data.result);
+}
+
+Result HttpConnection::Private::outcome(CURLcode code)
+{
+    long tunnelStatus = 0;
+    long systemErrno = 0;
+    curl_easy_getinfo(easy, CURLINFO_HTTP_CONNECTCODE, &tunnelStatus);
+    curl_easy_getinfo(easy, CURLINFO_OS_ERRNO, &systemErrno);
+    if (code == CURLE_OK)
+        return handOverHead();
+    if (code == CURLE_OUT_OF_MEMORY)
+        throw std::bad_alloc();
+    // The proxy's answer to the wish for a tunnel never passes through head().
+    if (tunnelStatus == 407)
+        return Result(ExitCode::ProxyRefused, "the proxy does not accept the user or the password");
+    if (tunnelStatus >= 500)
+        return Result(ExitCode::NoConnection, "the proxy does not reach the server");
+    if (tunnelStatus >= 400)
+        return Result(ExitCode::AccessDenied, "the proxy does not allow this address");
+    const ExitCode ours = exitCode(code, systemErrno);
+    // Only here does the longer text add something; elsewhere it may quote what the server sent.
+    const bool wantsDetail = ours == ExitCode::NotTrusted && errorText[0] != '\0';
+    return Result(ours, Text::printable(wantsDetail ? errorText : curl_easy_strerror(code)));
+}
+
+Result HttpConnection::Private::redirectTarget(const Url &from, Url &target) const
+{
+    char *location = nullptr;
+    curl_easy_getinfo(easy, CURLINFO_REDIRECT_URL, &location);
+    const auto url = location ? Url::parse(location) : std::nullopt;
+    if (!url)
+        return Result(ExitCode::RedirectRefused, "the server redirects to something that is no HTTP address");
+    if (from.isSecure() && !url->isSecure())
+        return Result(ExitCode::RedirectRefused, "the server redirects from HTTPS to HTTP: " + url->masked);
+    target = *url;
+    return Result();
+}
+
+Result HttpConnection::Private::askOnce(const Question &question, const Url &original, Sink &sinkToUse)
+{
+    HeaderList headers;
+    // A compressed answer could not be continued, nor its length be compared.
+    headers.add("Accept-Encoding: identity");
+    if (question.from > 0) {
+        headers.add("Range: bytes=" + std::to_string(question.from) + "-");
+        if (!question.validator.empty())
+            headers.add("If-Range: " + question.validator);
+    }
+    const bool hasLogin = !original.user.empty() && original.hasSameOrigin(question.url);
+    set(CURLOPT_URL, question.url.text.c_str());
+    set(CURLOPT_HTTPHEADER, headers.get());
+    set(CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_BASIC | CURLAUTH_DIGEST));
+    set(CURLOPT_USERNAME, hasLogin ? original.user.c_str() : nullptr);
+    set(CURLOPT_PASSWORD, hasLogin ? original.password.c_str() : nullptr);
+
+    sink = &sinkToUse;
+    head = ResponseHead();
+    failure = Result();
+    headSize = 0;
+    isHeadHandedOver = isRequestSent = false;
+    errorText[0] = '\0';
+    lastActivity = SteadyClock::now();
+    curl_multi_add_handle(multi, easy);
+    const Result result = run(sinkToUse);
+    curl_multi_remove_handle(multi, easy);
+    set(CURLOPT_HTTPHEADER, static_cast<curl_slist *>(nullptr));
+    return result;
+}
+
+HttpConnection::HttpConnection(const Options &options, const std::string &proxyPassword)
+    : d(new Private(options, proxyPassword))
+{ }
+
+HttpConnection::~HttpConnection() = default;
+
+bool HttpConnection::hasConnected() const
+{
+    return d->hasConnected;
+}
+
+HttpConnection::Answer HttpConnection::ask(const Question &question, Sink &sink)
+{
+    Answer answer;
+    Question current = question;
+    for (int redirects = 0; redirects <= mostRedirects; ++redirects) {
+        answer.result = d->askOnce(current, question.url, sink);
+        curl_off_t retryAfter = 0;
+        curl_easy_getinfo(d->easy, CURLINFO_RETRY_AFTER, &retryAfter);
+        answer.retryAfter = static_cast<unsigned>(std::clamp<curl_off_t>(retryAfter, 0, UINT32_MAX));
+        if (!answer.result.ok() || !isRedirect(d->head.status))
+            return answer;
+        answer.result = d->redirectTarget(current.url, current.url);
+        if (!answer.result.ok())
+            return answer;
+    }
+    answer.result = Result(ExitCode::RedirectRefused, "the server redirects in a circle");
+    return answer;
+}

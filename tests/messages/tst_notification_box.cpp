@@ -1,0 +1,283 @@
+#include "gui/messages/CMessageInfo.h"
+#include "gui/messages/CNotificationBox.h"
+#include "gui/messages/CNotificationBoxGroup.h"
+#include "tests/messages/MessageFixture.h"
+#include "tests/support/KovTest.h"
+#include "tests/support/OffscreenPlatform.h"
+
+#include <QCheckBox>
+#include <QLabel>
+#include <QPropertyAnimation>
+#include <QPushButton>
+#include <QScreen>
+
+using namespace Messaging;
+
+/// Every code is a notification.
+class NotifyingProvider : public CMessageDataProvider
+{
+    Q_OBJECT
+
+public:
+    Q_INVOKABLE NotifyingProvider() = default;
+    bool isNotificationMessage(int) override { return true; }
+};
+
+class tst_NotificationBox : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanup();
+    void slidesInAtTheCorner();
+    void stackClosesUp();
+    void stackStaysWholeWhileItMoves();
+    void everyWayOutDeliversOnce_data();
+    void everyWayOutDeliversOnce();
+    void staysWhileInUse();
+    void textLoadsNothing();
+    void builder();
+
+private:
+    CNotificationBox *show(const QString &uuid = QStringLiteral("id"));
+    static void settle();
+
+    QList<QPointer<CNotificationBox>> m_boxes;
+    QStringList m_delivered;
+};
+
+using Way = std::function<void(CNotificationBox *)>;
+Q_DECLARE_METATYPE(Way)
+
+static QList<QPropertyAnimation *> animations(const CNotificationBox *box, const char *name)
+{
+    return box->findChildren<QPropertyAnimation *>(QLatin1String(name));
+}
+
+static void finish(const CNotificationBox *box, const char *name)
+{
+    for (QPropertyAnimation *animation : animations(box, name))
+        animation->setCurrentTime(animation->totalDuration());
+}
+
+static void finishClosing(const CNotificationBox *box)
+{
+    finish(box, "ANIMATION_CLOSE_MOVE");
+    finish(box, "ANIMATION_CLOSE_HIDE");
+}
+
+static QTimer *autoClose(const CNotificationBox *box)
+{
+    return box->findChild<QTimer *>(QStringLiteral("m_timerAutoClose"));
+}
+
+CNotificationBox *tst_NotificationBox::show(const QString &uuid)
+{
+    auto *box = new CNotificationBox;
+    m_boxes.append(box);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setMessageUuid(uuid);
+    box->setMessage(QStringLiteral("Message"));
+    box->setDescription(QStringLiteral("Description that is long enough to need a second line in the box"));
+    box->setButton1(QStringLiteral("Open"));
+    box->setAllowHide(true);
+    connect(box, &CNotificationBox::beforeMessageDestroyed, this,
+            [this, box](const QString &id, ButtonID answer, bool doNotShowAgain) {
+                m_delivered.append(QStringLiteral("%1 %2 %3").arg(id).arg(answer).arg(doNotShowAgain));
+                QVERIFY(!box->isVisible());
+            });
+    box->show();
+    return box;
+}
+
+void tst_NotificationBox::settle()
+{
+    for (QWidget *widget : QApplication::topLevelWidgets()) {
+        if (auto *box = qobject_cast<CNotificationBox *>(widget))
+            finish(box, "NOTIFICATIONBOX_ANIMATION");
+    }
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+void tst_NotificationBox::initTestCase()
+{
+    ignoreOffscreenWarnings();
+    KovGui::setLogOutputFunction([](const char *, std::size_t) {});
+    registerPolicy<CMessageDataProvider, NotifyingProvider>();
+    registerPolicy<CMessageBoxBuilder>();
+}
+
+void tst_NotificationBox::cleanup()
+{
+    for (const auto &box : qAsConst(m_boxes))
+        delete box;
+    m_boxes.clear();
+    m_delivered.clear();
+    CNotificationBoxGroup::destroy();
+    QCursor::setPos(0, 0);
+}
+
+void tst_NotificationBox::slidesInAtTheCorner()
+{
+    const QRect area = QGuiApplication::primaryScreen()->availableGeometry();
+    const CNotificationBox *box = show();
+    QCOMPARE(box->width(), 324);
+    QCOMPARE(box->pos(), QPoint(area.right() + 1 - 324 - 6, -box->height()));
+    QCOMPARE(animations(box, "NOTIFICATIONBOX_ANIMATION").first()->duration(),
+             2 * (box->height() + area.y() + 6));
+    const auto *description = box->findChild<QLabel *>(QStringLiteral("m_lblShortText2"));
+    QVERIFY(description->height() >= description->heightForWidth(description->width()));
+    settle();
+    QCOMPARE(box->pos(), QPoint(area.right() + 1 - 324 - 6, area.y() + 6));
+    QVERIFY(!box->canBeParent());
+}
+
+void tst_NotificationBox::stackClosesUp()
+{
+    const CNotificationBox *oldest = show();
+    settle();
+    CNotificationBox *middle = show();
+    settle();
+    const CNotificationBox *newest = show();
+    settle();
+    const int step = newest->height() + 6;
+    QCOMPARE(middle->y() - newest->y(), step);
+    QCOMPARE(oldest->y() - middle->y(), step);
+
+    const QPoint below = middle->pos();
+    middle->onButtonClose();
+    finishClosing(middle);
+    QVERIFY(animations(newest, "NOTIFICATIONBOX_ANIMATION").isEmpty());
+    settle();
+    QCOMPARE(oldest->pos(), below);
+}
+
+void tst_NotificationBox::stackStaysWholeWhileItMoves()
+{
+    // Nothing is at rest when the next thing happens.
+    const CNotificationBox *oldest = show();
+    CNotificationBox *middle = show();
+    middle->onButtonClose();
+    const CNotificationBox *newest = show();
+    finishClosing(middle);
+    settle();
+    QCOMPARE(newest->y(), QGuiApplication::primaryScreen()->availableGeometry().y() + 6);
+    QCOMPARE(oldest->y(), newest->y() + newest->height() + 6);
+}
+
+void tst_NotificationBox::everyWayOutDeliversOnce_data()
+{
+    QTest::addColumn<Way>("leave");
+    QTest::addColumn<QString>("delivered");
+
+    const auto click = [](const char *name) -> Way {
+        return [name](CNotificationBox *box) { box->findChild<QPushButton *>(QLatin1String(name))->click(); };
+    };
+    const Way press = [](CNotificationBox *box) { QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(2, 2)); };
+    QTest::newRow("close button") << click("m_pbClose") << "id 0 1";
+    QTest::newRow("alternate button") << click("m_pbAlternate") << "id 1 1";
+    QTest::newRow("pressed") << press << "id 1 1";
+    QTest::newRow("closed, then pressed") << Way([=](CNotificationBox *box) {
+        click("m_pbClose")(box);
+        press(box);
+        QCOMPARE(animations(box, "ANIMATION_CLOSE_HIDE").size(), 1);
+    }) << "id 0 1";
+    QTest::newRow("time passed") << Way(&CNotificationBox::onTimeout) << "id 0 1";
+    QTest::newRow("Escape") << Way([](CNotificationBox *box) { QTest::keyClick(box, Qt::Key_Escape); })
+                            << "id 0 1";
+    QTest::newRow("closed by the system") << Way(&QWidget::close) << "id 0 1";
+    QTest::newRow("deleted") << Way([](CNotificationBox *box) { delete box; }) << "id 0 1";
+    QTest::newRow("deleted while sliding out") << Way([=](CNotificationBox *box) {
+        press(box);
+        delete box;
+    }) << "id 1 1";
+}
+
+void tst_NotificationBox::everyWayOutDeliversOnce()
+{
+    QFETCH(Way, leave);
+    const CNotificationBox *below = show(QStringLiteral("below"));
+    const QPointer<CNotificationBox> box = show();
+    settle();
+    box->findChild<QCheckBox *>()->setChecked(true);
+    const int top = box->y();
+    leave(box);
+    if (box)
+        finishClosing(box);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QVERIFY(!box);
+    QTEST(m_delivered.join(QLatin1Char(',')), "delivered");
+    settle();
+    QCOMPARE(below->y(), top);
+}
+
+void tst_NotificationBox::staysWhileInUse()
+{
+    CNotificationBox *box = show();
+    settle();
+    QCOMPARE(autoClose(box)->interval(), 5000);
+    const auto timeout = [box] {
+        autoClose(box)->stop();
+        box->onTimeout();
+        return CNotificationBoxGroup::isClosing(*box);
+    };
+    QEvent leave(QEvent::Leave);
+    QCursor::setPos(box->geometry().center());
+    QVERIFY(!timeout());
+    QVERIFY(!autoClose(box)->isActive());
+    QApplication::sendEvent(box, &leave);
+    QVERIFY(autoClose(box)->isActive() && autoClose(box)->interval() == 1000);
+
+    QCursor::setPos(0, 0);
+    QTest::keyClick(box, Qt::Key_Tab);
+    QVERIFY(!timeout());
+    QEvent deactivate(QEvent::WindowDeactivate);
+    QApplication::sendEvent(box, &deactivate);
+    QVERIFY(autoClose(box)->isActive());
+    QVERIFY(timeout());
+}
+
+void tst_NotificationBox::textLoadsNothing()
+{
+    QTemporaryDir folder;
+    const QString picture = folder.filePath(QStringLiteral("picture.png"));
+    QVERIFY(QImage(400, 400, QImage::Format_RGB32).save(picture));
+    CNotificationBox *box = show();
+    auto *label = box->findChild<QLabel *>(QStringLiteral("m_lblShortText"));
+    box->setMessage(QStringLiteral("<link rel=stylesheet href='%1'></link><b>a</b> &lt;img&gt;<img src='%1'>"
+                                   "<p style='background-image:url(%1)'><a href=\"x:1?a&amp;b\">l</a>")
+                        .arg(picture));
+    QVERIFY(!label->text().contains(QLatin1String("picture")));
+    QCOMPARE(label->accessibleName(), QStringLiteral("a <img>\nl"));
+
+    QSignalSpy links(box, &CNotificationBox::anchorClicked);
+    QCoreApplication::processEvents();
+    label->setFocus();
+    QTest::keyClick(label, Qt::Key_Tab);
+    QTest::keyClick(label, Qt::Key_Return);
+    QCOMPARE(links.value(0).value(1).toUrl(), QUrl(QStringLiteral("x:1?a&b")));
+
+    box->setMessage(QString(5000, QLatin1Char('w')));
+    QVERIFY(label->text().size() < 1000);
+}
+
+void tst_NotificationBox::builder()
+{
+    MessageData data(5);
+    data.shortMsg = QStringLiteral("short");
+    data.longMsg = QStringLiteral("long");
+    data.details = QStringLiteral("<details>");
+    data.canBeHidden = true;
+    data.buttons = {{Button2, {QStringLiteral("Restart")}}};
+    const CMessageInfo info(data);
+    QWidget parent;
+    auto *box = qobject_cast<CNotificationBox *>(CMessageBoxBuilder::instance()->build(info, &parent));
+    QVERIFY(box && !box->isVisible() && box->allowHide());
+    QCOMPARE(box->message() + box->description() + box->details() + box->button1(),
+             QStringLiteral("shortlong<details>Restart"));
+    QCOMPARE(box->getMessageUuid(), info.uuid());
+}
+
+KOV_TEST_MAIN(QApplication, tst_NotificationBox)
+#include "tst_notification_box.moc"

@@ -1,0 +1,79 @@
+#pragma once
+
+#include "gui/KovGui.h"
+#include "gui/tasks/CDownloadThread.h"
+#include "gui/tasks/CTaskDownloadFile.h"
+#include "gui/tasks/ProxyResult.h"
+#include "tests/support/KovTest.h"
+
+#include <QTimer>
+
+#include <csignal>
+
+/// Stands for the class that finds proxies: gives what the test sets.
+class ChosenProxy : public CAbstractTask, public ProxyResult
+{
+    Q_OBJECT
+    Q_INTERFACES(ProxyResult)
+
+public:
+    enum TaskStep { Find = 0 };
+    Q_ENUM(TaskStep)
+
+    Q_INVOKABLE explicit ChosenProxy(CTaskGenericId *id)
+        : CAbstractTask(id)
+    { }
+    QNetworkProxy proxy() const override { return chosen; }
+
+    static void install()
+    {
+        KovGui::staticMetaObjectHash()[QStringLiteral("CTaskGetProxyInfo")] = &staticMetaObject;
+    }
+    inline static QNetworkProxy chosen;
+    inline static KOV_RESULT result = KOV_SUCCESS;
+    inline static bool waits = false;
+
+private:
+    Q_INVOKABLE KOV_RESULT find()
+    {
+        if (waits)
+            setWaitForSubTaskCompletion();
+        return waits ? KOV_SUCCESS : result;
+    }
+};
+
+/// What a task tells, in order: states, and the end.
+class DownloadEvents : public QObject
+{
+public:
+    explicit DownloadEvents(CTaskDownloadFile *task)
+    {
+        connect(task, &CTaskDownloadFile::stateChanged, this,
+                [this](CTaskDownloadFile::State state) { list << QStringLiteral("state %1").arg(state); });
+        connect(task, &CTaskDownloadFile::downloadFinished, this,
+                [this](const QString &path, int error, int canceled) {
+                    const QString name = path.section(QLatin1Char('/'), -1);
+                    list << QStringLiteral("finished %1 %2 %3")
+                                .arg(name.isEmpty() ? QStringLiteral("-") : name)
+                                .arg(error)
+                                .arg(canceled);
+                });
+        connect(task, &CAbstractTask::taskFinished, this, [this](KOV_RESULT result) {
+            list << QStringLiteral("result 0x%1").arg(unsigned(result), 0, 16);
+        });
+    }
+    QString text() const { return list.join(QLatin1String(", ")); }
+
+    QStringList list;
+};
+
+inline QTimer *reconnectTimer(CTaskDownloadFile &task)
+{
+    return task.findChild<QTimer *>(QStringLiteral("reconnectTimer"));
+}
+
+/// The reconnect's time has come.
+inline void fireReconnect(CTaskDownloadFile &task)
+{
+    reconnectTimer(task)->start(0);
+}

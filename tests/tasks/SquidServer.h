@@ -1,0 +1,122 @@
+#pragma once
+
+#include "tests/support/NginxServer.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTcpSocket>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <pwd.h>
+#include <unistd.h>
+
+/// A private squid on 127.0.0.1 that lets one user through, by basic authentication. It ends with the object, or with the
+/// process that owns it.
+class SquidServer
+{
+public:
+    ~SquidServer()
+    {
+        m_process.terminate();
+        if (m_process.state() != QProcess::NotRunning && !m_process.waitForFinished(5000)) {
+            m_process.kill();
+            m_process.waitForFinished();
+        }
+    }
+
+    bool start(const QByteArray &user, const QByteArray &password)
+    {
+        QFile passwords(path("passwords"));
+        if (!passwords.open(QIODevice::WriteOnly) || passwords.write(user + ':' + hash(password)) <= 0)
+            return false;
+        passwords.close();
+        QStringList command{QStringLiteral("setpriv"), QStringLiteral("--pdeathsig"), QStringLiteral("TERM")};
+        if (::geteuid() == 0) {
+            // Squid wants another user than root for itself.
+            const passwd *const proxy = ::getpwnam("proxy");
+            if (!proxy
+                || ::chown(QFile::encodeName(m_directory.path()).constData(), proxy->pw_uid, proxy->pw_gid)
+                       != 0)
+                return false;
+            QFile::setPermissions(passwords.fileName(),
+                                  QFile::ReadOwner | QFile::WriteOwner | QFile::ReadOther);
+            command << QStringLiteral("--reuid") << QStringLiteral("proxy") << QStringLiteral("--regid")
+                    << QStringLiteral("proxy") << QStringLiteral("--clear-groups");
+        }
+        m_port = NginxServer::freePort();
+        QFile configuration(path("squid.conf"));
+        if (!configuration.open(QIODevice::WriteOnly) || configuration.write(text()) <= 0)
+            return false;
+        configuration.close();
+        command << QStandardPaths::findExecutable(QStringLiteral("squid"),
+                                                  {QStringLiteral("/usr/sbin"), QStringLiteral("/usr/bin")})
+                << QStringLiteral("-N") << QStringLiteral("-f") << configuration.fileName();
+        m_process.setProcessChannelMode(QProcess::MergedChannels);
+        m_process.start(command.takeFirst(), command);
+        return QTest::qWaitFor([this] { return isAnswering(); }, 20000);
+    }
+
+    quint16 port() const { return m_port; }
+    QByteArray errorText() { return m_process.readAll(); }
+
+    /// The user's name in each request that was answered by 407; "-" for a request without credentials.
+    QByteArrayList refusedUsers() const
+    {
+        QByteArrayList users;
+        QFile log(path("access.log"));
+        if (log.open(QIODevice::ReadOnly)) {
+            for (const QByteArray &line : log.readAll().split('\n')) {
+                if (line.contains("/407 "))
+                    users << line.simplified().split(' ').value(7);
+            }
+        }
+        return users;
+    }
+
+private:
+    QString path(const char *name) const { return m_directory.filePath(QLatin1String(name)); }
+
+    static QByteArray hash(const QByteArray &password)
+    {
+        QProcess openssl;
+        openssl.start(QStringLiteral("openssl"),
+                      {QStringLiteral("passwd"), QStringLiteral("-apr1"), QStringLiteral("-stdin")});
+        openssl.write(password + '\n');
+        openssl.closeWriteChannel();
+        openssl.waitForFinished();
+        return openssl.readAllStandardOutput();
+    }
+
+    QByteArray text() const
+    {
+        return QByteArray("http_port 127.0.0.1:PORT\n"
+                          "pid_filename DIR/pid\n"
+                          "access_log stdio:DIR/access.log\n"
+                          "cache_log DIR/cache.log\n"
+                          "cache deny all\n"
+                          "coredump_dir DIR\n"
+                          "netdb_filename none\n"
+                          "shutdown_lifetime 0 seconds\n"
+                          "auth_param basic program /usr/lib/squid/basic_ncsa_auth DIR/passwords\n"
+                          "auth_param basic children 1 startup=1\n"
+                          "auth_param basic realm test\n"
+                          "acl known proxy_auth REQUIRED\n"
+                          "http_access allow known\n"
+                          "http_access deny all\n")
+            .replace("PORT", QByteArray::number(m_port))
+            .replace("DIR", QFile::encodeName(m_directory.path()));
+    }
+
+    bool isAnswering() const
+    {
+        QTcpSocket socket;
+        socket.connectToHost(QStringLiteral("127.0.0.1"), m_port);
+        return socket.waitForConnected(200);
+    }
+
+    QTemporaryDir m_directory;
+    QProcess m_process;
+    quint16 m_port = 0;
+};

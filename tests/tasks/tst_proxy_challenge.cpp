@@ -1,0 +1,369 @@
+#include "gui/tasks/CProxyAuthenticator.h"
+#include "gui/tasks/CTaskGetProxyInfo.h"
+#include "gui/tasks/CTaskHttpOperation.h"
+#include "gui/tasks/ProxyAuthUtils.h"
+#include "gui/tasks/TaskIds.h"
+#include "tests/support/KovTest.h"
+#include "tests/support/OffscreenPlatform.h"
+#include "tests/tasks/ProxyFixture.h"
+
+#include <QAccessible>
+#include <QAuthenticator>
+#include <QElapsedTimer>
+#include <QNetworkReply>
+
+namespace {
+
+const QUrl origin(QStringLiteral("http://origin.invalid/page"));
+
+std::unique_ptr<CTaskHttpOperation> request(const QNetworkProxy &proxy, const QUrl &url = origin)
+{
+    return std::make_unique<CTaskHttpOperation>(QNetworkRequest(url), QNetworkAccessManager::GetOperation,
+                                                QString(), &proxy, nullptr, CTaskHttpOperation::KeepParser,
+                                                QByteArray());
+}
+
+QStringList list(const char *text)
+{
+    return QString::fromLatin1(text).split(QLatin1Char('|'), Qt::SkipEmptyParts);
+}
+
+/// A manager of a host: it counts its challenges before they are answered.
+class Client : public QNetworkAccessManager
+{
+public:
+    Client(const QNetworkProxy &proxy, int &challenges)
+    {
+        setProxy(proxy);
+        connect(this, &QNetworkAccessManager::proxyAuthenticationRequired, this,
+                [&challenges] { ++challenges; });
+        CProxyAuthenticator::instance()->addRequestor(this);
+    }
+    void get() { reply = QNetworkAccessManager::get(QNetworkRequest(origin)); }
+    QNetworkReply *reply = nullptr;
+};
+
+} // namespace
+
+Q_DECLARE_METATYPE(std::function<void(CTaskHttpOperation *, QWidget *)>)
+
+class tst_ProxyChallenge : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        ignoreOffscreenWarnings();
+        ignoreReplacedAnswers();
+    }
+    void init() { QSettings().clear(); }
+    void cleanup()
+    {
+        CProxyAuthenticator::destroy();
+        QVERIFY(!QApplication::activeModalWidget());
+    }
+
+    void escalation_data();
+    void escalation() { climb(origin, true); }
+    void escalationOfATunnel_data() { escalation_data(); }
+    void escalationOfATunnel() { climb(QUrl(QStringLiteral("https://origin.invalid/page")), false); }
+    void laterRequestsUseWhatProvedRight();
+    void parallelRequestsAskOnce_data();
+    void parallelRequestsAskOnce();
+    void differentProxiesGetTheirOwnTurn();
+    void aRefusedAnswerIsNotSentAgain();
+    void endsWhileTheQuestionIsOpen_data();
+    void endsWhileTheQuestionIsOpen();
+    void timeStandsStillWhileTheUserTypes();
+    void probeStopsAtTheHeaders();
+    void probeResults_data();
+    void probeResults();
+    void dialogIsReachable();
+
+private:
+    void climb(const QUrl &url, bool isPlain);
+};
+
+void tst_ProxyChallenge::escalation_data()
+{
+    QTest::addColumn<QString>("preset"); // sent unasked, as from the preferences
+    QTest::addColumn<QString>("saved");
+    QTest::addColumn<QStringList>("answers");
+    QTest::addColumn<QStringList>("attempts"); // after the first, which has none
+    QTest::addColumn<QStringList>("dialogs");
+    QTest::addColumn<bool>("succeeds");
+
+    const auto row = [](const char *name, const char *preset, const char *saved, const char *answers,
+                        const char *attempts, const char *dialogs, bool succeeds) {
+        QTest::newRow(name) << QString::fromLatin1(preset) << QString::fromLatin1(saved) << list(answers)
+                            << list(attempts) << list(dialogs) << succeeds;
+    };
+    row("typed", "", "", "u:good", "u:good", "ask", true);
+    row("empty password, then right", "", "", "u:|u:good", "u:|u:good", "ask|retry", true);
+    row("typed wrong twice", "", "", "u:a|u:b|u:good", "u:a|u:b|u:good", "ask|retry|retry", true);
+    row("the same wrong one again is sent again", "", "", "u:a|u:a|cancel", "u:a|u:a", "ask|retry|retry",
+        false);
+    row("cancelled", "", "", "cancel", "", "ask", false);
+    row("saved", "", "u:good", "", "u:good", "", true);
+    row("saved wrong is sent once", "", "u:old", "u:good", "u:old|u:good", "ask", true);
+    row("saved wrong, cancelled", "", "u:old", "cancel", "u:old", "ask", false);
+    row("preset wrong, saved right", "u:old", "u:good", "", "u:good", "", true);
+    row("preset wrong, saved the same", "u:old", "u:old", "u:good", "u:good", "ask", true);
+    row("preset right", "u:good", "", "", "", "", true);
+}
+
+void tst_ProxyChallenge::climb(const QUrl &url, bool isPlain)
+{
+    QFETCH(QString, preset);
+    QFETCH(QString, saved);
+    QFETCH(QStringList, answers);
+    QFETCH(QStringList, attempts);
+    RecordingServer server(asksFor("u:good"));
+    QNetworkProxy proxy = server.asProxy();
+    if (!saved.isEmpty())
+        QVERIFY(ProxyAuthUtils::saveProxyCredentials(proxy, saved.section(QLatin1Char(':'), 0, 0),
+                                                     saved.section(QLatin1Char(':'), 1)));
+    if (!preset.isEmpty()) {
+        proxy.setUser(preset.section(QLatin1Char(':'), 0, 0));
+        proxy.setPassword(preset.section(QLatin1Char(':'), 1));
+    }
+    if (!preset.isEmpty())
+        attempts.prepend(preset);
+    attempts.prepend(QString());
+    Person person(answers);
+    const auto task = request(proxy, url);
+    QFETCH(bool, succeeds);
+    // Nobody answers inside the tunnel.
+    const KOV_RESULT success = isPlain ? KOV_SUCCESS : KOV_ERR_FAILURE;
+    QCOMPARE(resultOf(*task), succeeds ? success : KOV_ERR_PROXY_AUTHENTICATION_REQUIRED);
+    QCOMPARE(server.attempts(), attempts);
+    QTEST(person.seen, "dialogs");
+}
+
+void tst_ProxyChallenge::laterRequestsUseWhatProvedRight()
+{
+    RecordingServer server(asksFor("u:good"));
+    QSignalSpy valid(CProxyAuthenticator::instance(), &CProxyAuthenticator::validCredentialsEntered);
+    Person person({QStringLiteral("u:good")});
+    QCOMPARE(resultOf(*request(server.asProxy())), KOV_SUCCESS);
+    QCOMPARE(valid.size(), 1);
+    QCOMPARE(valid.first().first().toUrl(), origin);
+    QCOMPARE(CProxyAuthenticator::instance()->user(server.asProxy()), QStringLiteral("u"));
+    QCOMPARE(resultOf(*request(server.asProxy())), KOV_SUCCESS);
+    QCOMPARE(person.seen.size(), 1);
+    // The same host with another port, and another type, is another proxy.
+    QNetworkProxy other = server.asProxy();
+    other.setPort(1);
+    QVERIFY(CProxyAuthenticator::instance()->user(other).isEmpty());
+    // Not remembered: the box was not checked.
+    QString user, password;
+    QVERIFY(!ProxyAuthUtils::getProxyCredentials(server.asProxy(), user, password));
+}
+
+void tst_ProxyChallenge::parallelRequestsAskOnce_data()
+{
+    QTest::addColumn<QString>("answer");
+    QTest::addColumn<QNetworkReply::NetworkError>("error");
+    QTest::newRow("right") << QStringLiteral("u:good") << QNetworkReply::NoError;
+    QTest::newRow("cancelled") << QStringLiteral("cancel") << QNetworkReply::ProxyAuthenticationRequiredError;
+}
+
+void tst_ProxyChallenge::parallelRequestsAskOnce()
+{
+    QFETCH(QString, answer);
+    RecordingServer server(asksFor("u:good"));
+    int challenges = 0;
+    std::vector<std::unique_ptr<Client>> clients;
+    for (int i = 0; i < 3; ++i)
+        clients.push_back(std::make_unique<Client>(server.asProxy(), challenges));
+    Person person({answer}, [&challenges] { return challenges == 3; });
+    for (const auto &client : clients)
+        client->get();
+    for (const auto &client : clients) {
+        QTRY_VERIFY(client->reply->isFinished());
+        QTEST(client->reply->error(), "error");
+    }
+    QCOMPARE(person.seen, QStringList{QStringLiteral("ask")});
+}
+
+void tst_ProxyChallenge::differentProxiesGetTheirOwnTurn()
+{
+    RecordingServer one(asksFor("u:one"));
+    RecordingServer two(asksFor("u:two"));
+    int challenges = 0;
+    Client first(one.asProxy(), challenges);
+    Client second(two.asProxy(), challenges);
+    Person person({QStringLiteral("u:one"), QStringLiteral("u:two")}, [&] {
+        if (!second.reply)
+            second.get();
+        return challenges == 2;
+    });
+    first.get();
+    QTRY_VERIFY(second.reply && first.reply->isFinished() && second.reply->isFinished());
+    QCOMPARE(first.reply->error(), QNetworkReply::NoError);
+    QCOMPARE(second.reply->error(), QNetworkReply::NoError);
+    // Neither proxy saw what was meant for the other.
+    QCOMPARE(one.attempts(), QStringList({QString(), QStringLiteral("u:one")}));
+    QCOMPARE(two.attempts(), QStringList({QString(), QStringLiteral("u:two")}));
+}
+
+void tst_ProxyChallenge::aRefusedAnswerIsNotSentAgain()
+{
+    RecordingServer server(asksFor("u:good"));
+    QVERIFY(
+        ProxyAuthUtils::saveProxyCredentials(server.asProxy(), QStringLiteral("u"), QStringLiteral("old")));
+    Person person({});
+    int challenges = 0;
+    Client client(server.asProxy(), challenges);
+    for (int i = 0; i < 3; ++i) {
+        client.get();
+        QTRY_VERIFY(client.reply->isFinished());
+        QCOMPARE(client.reply->error(), QNetworkReply::ProxyAuthenticationRequiredError);
+    }
+    QCOMPARE(resultOf(*request(server.asProxy())), KOV_ERR_PROXY_AUTHENTICATION_REQUIRED);
+    QCOMPARE(server.attempts().count(QStringLiteral("u:old")), 1);
+    QCOMPARE(person.seen.size(), 4);
+}
+
+void tst_ProxyChallenge::endsWhileTheQuestionIsOpen_data()
+{
+    using End = std::function<void(CTaskHttpOperation *, QWidget *)>;
+    QTest::addColumn<End>("end");
+    QTest::newRow("terminated") << End(
+        [](CTaskHttpOperation *task, QWidget *) { task->terminate(KOV_ERR_CANCELLED); });
+    QTest::newRow("deleted") << End([](CTaskHttpOperation *task, QWidget *) { delete task; });
+    QTest::newRow("dialog destroyed") << End([](CTaskHttpOperation *, QWidget *dialog) { delete dialog; });
+    QTest::newRow("authenticator destroyed")
+        << End([](CTaskHttpOperation *, QWidget *) { CProxyAuthenticator::destroy(); });
+}
+
+void tst_ProxyChallenge::endsWhileTheQuestionIsOpen()
+{
+    using End = std::function<void(CTaskHttpOperation *, QWidget *)>;
+    QFETCH(End, end);
+    RecordingServer server(asksFor("u:good"));
+    const QPointer<CTaskHttpOperation> task = request(server.asProxy()).release();
+    const QPointer<QNetworkAccessManager> manager = task->findChild<QNetworkAccessManager *>();
+    QElapsedTimer elapsed;
+    QTimer poll;
+    connect(&poll, &QTimer::timeout, this, [&] {
+        QWidget *dialog = QApplication::activeModalWidget();
+        if (!dialog)
+            return;
+        poll.stop();
+        elapsed.start();
+        end(task, dialog);
+    });
+    poll.start(5);
+    task->execute();
+    QTRY_VERIFY(!task || task->isFinished());
+    if (task)
+        QVERIFY(KOV_FAILED(task->getResult()));
+    delete task;
+    // The manager goes, and its thread is not waited for.
+    QTRY_VERIFY(!manager);
+    QVERIFY2(elapsed.elapsed() < 2000, qPrintable(QString::number(elapsed.elapsed())));
+    QCOMPARE(server.attempts(), QStringList{QString()});
+}
+
+void tst_ProxyChallenge::timeStandsStillWhileTheUserTypes()
+{
+    RecordingServer server(asksFor("u:good"));
+    const auto task = request(server.asProxy());
+    const auto *timer = task->findChild<QTimer *>(QStringLiteral("operationTimeout"));
+    bool stoodStill = false;
+    Person person({QStringLiteral("u:good")}, [&] { return stoodStill = !timer->isActive(); });
+    QCOMPARE(resultOf(*task), KOV_SUCCESS);
+    QVERIFY(stoodStill);
+}
+
+void tst_ProxyChallenge::probeStopsAtTheHeaders()
+{
+    // A package without end: only its headers may be fetched.
+    RecordingServer server([](const QByteArray &head) {
+        return head.contains("Proxy-Authorization")
+                   ? QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 1000000000\r\n\r\n")
+                   : asksFor("")(head);
+    });
+    setPreference("Proxy Enabled", true);
+    setPreference("Proxy Http Host", QStringLiteral("127.0.0.1"));
+    setPreference("Proxy Http Port", QString::number(server.serverPort()));
+    Person person({QStringLiteral("u:good")});
+    CTaskGetProxyInfo task(new CTaskId_GetProxyInfo(origin.toString(), true));
+    QCOMPARE(resultOf(task), KOV_SUCCESS);
+    QCOMPARE(task.proxy().user(), QStringLiteral("u"));
+    QCOMPARE(task.proxy().password(), QStringLiteral("good"));
+    // A second one takes them from the cache and asks nobody.
+    CTaskGetProxyInfo again(new CTaskId_GetProxyInfo(origin.toString(), true));
+    QCOMPARE(resultOf(again), KOV_SUCCESS);
+    QCOMPARE(again.proxy().password(), QStringLiteral("good"));
+    QCOMPARE(server.heads.size(), 2);
+}
+
+void tst_ProxyChallenge::probeResults_data()
+{
+    QTest::addColumn<QByteArray>("answer");
+    QTest::addColumn<KOV_RESULT>("result");
+    QTest::newRow("refused by the proxy")
+        << response("407 Who are you", "Proxy-Authenticate: Basic realm=\"t\"\r\n")
+        << KOV_ERR_PROXY_AUTHENTICATION_REQUIRED;
+    QTest::newRow("refused by the server")
+        << response("401 Who are you", "WWW-Authenticate: Basic realm=\"t\"\r\n")
+        << KOV_ERR_SERVER_AUTHENTICATION_REQUIRED;
+    QTest::newRow("missing") << response("404 Not found") << KOV_SUCCESS;
+    QTest::newRow("no HTTP at all") << QByteArray("hello\r\n\r\n") << KOV_SUCCESS;
+}
+
+void tst_ProxyChallenge::probeResults()
+{
+    QFETCH(QByteArray, answer);
+    RecordingServer server([answer](const QByteArray &) { return answer; });
+    setPreference("Proxy Enabled", true);
+    setPreference("Proxy Http Host", QStringLiteral("127.0.0.1"));
+    setPreference("Proxy Http Port", QString::number(server.serverPort()));
+    Person person({});
+    QTimer hangUp;
+    connect(&hangUp, &QTimer::timeout, this, [&server] {
+        for (auto *socket : server.findChildren<QTcpSocket *>())
+            socket->disconnectFromHost();
+    });
+    if (!answer.startsWith("HTTP"))
+        hangUp.start(50);
+    CTaskGetProxyInfo task(new CTaskId_GetProxyInfo(origin.toString(), true));
+    QTEST(resultOf(task), "result");
+    QCOMPARE(task.proxy().port(), server.serverPort());
+}
+
+void tst_ProxyChallenge::dialogIsReachable()
+{
+    const std::unique_ptr<CUserAuthDialog> dialog(
+        CProxyAuthenticator::createAuthDialog(QStringLiteral("<b>%2</b>"), 8080, false));
+    dialog->show();
+    QCOMPARE(dialog->windowTitle(), QStringLiteral("Proxy Authentication Required"));
+    // A host is shown as it stands: neither markup nor a place to fill.
+    const auto *title = dialog->findChild<QLabel *>(QStringLiteral("m_lblTitle"));
+    QCOMPARE(title->text(),
+             QStringLiteral("Authentication required to log in to the proxy server <b>%2</b>:8080."));
+    QCOMPARE(title->textFormat(), Qt::PlainText);
+    QVERIFY(!dialog->findChild<QLabel *>(QStringLiteral("m_lblPicture"))->pixmap(Qt::ReturnByValue).isNull());
+    auto *name = dialog->findChild<QLineEdit *>(QStringLiteral("m_leName"));
+    auto *logIn = dialog->findChild<QPushButton *>(QStringLiteral("m_pbOk"));
+    QCOMPARE(logIn->text(), QStringLiteral("Log In"));
+    QVERIFY(!logIn->isEnabled());
+    name->setText(QStringLiteral("u"));
+    QVERIFY(logIn->isEnabled());
+    QStringList order;
+    for (QWidget *widget = name; order.size() < 5; widget = widget->nextInFocusChain()) {
+        if (widget->focusPolicy() & Qt::TabFocus) {
+            order << widget->objectName();
+            auto *accessible = QAccessible::queryAccessibleInterface(widget);
+            QVERIFY2(accessible && !accessible->text(QAccessible::Name).isEmpty(),
+                     qPrintable(widget->objectName()));
+        }
+    }
+    QCOMPARE(order, list("m_leName|m_lePassword|m_ckbRemember|m_pbOk|m_pbCancel"));
+}
+
+KOV_TEST_MAIN(QApplication, tst_ProxyChallenge)
+#include "tst_proxy_challenge.moc"

@@ -1,0 +1,182 @@
+#include "gui/log/LogText.h"
+#include "gui/tasks/CProxyAuthenticator.h"
+#include "gui/tasks/CTaskGetProxyInfo.h"
+#include "gui/tasks/CTaskHttpOperation.h"
+#include "gui/tasks/ProxyAuthUtils.h"
+#include "gui/tasks/ProxyPreferences.h"
+#include "gui/tasks/TaskIds.h"
+#include "tests/support/KovTest.h"
+#include "tests/support/OffscreenPlatform.h"
+#include "tests/tasks/ProxyFixture.h"
+#include "tests/tasks/SquidServer.h"
+
+#include <QDirIterator>
+
+namespace {
+
+const QString userName = QStringLiteral("somebody-known");
+/// Looks different in each of its forms.
+const QString secret = QStringLiteral("s3cr&t/w%rd+x=>?~");
+
+QByteArrayList forms(const QString &text)
+{
+    const QByteArray plain = text.toUtf8();
+    return {plain, plain.toBase64(QByteArray::OmitTrailingEquals),
+            (userName.toUtf8() + ':' + plain).toBase64(), text.toUtf8().toPercentEncoding(),
+            QUrl::toPercentEncoding(text, "&/+=")};
+}
+
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+QStringList filesBelow(const QString &folder)
+{
+    QStringList files;
+    for (QDirIterator entry(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+         entry.hasNext();)
+        files << entry.next();
+    return files;
+}
+
+/// The arguments and the environment of this process and of its children.
+QByteArray processTexts()
+{
+    QByteArray texts;
+    const QByteArray parent = "PPid:\t" + QByteArray::number(QCoreApplication::applicationPid()) + '\n';
+    for (const QString &name :
+         QDir(QStringLiteral("/proc")).entryList({QStringLiteral("[0-9]*")}, QDir::Dirs)) {
+        const QString folder = QStringLiteral("/proc/") + name;
+        if (name.toLongLong() == QCoreApplication::applicationPid()
+            || contentOf(folder + QStringLiteral("/status")).contains(parent))
+            texts += contentOf(folder + QStringLiteral("/cmdline"))
+                     + contentOf(folder + QStringLiteral("/environ"));
+    }
+    return texts;
+}
+
+} // namespace
+
+class tst_ProxySquid : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        ignoreOffscreenWarnings();
+        ignoreReplacedAnswers();
+        QVERIFY2(m_squid.start(userName.toUtf8(), secret.toUtf8()), m_squid.errorText().constData());
+    }
+    void init() { QSettings().clear(); }
+    void cleanup() { CProxyAuthenticator::destroy(); }
+
+    void wrongSavedPasswordIsSentOnce_data();
+    void wrongSavedPasswordIsSentOnce();
+    void passwordStandsNowhere();
+
+private:
+    QNetworkProxy proxy() const
+    {
+        return {QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), m_squid.port()};
+    }
+    KOV_RESULT fetch(const QUrl &url) const
+    {
+        const QNetworkProxy through = proxy();
+        CTaskHttpOperation task(QNetworkRequest(url), QNetworkAccessManager::GetOperation, QString(),
+                                &through, nullptr, CTaskHttpOperation::KeepParser, QByteArray());
+        return resultOf(task);
+    }
+
+    SquidServer m_squid;
+};
+
+void tst_ProxySquid::wrongSavedPasswordIsSentOnce_data()
+{
+    QTest::addColumn<QString>("scheme");
+    QTest::newRow("plain") << QStringLiteral("http");
+    QTest::newRow("tunnel") << QStringLiteral("https");
+}
+
+void tst_ProxySquid::wrongSavedPasswordIsSentOnce()
+{
+    QFETCH(QString, scheme);
+    RecordingServer origin([](const QByteArray &) { return response("200 OK"); });
+    const QUrl url(QStringLiteral("%1://127.0.0.1:%2/").arg(scheme).arg(origin.serverPort()));
+    QVERIFY(ProxyAuthUtils::saveProxyCredentials(proxy(), userName, QStringLiteral("wrong")));
+    const int before = m_squid.refusedUsers().size();
+    Person person({});
+    QCOMPARE(fetch(url), KOV_ERR_PROXY_AUTHENTICATION_REQUIRED);
+    QCOMPARE(fetch(url), KOV_ERR_PROXY_AUTHENTICATION_REQUIRED);
+    QTRY_COMPARE(m_squid.refusedUsers().mid(before), QByteArrayList({"-", userName.toUtf8(), "-"}));
+    QCOMPARE(person.seen.size(), 2);
+    QCOMPARE(origin.connections, 0);
+}
+
+void tst_ProxySquid::passwordStandsNowhere()
+{
+    KovGui::setLogVerbosity(4);
+    KovGui::forwardQtMessages(true);
+    const QStringList strangers = filesBelow(QDir::tempPath());
+    RecordingServer origin([](const QByteArray &) { return response("200 OK"); });
+    const QUrl url(QStringLiteral("http://127.0.0.1:%1/page").arg(origin.serverPort()));
+    const QString typed = userName + QLatin1Char(':');
+    {
+        Person person({typed + QStringLiteral("wrong"), typed + QStringLiteral("wronger"),
+                       typed + secret + QLatin1Char('!')});
+        QCOMPARE(fetch(url), KOV_SUCCESS);
+        QCOMPARE(person.seen.size(), 3);
+    }
+    QTcpServer closing;
+    connect(&closing, &QTcpServer::newConnection, this,
+            [&closing] { closing.nextPendingConnection()->close(); });
+    closing.listen(QHostAddress::LocalHost);
+    QVERIFY(KOV_FAILED(fetch(QUrl(QStringLiteral("https://127.0.0.1:%1/").arg(closing.serverPort())))));
+    // The same password from the preferences, through the task, then a request that fails.
+    CProxyAuthenticator::destroy();
+    setPreference("Proxy Enabled", true);
+    setPreference("Proxy Http Host", QStringLiteral("127.0.0.1"));
+    setPreference("Proxy Http Port", QString::number(m_squid.port()));
+    setPreference("Proxy Http Autorization Enabled", true);
+    setPreference("Proxy Http Username", userName);
+    QVERIFY(ProxyPreferences::setPassword(false, secret));
+    CTaskGetProxyInfo task(new CTaskId_GetProxyInfo(url.toString(), true));
+    QCOMPARE(resultOf(task), KOV_SUCCESS);
+    QCOMPARE(task.proxy().password(), secret);
+    const QNetworkProxy through = task.proxy();
+    CTaskHttpOperation failing(QNetworkRequest(QUrl(QStringLiteral("http://127.0.0.1:1/"))),
+                               QNetworkAccessManager::GetOperation, QString(), &through, nullptr,
+                               CTaskHttpOperation::KeepParser, QByteArray());
+    QVERIFY(KOV_FAILED(resultOf(failing)));
+    QVERIFY(failing.reply());
+    KovGui::forwardQtMessages(false);
+    KovGui::setLogVerbosity(1);
+
+    QVERIFY(!origin.heads.isEmpty());
+    QByteArray texts = origin.heads.join() + processTexts() + failing.reply()->errorString().toUtf8();
+    QSettings().sync();
+    int settingsFiles = 0;
+    for (const QString &path : filesBelow(QDir::tempPath())) {
+        if (strangers.contains(path)
+            && !path.startsWith(QFileInfo(QString::fromUtf8(qgetenv("XDG_CONFIG_HOME"))).path()))
+            continue;
+        settingsFiles += path.endsWith(QLatin1String(".conf")) && contentOf(path).contains("Passwords");
+        texts += contentOf(path);
+    }
+    // What was looked through is what was written.
+    QCOMPARE(settingsFiles, 1);
+    QVERIFY(texts.contains("Set user defined proxy host"));
+    QVERIFY(texts.contains("overriding active cache entry"));
+    QVERIFY(!texts.contains("Proxy-Authorization"));
+    for (const QString &password : {secret, QStringLiteral("wronger")}) {
+        for (const QByteArray &form : forms(password))
+            QVERIFY2(!texts.contains(form), form.constData());
+    }
+    // Qt's own messages do not tell the user either.
+    QVERIFY(!texts.contains("//" + userName.toUtf8() + '@'));
+}
+
+KOV_TEST_MAIN(QApplication, tst_ProxySquid)
+#include "tst_proxy_squid.moc"
