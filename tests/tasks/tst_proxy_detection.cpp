@@ -213,7 +213,8 @@ void tst_ProxyDetection::quitWhileTheScriptServerIsSilent()
     QCOMPARE(process.exitStatus(), QProcess::NormalExit);
     QCOMPARE(process.exitCode(), 0);
     // Nobody is left behind who waits on.
-    QTRY_COMPARE(silent.findChildren<QTcpSocket *>().constFirst()->state(), QAbstractSocket::UnconnectedState);
+    QTRY_COMPARE(silent.findChildren<QTcpSocket *>().constFirst()->state(),
+                 QAbstractSocket::UnconnectedState);
 }
 
 void tst_ProxyDetection::refusedProxyIsNotBypassed()
