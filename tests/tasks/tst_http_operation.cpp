@@ -43,6 +43,7 @@ private Q_SLOTS:
         write("page", "a page");
         write("answer", "<r><Result>7</Result></r>");
         write("broken-answer", "<r><x>");
+        write("medium", QByteArray(5000, 'x'));
         write("full", QByteArray(int(CTaskHttpOperation::MaximumBodySize), 'x'));
         write("large", QByteArray(int(CTaskHttpOperation::MaximumBodySize) + 1, 'x'));
         const QString locations = s("gzip_min_length 1; gzip_types *;"
@@ -230,7 +231,7 @@ private Q_SLOTS:
         const auto handler = std::signal(SIGXFSZ, SIG_IGN);
         const rlimit tiny{1000, before.rlim_max};
         RecordedLog log;
-        Get task(m_server.url(s("full")), m_root.filePath(s("cut")));
+        Get task(m_server.url(s("medium")), m_root.filePath(s("cut")));
         ::setrlimit(RLIMIT_FSIZE, &tiny);
         const KOV_RESULT result = resultOf(task);
         ::setrlimit(RLIMIT_FSIZE, &before);
