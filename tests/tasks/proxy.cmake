@@ -12,3 +12,5 @@ kov_add_test(NAME tst_proxy_settings
     LIBS KovGui qt5keychain LABELS tasks ENVIRONMENT ${without_key_store})
 kov_add_test(NAME tst_proxy_squid SOURCES tst_proxy_squid.cpp ProxyFixture.h SquidServer.h LIBS KovGui NginxServer
     LABELS tasks servers ENVIRONMENT ${without_key_store})
+kov_add_test(NAME tst_tinyproxy SOURCES tst_tinyproxy.cpp ProxyFixture.h LIBS KovGui NginxServer LABELS tasks servers
+    ENVIRONMENT ${without_key_store})
