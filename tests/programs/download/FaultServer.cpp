@@ -45,6 +45,8 @@ void FaultServer::answer(QTcpSocket *socket, const QByteArray &head)
     const QByteArray close = reply.end == End::Close ? "Connection: close\r\n" : "";
     const QByteArray first = "HTTP/1.1 " + reply.head + close + "\r\n";
     served += first.size();
+    if (socket->state() != QAbstractSocket::ConnectedState)
+        return;
     socket->write(first);
     const auto finish = [socket, end = reply.end] {
         if (end == End::Close)
@@ -59,6 +61,9 @@ void FaultServer::answer(QTcpSocket *socket, const QByteArray &head)
     const auto left = std::make_shared<QByteArray>(reply.body);
     auto *timer = new QTimer(socket);
     connect(timer, &QTimer::timeout, socket, [this, socket, left, timer, finish, size = reply.pieceSize] {
+        // The client may have been killed a moment ago.
+        if (socket->state() != QAbstractSocket::ConnectedState)
+            return timer->stop();
         served += socket->write(left->left(size));
         left->remove(0, size);
         if (left->isEmpty()) {
