@@ -3,6 +3,7 @@
 #include "abstract_task/Tasks.h"
 #include "gui/GUI.h"
 #include "gui/KovVersion.h"
+#include "gui/LibraryVersion_p.h"
 #include "gui/log/Log.h"
 #include "gui/messages/CMessageBoxBuilder.h"
 #include "gui/messages/CMessageDataProvider.h"
@@ -10,6 +11,7 @@
 #include "gui/messages/CSearchParentHelper.h"
 #include "gui/tasks/CTaskGetProxyInfo.h"
 #include "gui/update/CTaskCheckForProductUpdate.h"
+#include "gui/update/CTaskInstallProductUpdate.h"
 #include "gui/update/UpdateTypes_p.h"
 #include "kov_sdk/KovSdk.h"
 
@@ -72,7 +74,7 @@ void initDirectories(_KOV_APPLICATION_MODE mode)
     state().mode = mode;
     KovGui::log("", "cmn_utils", 0,
                 "TessarineDirs::Init( ) was called. Current app mode = %d ( %s )%s build version: %s %s%s",
-                int(mode), modeName(mode), isSandboxed() ? " (Sandbox)" : "", KOV_VERSION_TEXT,
+                int(mode), modeName(mode), isSandboxed() ? " (Sandbox)" : "", LibraryVersion::text(),
                 KOV_BUILD_DATE, "");
 }
 
@@ -91,6 +93,7 @@ void fillRegistry()
     enter<CSearchParentHelper>();
     enter<CMessageProcessor>();
     enter<CTaskCheckForProductUpdate>();
+    enter<CTaskInstallProductUpdate>();
 }
 
 void registerValueTypes()

@@ -11,8 +11,8 @@ import re
 import sys
 
 BASE = ['kov_sdk/KovTypes.h']
-FRAME = BASE + ['kov_sdk', 'abstract_task', 'kov_sdk_communication', 'gui/KovGuiGlobal.h', 'gui/KovVersion.h', 'gui/KovGui.h',
-                'gui/GUI.h', 'gui/ImplementationRegistry_p.h', 'gui/log', 'gui/platform']
+FRAME = BASE + ['kov_sdk', 'abstract_task', 'kov_sdk_communication', 'gui/KovGuiGlobal.h', 'gui/KovVersion.h', 'gui/KovGui.h', 'gui/Clock.h',
+                'gui/GUI.h', 'gui/ImplementationRegistry_p.h', 'gui/LibraryVersion_p.h', 'gui/log', 'gui/platform']
 ALLOWED = {
     'kov_sdk': [],
     'abstract_task': BASE,

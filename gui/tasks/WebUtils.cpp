@@ -1,7 +1,7 @@
 #include "gui/tasks/WebUtils.h"
 
 #include "gui/KovGui.h"
-#include "gui/KovVersion.h"
+#include "gui/LibraryVersion_p.h"
 
 #include <QRegularExpression>
 #include <QSysInfo>
@@ -111,7 +111,7 @@ QString withMaskedUrls(const QString &text, const QUrl &url)
 QueryItems productInfo(const QString &localeName)
 {
     return {{QStringLiteral("Product"), EnumUtils::clientAppNameFromAppMode(KovGui::applicationMode())},
-            {QStringLiteral("Version"), QStringLiteral(KOV_VERSION_TEXT)},
+            {QStringLiteral("Version"), QString::fromLatin1(LibraryVersion::text())},
             {QStringLiteral("Os"), QSysInfo::prettyProductName()},
             {QStringLiteral("Locale"), localeName}};
 }

@@ -12,5 +12,6 @@ target_sources(KovGui PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/ChildErrorLog.cpp ${CMAKE_CURRENT_LIST_DIR}/ChildErrorLog.h
     ${CMAKE_CURRENT_LIST_DIR}/CMd5Calculator.cpp ${CMAKE_CURRENT_LIST_DIR}/CMd5Calculator.h
     ${CMAKE_CURRENT_LIST_DIR}/CTaskDownloadFile.cpp ${CMAKE_CURRENT_LIST_DIR}/CTaskDownloadFile.h
+    ${CMAKE_CURRENT_LIST_DIR}/CTaskInteractiveDownload.cpp ${CMAKE_CURRENT_LIST_DIR}/CTaskInteractiveDownload.h
     ${CMAKE_CURRENT_LIST_DIR}/DownloadOutput.cpp ${CMAKE_CURRENT_LIST_DIR}/DownloadOutput_p.h
     ${CMAKE_CURRENT_LIST_DIR}/DownloadProgressData.h)

@@ -1,6 +1,6 @@
 #include "gui/update/CAppVersion.h"
 
-#include "gui/KovVersion.h"
+#include "gui/LibraryVersion_p.h"
 
 #include <tuple>
 
@@ -23,7 +23,8 @@ CAppVersion::CAppVersion(quint32 majorVersion, quint32 minorVersion, quint32 pat
 
 CAppVersion CAppVersion::currentVersion()
 {
-    return CAppVersion(KOV_VERSION_MAJOR, KOV_VERSION_MINOR, KOV_VERSION_PATCH, KOV_VERSION_BUILD);
+    const LibraryVersion::Numbers numbers = LibraryVersion::numbers();
+    return CAppVersion(numbers.major, numbers.minor, numbers.patchLevel, numbers.build);
 }
 
 int CAppVersion::compare(const CAppVersion &a, const CAppVersion &b)

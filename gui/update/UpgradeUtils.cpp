@@ -1,6 +1,6 @@
 #include "gui/update/UpgradeUtils.h"
 
-#include "gui/KovVersion.h"
+#include "gui/LibraryVersion_p.h"
 #include "gui/log/Log.h"
 #include "gui/update/UpdateSettings_p.h"
 #include "gui/update/UpdateUrl_p.h"
@@ -31,7 +31,7 @@ HostChoices &host()
 
 QString thisBuild()
 {
-    return QStringLiteral(KOV_VERSION_TEXT);
+    return QString::fromLatin1(LibraryVersion::text());
 }
 
 /// The settings take a slash, and a backslash too, for a step into a group.
@@ -166,7 +166,7 @@ QString defaultCatalogueUrl(int applicationMode)
         return QString();
     return QStringLiteral("%1/%2/v%3/tessarine/tessarine_updates.xml")
         .arg(host().serverBase, QLatin1String(productLines[applicationMode]),
-             QString::number(KOV_VERSION_MAJOR));
+             QString::number(LibraryVersion::numbers().major));
 }
 
 } // namespace UpgradeUtils

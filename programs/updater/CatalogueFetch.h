@@ -1,6 +1,6 @@
 #pragma once
 
-#include "programs/updater/ExitCode.h"
+#include "gui/update/catalogue/UpdaterExitCode.h"
 
 #include <QByteArray>
 #include <QString>

@@ -149,7 +149,7 @@ ExitCode runUpdater(const QStringList &arguments, const QString &programDirector
     case CommandLine::Action::ShowVersion:
         return print("updater " KOV_VERSION_TEXT "\n", ExitCode(0));
     case CommandLine::Action::Install:
-        return fail(ExitCode::InstallNotSupported, QStringLiteral("this build cannot install updates"));
+        return fail(ExitCode::NoInstallation, QStringLiteral("this build cannot install updates"));
     case CommandLine::Action::Check:
         break;
     }

@@ -1,5 +1,5 @@
 #include "gui/update/catalogue/CUpdaterConfig.h"
-#include "programs/updater/ExitCode.h"
+#include "gui/update/catalogue/UpdaterExitCode.h"
 #include "tests/support/KovTest.h"
 #include "tests/support/NginxServer.h"
 
