@@ -6,7 +6,6 @@
 namespace ConsoleMessages {
 
 enum Code : int {
-    UpdateFound = 60001,
     DeleteMachine = 60002,
     SuspendOnQuit = 60003,
     RestartSoon = 60004,

@@ -8,9 +8,11 @@
 #include <QTcpServer>
 #include <QTcpSocket>
 
-quint16 LoopbackServer::freePort()
+quint16 LoopbackServer::freePort(quint16 preferred)
 {
     QTcpServer server;
+    if (preferred != 0 && server.listen(QHostAddress::LocalHost, preferred))
+        return preferred;
     return server.listen(QHostAddress::LocalHost) ? server.serverPort() : 0;
 }
 

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "gui/update/CAppVersion.h"
+
+#include <QDir>
 #include <QObject>
 #include <QTemporaryDir>
 #include <QUrl>
@@ -20,6 +23,7 @@ public:
         UpToDate, ///< holds the version that runs
         Damaged, ///< ends in the middle
         Slow, ///< holds a newer version, and takes its time
+        Replayed, ///< a genuine one of long ago
     };
 
     explicit SampleSite(QObject *parent = nullptr);
@@ -48,12 +52,22 @@ Q_SIGNALS:
 private:
     bool writeConfiguration();
     bool writePages();
+    bool publishPackage();
+    bool sign(const QByteArray &file, const char *role, const QStringList &more);
+    QByteArray catalogueText(bool withUpdate) const;
+    bool save(const QByteArray &name, const QByteArray &bytes);
     QUrl urlOf(const char *path) const;
-    QString path(const char *name) const;
+    QString path(const QByteArray &name) const;
 
     QTemporaryDir m_folder;
     QProcess *const m_server;
     quint16 m_port = 0;
     QString m_fileMd5;
+    /// Where the packages and the key lie that this installation's sample site works with.
+    QDir m_sample;
+    QString m_packageName;
+    CAppVersion m_packageVersion;
+    QString m_packageMd5;
+    qint64 m_packageSize = 0;
     QString m_errorText;
 };

@@ -7,7 +7,9 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QScreen>
+#include <QSettings>
 #include <QTextEdit>
 
 #include <cstdio>
@@ -27,7 +29,7 @@ Tour::Tour(ConsoleWindow *window, const QString &folder)
     : m_window(window)
     , m_folder(folder)
 {
-    m_folder.mkpath(QStringLiteral("."));
+    m_folder.mkpath(QStringLiteral("private"));
     // A progress window may come and go between two looks.
     qApp->installEventFilter(this);
 }
@@ -46,14 +48,91 @@ bool Tour::eventFilter(QObject *watched, QEvent *event)
 
 void Tour::run()
 {
+    takeOver();
     waitFor([this] { return m_window->isActiveWindow(); }, 3000);
-    updateSteps();
-    networkSteps();
-    messageSteps();
-    taskSteps();
-    logSteps();
-    std::printf("%d of %d steps as expected; pictures in %s\n", m_number - m_failed, m_number,
-                qUtf8Printable(m_folder.path()));
+    switch (m_phase) {
+    case Beginning:
+        updateSteps();
+        networkSteps();
+        messageSteps();
+        taskSteps();
+        logSteps();
+        offerSteps();
+        downloadSteps();
+        break;
+    case AtNextStart:
+        installSteps();
+        break;
+    case AfterUpdate:
+        newVersionSteps();
+        break;
+    }
+    end();
+}
+
+QString Tour::privateFile(const char *name) const
+{
+    return m_folder.filePath(QLatin1String("private/") + QLatin1String(name));
+}
+
+bool Tour::isContinued(const QString &folder)
+{
+    return QFile::exists(folder + QStringLiteral("/private/continues"));
+}
+
+void Tour::takeOver()
+{
+    if (!isContinued(m_folder.path()))
+        return;
+    // The former process may still take the picture of its last step.
+    for (int i = 0; i < 200 && !QFile::exists(privateFile("count")); ++i)
+        msleep(100);
+    const QSettings count(privateFile("count"), QSettings::IniFormat);
+    m_number = count.value(QStringLiteral("steps")).toInt();
+    m_failed = count.value(QStringLiteral("failed"), 1).toInt();
+    m_phase = Phase(
+        QSettings(privateFile("continues"), QSettings::IniFormat).value(QStringLiteral("phase")).toInt());
+    for (const char *file : {"continues", "count"})
+        QFile::remove(privateFile(file));
+}
+
+void Tour::handOver(Phase next)
+{
+    m_next = next;
+    QSettings(privateFile("continues"), QSettings::IniFormat).setValue(QStringLiteral("phase"), int(next));
+}
+
+void Tour::end()
+{
+    if (!isHandedOver())
+        std::printf("%d of %d steps as expected; pictures in %s\n", m_number - m_failed, m_number,
+                    qUtf8Printable(m_folder.path()));
+    std::fflush(stdout);
+    const QString draft = privateFile("draft");
+    {
+        QSettings count(draft, QSettings::IniFormat);
+        count.setValue(QStringLiteral("steps"), m_number);
+        count.setValue(QStringLiteral("failed"), m_failed);
+    }
+    QFile::rename(draft, privateFile(isHandedOver() ? "count" : "end"));
+}
+
+int Tour::failedSteps(const QString &folder)
+{
+    const QString end = folder + QStringLiteral("/private/end");
+    for (int i = 0; i < 1800 && !QFile::exists(end); ++i)
+        msleep(100);
+    return QSettings(end, QSettings::IniFormat).value(QStringLiteral("failed"), -1).toInt();
+}
+
+QWidget *Tour::visibleWindow(const char *className)
+{
+    const auto windows = QApplication::topLevelWidgets();
+    for (QWidget *window : windows) {
+        if (window->isVisible() && window->inherits(className))
+            return window;
+    }
+    return nullptr;
 }
 
 bool Tour::waitFor(const std::function<bool()> &condition, int milliseconds)

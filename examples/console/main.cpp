@@ -1,17 +1,18 @@
 #include "examples/console/ConsoleMessages.h"
+#include "examples/console/ConsoleUpdateWorker.h"
 #include "examples/console/ConsoleWindow.h"
 #include "examples/console/Tour.h"
 #include "gui/KovGui.h"
-#include "gui/KovVersion.h"
+#include "gui/LibraryVersion_p.h"
 #include "gui/help/Help.h"
 #include "gui/log/LogText.h"
 #include "gui/messages/CMessageBox.h"
+#include "gui/update/CAppUpdateLogic.h"
 #include "kov_sdk/KovSdk.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
-#include <QFile>
-#include <QTemporaryDir>
+#include <QDir>
 #include <QTimer>
 
 #include <csignal>
@@ -19,29 +20,16 @@
 
 namespace {
 
-// A tour must not meet the answers that its user stored, nor leave its own behind.
-class PrivateSettings
+/// A tour must not meet the answers that its user stored, nor leave its own behind. To be set before the library looks.
+void usePrivateSettings(int argc, char *argv[])
 {
-public:
-    explicit PrivateSettings(bool wanted)
-    {
-        if (!wanted)
-            return;
-        qputenv("XDG_CONFIG_HOME", m_folder.filePath(QStringLiteral("config")).toLocal8Bit());
-        qputenv("XDG_DATA_HOME", m_folder.filePath(QStringLiteral("data")).toLocal8Bit());
+    for (int i = 1; i + 1 < argc; ++i) {
+        if (qstrcmp(argv[i], "--tour") != 0)
+            continue;
+        const QDir folder(QString::fromLocal8Bit(argv[i + 1]) + QStringLiteral("/private"));
+        qputenv("XDG_CONFIG_HOME", folder.absoluteFilePath(QStringLiteral("config")).toLocal8Bit());
+        qputenv("XDG_DATA_HOME", folder.absoluteFilePath(QStringLiteral("data")).toLocal8Bit());
     }
-
-private:
-    QTemporaryDir m_folder;
-};
-
-bool hasTourArgument(int argc, char *argv[])
-{
-    for (int i = 1; i < argc; ++i) {
-        if (qstrncmp(argv[i], "--tour", 6) == 0)
-            return true;
-    }
-    return false;
 }
 
 bool loadMessages()
@@ -68,15 +56,53 @@ void quitWhenSignalled(QApplication *application)
     timer->start(200);
 }
 
+template <typename Body>
+int runConsole(Body body)
+{
+    int result = 0;
+    {
+        ConsoleWindow window;
+        window.show();
+        ConsoleUpdateWorker::goOnAtStart();
+        result = body(&window);
+    }
+    CAppUpdateLogic::destroy();
+    return result;
+}
+
+int runTour(QApplication *application, const QString &folder)
+{
+    const bool isFirst = !Tour::isContinued(folder);
+    runConsole([&](ConsoleWindow *window) {
+        Tour walk(window, folder);
+        // When another process goes on, this one ends when it starts that one, or soon because it does not.
+        QObject::connect(&walk, &QThread::finished, application, [&] {
+            QTimer::singleShot(walk.isHandedOver() ? 30000 : 0, application, &QCoreApplication::quit);
+        });
+        walk.start();
+        const int result = application->exec();
+        while (!walk.wait(20))
+            QCoreApplication::processEvents();
+        return result;
+    });
+    if (!isFirst)
+        return 0;
+    const int failed = Tour::failedSteps(folder);
+    QDir(folder + QStringLiteral("/private")).removeRecursively();
+    if (failed < 0)
+        std::printf("FAILED the tour broke off\n");
+    return failed == 0 ? 0 : 1;
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
 {
-    const PrivateSettings settings(hasTourArgument(argc, argv));
+    usePrivateSettings(argc, argv);
     QApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QApplication application(argc, argv);
-    application.setApplicationVersion(QStringLiteral(KOV_VERSION_TEXT));
+    application.setApplicationVersion(QString::fromLatin1(LibraryVersion::text()));
 
     QCommandLineParser parser;
     parser.setApplicationDescription(
@@ -95,6 +121,8 @@ int main(int argc, char *argv[])
     KovGui::forwardQtMessages(true);
     KovGui::staticMetaObjectHash()[QStringLiteral("CMessageDataProvider")]
         = &ConsoleMessageProvider::staticMetaObject;
+    KovGui::staticMetaObjectHash()[QStringLiteral("CAppUpdateWorker")]
+        = &ConsoleUpdateWorker::staticMetaObject;
     Help::setBaseAddress(QStringLiteral("https://help.tessarine.example/@LOCALE@/console/@TOPIC@"));
     CMessageBox::setSupportPageAddress(
         QStringLiteral("https://support.tessarine.example/@LOCALE@/solutions/%1"));
@@ -104,16 +132,8 @@ int main(int argc, char *argv[])
         return 1;
     }
 
-    ConsoleWindow window;
-    window.show();
-    if (!parser.isSet(tour)) {
-        quitWhenSignalled(&application);
-        return application.exec();
-    }
-
-    Tour walk(&window, parser.value(tour));
-    QObject::connect(&walk, &QThread::finished, &application, &QCoreApplication::quit);
-    walk.start();
-    application.exec();
-    return walk.failedSteps() == 0 ? 0 : 1;
+    if (parser.isSet(tour))
+        return runTour(&application, parser.value(tour));
+    quitWhenSignalled(&application);
+    return runConsole([&application](ConsoleWindow *) { return application.exec(); });
 }

@@ -15,7 +15,7 @@ target_link_libraries(KovGui PRIVATE qt5keychain ${CMAKE_DL_LIBS})
 add_executable(kovgui-find-proxy unix/FindProxy.cpp ProxyList.cpp)
 target_link_libraries(kovgui-find-proxy PRIVATE PkgConfig::libproxy)
 add_dependencies(KovGui kovgui-find-proxy)
-install(TARGETS kovgui-find-proxy DESTINATION ${CMAKE_INSTALL_LIBEXECDIR})
+install(TARGETS kovgui-find-proxy DESTINATION ${CMAKE_INSTALL_LIBEXECDIR} COMPONENT runtime)
 file(RELATIVE_PATH installed ${CMAKE_INSTALL_FULL_LIBDIR} ${CMAKE_INSTALL_FULL_LIBEXECDIR}/kovgui-find-proxy)
 set_source_files_properties(unix/SystemProxy.cpp TARGET_DIRECTORY KovGui PROPERTIES
     COMPILE_DEFINITIONS "KOV_FIND_PROXY_INSTALLED=\"${installed}\"")

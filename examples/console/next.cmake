@@ -1,0 +1,38 @@
+# The next version of the console, for the sample update site: the same objects but for the one that says which version
+# the library is. `cmake --build BUILD --target console_installation` lays out
+#
+#   BUILD/installation/current    this build, as it is installed
+#   BUILD/installation/sample     what the sample site publishes: the package of the next version, and a key to sign with
+math(EXPR KOV_NEXT_PATCH "${PROJECT_VERSION_PATCH} + 1")
+math(EXPR KOV_NEXT_BUILD "${KOV_BUILD_NUMBER} + 201")
+set(KOV_NEXT_VERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}.${KOV_NEXT_PATCH}.${KOV_NEXT_BUILD})
+file(READ ${CMAKE_BINARY_DIR}/generated/gui/KovVersion.h header)
+string(REPLACE "KOV_VERSION_PATCH ${PROJECT_VERSION_PATCH}" "KOV_VERSION_PATCH ${KOV_NEXT_PATCH}" header "${header}")
+string(REPLACE "KOV_VERSION_BUILD ${KOV_BUILD_NUMBER}" "KOV_VERSION_BUILD ${KOV_NEXT_BUILD}" header "${header}")
+string(REPLACE "\"${PROJECT_VERSION}-${KOV_BUILD_NUMBER}\""
+    "\"${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}.${KOV_NEXT_PATCH}-${KOV_NEXT_BUILD}\"" header "${header}")
+file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/generated-next/gui/KovVersion.h CONTENT "${header}" @ONLY)
+
+add_library(NextVersion OBJECT EXCLUDE_FROM_ALL ${CMAKE_SOURCE_DIR}/gui/LibraryVersion.cpp)
+target_include_directories(NextVersion PRIVATE ${CMAKE_BINARY_DIR}/generated-next)
+target_compile_definitions(NextVersion PRIVATE KovGui_EXPORTS)
+target_link_libraries(NextVersion PRIVATE Qt5::Core)
+add_library(KovGuiNext SHARED EXCLUDE_FROM_ALL
+    $<TARGET_OBJECTS:NextVersion> $<FILTER:$<TARGET_OBJECTS:KovGui>,EXCLUDE,/LibraryVersion\\.cpp>)
+target_link_libraries(KovGuiNext PRIVATE $<TARGET_PROPERTY:KovGui,LINK_LIBRARIES>)
+set_target_properties(KovGuiNext PROPERTIES
+    LINKER_LANGUAGE CXX OUTPUT_NAME KovGui LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/next
+    BUILD_WITH_INSTALL_RPATH ON)
+
+install(TARGETS console crashing_updater RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT console)
+install(FILES messages.json DESTINATION ${CMAKE_INSTALL_BINDIR} RENAME console_messages.json COMPONENT console)
+
+set(root ${CMAKE_BINARY_DIR}/installation)
+add_custom_command(OUTPUT ${root}/made
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/make-installation ${CMAKE_BINARY_DIR} ${root}
+            ${PROJECT_VERSION}.${KOV_BUILD_NUMBER} ${KOV_NEXT_VERSION} ${CMAKE_INSTALL_LIBDIR}
+    DEPENDS make-installation console crashing_updater updater download_utility kovgui-find-proxy KovGui KovGuiNext
+            messages.json ${CMAKE_SOURCE_DIR}/programs/updater/sample-keys/first.key
+    COMMENT "Installing this version and packing the next one"
+    VERBATIM)
+add_custom_target(console_installation DEPENDS ${root}/made)
