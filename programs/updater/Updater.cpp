@@ -4,6 +4,7 @@
 #include "programs/updater/Address.h"
 #include "programs/updater/CheckOutput.h"
 #include "programs/updater/CheckRequest.h"
+#include "programs/updater/ErrorLine.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -12,23 +13,6 @@
 namespace {
 
 constexpr qint64 maximumConfigurationSize = 1024 * 1024;
-
-/// Foreign texts are part of the lines; they must not look like lines of their own.
-void printError(const QString &text)
-{
-    QString line = text;
-    for (QChar &character : line) {
-        if (!character.isPrint())
-            character = QLatin1Char(' ');
-    }
-    std::fprintf(stderr, "updater: %s\n", line.toUtf8().constData());
-}
-
-ExitCode fail(ExitCode code, const QString &text)
-{
-    printError(text);
-    return code;
-}
 
 /// @param code  returned if everything could be written: a cut report is no report
 ExitCode print(const QByteArray &text, ExitCode code)
