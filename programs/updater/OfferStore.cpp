@@ -39,31 +39,29 @@ QByteArray offerHeading(const QString &packageFileName)
 }
 
 /// Empty when there is none.
-QByteArray readRecord(const QString &path)
+QByteArray readRecord(const QString &path, QString *fault)
 {
     QFile file(path);
     if (!file.exists())
         return QByteArray();
     if (!file.open(QIODevice::ReadOnly))
-        printError(QStringLiteral("%1 cannot be read: %2").arg(path, file.errorString()));
+        *fault = QStringLiteral("%1 cannot be read: %2").arg(path, file.errorString());
     return file.isOpen() ? file.read(maximumRecordSize) : QByteArray();
 }
 
-quint64 readCounter(const QString &path)
+quint64 readCounter(const QString &path, QString *fault)
 {
-    const QByteArray record = readRecord(path);
+    const QByteArray record = readRecord(path, fault);
     bool ok = false;
     const quint64 counter = record.trimmed().toULongLong(&ok);
-    if (!ok && !record.isEmpty())
-        printError(QStringLiteral("%1 holds no counter").arg(path));
+    if (!ok && QFile::exists(path) && fault->isEmpty())
+        *fault = QStringLiteral("%1 holds no counter").arg(path);
     return counter;
 }
 
-bool report(const QString &path, const QString &fault)
+QString cannotWrite(const QString &path, const QString &reason)
 {
-    if (!fault.isEmpty())
-        printError(QStringLiteral("%1 cannot be written: %2").arg(path, fault));
-    return fault.isEmpty();
+    return reason.isEmpty() ? reason : QStringLiteral("%1 cannot be written: %2").arg(path, reason);
 }
 
 /// The turn of one writer.
@@ -72,16 +70,17 @@ class Turn
 public:
     explicit Turn(const QString &folder)
         : m_lock(QDir(folder).filePath(QStringLiteral("lock")))
-        , m_isTaken(report(folder, PrivateFile::makeFolder(folder))
-                    && (m_lock.tryLock(lockTimeoutMilliseconds)
-                        || report(folder, QStringLiteral("another process holds its lock"))))
-    { }
+        , m_fault(cannotWrite(folder, PrivateFile::makeFolder(folder)))
+    {
+        if (m_fault.isEmpty() && !m_lock.tryLock(lockTimeoutMilliseconds))
+            m_fault = cannotWrite(folder, QStringLiteral("its lock cannot be taken"));
+    }
 
-    bool isTaken() const { return m_isTaken; }
+    QString fault() const { return m_fault; }
 
 private:
     QLockFile m_lock;
-    const bool m_isTaken;
+    QString m_fault;
 };
 
 } // namespace
@@ -94,36 +93,45 @@ OfferStore::OfferStore(const QString &folder)
 
 quint64 OfferStore::catalogueCounter(const QString &product) const
 {
-    return readCounter(counterPath(m_folder, product));
+    QString fault;
+    const quint64 counter = readCounter(counterPath(m_folder, product), &fault);
+    if (!fault.isEmpty())
+        printError(fault);
+    return counter;
 }
 
-bool OfferStore::setCatalogueCounter(const QString &product, quint64 counter)
+QString OfferStore::setCatalogueCounter(const QString &product, quint64 counter)
 {
     const Turn turn(m_folder);
-    if (!turn.isTaken())
-        return false;
+    if (!turn.fault().isEmpty())
+        return turn.fault();
     const QString path = counterPath(m_folder, product);
+    QString damage;
+    const quint64 known = readCounter(path, &damage);
     // Another check may have seen a newer catalogue meanwhile.
-    if (counter <= readCounter(path))
-        return true;
+    if (damage.isEmpty() && counter <= known)
+        return QString();
     const QByteArray record = QByteArray::number(counter) + '\n';
-    return report(path, PrivateFile::replace(path, record.constData(), record.size()));
+    return cannotWrite(path, PrivateFile::replace(path, record.constData(), record.size()));
 }
 
 QByteArray OfferStore::packageSignature(const QString &product, const QString &packageFileName) const
 {
-    const QByteArray record = readRecord(offerPath(m_folder, product));
+    QString fault;
+    const QByteArray record = readRecord(offerPath(m_folder, product), &fault);
+    if (!fault.isEmpty())
+        printError(fault);
     const QByteArray heading = offerHeading(packageFileName);
     return record.startsWith(heading) ? record.mid(heading.size()) : QByteArray();
 }
 
-bool OfferStore::setOffer(const QString &product, const QString &packageFileName,
-                          const QByteArray &signatureFile)
+QString OfferStore::setOffer(const QString &product, const QString &packageFileName,
+                             const QByteArray &signatureFile)
 {
     const Turn turn(m_folder);
-    if (!turn.isTaken())
-        return false;
+    if (!turn.fault().isEmpty())
+        return turn.fault();
     const QString path = offerPath(m_folder, product);
     const QByteArray record = offerHeading(packageFileName) + signatureFile;
-    return report(path, PrivateFile::replace(path, record.constData(), record.size()));
+    return cannotWrite(path, PrivateFile::replace(path, record.constData(), record.size()));
 }
