@@ -164,8 +164,8 @@ void tst_Updater::initTestCase()
              openssl.readAllStandardError().constData());
     const QString secureBlock = s("ssl_certificate %1;\nssl_certificate_key %2;\n"
                                   "location = /to-clear { return 302 http://127.0.0.1/; }\n"
-                                  "location ~ ^/anonymous { if ($http_authorization) { return 409; }\n"
-                                  "                       rewrite ^/anonymous(.*)$ /good.xml$1 last; }\n");
+                                  "location /anonymous { if ($http_authorization) { return 409; } rewrite "
+                                  "^/anonymous(.*)$ $1 last; }\n");
     QVERIFY2(m_secureServer.start(m_root.path(), secureBlock.arg(certificate, key), s("ssl")),
              qPrintable(m_secureServer.errorString()));
     const QString block
@@ -181,10 +181,12 @@ void tst_Updater::initTestCase()
             "location /locked { if ($http_authorization != \"Basic dXNlcjpzZWNyZXQ=\") { return 401; }\n"
             "                   rewrite ^/locked(.*)$ $1 last; }\n"
             "location = /asks { return 407; }\nlocation = /gateway { return 503; }\n");
-    QVERIFY2(m_server.start(m_root.path(), block.arg(m_root.path(), m_secureServer.url(s("anonymous")),
-                                                     m_secureServer.url(s("to-clear")))),
-             qPrintable(m_server.errorString()));
+    QVERIFY2(
+        m_server.start(m_root.path(), block.arg(m_root.path(), m_secureServer.url(s("anonymous/good.xml")),
+                                                m_secureServer.url(s("to-clear")))),
+        qPrintable(m_server.errorString()));
     writeFile(s("clear.xml"), catalogue(m_server.url(s("p.run")).toUtf8()));
+    writeFile(s("elsewhere.xml"), catalogue(m_secureServer.url(s("anonymous/p.run")).toUtf8()));
 }
 
 Outcome tst_Updater::run(const QStringList &arguments, const QString &outputFile)
@@ -400,6 +402,7 @@ void tst_Updater::passwordsStayWhereTheyBelong()
     QCOMPARE(found.exitCode, int(ExitCode::UpdateFound));
     QVERIFY2(!found.output.contains(s("secret")), qPrintable(found.output));
     QCOMPARE(checkWith("to-secure").exitCode, int(ExitCode::UpdateFound));
+    QCOMPARE(checkWith("elsewhere.xml").exitCode, int(ExitCode::UpdateFound));
     const Outcome missing = checkWith("missing.xml?token=secret");
     QCOMPARE(missing.exitCode, int(ExitCode::HttpError));
     QVERIFY2(!missing.errors.contains(s("secret")), qPrintable(missing.errors));
@@ -510,11 +513,11 @@ void tst_Updater::signature()
 
 void tst_Updater::replay()
 {
-    const auto checkWith = [this](quint64 counter) {
+    const auto checkWith = [this](quint64 counter, const QStringList &more = {}) {
         Signature::Statement statement = sampleStatement(Signature::Role::Catalogue);
         statement.counter = counter;
         signSample(m_root.filePath(s("s.xml")), statement);
-        return check(m_server.url(s("s.xml")));
+        return check(m_server.url(s("s.xml")), more);
     };
     writeFile(s("s.xml"), catalogue("p.run"));
     m_environment.insert(s("XDG_DATA_HOME"), m_private.filePath(s("fresh")));
@@ -533,7 +536,7 @@ void tst_Updater::replay()
     QCOMPARE(offered.version, packageStatement().version);
 
     m_environment.insert(s("XDG_DATA_HOME"), s("/dev/null"));
-    const Outcome forgetful = checkWith(8);
+    const Outcome forgetful = checkWith(8, {s("--current-version"), s("9.0.0.0")});
     QCOMPARE(forgetful.exitCode, int(ExitCode::InternalError));
     QVERIFY2(forgetful.errors.contains(s("cannot be remembered")), qPrintable(forgetful.errors));
     QCOMPARE(forgetful.output, QString());

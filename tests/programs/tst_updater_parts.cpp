@@ -387,8 +387,10 @@ void tst_UpdaterParts::offersOfSeveralProducts()
     const QString one = QStringLiteral("../one");
     const QString other = QStringLiteral("other");
     const QString name = QStringLiteral("p.run");
-    QCOMPARE(store.setOffer(one, name, "1") + store.setOffer(other, name, "2"), QString());
-    QCOMPARE(store.setCatalogueCounter(one, 5) + store.setCatalogueCounter(one, 4), QString());
+    QCOMPARE(store.setOffer(one, name, "1"), QString());
+    QCOMPARE(store.setOffer(other, name, "2"), QString());
+    for (const quint64 counter : {5, 4})
+        QCOMPARE(store.setCatalogueCounter(one, counter), QString());
     QCOMPARE(OfferStore(folder).catalogueCounter(one), quint64(5));
     QCOMPARE(OfferStore(folder).catalogueCounter(other), quint64(0));
     QCOMPARE(store.packageSignature(one, name) + store.packageSignature(other, name), QByteArray("12"));
