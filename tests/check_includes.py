@@ -27,7 +27,7 @@ ALLOWED = {
     'gui/update': FRAME + ['gui/help', 'gui/window', 'gui/messages', 'gui/tasks'],
     # The frame fills the implementation registry, so it names the classes of every folder.
     'gui': FRAME + ['gui/help', 'gui/window', 'gui/messages', 'gui/tasks', 'gui/update'],
-    'programs/updater': ['gui/update/catalogue', 'gui/KovVersion.h'],
+    'programs/updater': ['gui/update/catalogue', 'gui/tasks/FileName.h', 'gui/KovVersion.h'],
     'programs/download_utility': ['gui/tasks/FileName.h'],
     'examples/console': FRAME + ['gui'],
     'tests': FRAME + ['gui', 'programs'],

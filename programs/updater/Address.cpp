@@ -110,6 +110,13 @@ QString Address::resolvePackage(const QUrl &catalogue, const QString &filePath, 
     return QString();
 }
 
+bool Address::isSameServer(const QUrl &one, const QUrl &other)
+{
+    const int defaultPort = isSecure(one) ? 443 : 80;
+    return one.scheme() == other.scheme() && one.host() == other.host()
+           && one.port(defaultPort) == other.port(defaultPort);
+}
+
 QString Address::shown(const QUrl &url)
 {
     return url.toString(QUrl::FullyEncoded | QUrl::RemoveUserInfo | QUrl::RemoveQuery | QUrl::RemoveFragment);

@@ -30,6 +30,9 @@ QString parseRedirect(const QUrl &from, const QString &target, QUrl *url);
  */
 QString resolvePackage(const QUrl &catalogue, const QString &filePath, QUrl *package);
 
+/// The same scheme, host and port.
+bool isSameServer(const QUrl &one, const QUrl &other);
+
 /// For messages: without user information, query and fragment, percent-encoded.
 QString shown(const QUrl &url);
 

@@ -3,7 +3,6 @@
 #include "gui/KovVersion.h"
 #include "programs/updater/Address.h"
 
-#include <QDeadlineTimer>
 #include <QFile>
 #include <curl/curl.h>
 #include <memory>
@@ -59,20 +58,13 @@ bool isRedirect(long status)
     return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
 }
 
-bool isSameServer(const QUrl &one, const QUrl &other)
-{
-    const int defaultPort = one.scheme() == QLatin1String("https") ? 443 : 80;
-    return one.scheme() == other.scheme() && one.host() == other.host()
-           && one.port(defaultPort) == other.port(defaultPort);
-}
-
 /// Requests to one server after the other, on one handle.
 class Transfer
 {
 public:
-    explicit Transfer(const FetchRequest &request)
+    Transfer(const FetchRequest &request, const QDeadlineTimer &deadline)
         : m_request(request)
-        , m_deadline(qint64(request.timeoutSeconds) * 1000)
+        , m_deadline(deadline)
         , m_handle(curl_easy_init(), curl_easy_cleanup)
     { }
 
@@ -175,7 +167,7 @@ private:
 
     void sendUserInfoTo(const QUrl &url)
     {
-        const bool isKnown = !m_request.url.userName().isEmpty() && isSameServer(url, m_request.url);
+        const bool isKnown = !m_request.url.userName().isEmpty() && Address::isSameServer(url, m_request.url);
         const QByteArray user = m_request.url.userName(QUrl::FullyDecoded).toUtf8();
         const QByteArray password = m_request.url.password(QUrl::FullyDecoded).toUtf8();
         set(CURLOPT_USERNAME, isKnown ? user.constData() : nullptr);
@@ -198,7 +190,7 @@ private:
         if (status != 200)
             return failure(ExitCode::HttpError,
                            QStringLiteral("the server answers with status %1").arg(status));
-        return {ExitCode::UpdateFound, QString(), m_body, m_url.adjusted(QUrl::RemoveUserInfo)};
+        return result(ExitCode::UpdateFound, QString(), m_body);
     }
 
     FetchResult transferFailure(CURLcode code)
@@ -228,7 +220,13 @@ private:
 
     FetchResult failure(ExitCode code, const QString &fault) const
     {
-        return {code, fault, QByteArray(), m_url.adjusted(QUrl::RemoveUserInfo)};
+        return result(code, fault, QByteArray());
+    }
+
+    FetchResult result(ExitCode code, const QString &fault, const QByteArray &body) const
+    {
+        const int status = m_handle ? int(longInfo(CURLINFO_RESPONSE_CODE)) : 0;
+        return {code, fault, body, status, m_url.adjusted(QUrl::RemoveUserInfo)};
     }
 
     long longInfo(CURLINFO info) const
@@ -270,12 +268,12 @@ private:
 
 } // namespace
 
-FetchResult fetchCatalogue(const FetchRequest &request)
+FetchResult fetchDocument(const FetchRequest &request, const QDeadlineTimer &deadline)
 {
     if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK)
-        return {ExitCode::InternalError, QStringLiteral("libcurl could not be started"), QByteArray(),
+        return {ExitCode::InternalError, QStringLiteral("libcurl could not be started"), QByteArray(), 0,
                 QUrl()};
-    const FetchResult result = Transfer(request).run();
+    const FetchResult result = Transfer(request, deadline).run();
     curl_global_cleanup();
     return result;
 }

@@ -3,6 +3,7 @@
 #include "gui/update/catalogue/UpdaterExitCode.h"
 
 #include <QByteArray>
+#include <QDeadlineTimer>
 #include <QString>
 #include <QUrl>
 
@@ -17,7 +18,7 @@ struct FetchRequest
     int proxyPort = 0;
     /// How often a connection that fails is tried through the proxy, at least 1.
     int proxyTryCount = 1;
-    /// For everything together, redirects and tries included.
+    /// For a whole check: all its documents, redirects and tries.
     int timeoutSeconds = 60;
 };
 
@@ -28,14 +29,17 @@ struct FetchResult
     /// One line, empty on success.
     QString fault;
     QByteArray body;
+    /// Of the server's or the proxy's answer, 0 without one.
+    int status = 0;
     /// Where the body came from, after redirects, without user information.
     QUrl url;
 };
 
 /**
- * Fetches one document. Blocks until it is there, has failed, or the time is over.
+ * Fetches one document. Blocks until it is there, has failed, or the deadline is over; the request's own time is not
+ * looked at.
  *
  * Certificates are verified. At most five redirects are followed, never from https to http. A body of more
  * than 8 MiB, or headers of more than 256 KiB, end the transfer. No compression is asked for or undone.
  */
-FetchResult fetchCatalogue(const FetchRequest &request);
+FetchResult fetchDocument(const FetchRequest &request, const QDeadlineTimer &deadline);

@@ -4,6 +4,8 @@
 #include "programs/updater/Address.h"
 #include "programs/updater/CheckOutput.h"
 #include "programs/updater/CheckRequest.h"
+#include "programs/updater/ErrorLine.h"
+#include "programs/updater/TrustedFetch.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -12,23 +14,6 @@
 namespace {
 
 constexpr qint64 maximumConfigurationSize = 1024 * 1024;
-
-/// Foreign texts are part of the lines; they must not look like lines of their own.
-void printError(const QString &text)
-{
-    QString line = text;
-    for (QChar &character : line) {
-        if (!character.isPrint())
-            character = QLatin1Char(' ');
-    }
-    std::fprintf(stderr, "updater: %s\n", line.toUtf8().constData());
-}
-
-ExitCode fail(ExitCode code, const QString &text)
-{
-    printError(text);
-    return code;
-}
 
 /// @param code  returned if everything could be written: a cut report is no report
 ExitCode print(const QByteArray &text, ExitCode code)
@@ -68,8 +53,11 @@ QString readConfiguration(const QString &path, const CommandLine &commandLine, C
     return ok ? QString() : firstOf(report.errors);
 }
 
-ExitCode report(const CheckRequest &request, const FetchResult &fetched, const CommandLine &commandLine)
+ExitCode report(const CheckRequest &request, const CommandLine &commandLine, TrustedFetch *fetch)
 {
+    const FetchResult fetched = fetch->fetchCatalogue();
+    if (fetched.code != ExitCode::UpdateFound)
+        return fail(fetched.code, fetched.fault);
     const QString source = Address::shown(fetched.url);
     CUpdates catalogue;
     XmlReport xmlReport;
@@ -92,7 +80,9 @@ ExitCode report(const CheckRequest &request, const FetchResult &fetched, const C
     if (!fault.isEmpty())
         return fail(ExitCode::BadCatalogue,
                     QStringLiteral("the update catalogue %1 is not valid: %2 is refused").arg(source, fault));
-    return print(output, ExitCode::UpdateFound);
+    const FetchResult signature = fetch->fetchPackageSignature(package, *chosen);
+    return signature.code == ExitCode::UpdateFound ? print(output, ExitCode::UpdateFound)
+                                                   : fail(signature.code, signature.fault);
 }
 
 ExitCode sayNoUpdate(const CheckRequest &request, const CommandLine &commandLine)
@@ -127,11 +117,14 @@ ExitCode check(const CommandLine &commandLine, const QString &programDirectory)
         return fail(made.code, made.fault);
     if (!made.request.isEnabled)
         return sayNoUpdate(made.request, commandLine);
-    const FetchResult fetched = fetchCatalogue(made.request.fetch);
-    if (fetched.code != ExitCode::UpdateFound)
-        return fail(fetched.code, QStringLiteral("the update catalogue %1 cannot be fetched: %2")
-                                      .arg(Address::shown(fetched.url), fetched.fault));
-    const ExitCode code = report(made.request, fetched, commandLine);
+    const TrustCriteria criteria{Signature::builtInKeys(), made.request.criteria.product,
+                                 QDateTime::currentDateTimeUtc()};
+    if (criteria.keys.isEmpty())
+        return fail(ExitCode::CatalogueNotTrusted,
+                    QStringLiteral("this build has no key to tell genuine updates by, so it trusts none"));
+    OfferStore store;
+    TrustedFetch fetch(made.request, criteria, &store);
+    const ExitCode code = report(made.request, commandLine, &fetch);
     return code == ExitCode::NoUpdate ? sayNoUpdate(made.request, commandLine) : code;
 }
 

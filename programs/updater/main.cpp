@@ -1,4 +1,5 @@
 #include "programs/updater/HandOver.h"
+#include "programs/updater/SignTool.h"
 #include "programs/updater/Updater.h"
 
 #include <QCoreApplication>
@@ -11,8 +12,8 @@
 int main(int argc, char *argv[])
 {
 #ifdef SIGPIPE
-    // A reader that went away is reported as an error of writing. An interrupt ends the program at once: it
-    // keeps nothing that could be left half done.
+    // A reader that went away is reported as an error of writing. An interrupt ends the program at once: what
+    // it keeps is replaced as a whole.
     std::signal(SIGPIPE, SIG_IGN);
 #endif
     try {
@@ -23,7 +24,10 @@ int main(int argc, char *argv[])
                      argv);
             return int(ExitCode::InternalError);
         }
-        return int(runUpdater(application.arguments().mid(1), application.applicationDirPath()));
+        const QStringList arguments = application.arguments().mid(1);
+        if (isSignToolCommand(arguments.value(0)))
+            return int(runSignTool(arguments));
+        return int(runUpdater(arguments, application.applicationDirPath()));
     } catch (const std::bad_alloc &) {
         std::fputs("updater: out of memory\n", stderr);
         return int(ExitCode::InternalError);

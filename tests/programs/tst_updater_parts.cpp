@@ -1,7 +1,10 @@
 #include "programs/updater/Address.h"
 #include "programs/updater/CheckOutput.h"
 #include "programs/updater/CommandLine.h"
+#include "programs/updater/OfferStore.h"
+#include "programs/updater/Trust.h"
 #include "tests/support/KovTest.h"
+#include "tests/support/SampleSignature.h"
 
 /// The updater's decisions, without a server.
 class tst_UpdaterParts : public QObject
@@ -16,6 +19,10 @@ private Q_SLOTS:
     void reportCannotBeForged();
     void commandLine_data();
     void commandLine();
+    void alteredByte_data();
+    void alteredByte();
+    void limitsOfTrust();
+    void offersOfSeveralProducts();
 };
 
 namespace {
@@ -299,6 +306,103 @@ void tst_UpdaterParts::commandLine()
     QFETCH(QString, fault);
     CommandLine commandLine;
     QCOMPARE(parseCommandLine(arguments.split(QLatin1Char('|')), &commandLine), fault);
+}
+
+namespace {
+
+/// A small catalogue and its signature, and how they are judged a second before they expire.
+struct SignedCatalogue
+{
+    QByteArray document = "<TessarineUpdates/>\n";
+    QByteArray signature;
+    TrustCriteria criteria{Signature::builtInKeys(), QStringLiteral("Tessarine Console"), QDateTime()};
+
+    SignedCatalogue()
+    {
+        const QTemporaryDir folder;
+        const QString path = folder.filePath(QStringLiteral("c.xml"));
+        QFile file(path);
+        const bool ok = file.open(QIODevice::WriteOnly) && file.write(document) > 0;
+        file.close();
+        Signature::Statement statement = sampleStatement(Signature::Role::Catalogue);
+        criteria.now = statement.expires.addSecs(-1);
+        QFile signatureFile(path + QStringLiteral(".sig"));
+        if (ok && signSample(path, statement) && signatureFile.open(QIODevice::ReadOnly))
+            signature = signatureFile.readAll();
+    }
+
+    ExitCode judge(quint64 counter = 1) const
+    {
+        return judgeCatalogue(document, signature, criteria, counter).code;
+    }
+};
+
+} // namespace
+
+void tst_UpdaterParts::alteredByte_data()
+{
+    QTest::addColumn<int>("bits");
+    for (const int bits : {1, 0x20, 0x80, 0xff})
+        QTest::addRow("%02x", bits) << bits;
+}
+
+void tst_UpdaterParts::alteredByte()
+{
+    QFETCH(int, bits);
+    SignedCatalogue sample;
+    QCOMPARE(sample.judge(), ExitCode::UpdateFound);
+    for (QByteArray *file : {&sample.document, &sample.signature}) {
+        const QByteArray whole = *file;
+        for (int i = 0; i < whole.size(); ++i) {
+            (*file)[i] = char(whole.at(i) ^ bits);
+            QVERIFY2(sample.judge() == ExitCode::CatalogueNotTrusted, qPrintable(QString::number(i)));
+            *file = whole.left(i);
+            QVERIFY2(sample.judge() == ExitCode::CatalogueNotTrusted, qPrintable(QString::number(i)));
+            *file = QByteArray(whole).insert(i, char(bits));
+            QVERIFY2(sample.judge() == ExitCode::CatalogueNotTrusted, qPrintable(QString::number(i)));
+            *file = whole;
+        }
+        *file += '\n';
+        QCOMPARE(sample.judge(), ExitCode::CatalogueNotTrusted);
+        *file = whole;
+    }
+    QCOMPARE(sample.judge(), ExitCode::UpdateFound);
+}
+
+void tst_UpdaterParts::limitsOfTrust()
+{
+    SignedCatalogue sample;
+    QCOMPARE(sample.judge(2), ExitCode::CatalogueOutdated);
+    sample.criteria.now = sample.criteria.now.addSecs(1);
+    QCOMPARE(sample.judge(), ExitCode::CatalogueOutdated);
+    sample.criteria.keys.removeFirst();
+    QCOMPARE(sample.judge(), ExitCode::CatalogueNotTrusted);
+}
+
+void tst_UpdaterParts::offersOfSeveralProducts()
+{
+    const QTemporaryDir root;
+    const QString folder = root.filePath(QStringLiteral("a/store"));
+    OfferStore store(folder);
+    const QString one = QStringLiteral("../one");
+    const QString other = QStringLiteral("other");
+    const QString name = QStringLiteral("p.run");
+    QCOMPARE(store.setOffer(one, name, "1"), QString());
+    QCOMPARE(store.setOffer(other, name, "2"), QString());
+    for (const quint64 counter : {5, 4})
+        QCOMPARE(store.setCatalogueCounter(one, counter), QString());
+    QCOMPARE(OfferStore(folder).catalogueCounter(one), quint64(5));
+    QCOMPARE(OfferStore(folder).catalogueCounter(other), quint64(0));
+    QCOMPARE(store.packageSignature(one, name) + store.packageSignature(other, name), QByteArray("12"));
+    QCOMPARE(store.packageSignature(one, QStringLiteral("p")), QByteArray());
+    QCOMPARE(store.setOffer(one, QStringLiteral("q\n.run"), "3"), QString());
+    QCOMPARE(store.packageSignature(one, name), QByteArray());
+    QCOMPARE(store.packageSignature(one, QStringLiteral("q\n.run")), QByteArray("3"));
+    QFileInfoList files = QDir(folder).entryInfoList(QDir::Files | QDir::Hidden);
+    QCOMPARE(files.size(), 3);
+    files.append(QFileInfo(folder));
+    for (const QFileInfo &file : qAsConst(files))
+        QCOMPARE(file.permissions() & 0x0077, QFile::Permissions());
 }
 
 KOV_TEST_MAIN(QCoreApplication, tst_UpdaterParts)

@@ -13,6 +13,7 @@
 #include "tests/support/LogCapture.h"
 #include "tests/support/NginxServer.h"
 #include "tests/support/OffscreenPlatform.h"
+#include "tests/support/SampleSignature.h"
 
 #include <QAbstractButton>
 #include <QProcess>
@@ -155,6 +156,12 @@ void tst_CheckForUpdate::writeCatalogue(const QString &folder, int build)
           "<FileSize>15360</FileSize><LocaleName>any</LocaleName><OsType>any</OsType>"
           "<DateTime>2026-01-02 03:04:05</DateTime><DistributorName>T</DistributorName><Chargeable>false"
           "</Chargeable><Status>released</Status></Update></Version></Product></TessarineUpdates>");
+    file.close();
+    Signature::Statement package = sampleStatement(Signature::Role::Package);
+    package.version = {3, 1, 4, 31302};
+    package.size = 15360;
+    QVERIFY(signSample(file.fileName(), sampleStatement(Signature::Role::Catalogue)));
+    QVERIFY(signSample(directory + QStringLiteral("/Setup-3.1.4.31302.run"), package));
 }
 
 bool tst_CheckForUpdate::eventFilter(QObject *object, QEvent *event)

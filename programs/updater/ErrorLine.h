@@ -1,0 +1,12 @@
+#pragma once
+
+#include "gui/update/catalogue/UpdaterExitCode.h"
+
+#include <QString>
+
+/// Prints "updater: " and the text as one line on standard error. Foreign texts are part of such lines; what could look
+/// like a line of its own, or steer a terminal, becomes a blank.
+void printError(const QString &text);
+
+/// Prints the text, returns the code.
+ExitCode fail(ExitCode code, const QString &text);

@@ -1,0 +1,34 @@
+#include "tests/support/SampleSignature.h"
+
+#include "programs/updater/SigningKey.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+Signature::Statement sampleStatement(Signature::Role role)
+{
+    Signature::Statement statement;
+    statement.role = role;
+    statement.product = QStringLiteral("Tessarine Console");
+    if (role == Signature::Role::Package)
+        statement.version = {3, 1, 5, 31502};
+    statement.counter = 1;
+    statement.expires = QDateTime(QDate(2999, 12, 31), QTime(0, 0), Qt::UTC);
+    statement.digest = QByteArray(64, '\0');
+    return statement;
+}
+
+bool signSample(const QString &path, Signature::Statement statement, const QString &key)
+{
+    const QTemporaryDir folder;
+    SigningKey signer;
+    const QString fault = key == QLatin1String("unknown")
+                              ? signer.create(folder.filePath(key))
+                              : signer.read(QStringLiteral(KOV_SAMPLE_KEYS "/%1.key").arg(key));
+    QFile file(path);
+    if (file.exists() && (!file.open(QIODevice::ReadOnly) || !Signature::describe(&file, &statement)))
+        return false;
+    QFile signature(path + QStringLiteral(".sig"));
+    const QByteArray text = Signature::write(statement, signer);
+    return fault.isEmpty() && signature.open(QIODevice::WriteOnly) && signature.write(text) == text.size();
+}
