@@ -1,7 +1,6 @@
 #include "gui/update/CAppUpdateWorker.h"
 
 #include "abstract_task/CTaskManager.h"
-#include "gui/Clock.h"
 #include "gui/ImplementationRegistry_p.h"
 #include "gui/KovGui.h"
 #include "gui/log/Log.h"
@@ -10,6 +9,7 @@
 #include "gui/update/CAppUpdateLogic.h"
 #include "gui/update/CTaskCheckForProductUpdate.h"
 #include "gui/update/CTaskInstallProductUpdate.h"
+#include "gui/update/CheckSchedule_p.h"
 #include "gui/update/UpdateSettings_p.h"
 #include "gui/update/UpgradeUtils.h"
 
@@ -31,10 +31,7 @@ const int nothingPending = -1;
 const int soonAfterStart = 3000;
 const int afterStart = 5 * 60 * 1000;
 const int millisecondsPerMinute = 60 * 1000;
-const int longestCheckTimeout = 60 * millisecondsPerMinute;
 const int reminderTimeout = 10 * millisecondsPerMinute;
-
-enum Period { Daily = 1, Weekly = 2, Monthly = 3 };
 
 /// The check's messages have the same: one of either waits for the other.
 QString messageIssuer()
@@ -50,29 +47,6 @@ QString privateUpdatesFolder()
 bool isOnDisk(const QString &packagePath)
 {
     return !packagePath.isEmpty() && QFileInfo(packagePath).isFile();
-}
-
-QDateTime nextCheck(const QDateTime &last, int period)
-{
-    switch (period) {
-    case Daily:
-        return last.addDays(1);
-    case Weekly:
-        return last.addDays(7);
-    case Monthly:
-        return last.addMonths(1);
-    default:
-        return QDateTime();
-    }
-}
-
-int checkTimeout()
-{
-    const qint64 minutes = QSettings().value(UpdateSettings::checkTimeoutMinutes).toInt();
-    const qint64 wanted = minutes * millisecondsPerMinute;
-    const int timeout = wanted >= 1 && wanted <= longestCheckTimeout ? int(wanted) : longestCheckTimeout;
-    KOV_LOG_TAG(logTag, 2, "Check updates timeout: %d msec", timeout);
-    return timeout;
 }
 
 void forgetInstallRequest()
@@ -110,8 +84,7 @@ public:
     bool isWaitingForSuperseded = false;
     bool forceDownloadAfterSuperseded = false;
     bool confirmAfterSuperseded = false;
-    /// The stored time of the last check is that of one that has not ended yet.
-    bool isCheckTimeProvisional = false;
+    CheckSchedule schedule;
     CProductUpdateInfo offeredMajor;
     bool isOfferingMajor = false;
     bool isQuitting = false;
@@ -143,20 +116,11 @@ public:
             pending.download.destinationDirectory = privateUpdatesFolder();
     }
 
-    void takeCheckTimeBack()
-    {
-        if (std::exchange(isCheckTimeProvisional, false))
-            QSettings().remove(UpdateSettings::lastCheckedOn);
-    }
-
     void recordCheck(KOV_RESULT result)
     {
-        if (KOV_FAILED(result)) {
-            takeCheckTimeBack();
+        schedule.checkEnded(result);
+        if (KOV_FAILED(result))
             return;
-        }
-        isCheckTimeProvisional = false;
-        UpgradeUtils::setLastCheckedOn(Clock::now());
         // What was interrupted is asked for anew; a download that follows sets it again.
         if (!task && UpgradeUtils::isDownloadingUpdateInBackground())
             UpgradeUtils::setDownloadingUpdateInBackground(false);
@@ -165,7 +129,7 @@ public:
     void leaveForNextStart()
     {
         isQuitting = true;
-        takeCheckTimeBack();
+        schedule.takeBack();
         if (!task || task->isSmartInstallMode() || !isOnDisk(task->getInstallationPath()))
             return;
         UpgradeUtils::setDownloadingUpdateInBackground(false);
@@ -242,7 +206,7 @@ bool CAppUpdateWorker::isDownloadInBackgroundByDefault() const
 
 int CAppUpdateWorker::defaultUpdatePeriod() const
 {
-    return Daily;
+    return 1;
 }
 
 bool CAppUpdateWorker::isUpdatesAvailableInUI() const
@@ -306,7 +270,7 @@ void CAppUpdateWorker::onCheckForUpdatesTimerTimeout()
 {
     KOV_LOG_TAG(logTag, 2, "Is it time to check for updates?");
     if (useCheckForUpdateTimer() && !d->checkTimer->isActive())
-        d->checkTimer->start(checkTimeout());
+        d->checkTimer->start(CheckSchedule::timerPeriod());
     const bool isAskedFor = UpgradeUtils::isNeedToCheckUpdateOnAppStart();
     if (isAskedFor)
         UpgradeUtils::setNeedToCheckUpdateOnAppStart(false);
@@ -315,29 +279,17 @@ void CAppUpdateWorker::onCheckForUpdatesTimerTimeout()
         return;
     }
     if (KOV_FAILED(checkForUpdates(true, false, false)))
-        d->takeCheckTimeBack();
+        d->schedule.takeBack();
 }
 
 bool CAppUpdateWorker::isTimeToCheckForUpdates()
 {
     if (UpgradeUtils::isUpdatesRestricted())
         return false;
-    const QSettings settings;
     if (!useCheckForUpdateTimer())
-        return settings.value(UpdateSettings::checkOnApplicationStart, true).toBool();
+        return QSettings().value(UpdateSettings::checkOnApplicationStart, true).toBool();
 
-    const int period = settings.value(UpdateSettings::checkForUpdates, defaultUpdatePeriod()).toInt();
-    if (period < Daily || period > Monthly)
-        return false;
-    const QDateTime now = Clock::now();
-    const QDateTime last = UpgradeUtils::lastCheckedOn();
-    // Only a clock that was set back leaves a time so far ahead. Less than a day is let be: it delays one check, and
-    // the hour that comes twice in autumn is no mistake.
-    if (last.isValid() && last <= now.addDays(1))
-        return now >= nextCheck(last, period);
-    UpgradeUtils::setLastCheckedOn(now);
-    d->isCheckTimeProvisional = true;
-    return true;
+    return d->schedule.isDue(defaultUpdatePeriod());
 }
 
 KOV_RESULT CAppUpdateWorker::checkForUpdates(bool inBackground, bool smartInstall, bool doNotShowUpToDate)
