@@ -9,9 +9,10 @@
 namespace KovGui {
 
 /// Creates the object registered under `key`. Null, with a logged error, when nothing is registered, the class has no
-/// invokable constructor for the argument (without one: no default constructor), or it is not a `base`.
+/// invokable constructor for the arguments (without one: no default constructor), or it is not a `base`.
 KOVGUI_EXPORT QObject *createRegistered(const char *key, const QMetaObject &base,
-                                        QGenericArgument argument = QGenericArgument());
+                                        QGenericArgument first = QGenericArgument(),
+                                        QGenericArgument second = QGenericArgument());
 
 /// A policy of the implementation registry. The base class's name is its key.
 template <typename Policy>

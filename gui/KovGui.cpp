@@ -10,6 +10,7 @@
 #include "gui/messages/CMessageProcessor.h"
 #include "gui/messages/CSearchParentHelper.h"
 #include "gui/tasks/CTaskGetProxyInfo.h"
+#include "gui/update/CAppUpdateWorker.h"
 #include "gui/update/CTaskCheckForProductUpdate.h"
 #include "gui/update/CTaskInstallProductUpdate.h"
 #include "gui/update/UpdateTypes_p.h"
@@ -94,6 +95,7 @@ void fillRegistry()
     enter<CMessageProcessor>();
     enter<CTaskCheckForProductUpdate>();
     enter<CTaskInstallProductUpdate>();
+    enter<CAppUpdateWorker>();
 }
 
 void registerValueTypes()

@@ -41,6 +41,8 @@ typedef int32_t KOV_RESULT;
 #define KOV_QUESTION_NO_CONNECTION KOV_RESULT_CODE(15403)
 /** A question: a newer version was found (its version is %1), install it or the current package? */
 #define KOV_QUESTION_INSTALL_NEW_VERSION KOV_RESULT_CODE(0x3C1E)
+/** A question: a major upgrade was found, get it now? Parameters: %1 the application, %2 the new version. */
+#define KOV_QUESTION_INSTALL_MAJOR_UPGRADE KOV_RESULT_CODE(0x3C30)
 /** Questions about a download, answered by "Try Again" or "Cancel". Parameter %1 is the file's name. */
 #define KOV_QUESTION_DOWNLOAD_FAILED KOV_RESULT_CODE(0x3BFE)
 #define KOV_QUESTION_DOWNLOAD_DAMAGED KOV_RESULT_CODE(0x3BFF)

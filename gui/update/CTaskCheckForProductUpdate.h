@@ -73,8 +73,9 @@ public:
     /// runs it shows its progress window at once.
     void setCheckInBackground(bool inBackground);
 
-    /// What was found; null unless an update was. Valid as long as the task lives.
-    const CProductUpdateInfo *getUpdateInfo() const;
+    /// What was found; null unless an update was. Valid as long as the task lives. This class finds minor updates only;
+    /// a host's check that knows of major upgrades overrides it.
+    virtual const CProductUpdateInfo *getUpdateInfo() const;
 
     /// The catalogue to ask instead of the product's own; left empty for the product's own. A failure ends
     /// the check. The address is checked before it is used.

@@ -70,7 +70,7 @@ public:
     unsigned type() const override;
     CProductUpdateInfo updateInfo() const;
     TaskParams params() const;
-    UserChoice userChoice() const;
+    virtual UserChoice userChoice() const;
     bool isSmartInstallMode() const;
     /// True while the download runs and was asked for without a window.
     bool isInBackgroundDownload() const;

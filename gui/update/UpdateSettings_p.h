@@ -31,6 +31,8 @@ const QLatin1String lastCheckedOn("User Preferences/Update/Last Checked On");
 const QLatin1String checkTimeoutMinutes("User Preferences/Update/Check Updates Timeout Minutes");
 const QLatin1String checkOnApplicationStart("User Preferences/Update/Check on Application Start");
 
+const QLatin1String showWelcomeScreen("User Preferences/Show Welcome Screen");
+
 const QLatin1String checkForUpdates("Application preferences/Check for updates");
 const QLatin1String downloadAutomatically("Application preferences/Download updates automatically");
 const QLatin1String updatePolicy("Application preferences/VolumeLicenseUpdatePolicy");

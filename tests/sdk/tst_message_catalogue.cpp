@@ -58,8 +58,8 @@ void tst_MessageCatalogue::builtInCodes_data()
                                              0x80000003, 0x80000004, 0x80000005, 0x80000006, 0x80000007,
                                              0x80000009, 0x80038005, 0x80038006, 15140};
     QTest::newRow("information") << KMT_INFORMATION << QVector<uint>{15282, 0x80000013, 0x80000275, 15141};
-    QTest::newRow("questions") << KMT_QUESTION << QVector<uint>{15403,  0x3BFE, 0x3BFF, 0x3C00,
-                                                                0x3C01, 0x3C1E, 0x3E80, 0x3E81};
+    QTest::newRow("questions") << KMT_QUESTION << QVector<uint>{15403,  0x3BFE, 0x3BFF, 0x3C00, 0x3C01,
+                                                                0x3C1E, 0x3C30, 0x3E80, 0x3E81};
 }
 
 void tst_MessageCatalogue::builtInCodes()

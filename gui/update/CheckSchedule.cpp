@@ -1,0 +1,72 @@
+#include "gui/update/CheckSchedule_p.h"
+
+#include "gui/Clock.h"
+#include "gui/log/Log.h"
+#include "gui/update/UpdateSettings_p.h"
+#include "gui/update/UpgradeUtils.h"
+
+#include <QSettings>
+
+#include <utility>
+
+namespace {
+
+const int millisecondsPerMinute = 60 * 1000;
+const int longestPeriod = 60 * millisecondsPerMinute;
+
+enum Period { Daily = 1, Weekly = 2, Monthly = 3 };
+
+QDateTime nextCheck(const QDateTime &last, int period)
+{
+    switch (period) {
+    case Daily:
+        return last.addDays(1);
+    case Weekly:
+        return last.addDays(7);
+    default:
+        return last.addMonths(1);
+    }
+}
+
+} // namespace
+
+int CheckSchedule::timerPeriod()
+{
+    const qint64 minutes = QSettings().value(UpdateSettings::checkTimeoutMinutes).toInt();
+    const qint64 wanted = minutes * millisecondsPerMinute;
+    const int period = wanted >= 1 && wanted <= longestPeriod ? int(wanted) : longestPeriod;
+    KOV_LOG_TAG("[APP_UPDATE]", 2, "Check updates timeout: %d msec", period);
+    return period;
+}
+
+bool CheckSchedule::isDue(int defaultPeriod)
+{
+    const int period = QSettings().value(UpdateSettings::checkForUpdates, defaultPeriod).toInt();
+    if (period < Daily || period > Monthly)
+        return false;
+    const QDateTime now = Clock::now();
+    const QDateTime last = UpgradeUtils::lastCheckedOn();
+    // Only a clock that was set back leaves a time so far ahead. Less than a day is let be: it delays one check, and
+    // the hour that comes twice in autumn is no mistake.
+    if (last.isValid() && last <= now.addDays(1))
+        return now >= nextCheck(last, period);
+    UpgradeUtils::setLastCheckedOn(now);
+    m_isProvisional = true;
+    return true;
+}
+
+void CheckSchedule::checkEnded(KOV_RESULT result)
+{
+    if (KOV_FAILED(result)) {
+        takeBack();
+        return;
+    }
+    m_isProvisional = false;
+    UpgradeUtils::setLastCheckedOn(Clock::now());
+}
+
+void CheckSchedule::takeBack()
+{
+    if (std::exchange(m_isProvisional, false))
+        QSettings().remove(UpdateSettings::lastCheckedOn);
+}
