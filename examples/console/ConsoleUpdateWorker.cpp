@@ -16,7 +16,7 @@ void congratulate()
 {
     CProductUpdateInfo installed;
     installed.load();
-    auto *dialog = new CUpdateDialog(CUpdateDialog::UpdateInstalled, nullptr);
+    auto *dialog = new CUpdateDialog(CUpdateDialog::Congratulations, nullptr);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setNotificationFor(installed);
     dialog->show();
