@@ -180,5 +180,6 @@ QString helpText()
             = QStringLiteral("%1 %2").arg(QLatin1String(option.name), QLatin1String(option.valueName));
         text += QStringLiteral("  %1 %2\n").arg(syntax, -26).arg(QLatin1String(option.help));
     }
+    text += QStringLiteral("\nFor those who publish: updater sign, updater generate-key\n");
     return text;
 }
