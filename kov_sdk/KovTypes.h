@@ -31,7 +31,7 @@ typedef int32_t KOV_RESULT;
 /** The updater program is missing. */
 #define KOV_ERR_UPDATER_MISSING KOV_RESULT_CODE(0x80015206u)
 #define KOV_ERR_UPDATE_SERVER_NOT_REACHABLE KOV_RESULT_CODE(0x80015207u)
-/** The updater failed in any other way. */
+/** The updater failed in any other way. Parameter %1 says why. */
 #define KOV_ERR_UPDATER_FAILED KOV_RESULT_CODE(0x80015210u)
 /** Informational: no update is available. */
 #define KOV_NO_UPDATE_AVAILABLE KOV_RESULT_CODE(15282)
@@ -49,7 +49,12 @@ typedef int32_t KOV_RESULT;
 #define KOV_QUESTION_EXISTING_FILE_DAMAGED KOV_RESULT_CODE(0x3C00)
 /** Parameters: %1 the folder, %2 what is needed, %3 what is free, both with their units. */
 #define KOV_QUESTION_NOT_ENOUGH_DISK_SPACE KOV_RESULT_CODE(0x3C01)
-/** The installation of an update failed; answered by "Try Again" or "Cancel". */
+/** A question: applications that must be closed before an installation; %1 lists them, one a line. Answered by "Try
+ * Again" or "Cancel". */
+#define KOV_QUESTION_CLOSE_APPLICATIONS KOV_RESULT_CODE(0x3C08)
+/** A question: cancel the unattended installation? */
+#define KOV_QUESTION_CANCEL_SMART_INSTALL KOV_RESULT_CODE(0x3C09)
+/** The installation of an update failed; answered by "Try Again" or "Cancel". Parameter %1 says why. */
 #define KOV_ERR_UPDATE_INSTALLATION_FAILED KOV_RESULT_CODE(0x80015351u)
 /** A problem report could not be delivered. */
 #define KOV_PROBLEM_REPORT_NOT_SENT KOV_RESULT_CODE(15140)

@@ -24,7 +24,7 @@ ALLOWED = {
     'gui/messages': FRAME + ['gui/help', 'gui/window'],
     'gui/tasks': FRAME + ['gui/help', 'gui/window', 'gui/messages'],
     'gui/update/catalogue': ['gui/KovGuiGlobal.h'],
-    'gui/update': FRAME + ['gui/help', 'gui/window', 'gui/messages', 'gui/tasks'],
+    'gui/update': FRAME + ['gui/update/catalogue', 'gui/help', 'gui/window', 'gui/messages', 'gui/tasks'],
     # The frame fills the implementation registry, so it names the classes of every folder.
     'gui': FRAME + ['gui/help', 'gui/window', 'gui/messages', 'gui/tasks', 'gui/update'],
     'programs/updater': ['gui/update/catalogue', 'gui/KovVersion.h'],

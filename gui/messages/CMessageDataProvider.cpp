@@ -15,7 +15,7 @@ namespace {
 
 bool isRetryQuestion(int code)
 {
-    return code == KOV_ERR_UPDATE_INSTALLATION_FAILED
+    return code == KOV_ERR_UPDATE_INSTALLATION_FAILED || code == KOV_QUESTION_CLOSE_APPLICATIONS
            || (code >= KOV_QUESTION_DOWNLOAD_FAILED && code <= KOV_QUESTION_NOT_ENOUGH_DISK_SPACE);
 }
 

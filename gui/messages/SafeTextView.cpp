@@ -2,34 +2,14 @@
 
 #include <QAbstractTextDocumentLayout>
 #include <QEvent>
-#include <QImage>
 #include <QKeyEvent>
 #include <QScrollBar>
 #include <QSignalBlocker>
 #include <QTextDocument>
-#include <QTextObjectInterface>
 
 #include <cmath>
 
 namespace {
-
-/// Takes the place of the toolkit's pictures, which look for a file of a higher resolution before they ask
-/// for the resource.
-class NoPicture : public QObject, public QTextObjectInterface
-{
-    Q_OBJECT
-    Q_INTERFACES(QTextObjectInterface)
-
-public:
-    QSizeF intrinsicSize(QTextDocument *, int, const QTextFormat &) override { return QSizeF(0, 0); }
-    void drawObject(QPainter *, const QRectF &, QTextDocument *, int, const QTextFormat &) override { }
-};
-
-QObject *noPicture()
-{
-    static NoPicture handler;
-    return &handler;
-}
 
 bool selectsLink(const QTextCursor &cursor)
 {
@@ -39,13 +19,11 @@ bool selectsLink(const QTextCursor &cursor)
 } // namespace
 
 SafeTextView::SafeTextView(QWidget *parent)
-    : QTextBrowser(parent)
+    : ClosedTextBrowser(parent)
 {
     setFrameShape(QFrame::NoFrame);
-    setOpenLinks(false);
     setTextInteractionFlags(Qt::TextBrowserInteraction | Qt::TextSelectableByKeyboard);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    setAcceptDrops(false);
     viewport()->setAutoFillBackground(false);
     followWindowColors();
 }
@@ -67,7 +45,7 @@ void SafeTextView::prepareDocument()
 {
     document()->setDocumentMargin(0);
     document()->setDefaultStyleSheet(QStringLiteral("* {margin-left:1;margin-top:6;}"));
-    document()->documentLayout()->registerHandler(QTextFormat::ImageObject, noPicture());
+    closeDocument();
 }
 
 void SafeTextView::showText()
@@ -119,20 +97,9 @@ QSize SafeTextView::minimumSizeHint() const
     return m_preferred;
 }
 
-QVariant SafeTextView::loadResource(int type, const QUrl &)
-{
-    // Nothing may be null here: the document would go and open the file itself.
-    if (type == QTextDocument::ImageResource) {
-        QImage image(1, 1, QImage::Format_ARGB32_Premultiplied);
-        image.fill(Qt::transparent);
-        return image;
-    }
-    return QByteArray(" ");
-}
-
 void SafeTextView::changeEvent(QEvent *event)
 {
-    QTextBrowser::changeEvent(event);
+    ClosedTextBrowser::changeEvent(event);
     if (event->type() != QEvent::PaletteChange)
         return;
     followWindowColors();
@@ -160,7 +127,5 @@ void SafeTextView::keyPressEvent(QKeyEvent *event)
         event->ignore();
         return;
     }
-    QTextBrowser::keyPressEvent(event);
+    ClosedTextBrowser::keyPressEvent(event);
 }
-
-#include "SafeTextView.moc"

@@ -1,16 +1,14 @@
 #pragma once
 
-#include <QTextBrowser>
+#include "gui/window/ClosedTextBrowser_p.h"
 
 /**
- * Shows a short text of a message, which may be simple rich text, and loads nothing for it: pictures take no
- * room, style sheets and every other resource are ignored, no file system and no network is asked. Links are
- * opened by nobody; anchorClicked() tells of a click.
+ * Shows a short text of a message, which may be simple rich text.
  *
  * Mouse and keyboard can select and copy. Return and Enter go to the dialog unless a link is selected. It
  * looks like a label: no frame, no background, the window's text colour.
  */
-class SafeTextView : public QTextBrowser
+class SafeTextView : public ClosedTextBrowser
 {
     Q_OBJECT
 
@@ -27,7 +25,6 @@ public:
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
-    QVariant loadResource(int type, const QUrl &name) override;
 
 protected:
     void changeEvent(QEvent *event) override;

@@ -13,8 +13,10 @@
 #include "gui/update/CustomUpdateServerInfo.h"
 #include "gui/update/UpdateCommand_p.h"
 #include "gui/update/UpdateUrl_p.h"
+#include "gui/update/UpdaterFault_p.h"
 #include "gui/update/UpdaterOutputUtils.h"
 #include "gui/update/UpgradeUtils.h"
+#include "gui/update/catalogue/UpdaterExitCode.h"
 #include "gui/window/CProgressDialog.h"
 
 #include <QApplication>
@@ -30,9 +32,10 @@ namespace {
 const char logTag[] = "[APP_UPDATE]";
 const char registryKey[] = "CTaskCheckForProductUpdate";
 
-/// What the updater tells by its exit code when it is asked for an update
-/// (docs/reference/wire-updater-output.md).
-enum UpdaterExitCode { UpdateExists = 0, NoUpdate = 4, NoConnection = 25 };
+bool saysExitCode(int exitCode, ExitCode expected)
+{
+    return exitCode == int(expected);
+}
 
 /// The messages of a check have an issuer of their own: they neither wait behind others nor make others wait.
 QString messageIssuer()
@@ -327,14 +330,15 @@ void CTaskCheckForProductUpdate::onCheckForUpdateFinished(KOV_RESULT result)
 
     // The exit code of a crash is the number of a signal.
     const bool ranToItsEnd = KOV_SUCCEEDED(result) && exitStatus == QProcess::NormalExit;
-    if (ranToItsEnd && exitCode == UpdateExists)
+    if (ranToItsEnd && saysExitCode(exitCode, ExitCode::UpdateFound))
         takeUpdate(output);
-    else if (ranToItsEnd && exitCode == NoUpdate)
+    else if (ranToItsEnd && saysExitCode(exitCode, ExitCode::NoUpdate))
         completeWith(KOV_NO_UPDATE_AVAILABLE, isInteractive() && !d->options.testFlag(DoNotShowUpToDate));
-    else if (ranToItsEnd && exitCode == NoConnection)
+    else if (ranToItsEnd && saysExitCode(exitCode, ExitCode::NoConnection))
         handleNoConnection();
     else
-        completeWith(KOV_ERR_UPDATER_FAILED, isInteractive());
+        completeWith(KOV_ERR_UPDATER_FAILED, isInteractive(),
+                     UpdaterFault::explanation(result, exitCode, exitStatus));
 }
 
 void CTaskCheckForProductUpdate::takeUpdate(const QByteArray &output)
@@ -343,7 +347,8 @@ void CTaskCheckForProductUpdate::takeUpdate(const QByteArray &output)
     auto info = std::make_unique<CProductUpdateInfo>(UpdaterOutputUtils::parse(output));
     if (info->download.url.isEmpty()) {
         KOV_LOG_TAG(logTag, 0, "(!)Error: the updater reported an update without telling its package.");
-        completeWith(KOV_ERR_UPDATER_FAILED, isInteractive());
+        completeWith(KOV_ERR_UPDATER_FAILED, isInteractive(),
+                     UpdaterFault::explanation(int(ExitCode::BadCatalogue)));
         return;
     }
     d->updateInfo = std::move(info);
@@ -361,7 +366,7 @@ void CTaskCheckForProductUpdate::handleNoConnection()
     completeWith(KOV_ERR_UPDATE_SERVER_NOT_REACHABLE, isInteractive());
 }
 
-void CTaskCheckForProductUpdate::completeWith(KOV_RESULT result, bool withMessage)
+void CTaskCheckForProductUpdate::completeWith(KOV_RESULT result, bool withMessage, const QString &reason)
 {
     if (!withMessage) {
         subTaskCompleted(result);
@@ -369,15 +374,17 @@ void CTaskCheckForProductUpdate::completeWith(KOV_RESULT result, bool withMessag
     }
     d->hideProgress();
     d->resultAfterMessage = result;
-    showMessage(result, "1onMessageClosed()");
+    showMessage(result, "1onMessageClosed()", reason);
 }
 
-void CTaskCheckForProductUpdate::showMessage(KOV_RESULT code, const char *closeSlot)
+void CTaskCheckForProductUpdate::showMessage(KOV_RESULT code, const char *closeSlot, const QString &reason)
 {
     d->openMessage = code;
     d->showingMessage = true;
     MessageParams params(code);
     params.setIssuerId(messageIssuer()).setCloseMsgSlot(CSlotInfo(this, closeSlot));
+    if (!reason.isEmpty())
+        params.setLongMsgParams({reason});
     const QPointer<CTaskCheckForProductUpdate> guard(this);
     CMessageManager::instance()->showMessageBox(params);
     if (guard)

@@ -106,8 +106,8 @@ private:
     void launch();
     void takeUpdate(const QByteArray &output);
     void handleNoConnection();
-    void completeWith(KOV_RESULT result, bool withMessage);
-    void showMessage(KOV_RESULT code, const char *closeSlot);
+    void completeWith(KOV_RESULT result, bool withMessage, const QString &reason = QString());
+    void showMessage(KOV_RESULT code, const char *closeSlot, const QString &reason = QString());
 
     class Private;
     const std::unique_ptr<Private> d;

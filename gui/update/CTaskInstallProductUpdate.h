@@ -18,7 +18,18 @@ class CConfirmUpdateInstallationDialog;
  * Ends with KOV_SUCCESS when the updater has installed; KOV_ERR_CANCELLED when the user put it off, skipped it or
  * cancelled (userChoice() tells which), or when it was superseded; KOV_ERR_UPDATER_MISSING;
  * KOV_ERR_UPDATE_INSTALLATION_FAILED when the updater failed; KOV_ERR_FAILURE for a failed download and for a package
- * that cannot be verified.
+ * that cannot be verified. What ends it in the foreground was told to the user by then.
+ *
+ * **Questions.** The download is offered by CUpdateDialog. The installation is offered by
+ * CConfirmUpdateInstallationDialog when the user has watched the download, else by CUpdateDialog, with the release
+ * notes. A dialog that is closed means "later". In a smart install every "no", and a download that the user cancels,
+ * is asked about before it counts.
+ *
+ * **The package** lies in the record's folder; a record without one gets UpgradeUtils::updatesFolder(). It is compared
+ * with the record's digest before every installation, wherever it came from; one that is damaged is removed and offered
+ * to be downloaded again, one that has gone is downloaded again. A record without a digest is never installed.
+ *
+ * While the updater runs terminate() waits for it. Destroying the task kills it; it puts back what it was replacing.
  *
  * At most one installation exists at a time. The class is replaceable: what is registered under
  * "CTaskInstallProductUpdate" is created, which needs Q_OBJECT and an invokable constructor with these parameters.
@@ -68,23 +79,55 @@ public:
     ~CTaskInstallProductUpdate() override;
 
     unsigned type() const override;
+    /// With the download folder filled in.
     CProductUpdateInfo updateInfo() const;
     TaskParams params() const;
     virtual UserChoice userChoice() const;
     bool isSmartInstallMode() const;
     /// True while the download runs and was asked for without a window.
-    bool isInBackgroundDownload() const;
-    /// The package file; empty when the update names none that is safe.
+    virtual bool isInBackgroundDownload() const;
+    /// The package file; empty when the update names none that is safe, or there is no folder for it.
     QString getInstallationPath() const;
 
     void terminate(int result) override;
+    /// Raises the open question, message or progress window.
     void bringToFront() override;
 
 protected:
+    /// The step that offers the installation. An override waits (setWaitForSubTaskCompletion()) and completes the step
+    /// with KOV_SUCCESS, or KOV_ERR_CANCELLED.
+    Q_INVOKABLE virtual KOV_RESULT confirmUpdateInstall();
+    /// The names of running applications that must be closed before the installation. Asked for often: be quick.
+    virtual QStringList criticalApps() const;
+    /// The step that verifies the package and runs the updater.
+    Q_INVOKABLE virtual KOV_RESULT installUpdate();
+    /// Sets the second text of the dialog that offers the installation.
+    virtual void setDescription(CConfirmUpdateInstallationDialog *dialog);
+
     QList<int> getDefaultSubTaskList() const override;
+    QList<int> getNonTerminatableSubTasks() const override;
     void finish(int result) override;
 
+private Q_SLOTS:
+    void onConfirmUpdateDownloadAnswered(int answer);
+    void onUpdateDownloadFinished(KOV_RESULT result);
+    void onDownloadRetryAnswered(KOV_RESULT code, Messaging::ButtonID answer);
+    void onConfirmUpdateInstallAnswered(int answer);
+    void onConfirmUpdateInstallSimpleAnswered(int answer);
+    void onCheckRunningAppsAnswered(KOV_RESULT code, Messaging::ButtonID answer);
+    void onCheckRunningAppsFinished(int answer);
+    void onPackageDigestCalculated(bool ok, const QString &digest);
+    void onUpdateInstallationFinished(KOV_RESULT result);
+    void onInstallationErrorClosed(KOV_RESULT code = KOV_SUCCESS,
+                                   Messaging::ButtonID answer = Messaging::ButtonNone);
+    void onConfirmCancelSmartInstallAnswered(KOV_RESULT code, Messaging::ButtonID answer);
+
 private:
+    Q_INVOKABLE KOV_RESULT removeOldUpdates();
+    Q_INVOKABLE KOV_RESULT confirmUpdateDownload();
+    Q_INVOKABLE KOV_RESULT downloadUpdate();
+    Q_INVOKABLE KOV_RESULT checkRunningApps();
+
     class Private;
     const std::unique_ptr<Private> d;
 };

@@ -28,3 +28,10 @@ QString UpdateCommand::checkInAppMode(const QString &updaterPath, const QString 
     }
     return CommandLineUtils::join(updaterPath, arguments + urlArguments(url));
 }
+
+QString UpdateCommand::install(const QString &updaterPath, const QString &packagePath)
+{
+    return CommandLineUtils::join(updaterPath, {QStringLiteral("--update"), QStringLiteral("install"),
+                                                QStringLiteral("--file"), packagePath,
+                                                QStringLiteral("--not-check-postinstall")});
+}

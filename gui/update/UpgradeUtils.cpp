@@ -2,11 +2,15 @@
 
 #include "gui/LibraryVersion_p.h"
 #include "gui/log/Log.h"
+#include "gui/log/LogText.h"
 #include "gui/update/UpdateSettings_p.h"
 #include "gui/update/UpdateUrl_p.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <QLocale>
 #include <QSettings>
+#include <QStandardPaths>
 
 #include <iterator>
 
@@ -167,6 +171,22 @@ QString defaultCatalogueUrl(int applicationMode)
     return QStringLiteral("%1/%2/v%3/tessarine/tessarine_updates.xml")
         .arg(host().serverBase, QLatin1String(productLines[applicationMode]),
              QString::number(LibraryVersion::numbers().major));
+}
+
+QString updatesFolder()
+{
+    const QString base = QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation);
+    const QString path = base + QLatin1String("/updates");
+    QDir().mkpath(path);
+    const QFileInfo folder(path);
+    // Only its owner can change the permissions.
+    if (base.isEmpty() || folder.isSymLink() || !folder.isDir()
+        || !QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner)) {
+        KOV_LOG_TAG("[APP_UPDATE]", 0, "(!)Error: the folder for updates [%s] cannot be used.",
+                    KovGui::logText(path).constData());
+        return QString();
+    }
+    return path;
 }
 
 } // namespace UpgradeUtils

@@ -60,4 +60,12 @@ KOVGUI_EXPORT bool setUpdateServerBase(const QString &address);
 /// base and for a mode without product line; "Unknown" for mode 65535.
 KOVGUI_EXPORT QString defaultCatalogueUrl(int applicationMode);
 
+/**
+ * The folder for update packages, "updates" in the application's local data, for this user alone. Created when it is
+ * missing.
+ * @return empty, with a logged error, when it cannot be had: a file or a symbolic link in its place, or a folder that
+ * belongs to somebody else. Never use the empty text as a folder then: it would stand for another one.
+ */
+KOVGUI_EXPORT QString updatesFolder();
+
 } // namespace UpgradeUtils

@@ -1,0 +1,55 @@
+#include "gui/update/UpdateDialogLook_p.h"
+
+#include "gui/KovGui.h"
+#include "gui/LibraryVersion_p.h"
+#include "gui/update/CProductUpdateInfo.h"
+
+#include <QApplication>
+#include <QIcon>
+#include <QLabel>
+#include <QRegularExpression>
+#include <QStyle>
+
+namespace {
+
+const int iconSize = 64;
+const int modeWithShortVersions = 6;
+
+QString shownVersion(const QString &version)
+{
+    if (int(KovGui::applicationMode()) != modeWithShortVersions)
+        return version;
+    static const QRegularExpression pattern(QStringLiteral("(\\d+\\.\\d+.\\d+)"));
+    const QRegularExpressionMatch match = pattern.match(version);
+    return match.hasMatch() ? match.captured(1) : version;
+}
+
+} // namespace
+
+void UpdateDialogLook::showIcon(QLabel *label)
+{
+    QIcon icon = QApplication::windowIcon();
+    if (icon.isNull())
+        icon = label->style()->standardIcon(QStyle::SP_MessageBoxInformation, nullptr, label);
+    const qreal ratio = label->devicePixelRatioF();
+    QPixmap pixmap = icon.pixmap(QSize(iconSize, iconSize) * ratio);
+    pixmap.setDevicePixelRatio(ratio);
+    label->setPixmap(pixmap);
+}
+
+QString UpdateDialogLook::windowTitle()
+{
+    return QCoreApplication::translate("UpdateDialogLook", "%1 Update").arg(KovGui::getAppGuiName());
+}
+
+QString UpdateDialogLook::versionOf(const CProductUpdateInfo &info)
+{
+    const QString version = info.getVersion();
+    return shownVersion(version.isEmpty() ? CProductUpdateInfo::getVersionFromFileName(info.download.url)
+                                          : version);
+}
+
+QString UpdateDialogLook::currentVersion()
+{
+    return shownVersion(QString::fromLatin1(LibraryVersion::text()));
+}
