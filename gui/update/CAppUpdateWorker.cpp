@@ -18,7 +18,6 @@
 #include <QPointer>
 #include <QProcess>
 #include <QSettings>
-#include <QStandardPaths>
 #include <QTimer>
 
 #include <utility>
@@ -37,11 +36,6 @@ const int reminderTimeout = 10 * millisecondsPerMinute;
 QString messageIssuer()
 {
     return QStringLiteral("ProductUpdate");
-}
-
-QString privateUpdatesFolder()
-{
-    return QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation) + QLatin1String("/Updates");
 }
 
 bool isOnDisk(const QString &packagePath)
@@ -90,7 +84,11 @@ public:
     bool isQuitting = false;
     QString applicationPath;
 
-    bool isPackageOnDisk() const { return isOnDisk(pending.download.destinationFilePath()); }
+    bool isPackageOnDisk() const
+    {
+        return !pending.download.destinationDirectory.isEmpty()
+            && isOnDisk(pending.download.destinationFilePath());
+    }
 
     void load(CProductUpdateInfo::UpdateType type)
     {
@@ -112,8 +110,8 @@ public:
     /// An empty folder would mean the user's home folder.
     void ensureFolder()
     {
-        if (pending.download.destinationDirectory.isEmpty())
-            pending.download.destinationDirectory = privateUpdatesFolder();
+        if (pending.download.destinationDirectory.isEmpty() && !pending.download.url.isEmpty())
+            pending.download.destinationDirectory = UpgradeUtils::updatesFolder();
     }
 
     void recordCheck(KOV_RESULT result)

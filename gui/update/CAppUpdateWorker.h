@@ -92,7 +92,7 @@ public:
      */
     KOV_RESULT checkForUpdates(bool inBackground, bool smartInstall, bool doNotShowUpToDate);
     /// Makes the update the pending one, stores it and calls installPendingUpdate(). One without a destination folder
-    /// gets the application's private folder for updates.
+    /// gets UpgradeUtils::updatesFolder().
     KOV_RESULT installUpdate(const CProductUpdateInfo &info, bool forceDownload, bool confirm);
     /**
      * Starts the installation of the pending update. A running download in the background is superseded when this

@@ -85,7 +85,7 @@ public:
     virtual UserChoice userChoice() const;
     bool isSmartInstallMode() const;
     /// True while the download runs and was asked for without a window.
-    bool isInBackgroundDownload() const;
+    virtual bool isInBackgroundDownload() const;
     /// The package file; empty when the update names none that is safe, or there is no folder for it.
     QString getInstallationPath() const;
 
