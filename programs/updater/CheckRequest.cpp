@@ -27,14 +27,19 @@ const CUpdProduct *installedProduct(const CUpdaterConfig *configuration, const Q
     return nullptr;
 }
 
-VersionNumber installedVersion(const CommandLine &commandLine, const CUpdProduct *product)
+/// @param installed  null unless it is of the product that is asked for
+VersionNumber installedVersion(const CommandLine &commandLine, const CUpdProduct *product,
+                               const PackageManifest *installed)
 {
     if (commandLine.currentVersion)
         return *commandLine.currentVersion;
-    if (!product || product->versions.isEmpty())
-        return {KOV_VERSION_MAJOR, KOV_VERSION_MINOR, KOV_VERSION_PATCH, KOV_VERSION_BUILD};
-    const CUpdProductVersion &version = product->versions.first();
-    return {version.major, version.minor, version.subMinor, version.subSubMinor};
+    if (product && !product->versions.isEmpty()) {
+        const CUpdProductVersion &version = product->versions.first();
+        return {version.major, version.minor, version.subMinor, version.subSubMinor};
+    }
+    if (installed)
+        return installed->version;
+    return {KOV_VERSION_MAJOR, KOV_VERSION_MINOR, KOV_VERSION_PATCH, KOV_VERSION_BUILD};
 }
 
 QString firstGiven(const QString &first, const QString &second)
@@ -44,7 +49,8 @@ QString firstGiven(const QString &first, const QString &second)
 
 } // namespace
 
-CheckRequestResult makeCheckRequest(const CommandLine &commandLine, const CUpdaterConfig *configuration)
+CheckRequestResult makeCheckRequest(const CommandLine &commandLine, const CUpdaterConfig *configuration,
+                                    const PackageManifest *installed)
 {
     CheckRequestResult result;
     FetchRequest &fetch = result.request.fetch;
@@ -65,10 +71,13 @@ CheckRequestResult makeCheckRequest(const CommandLine &commandLine, const CUpdat
     fetch.timeoutSeconds = commandLine.timeout;
 
     const CUpdProduct *const product = installedProduct(configuration, commandLine.product);
-    const QString productName = product ? product->productName : QStringLiteral(KOV_UPDATER_PRODUCT);
+    const QString builtFor = QStringLiteral(KOV_UPDATER_PRODUCT);
+    const QString installedName = installed ? installed->product : builtFor;
+    const QString productName = product ? product->productName : installedName;
     UpdateCriteria &criteria = result.request.criteria;
     criteria.product = firstGiven(commandLine.product, productName);
-    criteria.currentVersion = installedVersion(commandLine, product);
+    criteria.currentVersion
+        = installedVersion(commandLine, product, criteria.product == installedName ? installed : nullptr);
     criteria.locale = firstGiven(commandLine.locale, QLocale::system().name());
     criteria.os = firstGiven(commandLine.os, systemName());
     result.request.isEnabled = !product || product->updateEnabled;

@@ -3,6 +3,7 @@
 #include "gui/update/catalogue/CUpdaterConfig.h"
 #include "programs/updater/CatalogueFetch.h"
 #include "programs/updater/CommandLine.h"
+#include "programs/updater/PackageManifest.h"
 #include "programs/updater/UpdateChoice.h"
 
 /// What to ask, and where.
@@ -23,10 +24,13 @@ struct CheckRequestResult
 };
 
 /**
- * Puts the request together: the command line counts before the configuration, the configuration before what
- * the program was built with. The installed product is the configuration's product of the name asked for, or
- * its first one.
+ * Puts the request together: the command line counts before the configuration, the configuration before the
+ * installation that the program lies in, that one before what the program was built with. The installed product is the
+ * configuration's product of the name asked for, or its first one; without one, the installation's.
+ *
+ * @param installed  the manifest of the installation; null when the program lies in none
  *
  * A pure function but for the defaults of locale and operating system, which the system tells.
  */
-CheckRequestResult makeCheckRequest(const CommandLine &commandLine, const CUpdaterConfig *configuration);
+CheckRequestResult makeCheckRequest(const CommandLine &commandLine, const CUpdaterConfig *configuration,
+                                    const PackageManifest *installed = nullptr);

@@ -109,6 +109,8 @@ const QVector<Option> &options()
         {"--started-by-gui", "", "Told by applications; changes nothing", accepted()},
         {"--background-download", "", "Told by applications; changes nothing", accepted()},
         {"--file", "FILE", "The package to install", text(&CommandLine::packageFile)},
+        {"--root", "DIR", "The installation, instead of the one that this program lies in",
+         text(&CommandLine::root)},
         {"--not-check-postinstall", "", "Do not verify the installation afterwards", accepted()},
         {"--verbose", "", "Print warnings about the files that were read",
          flag(&CommandLine::isVerbose, true)},
@@ -130,6 +132,8 @@ QString contradiction(const CommandLine &line, const QSet<QString> &given)
 {
     if (line.action == CommandLine::Action::Check && !given.contains(QStringLiteral("--update")))
         return QStringLiteral("--update check is missing");
+    if (line.action == CommandLine::Action::Install && line.packageFile.isEmpty())
+        return QStringLiteral("--update install needs --file");
     if (line.proxyServer.isEmpty() != (line.proxyPort == 0))
         return QStringLiteral("--proxy-server and --proxy-port need each other");
     return QString();
@@ -165,10 +169,12 @@ QString parseCommandLine(const QStringList &arguments, CommandLine *commandLine)
 
 QString helpText()
 {
-    QString text = QStringLiteral("Usage: updater --update check [options]\n\n"
-                                  "Asks an update server whether a newer version of a product exists.\n"
-                                  "Exit codes: 0 an update was found, 4 there is none, 25 no connection,\n"
-                                  "any other: an error, described on standard error.\n\n");
+    QString text = QStringLiteral("Usage: updater --update check [options]\n"
+                                  "       updater --update install --file FILE [options]\n\n"
+                                  "Asks an update server whether a newer version of a product exists, or\n"
+                                  "installs one that was downloaded.\n"
+                                  "Exit codes: 0 an update was found or installed, 4 there is none, 25 no\n"
+                                  "connection, any other: an error, described on standard error.\n\n");
     for (const Option &option : options()) {
         const QString syntax
             = QStringLiteral("%1 %2").arg(QLatin1String(option.name), QLatin1String(option.valueName));

@@ -25,6 +25,8 @@ struct CommandLine
     QString os;
     QString certificateFile;
     QString packageFile;
+    /// Empty for the installation that the program lies in.
+    QString root;
     /// Empty for a direct connection.
     QString proxyServer;
     int proxyPort = 0;

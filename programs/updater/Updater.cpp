@@ -5,6 +5,9 @@
 #include "programs/updater/CheckOutput.h"
 #include "programs/updater/CheckRequest.h"
 #include "programs/updater/ErrorLine.h"
+#include "programs/updater/Installer.h"
+#include "programs/updater/OfferStore.h"
+#include "programs/updater/StopRequest.h"
 #include "programs/updater/TrustedFetch.h"
 
 #include <QDir>
@@ -95,7 +98,7 @@ ExitCode sayNoUpdate(const CheckRequest &request, const CommandLine &commandLine
                  ExitCode::NoUpdate);
 }
 
-ExitCode check(const CommandLine &commandLine, const QString &programDirectory)
+ExitCode check(const CommandLine &commandLine, const QString &programDirectory, const QString &root)
 {
     const bool isOwnConfiguration = !commandLine.configurationFile.isEmpty();
     const QString path = isOwnConfiguration ? commandLine.configurationFile
@@ -111,8 +114,10 @@ ExitCode check(const CommandLine &commandLine, const QString &programDirectory)
         return fail(ExitCode::ConfigurationError,
                     QStringLiteral("no address of an update catalogue: give --url, or write %1").arg(path));
     }
-    const CheckRequestResult made
-        = makeCheckRequest(commandLine, hasConfiguration ? &configuration : nullptr);
+    const std::optional<PackageManifest> installed
+        = root.isEmpty() ? std::nullopt : Installation::installedManifest(root);
+    const CheckRequestResult made = makeCheckRequest(commandLine, hasConfiguration ? &configuration : nullptr,
+                                                     installed ? &*installed : nullptr);
     if (made.code != ExitCode::UpdateFound)
         return fail(made.code, made.fault);
     if (!made.request.isEnabled)
@@ -128,6 +133,44 @@ ExitCode check(const CommandLine &commandLine, const QString &programDirectory)
     return code == ExitCode::NoUpdate ? sayNoUpdate(made.request, commandLine) : code;
 }
 
+/// Whoever watches may have gone; the installation goes on.
+void printProgress(int percent)
+{
+    std::printf("installer:%%%d\n", percent);
+    std::fflush(stdout);
+}
+
+ExitCode install(const CommandLine &commandLine, const QString &programDirectory, const QString &root)
+{
+    if (root.isEmpty())
+        return fail(ExitCode::NoInstallation,
+                    QStringLiteral("this program lies in no installation that could be updated: no folder "
+                                   "\"current\" with a manifest.json leads to %1")
+                        .arg(programDirectory));
+    const OfferStore offers;
+    InstallRequest request;
+    request.root = root;
+    request.packageFile = commandLine.packageFile;
+    request.keys = Signature::builtInKeys();
+    request.now = QDateTime::currentDateTimeUtc();
+    request.offers = &offers;
+    request.onProgress = printProgress;
+    request.shouldStop = StopRequest::isPending;
+    StopRequest::watch();
+    const InstallResult result = installPackage(request);
+    return result.ok() ? result.code : fail(result.code, result.fault);
+}
+
+ExitCode recoverAndCheck(const CommandLine &commandLine, const QString &programDirectory, const QString &root)
+{
+    if (!root.isEmpty()) {
+        const InstallResult recovered = Installation::recover(root);
+        if (!recovered.ok())
+            return fail(recovered.code, recovered.fault);
+    }
+    return check(commandLine, programDirectory, root);
+}
+
 } // namespace
 
 ExitCode runUpdater(const QStringList &arguments, const QString &programDirectory)
@@ -136,15 +179,16 @@ ExitCode runUpdater(const QStringList &arguments, const QString &programDirector
     const QString fault = parseCommandLine(arguments, &commandLine);
     if (!fault.isEmpty())
         return fail(ExitCode::UsageError, QStringLiteral("%1 (see updater --help)").arg(fault));
+    const QString root = commandLine.root.isEmpty() ? Installation::find(programDirectory) : commandLine.root;
     switch (commandLine.action) {
     case CommandLine::Action::ShowHelp:
         return print(helpText().toUtf8(), ExitCode(0));
     case CommandLine::Action::ShowVersion:
         return print("updater " KOV_VERSION_TEXT "\n", ExitCode(0));
     case CommandLine::Action::Install:
-        return fail(ExitCode::NoInstallation, QStringLiteral("this build cannot install updates"));
+        return install(commandLine, programDirectory, root);
     case CommandLine::Action::Check:
         break;
     }
-    return check(commandLine, programDirectory);
+    return recoverAndCheck(commandLine, programDirectory, root);
 }

@@ -1,4 +1,5 @@
 #include "programs/updater/HandOver.h"
+#include "programs/updater/PackTool.h"
 #include "programs/updater/SignTool.h"
 #include "programs/updater/Updater.h"
 
@@ -12,8 +13,8 @@
 int main(int argc, char *argv[])
 {
 #ifdef SIGPIPE
-    // A reader that went away is reported as an error of writing. An interrupt ends the program at once: what
-    // it keeps is replaced as a whole.
+    // A reader that went away is reported as an error of writing. An interrupt ends the program at once, but
+    // for an installation: what it keeps is replaced as a whole.
     std::signal(SIGPIPE, SIG_IGN);
 #endif
     try {
@@ -27,6 +28,8 @@ int main(int argc, char *argv[])
         const QStringList arguments = application.arguments().mid(1);
         if (isSignToolCommand(arguments.value(0)))
             return int(runSignTool(arguments));
+        if (isPackToolCommand(arguments.value(0)))
+            return int(runPackTool(arguments));
         return int(runUpdater(arguments, application.applicationDirPath()));
     } catch (const std::bad_alloc &) {
         std::fputs("updater: out of memory\n", stderr);
