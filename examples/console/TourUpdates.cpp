@@ -206,13 +206,13 @@ void Tour::downloadSteps()
 void Tour::installSteps()
 {
     UpdatesPage *page = m_window->updates();
-    dialogStep("the next start goes on", "CConfirmUpdateInstallationDialog");
-    press("CConfirmUpdateInstallationDialog", "m_pbPostpone");
+    dialogStep("the next start goes on", "CUpdateDialog");
+    press("CUpdateDialog", "m_pbPostpone");
     waitFor([page] { return !page->isInstalling(); });
     press(page, QStringLiteral("installPending"));
-    dialogStep("by hand", "CConfirmUpdateInstallationDialog");
+    dialogStep("by hand", "CUpdateDialog");
     handOver(AfterUpdate);
-    press("CConfirmUpdateInstallationDialog", "m_pbInstall");
+    press("CUpdateDialog", "m_pbInstall");
     const bool shown = waitFor([] { return progressWindow() && progressWindow()->value() > 0; });
     step(QStringLiteral("the updater installs"), shown, QStringLiteral("a window shows how far it is"));
     handOver(AfterUpdate);

@@ -35,9 +35,9 @@ QString resultText(KOV_RESULT result)
 
 void fireTimer(const char *name)
 {
-    auto *timer = CAppUpdateLogic::instance()->findChild<QTimer *>(QLatin1String(name));
+    auto *timer = CAppUpdateLogic::instance()->worker()->findChild<QTimer *>(QLatin1String(name));
     if (timer && timer->isActive())
-        timer->start(0);
+        QMetaObject::invokeMethod(timer, "timeout");
 }
 
 } // namespace
