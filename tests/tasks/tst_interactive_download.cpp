@@ -210,6 +210,7 @@ void tst_InteractiveDownload::outcomes_data()
     row("damaged here, again", "", "", "*", "wrong", "1", "0 e right 1");
     row("damaged here, kept", "", "", "*", "wrong", "2", "80000009 e wrong 0");
     row("damaged here, put aside", "", "", "*", "wrong", "quiet", "0  right 1");
+    row("damaged in the application's folder", "own folder", "", "*", "wrong", "quiet", "0  right 1");
     row("damaged on its way, again", "damages once", "*", "", "none", "1", "0 d right 2");
     row("damaged on its way, no more", "damages once", "", "*", "none", "2", "80000009 d none 1");
     row("damaged on its way, quietly", "damages once", "", "*", "none", "quiet", "80000009  none 1");
@@ -226,6 +227,12 @@ void tst_InteractiveDownload::outcomes()
     QFETCH(QByteArray, checksum);
     QFETCH(QByteArray, behaviour);
     m_behaviour = behaviour;
+    const bool isOwnFolder = behaviour == "own folder";
+    if (isOwnFolder) {
+        const QString own = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
+        QVERIFY(QDir().mkpath(own));
+        m_folder = std::make_unique<QTemporaryDir>(own + QLatin1String("/XXXXXX"));
+    }
     m_checksum = checksum.replace('*', m_digest.toLatin1().toUpper() + " *file.bin");
     QFETCH(QString, answers);
     const bool isQuiet = answers == QLatin1String("quiet");
@@ -243,7 +250,8 @@ void tst_InteractiveDownload::outcomes()
                  .arg(transfers()),
              outcome);
     QVERIFY(!dialog() && m_isDialogSeen == (!isQuiet && !m_server->requests.isEmpty()));
-    QCOMPARE(QFile::exists(filePath(".damaged")), isQuiet && existing == QLatin1String("wrong"));
+    QCOMPARE(QFile::exists(filePath(".damaged")),
+             isQuiet && !isOwnFolder && existing == QLatin1String("wrong"));
     QCOMPARE(QFileInfo(filePath(".md5")).size(), 12);
 }
 
