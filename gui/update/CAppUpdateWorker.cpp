@@ -87,7 +87,7 @@ public:
     bool isPackageOnDisk() const
     {
         return !pending.download.destinationDirectory.isEmpty()
-            && isOnDisk(pending.download.destinationFilePath());
+               && isOnDisk(pending.download.destinationFilePath());
     }
 
     void load(CProductUpdateInfo::UpdateType type)

@@ -288,16 +288,20 @@ void tst_UpdateSchedule::installation()
             putPackage();
         script.install = row.result;
         script.choice = Install::UserChoice(row.choice);
+        QSignalSpy checked(logic(), &CAppUpdateLogic::updateCheckFinished);
         QSignalSpy ended(logic(), &CAppUpdateLogic::updateInstallFinished);
         logic()->setOnAppStart(is('a'));
         const KOV_RESULT started
             = is('a') ? logic()->installPendingUpdate() : logic()->checkForUpdates(is('b'), is('m'), false);
         QCOMPARE(started, !is('a') ? KOV_SUCCESS : is('d') ? KOV_ERR_IN_PROGRESS : KOV_ERR_FAILURE);
+        if (!is('a')) // joins the check that runs
+            QCOMPARE(logic()->checkForUpdates(is('b'), is('m'), false), KOV_SUCCESS);
         while (CTaskManager::instance()->getTasksByType(73).size() + bool(script.latest))
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
         for (auto *question : CMessageManager::instance()->getMessageWindowsForId(0x3C30))
             question->done(Messaging::Button1);
 
+        QCOMPARE(checked.size(), int(!is('a')));
         QCOMPARE(ended.size(), int(row.parameters >= 0));
         QCOMPARE(script.installs.value(0, -1), row.parameters);
         const auto letter = [](bool isTrue, char value) { return QByteArray(int(isTrue), value); };
@@ -346,6 +350,8 @@ void tst_UpdateSchedule::quittingInTheMiddle()
         logic()->installUpdate(script.found, false, false);
         if (isDone)
             putPackage();
+        QMetaObject::invokeMethod(qApp, "aboutToQuit");
+        script.latest->terminate(KOV_ERR_CANCELLED);
         CAppUpdateLogic::destroy();
         QCOMPARE(UpgradeUtils::isDownloadingUpdateInBackground(), !isDone);
         QCOMPARE(logic()->pendingUpdateInfo() != nullptr, isDone);
