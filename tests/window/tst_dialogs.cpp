@@ -1,6 +1,8 @@
 #include "gui/log/Log.h"
 #include "gui/messages/CDetailsDialog.h"
 #include "gui/messages/CMessageBox.h"
+#include "gui/tasks/CProxyAuthenticator.h"
+#include "gui/tasks/CUserAuthDialog.h"
 #include "gui/window/CProgressDialog.h"
 #include "tests/support/KovTest.h"
 
@@ -107,18 +109,20 @@ void tst_Dialogs::dialog_data()
         dialog->setLabelText(QStringLiteral("Checking for updates of everything there is. ").repeated(6));
         return dialog;
     };
-    QTest::newRow("message box")
-        << Factory(everyPart) << "CMessageBox"
-        << "m_pbButton1 m_pbButton2 m_txtMessage m_txtInfo m_lblProblemIDNumber "
-           "m_lblProblemIDLink m_lblHelpMeSolve m_lblSupportInfo m_ckbDoNotShowFlag m_pbHelp "
-           "m_pbDetails"
-        << true;
-    QTest::newRow("details") << Factory([] {
-        return new CDetailsDialog(QStringLiteral("line\n").repeated(99));
-    }) << "CDetailsDialog"
-                             << "m_pbClose m_txtDetails" << true;
-    QTest::newRow("progress") << Factory(progress) << "CProgressDialog"
-                              << "m_pbCancel" << false;
+    const auto login = [] {
+        auto *dialog = CProxyAuthenticator::createAuthDialog(QStringLiteral("proxy.example"), 8080, true);
+        dialog->setUsername(QStringLiteral("user"));
+        return dialog;
+    };
+    row("message box", Factory(everyPart), "CMessageBox",
+        "m_pbButton1 m_pbButton2 m_txtMessage m_txtInfo m_lblProblemIDNumber m_lblProblemIDLink "
+        "m_lblHelpMeSolve m_lblSupportInfo m_ckbDoNotShowFlag m_pbHelp m_pbDetails",
+        true);
+    row("details", Factory([] { return new CDetailsDialog(QStringLiteral("line\n").repeated(99)); }),
+        "CDetailsDialog", "m_pbClose m_txtDetails", true);
+    row("progress", Factory(progress), "CProgressDialog", "m_pbCancel", false);
+    row("login", Factory(login), "CUserAuthDialog", "m_lePassword m_ckbRemember m_pbOk m_pbCancel m_leName",
+        true);
 }
 
 void tst_Dialogs::dialog()
