@@ -4,7 +4,6 @@
 #include "gui/messages/CMoreOptionsLabel.h"
 #include "tests/messages/MessageFixture.h"
 #include "tests/support/KovTest.h"
-#include "tests/support/ModalWatchdog.h"
 #include "tests/support/OffscreenPlatform.h"
 
 #include <QAccessible>
@@ -74,7 +73,6 @@ private Q_SLOTS:
     void initTestCase();
     void everyWayOutDeliversOnce_data();
     void everyWayOutDeliversOnce();
-    void modalLoopReturnsTheAnswer();
     void actionDecides_data();
     void actionDecides();
     void countdown_data();
@@ -189,21 +187,6 @@ void tst_MessageBox::everyWayOutDeliversOnce()
     QCOMPARE(delivery.log.size(), 1);
     QCOMPARE(quit.count(), 0);
     delete parent;
-}
-
-void tst_MessageBox::modalLoopReturnsTheAnswer()
-{
-    QPointer<CMessageBox> box = makeBox().release();
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    Delivery delivery(box);
-    {
-        const ModalWatchdog watchdog(
-            [](QWidget *modal) { part<QPushButton>(*modal, "m_pbButton3")->click(); });
-        QCOMPARE(box->exec(), 3);
-    }
-    QVERIFY(box);
-    QCOMPARE(delivery.log, QStringList{QStringLiteral("id 3 0")});
-    QTRY_VERIFY(!box);
 }
 
 void tst_MessageBox::actionDecides_data()

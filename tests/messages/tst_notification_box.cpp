@@ -30,7 +30,6 @@ class tst_NotificationBox : public QObject
 private Q_SLOTS:
     void initTestCase();
     void cleanup();
-    void stackClosesUp();
     void stackStaysWholeWhileItMoves();
     void everyWayOutDeliversOnce_data();
     void everyWayOutDeliversOnce();
@@ -114,26 +113,6 @@ void tst_NotificationBox::cleanup()
     m_delivered.clear();
     CNotificationBoxGroup::destroy();
     QCursor::setPos(0, 0);
-}
-
-void tst_NotificationBox::stackClosesUp()
-{
-    const CNotificationBox *oldest = show();
-    settle();
-    CNotificationBox *middle = show();
-    settle();
-    const CNotificationBox *newest = show();
-    settle();
-    const int step = newest->height() + 6;
-    QCOMPARE(middle->y() - newest->y(), step);
-    QCOMPARE(oldest->y() - middle->y(), step);
-
-    const QPoint below = middle->pos();
-    middle->onButtonClose();
-    finishClosing(middle);
-    QVERIFY(animations(newest, "NOTIFICATIONBOX_ANIMATION").isEmpty());
-    settle();
-    QCOMPARE(oldest->pos(), below);
 }
 
 void tst_NotificationBox::stackStaysWholeWhileItMoves()

@@ -184,15 +184,12 @@ private Q_SLOTS:
         QTest::addColumn<QString>("command"); // run in an empty folder
         QTest::addColumn<QString>("path");
         QTest::addColumn<QString>("content"); // empty: no file
-        QTest::newRow("file of an earlier run")
-            << s("echo a longer text > target") << s("page") << s("a page");
-        QTest::newRow("file of an earlier run, failure")
-            << s("echo old > target") << s("missing") << QString();
-        QTest::newRow("link to somebody's file")
-            << s("echo > other; ln -s other target") << s("page") << s("a page");
-        QTest::newRow("link into nothing") << s("ln -s other target") << s("page") << s("a page");
-        QTest::newRow("folder") << s("mkdir target") << s("page") << QString();
-        QTest::newRow("pipe") << s("mkfifo target") << s("page") << QString();
+        row("file of an earlier run", "echo a longer text > target", "page", "a page");
+        row("file of an earlier run, failure", "echo old > target", "missing", "");
+        row("link to somebody's file", "echo > other; ln -s other target", "page", "a page");
+        row("link into nothing", "ln -s other target", "page", "a page");
+        row("folder", "mkdir target", "page", "");
+        row("pipe", "mkfifo target", "page", "");
     }
 
     void fileInTheWay()
