@@ -22,8 +22,6 @@ class tst_KovGui : public QObject
 private Q_SLOTS:
     void initTestCase();
     void secondInitIsRefusedButFillsTheTable();
-    void namesOfTheModes();
-    void updaterTable();
     void everyEntryOfTheRegistryIsWhatItsKeySays();
     void unusableEntriesAreReported();
     void valueTypesTravelByName();
@@ -49,31 +47,6 @@ void tst_KovGui::secondInitIsRefusedButFillsTheTable()
     QCOMPARE(log.count("is already called!"), 1);
     QCOMPARE(KovGui::applicationMode(), KAM_AGENT);
     QCOMPARE(table, first);
-}
-
-void tst_KovGui::namesOfTheModes()
-{
-    for (const int beyond : {7, -1, 65535})
-        QCOMPARE(EnumUtils::clientAppNameFromAppMode(_KOV_APPLICATION_MODE(beyond)),
-                 QStringLiteral("Unknown product"));
-    KovGui::setAppGuiName(QStringLiteral("X"));
-    KovGui::setAppGuiName(QString());
-    QCOMPARE(KovGui::getAppGuiName(), QStringLiteral("Tessarine Remote Agent"));
-}
-
-void tst_KovGui::updaterTable()
-{
-    for (const char *key : {"ctl", "app"})
-        KovGui::setUpdaterFilePathAndUpdateMode(QLatin1String("/opt/") + QLatin1String(key),
-                                                QLatin1String(key), QLatin1String(key));
-    QString mode;
-    QCOMPARE(KovGui::getUpdaterFilePathAndUpdateMode(mode, QStringLiteral("ctl")),
-             QStringLiteral("/opt/ctl"));
-    QCOMPARE(mode, QStringLiteral("app")); // one value for the process, the last one set
-    const LogCapture log;
-    for (int i = 0; i < 2; ++i)
-        QCOMPARE(KovGui::getUpdaterFilePathAndUpdateMode(mode, QStringLiteral("x")), QString());
-    QCOMPARE(log.count("No updater for mode [x]"), 1);
 }
 
 void tst_KovGui::everyEntryOfTheRegistryIsWhatItsKeySays()

@@ -121,18 +121,6 @@ private Q_SLOTS:
         QTEST(nameOf(code), "name");
     }
 
-    void countriesWithoutThePackage()
-    {
-        const QByteArray before = qgetenv("XDG_DATA_DIRS");
-        qputenv("XDG_DATA_DIRS", m_root.path().toLocal8Bit());
-        const LogCapture log(3);
-        const QString name = nameOf(s("CH"));
-        const int count = UserInfo::countries().size();
-        before.isNull() ? qunsetenv("XDG_DATA_DIRS") : qputenv("XDG_DATA_DIRS", before);
-        QCOMPARE(name, s("Switzerland"));
-        QVERIFY(count > 200 && log.text().contains("(!)Warning: there is no country list"));
-    }
-
     void countrySelector()
     {
         QLocale::setDefault(QLocale(QLocale::English));

@@ -31,7 +31,6 @@ private Q_SLOTS:
     void helpAddress();
     void helpLinks_data();
     void helpLinks();
-    void helpReportsWhatCannotBeOpened();
 };
 
 void tst_Window::initTestCase()
@@ -220,15 +219,6 @@ void tst_Window::helpLinks()
     const bool done = url.scheme() == QLatin1String("kovhelp") ? Help::openLink(url) : Help::openWebPage(url);
     QTEST(opened, "opened");
     QCOMPARE(done, !opened.isEmpty());
-}
-
-void tst_Window::helpReportsWhatCannotBeOpened()
-{
-    Help::setUrlOpener([](const QUrl &) { return false; });
-    QVERIFY(Help::setBaseAddress(QStringLiteral("https://h.example/")));
-    QVERIFY(!Help::openTopic(Help::MessagesTopic));
-    QVERIFY(Help::setBaseAddress(QString()));
-    QVERIFY(!Help::openTopic(Help::MessagesTopic));
 }
 
 KOV_TEST_MAIN(QApplication, tst_Window)

@@ -35,7 +35,6 @@ private Q_SLOTS:
     void certificates_data();
     void certificates();
     void tunnel();
-    void neverFromHttpsToHttp();
 
 private:
     QString path(const char *name) const { return m_folder.filePath(QLatin1String(name)); }
@@ -148,6 +147,7 @@ void tst_DownloadServers::certificates_data()
     QTest::newRow("unknown authority") << secureUrl("localhost") << QByteArray() << 26;
     QTest::newRow("another name") << secureUrl("127.0.0.1") << trusting() << 26;
     QTest::newRow("no such file") << secureUrl("localhost") << QByteArray("--ca-file /nonexistent") << 26;
+    QTest::newRow("redirect to plain HTTP") << secureUrl("localhost", "/down/file.bin") << trusting() << 27;
 }
 
 void tst_DownloadServers::certificates()
@@ -167,12 +167,6 @@ void tst_DownloadServers::tunnel()
     QCOMPARE(fileContent(path("out/file.bin")), file);
     QTRY_VERIFY(m_squid.accessLog().contains("CONNECT localhost:" + QByteArray::number(m_nginx.port()) + " "
                                              + proxyUser));
-}
-
-void tst_DownloadServers::neverFromHttpsToHttp()
-{
-    UtilityRun run(secureUrl("localhost", "/down/file.bin"), path("out"), trusting());
-    QVERIFY2(run.run() == 27, run.errors.constData());
 }
 
 KOV_TEST_MAIN(QCoreApplication, tst_DownloadServers)
