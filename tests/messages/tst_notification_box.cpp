@@ -124,7 +124,8 @@ void tst_NotificationBox::stackStaysWholeWhileItMoves()
     const CNotificationBox *newest = show();
     finishClosing(middle);
     settle();
-    QCOMPARE(newest->y(), QGuiApplication::primaryScreen()->availableGeometry().y() + 6);
+    const QRect area = QGuiApplication::primaryScreen()->availableGeometry();
+    QCOMPARE(newest->pos(), QPoint(area.right() + 1 - newest->width() - 6, area.y() + 6));
     QCOMPARE(oldest->y(), newest->y() + newest->height() + 6);
 }
 
