@@ -89,7 +89,7 @@ void tst_SlotInfo::calls_data()
     QTest::addColumn<QString>("called");
 
     const auto row = [](const char *slot, const char *called, const QVariant &variant = QVariant()) {
-        QTest::newRow(slot) << QString::fromLatin1(slot) << variant << QString::fromLatin1(called);
+        QTest::newRow(slot) << slot << variant << called;
     };
     row("1onPair(KOV_RESULT, Base*)", "pair 7*");
     row(" onPair( KOV_RESULT ,Base * ) ", "pair 7*");

@@ -99,10 +99,6 @@ void tst_Task::script_data()
     QTest::addColumn<QString>("steps");
     QTest::addColumn<QString>("script");
     QTest::addColumn<QString>("expected");
-    const auto row = [](const char *name, const char *steps, const char *script, const char *expected) {
-        QTest::newRow(name) << QString::fromLatin1(steps) << QString::fromLatin1(script)
-                            << QString::fromLatin1(expected);
-    };
     const char *const all = "A|B|C|finish|finished 0";
 
     row("steps in enumeration order", "", "execute, run", all);
@@ -203,14 +199,13 @@ void tst_Task::runTask_data()
 {
     QTest::addColumn<int>("kind");
     QTest::addColumn<QString>("expected");
-    const QString failed = QStringLiteral("error|called -2147483639 null");
-    QTest::newRow("runs") << int(Kinds::TaskScripted)
-                          << QStringLiteral("A|B|C|finish|finished 0|called 0 task");
-    QTest::newRow("no class") << int(Kinds::TaskMissing) << failed;
-    QTest::newRow("no name") << 9999 << failed;
-    QTest::newRow("no task") << int(Kinds::TaskAlien) << failed;
-    QTest::newRow("no constructor") << int(Kinds::TaskWithoutConstructor) << failed;
-    QTest::newRow("no identifier") << -1 << failed;
+    const char *const failed = "error|called -2147483639 null";
+    row("runs", int(Kinds::TaskScripted), "A|B|C|finish|finished 0|called 0 task");
+    row("no class", int(Kinds::TaskMissing), failed);
+    row("no name", 9999, failed);
+    row("no task", int(Kinds::TaskAlien), failed);
+    row("no constructor", int(Kinds::TaskWithoutConstructor), failed);
+    row("no identifier", -1, failed);
 }
 
 void tst_Task::runTask()
@@ -231,9 +226,6 @@ void tst_Task::managedCallbacks_data()
     QTest::addColumn<bool>("deletes");
     QTest::addColumn<QString>("script");
     QTest::addColumn<QString>("expected");
-    const auto row = [](const char *name, bool deletes, const char *script, const char *expected) {
-        QTest::newRow(name) << deletes << QString::fromLatin1(script) << QString::fromLatin1(expected);
-    };
     row("both are told", false, "run", "A|B|C|finish|finished 0|called 0 task|called 0 task");
     row("terminated", false, "terminate -9", "finish|finished -9|called -9 task|called -9 task");
     row("deleted while it runs", false, "delete",

@@ -2,6 +2,7 @@
 #include "gui/log/Log.h"
 #include "gui/log/LogText.h"
 #include "tests/frame/LogMessages.h"
+#include "tests/support/Files.h"
 #include "tests/support/KovTest.h"
 
 #include <QLoggingCategory>
@@ -21,12 +22,6 @@ static void capture(const char *record, std::size_t length)
 {
     s_record = QByteArray(record, int(length));
     s_inFlight = KovGui::logCallsInFlight();
-}
-
-static QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 class tst_Log : public QObject
@@ -135,21 +130,16 @@ void tst_Log::recordFormat_data()
     QTest::addColumn<QByteArray>("function");
     QTest::addColumn<unsigned>("level");
     QTest::addColumn<QByteArray>("expected"); // behind the time; # is process and thread
-    const auto row = [](const char *name, QByteArray category, QByteArray file, QByteArray function,
-                        unsigned level, QByteArray expected) {
-        QTest::newRow(name) << category << file << function << level << expected;
-    };
-    row("no category", {}, {}, {}, 0, "F /m:#/ 7 x\n");
-    row("category", "net", {}, {}, 1, "W net /m:#/ 7 x\n");
-    row("information", {}, {}, {}, 2, "I /m:#/ 7 x\n");
-    row("debug", {}, {}, {}, 3, "D /m:#/ 7 x\n");
-    row("trace", {}, {}, {}, 4, "T /m:#/ 7 x\n");
-    row("first unknown", {}, {}, {}, 5, "O(5) /m:#/ 7 x\n");
-    row("last unknown", {}, {}, {}, 15, "O(15) /m:#/ 7 x\n");
-    row("place", {}, "/a\\b/c.cpp", "void N::C::f(int)", 0, "F /m:#/ {f(int) @ c.cpp:42} 7 x\n");
-    row("file alone", {}, "c.cpp", {}, 0, "F /m:#/ 7 x\n");
-    row("toolkit", "qml", "c.cpp", "f", 17, "QT: W qml /m:#/ 7 x\n");
-    row("another source", {}, "c.cpp", "f", 33, "W /m:#/ {f @ c.cpp:42} 7 x\n");
+    const QByteArray none;
+    row<QByteArray>("no category", none, none, none, 0u, "F /m:#/ 7 x\n");
+    row<QByteArray>("category", "net", none, none, 1u, "W net /m:#/ 7 x\n");
+    row<QByteArray>("trace", none, none, none, 4u, "T /m:#/ 7 x\n");
+    row<QByteArray>("unknown", none, none, none, 15u, "O(15) /m:#/ 7 x\n");
+    row<QByteArray>("place", none, "/a\\b/c.cpp", "void N::C::f(int)", 0u,
+                    "F /m:#/ {f(int) @ c.cpp:42} 7 x\n");
+    row<QByteArray>("file alone", none, "c.cpp", none, 0u, "F /m:#/ 7 x\n");
+    row<QByteArray>("toolkit", "qml", "c.cpp", "f", 17u, "QT: W qml /m:#/ 7 x\n");
+    row<QByteArray>("another source", none, "c.cpp", "f", 33u, "W /m:#/ {f @ c.cpp:42} 7 x\n");
 }
 
 void tst_Log::recordFormat()
@@ -220,15 +210,13 @@ void tst_Log::logTextEscapes_data()
 {
     QTest::addColumn<QByteArray>("text");
     QTest::addColumn<QByteArray>("expected");
-    const auto row = [](const char *name, QByteArray text, QByteArray expected) {
-        QTest::newRow(name) << text << expected;
-    };
-    row("forged record", "a\r\n09-06 05:19", R"(a\r\n09-06 05:19)");
-    row("controls", {"\x1b[31m\x7f\0z", 8}, R"(\x1b[31m\x7f\x00z)");
-    row("controls above ASCII", "\xc2\x85\xc2\x9b\xc2\xa0", "\\u0085\\u009b\xc2\xa0");
-    row("separators", "\xe2\x80\xa8\xe2\x80\xa9", R"(\u2028\u2029)");
-    row("other languages", "\xe2\x82\xac\xf0\x9f\x98\x80", "\xe2\x82\xac\xf0\x9f\x98\x80");
-    row("no UTF-8", "\x85 \xc0\x8a \xed\xa0\x80 \xe2\x80", R"(\x85 \xc0\x8a \xed\xa0\x80 \xe2\x80)");
+    row<QByteArray>("forged record", "a\r\n09-06 05:19", R"(a\r\n09-06 05:19)");
+    row<QByteArray>("controls", QByteArray("\x1b[31m\x7f\0z", 8), R"(\x1b[31m\x7f\x00z)");
+    row<QByteArray>("controls above ASCII", "\xc2\x85\xc2\x9b\xc2\xa0", "\\u0085\\u009b\xc2\xa0");
+    row<QByteArray>("separators", "\xe2\x80\xa8\xe2\x80\xa9", R"(\u2028\u2029)");
+    row<QByteArray>("other languages", "\xe2\x82\xac\xf0\x9f\x98\x80", "\xe2\x82\xac\xf0\x9f\x98\x80");
+    row<QByteArray>("no UTF-8", "\x85 \xc0\x8a \xed\xa0\x80 \xe2\x80",
+                    R"(\x85 \xc0\x8a \xed\xa0\x80 \xe2\x80)");
 }
 
 void tst_Log::logTextEscapes()
@@ -271,9 +259,8 @@ void tst_Log::setupLoggingChoosesTheUsersFolder()
     KovGui::setLogOutputFunction(nullptr);
     KovGui::setupLogging(true);
     KOV_LOG(0, "in the user's folder");
-    const QString file
-        = QString::fromLocal8Bit(qgetenv("XDG_DATA_HOME")) + QStringLiteral("/tessarine-qor.log");
-    QVERIFY(contentOf(file).endsWith("in the user's folder\n"));
+    const QString home = QString::fromLocal8Bit(qgetenv("XDG_DATA_HOME"));
+    QVERIFY(fileContent(home + QStringLiteral("/tessarine-qor.log")).endsWith("in the user's folder\n"));
 }
 
 void tst_Log::processesAndThreadsShareTheFile()
@@ -283,13 +270,13 @@ void tst_Log::processesAndThreadsShareTheFile()
         writers.push_back(start(m_folder->path(), "flood 4 1000"));
     for (const Writer &writer : writers)
         QVERIFY(writer->waitForFinished() && writer->exitCode() == 0);
-    QCOMPARE(countWholeThreads(contentOf(log())), 4 * 4 * 1000);
+    QCOMPARE(countWholeThreads(fileContent(log())), 4 * 4 * 1000);
 }
 
 void tst_Log::killedAfterTheCall()
 {
     QCOMPARE(run(m_folder->path(), "killed 1000"), -1);
-    QCOMPARE(countWholeThreads(contentOf(log())), 1000);
+    QCOMPARE(countWholeThreads(fileContent(log())), 1000);
 }
 
 void tst_Log::fileMovedAwayUnderLoad()
@@ -315,7 +302,7 @@ void tst_Log::fileMovedAwayUnderLoad()
     }
     int found = 0;
     for (const QString &file : {path("moved.1"), path("moved.2"), log()})
-        found += countWholeThreads(contentOf(file), false);
+        found += countWholeThreads(fileContent(file), false);
     QVERIFY(written > 0);
     QCOMPARE(found, written);
 }
@@ -327,7 +314,7 @@ void tst_Log::directoryChangesUnderLoad()
     const Writer writer = start(m_folder->path(), "change-directories");
     QVERIFY(writer->waitForFinished());
     QCOMPARE(writer->exitCode(), 0);
-    const auto count = [this](const char *name) { return countWholeThreads(contentOf(path(name)), false); };
+    const auto count = [this](const char *name) { return countWholeThreads(fileContent(path(name)), false); };
     const int inA = count("a/tessarine-qor.log");
     const int inB = count("b/tessarine-qor.log");
     const int before = QFile::exists(log()) ? count("tessarine-qor.log") : 0;
@@ -338,7 +325,7 @@ void tst_Log::directoryChangesUnderLoad()
 void tst_Log::forkedChildHasItsOwnNumber()
 {
     QCOMPARE(run(m_folder->path(), "forked"), 0);
-    const QList<QByteArray> lines = contentOf(log()).trimmed().split('\n');
+    const QList<QByteArray> lines = fileContent(log()).trimmed().split('\n');
     QCOMPARE(lines.size(), 3);
     for (const QByteArray &line : lines) {
         const QByteArray id = line.mid(line.lastIndexOf(' ') + 1);
@@ -350,7 +337,7 @@ void tst_Log::forkedChildHasItsOwnNumber()
 void tst_Log::diskFull()
 {
     QCOMPARE(run(m_folder->path(), "disk-full"), 0);
-    const QByteArray text = contentOf(log());
+    const QByteArray text = fileContent(log());
     QVERIFY(text.size() > 8192 && text[8191] != '\n'); // the last record on the full disk is cut
     QCOMPARE(text[8192], '\n');
     QCOMPARE(text.count('\n'), text.left(8192).count('\n') + 2);
@@ -372,15 +359,15 @@ void tst_Log::noDirectorySet()
 
 void tst_Log::trapsAreNotEntered_data()
 {
-    QTest::addColumn<QByteArray>(
-        "command"); // makes the trap; "victim" is a file that belongs to somebody else
-    QTest::newRow("symbolic link") << QByteArray("ln -s victim tessarine-qor.log");
-    QTest::newRow("dangling link") << QByteArray("ln -s new tessarine-qor.log");
-    QTest::newRow("hard link") << QByteArray("ln victim tessarine-qor.log");
-    QTest::newRow("pipe without a reader") << QByteArray("mkfifo tessarine-qor.log");
-    QTest::newRow("pipe that is being read") << QByteArray("mkfifo tessarine-qor.log");
-    QTest::newRow("folder") << QByteArray("mkdir tessarine-qor.log");
-    QTest::newRow("missing folder") << QByteArray("cd ..; mv log elsewhere");
+    // Makes the trap; "victim" is a file that belongs to somebody else.
+    QTest::addColumn<QByteArray>("command");
+    row<QByteArray>("symbolic link", "ln -s victim tessarine-qor.log");
+    row<QByteArray>("dangling link", "ln -s new tessarine-qor.log");
+    row<QByteArray>("hard link", "ln victim tessarine-qor.log");
+    row<QByteArray>("pipe without a reader", "mkfifo tessarine-qor.log");
+    row<QByteArray>("pipe that is being read", "mkfifo tessarine-qor.log");
+    row<QByteArray>("folder", "mkdir tessarine-qor.log");
+    row<QByteArray>("missing folder", "cd ..; mv log elsewhere");
 }
 
 void tst_Log::trapsAreNotEntered()
@@ -394,9 +381,9 @@ void tst_Log::trapsAreNotEntered()
     if (strstr(QTest::currentDataTag(), "being read"))
         reader = open(path("log/tessarine-qor.log").toLocal8Bit().constData(), O_RDONLY | O_NONBLOCK);
     QCOMPARE(run(path("log"), "flood 1 10"), 0);
-    QCOMPARE(countWholeThreads(contentOf(path("home/tessarine-qor.log"))), 10);
+    QCOMPARE(countWholeThreads(fileContent(path("home/tessarine-qor.log"))), 10);
     const QString folder = QFile::exists(path("log")) ? path("log") : path("elsewhere");
-    QCOMPARE(contentOf(folder + QStringLiteral("/victim")), QByteArray("precious\n"));
+    QCOMPARE(fileContent(folder + QStringLiteral("/victim")), QByteArray("precious\n"));
     QVERIFY(!QFile::exists(folder + QStringLiteral("/new")));
     ::close(reader);
 }

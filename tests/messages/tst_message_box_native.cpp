@@ -3,10 +3,8 @@
 #include "tests/support/KovTest.h"
 
 #include <QAccessible>
-#include <QClipboard>
 #include <QLoggingCategory>
 #include <QProcess>
-#include <QTextBrowser>
 
 using namespace Messaging;
 
@@ -48,11 +46,9 @@ private Q_SLOTS:
     void initTestCase();
     void keysAnswer_data();
     void keysAnswer();
-    void textIsSelectedByMouse();
     void oneAlertPerBox();
 
 private:
-    static void sendInput(const QStringList &arguments);
     static void fill(CMessageBox *box);
 };
 
@@ -61,11 +57,6 @@ void tst_MessageBoxNative::initTestCase()
     KovGui::setLogOutputFunction([](const char *, std::size_t) {});
     // The window manager takes frames away while the toolkit still asks for their place.
     QLoggingCategory::setFilterRules(QStringLiteral("qt.qpa.xcb.warning=false"));
-}
-
-void tst_MessageBoxNative::sendInput(const QStringList &arguments)
-{
-    QCOMPARE(QProcess::execute(QStringLiteral("xdotool"), arguments), 0);
 }
 
 void tst_MessageBoxNative::fill(CMessageBox *box)
@@ -111,28 +102,9 @@ void tst_MessageBoxNative::keysAnswer()
     box.open();
     QVERIFY(QTest::qWaitForWindowActive(&box));
     QTRY_VERIFY(box.focusWidget()->hasFocus());
-    sendInput(QStringList{QStringLiteral("key")} + keys);
+    QCOMPARE(QProcess::execute(QStringLiteral("xdotool"), QStringList{QStringLiteral("key")} + keys), 0);
     QTRY_COMPARE(delivered.count(), 1);
     QTEST(delivered.first().at(1).value<ButtonID>() + 0, "answer");
-}
-
-void tst_MessageBoxNative::textIsSelectedByMouse()
-{
-    CMessageBox box;
-    fill(&box);
-    box.show();
-    QVERIFY(QTest::qWaitForWindowActive(&box));
-    const auto *text = box.findChild<QTextBrowser *>(QStringLiteral("m_txtInfo"));
-    const QPoint start = text->mapToGlobal(QPoint(1, text->height() - 4));
-    const auto move = [](const QPoint &to) {
-        sendInput({QStringLiteral("mousemove"), QString::number(to.x()), QString::number(to.y())});
-    };
-    move(start);
-    sendInput({QStringLiteral("mousedown"), QStringLiteral("1")});
-    move(start + QPoint(200, 0));
-    sendInput(
-        {QStringLiteral("mouseup"), QStringLiteral("1"), QStringLiteral("key"), QStringLiteral("ctrl+c")});
-    QTRY_COMPARE(QApplication::clipboard()->text(), QStringLiteral("Description"));
 }
 
 void tst_MessageBoxNative::oneAlertPerBox()

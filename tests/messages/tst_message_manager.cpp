@@ -62,15 +62,15 @@ class Provider : public CMessageDataProvider
 public:
     Q_INVOKABLE Provider() = default;
 
-    bool isForceShowMessage(int code) override { return code == 4001; }
+    bool isForceShowMessage(int code) override { return code == 4001 || code % 1000 == 2; }
     bool isNotificationMessage(int code) override { return code == 5001; }
-    bool isShowOnceMessage(int code) override { return code == 6001; }
-    bool isShowOnceForVmMessage(int code) override { return code == 7001; }
+    bool isShowOnceMessage(int code) override { return code / 1000 == 6; }
+    bool isShowOnceForVmMessage(int code) override { return code / 1000 == 7; }
     bool isMessageHasAutoAnswer(int code) override { return code == 8001; }
     bool hasKBArticle(int code) override { return code == 1003; }
     Messaging::ButtonsMap getButtonsMap(int code) override
     {
-        return code == 2002 ? Messaging::ButtonsMap() : CMessageDataProvider::getButtonsMap(code);
+        return code == 2003 ? Messaging::ButtonsMap() : CMessageDataProvider::getButtonsMap(code);
     }
 };
 
@@ -147,11 +147,12 @@ void tst_message_manager::initTestCase()
     registerPolicy<CMessageProcessor, Processor>();
     registerPolicy<CSearchParentHelper>();
     QVector<CatalogueCode> codes;
-    for (const int code : {1001, 1002, 1003, 4001, 5001, 6001, 7001, 8001, Unbuildable})
+    for (const int code : {1001, 1003, 1004, 4001, 5001, 6001, 6002, 7001, 7002, 8001, Unbuildable})
         codes.append({code, "error", "Brief %1", "Full %2 %1", false});
-    codes.append({3001, "warning", "Hide", "Hide.", true});
-    codes.append({2001, "question", "Sure?", "Sure?", false});
-    codes.append({2002, "question", "Sure?", "Sure?", false});
+    for (const int code : {3001, 3002})
+        codes.append({code, "warning", "Hide", "Hide.", true});
+    for (const int code : {2001, 2003})
+        codes.append({code, "question", "Sure?", "Sure?", false});
     QVERIFY(loadCatalogue(codes));
 
     m_manager = CMessageManager::instance();
@@ -230,21 +231,21 @@ void tst_message_manager::life_data()
     // Steps, and what happens: +code opens, -code=answer closed, @ the close slot, code:result unless 0.
     QTest::addColumn<QString>("script");
     QTest::addColumn<QString>("log");
-    const auto row = [](const char *name, const char *script, const char *log) {
-        QTest::newRow(name) << QString::fromLatin1(script) << QString::fromLatin1(log);
-    };
     row("open and answer", "show 1001, answer 1001 1", "+1001 -1001=1 @1001=1");
     row("closed without an answer", "show 1001, close 1001", "+1001 -1001=0 @1001=0");
     row("equal is merged", "show 1001, show 1001, answer 1001 1", "+1001 @1001=0 1001:-1 -1001=1 @1001=1");
-    row("equal to a waiting one is merged", "show 1001, show 1002, show 1002, clear",
-        "+1001 1002:-1 @1002=0 1002:-1 @1002=0");
+    row("equal to a waiting one is merged", "show 1001, show 1004, show 1004, clear",
+        "+1001 1004:-1 @1004=0 1004:-1 @1004=0");
+    row("equal comes before blocked", "show 1001, block, show 1001", "+1001 @1001=0 1001:-1");
+    row("equal but forced", "show 4001, show 4001", "+4001 +4001");
+    row("equal question of the user", "show 2001, show 2001", "+2001 +2001");
     row("other parameters are not equal", "show 1001 a, show 1001 b", "+1001 1001:-1");
-    row("the queue drains one by one", "show 1001, show 1002, show 1002 b, answer 1001 1, answer 1002 2",
-        "+1001 1002:-1 1002:-1 -1001=1 @1001=1 +1002 -1002=2 @1002=2 +1002");
+    row("the queue drains one by one", "show 1001, show 1004, show 1004 b, answer 1001 1, answer 1004 2",
+        "+1001 1004:-1 1004:-1 -1001=1 @1001=1 +1004 -1004=2 @1004=2 +1004");
     row("a question dies with its parent", "doom, ask 2001", "+2001 -2001=0");
-    row("a free window takes the next", "show 1001, aside 1002", "+1001 +1002");
-    row("another closes: one is drained", "show 1001, aside 1003, show 1002, answer 1003 1",
-        "+1001 +1003 1002:-1 -1003=1 @1003=1 +1002");
+    row("a free window takes the next", "show 1001, aside 1004", "+1001 +1004");
+    row("another closes: one is drained", "show 1001, aside 1003, show 1004, answer 1003 1",
+        "+1001 +1003 1004:-1 -1003=1 @1003=1 +1004");
     row("a question of the user is asked at once", "show 1001, will 2, ask 2001",
         "+1001 +2001 -2001=2 2001:2");
     row("a question with a close slot does not wait", "show 2001, answer 2001 2", "+2001 -2001=2 @2001=2");
@@ -252,40 +253,47 @@ void tst_message_manager::life_data()
         "show 1001, machine 2001, answer 1001 1, answer 2001 2",
         "+1001 2001:-1 -1001=1 @1001=1 +2001 -2001=2 vm2001=2");
     row("a question of a machine with a close slot", "server 2001, answer 2001 1", "+2001 -2001=1 @2001=1");
-    row("a question without answers", "show 2002", "@2002=0 2002:-1");
+    row("a question without answers", "show 2003", "@2003=0 2003:-1");
     row("no window", "show 9001, show 9001", "@9001=0 9001:-1 @9001=0 9001:-1");
-    row("no window: the next in the queue", "show 1001, show 9001, show 1002, answer 1001 1",
-        "+1001 9001:-1 1002:-1 -1001=1 @1001=1 @9001=0 +1002");
+    row("no window: the next in the queue", "show 1001, show 9001, show 1004, answer 1001 1",
+        "+1001 9001:-1 1004:-1 -1001=1 @1001=1 @9001=0 +1004");
     row("no record", "show -1", "@-1=0 -1:-1");
     row("blocked and cleared", "block, show 1001, show 5001, clear", "1001:-1 5001:-1 @1001=0 @5001=0");
     row("blocked, but must be shown", "block, show 4001, will 1, ask 2001", "+4001 +2001 -2001=1 2001:1");
-    row("unblocking shows nothing by itself", "block, show 1001, unblock, spin, show 1002, answer 1002 1",
-        "1001:-1 +1002 -1002=1 @1002=1 +1001");
+    row("blocked question of a machine", "block, machine 2001", "2001:-1");
+    row("unblocking shows nothing by itself", "block, show 1001, unblock, spin, show 1004, answer 1004 1",
+        "1001:-1 +1004 -1004=1 @1004=1 +1001");
     row("hidden: the stored answer", "show 3001, mark 3001, answer 3001 1, show 3001",
         "+3001 -3001=1 @3001=1 @3001=1 3001:1");
+    row("hidden, even when forced", "show 3002, mark 3002, answer 3002 1, show 3002",
+        "+3002 -3002=1 @3002=1 @3002=1 3002:1");
     row("hidden with an answer that may not stand", "show 3001, mark 3001, answer 3001 2, show 3001",
         "+3001 -3001=2 @3001=2 +3001");
-    row("answered by itself leaves the queue alone while a box is open", "show 1001, show 1002, show 8001",
-        "+1001 1002:-1 @8001=1 8001:1");
-    row("answered by itself leaves the queue alone while blocked", "block, show 1002, show 8001",
-        "1002:-1 @8001=1 8001:1");
-    row("answered by itself lets the queue go on else", "block, show 1002, unblock, show 8001",
-        "1002:-1 @8001=1 +1002 8001:1");
+    row("answered by itself leaves the queue alone while a box is open", "show 1001, show 1004, show 8001",
+        "+1001 1004:-1 @8001=1 8001:1");
+    row("answered by itself leaves the queue alone while blocked", "block, show 1004, show 8001",
+        "1004:-1 @8001=1 8001:1");
+    row("answered by itself lets the queue go on else", "block, show 1004, unblock, show 8001",
+        "1004:-1 @8001=1 +1004 8001:1");
     row("shown once", "show 6001, answer 6001 1, show 6001, server 6001",
         "+6001 -6001=1 @6001=1 @6001=0 6001:-1 @6001=0 6001:-1");
+    row("shown once, even when forced", "show 6002, answer 6002 1, show 6002",
+        "+6002 -6002=1 @6002=1 @6002=0 6002:-1");
+    row("shown once per machine, but forced", "server 7002, answer 7002 1, server 7002",
+        "+7002 -7002=1 @7002=1 +7002");
     row("shown once per machine", "server 7001, answer 7001 1, server 7001, show 7001",
         "+7001 -7001=1 @7001=1 @7001=0 7001:-1 +7001");
     row("notifications are never behind a box", "show 1001, show 5001, answer 5001 1",
         "+1001 +5001 *5001 -5001=1 @5001=1");
     row("a notification that nobody clicks", "show 5001, close 5001", "+5001 -5001=0 @5001=0");
-    row("a box is deleted", "show 1001, show 1002, delete 1001, spin", "+1001 1002:-1 -1001=0 @1001=0 +1002");
-    row("a parent is destroyed: the next one waits for the event loop", "show 1001, show 1002, destroy",
-        "+1001 1002:-1 -1001=0 @1001=0");
+    row("a box is deleted", "show 1001, show 1004, delete 1001, spin", "+1001 1004:-1 -1001=0 @1001=0 +1004");
+    row("a parent is destroyed: the next one waits for the event loop", "show 1001, show 1004, destroy",
+        "+1001 1004:-1 -1001=0 @1001=0");
     row("a widget that carries the box is destroyed: nothing of the queue goes with it",
-        "button 1001, button 1002, button 1003, unbutton, spin",
-        "+1001 1002:-1 1003:-1 -1001=0 @1001=0 +1002");
-    row("a parent is destroyed: then it is shown", "show 1001, show 1002, destroy, spin, close 1002",
-        "+1001 1002:-1 -1001=0 @1001=0 +1002 -1002=0 @1002=0");
+        "button 1001, button 1004, button 1003, unbutton, spin",
+        "+1001 1004:-1 1003:-1 -1001=0 @1001=0 +1004");
+    row("a parent is destroyed: then it is shown", "show 1001, show 1004, destroy, spin, close 1004",
+        "+1001 1004:-1 -1001=0 @1001=0 +1004 -1004=0 @1004=0");
 }
 
 void tst_message_manager::life()
@@ -319,17 +327,13 @@ void tst_message_manager::paramsReplaceTheCatalogue()
     QCOMPARE(shown.issuerId, Issuer);
     QCOMPARE(shown.shortMsg, QStringLiteral("Brief &lt;b&gt;"));
     QCOMPARE(shown.longMsg, QStringLiteral("Full x %2"));
-    QVERIFY(shown.buttons.isEmpty());
     run(QStringLiteral("answer 1001 1"));
 
     params.setErrCode(4001).setShortMsg(QStringLiteral("Own"));
-    params.addButton(Messaging::Button2, {QStringLiteral("Old"), QMessageBox::NoRole});
     params.addButton(Messaging::Button2, {QStringLiteral("New"), QMessageBox::NoRole});
     m_manager->showMessageBox(params);
-    QCOMPARE(shown.shortMsg, QStringLiteral("Own"));
-    QCOMPARE(shown.longMsg, QStringLiteral("Full x %2"));
-    QCOMPARE(shown.buttons.size(), 1);
-    QCOMPARE(shown.buttons.value(Messaging::Button2).text, QStringLiteral("New"));
+    QCOMPARE(shown.shortMsg + shown.longMsg, QStringLiteral("OwnFull x %2"));
+    QCOMPARE(shown.buttons.keys(), QList<Messaging::ButtonID>{Messaging::Button2});
 
     // A code with a report carries the report's answers.
     m_manager->showMessageBox(1003, m_free.get());
@@ -368,12 +372,12 @@ void tst_message_manager::jobs()
     QCOMPARE(m_manager->showMessageBoxForJob(job, Issuer, &closeSlot), -1);
     QCOMPARE(events().takeLast(), QStringLiteral("@%1=0").arg(KOV_ERR_IN_PROGRESS));
 
-    KovService_CreateEvent(1002, "vm", event.out());
+    KovService_CreateEvent(1004, "vm", event.out());
     KovService_CompleteJob(job, KOV_ERR_FAILURE, event, nullptr);
     const CSdkRequest request(job);
     QCOMPARE(m_manager->showMessageBoxForRequest(request, QString(), &closeSlot), 0);
-    run(QStringLiteral("close 1002"));
-    QCOMPARE(story(), QStringLiteral("+1002 -1002=0 @1002=0"));
+    run(QStringLiteral("close 1004"));
+    QCOMPARE(story(), QStringLiteral("+1004 -1004=0 @1004=0"));
 
     KovService_CreateJob(job.out());
     KovService_CompleteJob(job, 1003, nullptr, nullptr);
@@ -401,11 +405,11 @@ void tst_message_manager::links()
     QCOMPARE(events(), QStringList({QStringLiteral("+1001"), web.toString()}));
 
     // Nobody asked for the links of this one.
-    run(QStringLiteral("aside 1002"));
-    Q_EMIT box(1002)->anchorClicked(box(1002)->getMessageUuid(), web);
+    run(QStringLiteral("aside 1004"));
+    Q_EMIT box(1004)->anchorClicked(box(1004)->getMessageUuid(), web);
     QCOMPARE(opened.last(), web);
     LogCapture log;
-    Q_EMIT box(1002)->anchorClicked(box(1002)->getMessageUuid(), QUrl(QStringLiteral("file:///etc/passwd")));
+    Q_EMIT box(1004)->anchorClicked(box(1004)->getMessageUuid(), QUrl(QStringLiteral("file:///etc/passwd")));
     QVERIFY(log.text().contains("(!)Can not invoke event handler for url clicked slot"));
     QCOMPARE(opened.size(), 2);
     Help::setUrlOpener(nullptr);

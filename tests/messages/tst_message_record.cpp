@@ -1,4 +1,5 @@
 #include "gui/messages/CMessageInfo.h"
+#include "gui/messages/MessageText_p.h"
 #include "gui/messages/MessageUtils.h"
 #include "tests/messages/MessageFixture.h"
 #include "tests/support/KovTest.h"
@@ -8,7 +9,6 @@ using Messaging::Button2;
 using Messaging::ButtonsMap;
 using Messaging::MessageData;
 
-/// Slots as callers write them.
 class Listener : public QObject
 {
     Q_OBJECT
@@ -21,9 +21,6 @@ public Q_SLOTS:
     {
         calls.append(QStringLiteral("%1 %2 %3").arg(code).arg(answer).arg(params.toString()));
     }
-    void onInt(int code) { calls.append(QString::number(code)); }
-    void onNothing() { calls.append(QStringLiteral("called")); }
-    void onFour(int, int, int, int) { calls.append(QStringLiteral("never")); }
 };
 
 class tst_message_record : public QObject
@@ -33,12 +30,12 @@ class tst_message_record : public QObject
 private Q_SLOTS:
     void initTestCase();
     void equality();
-    void closeSlot_data();
     void closeSlot();
-    void dump();
+    void dumpCannotBeForged();
     void eventAnswers();
-    void answersOfTheLibrarysCodes();
     void texts();
+    void substitution_data();
+    void substitution();
 };
 
 void tst_message_record::initTestCase()
@@ -53,69 +50,50 @@ void tst_message_record::initTestCase()
 void tst_message_record::equality()
 {
     const QString text = QStringLiteral("other");
-    const MessageData data(1001);
-    const CMessageInfo message(data);
-    const auto staysEqual = [&](const std::function<void(MessageData &)> &change) {
-        MessageData changed = data;
-        change(changed);
-        return message.equalTo(CMessageInfo(changed)) && CMessageInfo(changed).equalTo(message);
+    const QVector<std::function<void(MessageData &)>> changes{
+        [](MessageData &other) { other.code = 2001; },
+        [&](MessageData &other) { other.issuerId = text; },
+        [&](MessageData &other) { other.longMsg = text; },
+        [&](MessageData &other) { other.shortMsg = text; },
+        [&](MessageData &other) { other.details = Messaging::MessageDetails(text); },
     };
-    QVERIFY(!staysEqual([&](MessageData &other) { other.code = 2001; }));
-    QVERIFY(!staysEqual([&](MessageData &other) { other.issuerId = text; }));
-    QVERIFY(!staysEqual([&](MessageData &other) { other.longMsg = text; }));
-    QVERIFY(!staysEqual([&](MessageData &other) { other.shortMsg = text; }));
-    QVERIFY(!staysEqual([&](MessageData &other) { other.details = Messaging::MessageDetails(text); }));
-    QVERIFY(staysEqual([&](MessageData &other) { other.forceShow = true; }));
-    QVERIFY(staysEqual([&](MessageData &other) { other.buttons.insert(Button1, {text, {}}); }));
-}
-
-void tst_message_record::closeSlot_data()
-{
-    QTest::addColumn<QString>("slot");
-    QTest::addColumn<QStringList>("calls");
-    QTest::newRow("all arguments") << SLOT(onClosed(KOV_RESULT, Messaging::ButtonID, const QVariant &))
-                                   << QStringList{QStringLiteral("1001 2 tag")};
-    QTest::newRow("an int for the code") << SLOT(onInt(int)) << QStringList{QStringLiteral("1001")};
-    QTest::newRow("none") << QStringLiteral(" 1onNothing( )") << QStringList{QStringLiteral("called")};
-    QTest::newRow("no such slot") << SLOT(onMissing()) << QStringList();
-    QTest::newRow("a slot that wants more") << SLOT(onFour(int, int, int, int)) << QStringList();
+    const CMessageInfo message{MessageData(1001)};
+    for (const auto &change : changes) {
+        MessageData changed(1001);
+        change(changed);
+        QVERIFY(!message.equalTo(CMessageInfo(changed)) && !CMessageInfo(changed).equalTo(message));
+    }
+    MessageData same(1001);
+    same.forceShow = true;
+    same.buttons.insert(Button1, {text, {}});
+    QVERIFY(message.equalTo(CMessageInfo(same)));
 }
 
 void tst_message_record::closeSlot()
 {
-    QFETCH(QString, slot);
-    QFETCH(QStringList, calls);
-    LogCapture log;
     Listener listener;
     CMessageInfo message{MessageData(1001)};
-    message.setCloseSlot(&listener, slot, QStringLiteral("tag"));
-    QCOMPARE(message.closeListenerSlot().isEmpty(), calls.isEmpty());
-    QCOMPARE(log.text().contains("[MESSAGE_MNG]")
-                 && log.text().contains("(!)Error: can't connect message listener."),
-             calls.isEmpty());
+    const LogCapture log;
+    message.setCloseSlot(&listener, QLatin1String(SLOT(onMissing())), QVariant());
+    QVERIFY(message.closeListenerSlot().isEmpty());
+    QCOMPARE(log.count("(!)Error: can't connect message listener."), 1);
+    message.setCloseSlot(&listener,
+                         QLatin1String(SLOT(onClosed(KOV_RESULT, Messaging::ButtonID, const QVariant &))),
+                         QStringLiteral("tag"));
     message.emitBeforeDeleted(Button2);
     message.emitBeforeDeleted(Button1);
-    QCOMPARE(listener.calls, calls);
+    QCOMPARE(listener.calls, QStringList{QStringLiteral("1001 2 tag")});
 }
 
-void tst_message_record::dump()
+void tst_message_record::dumpCannotBeForged()
 {
     MessageData data(1001);
     data.issuerId = QStringLiteral("vm\nforged record");
     data.shortMsg = QStringLiteral("%6 is no place");
-    data.buttons.insert(Button2, {QStringLiteral("No"), QMessageBox::NoRole});
-    LogCapture log;
-    KovGui::setLogVerbosity(0);
+    const LogCapture log;
     data.dump();
-    QVERIFY(log.text().isEmpty());
-    KovGui::setLogVerbosity(1);
-    data.dump();
-    QVERIFY(
-        log.text().contains("\nMessage data: \n  >> Issuer id = vm\\nforged record \n  >> Code = 000003E9 \n"
-                            "  >> Type = ERROR \n  >> Short Message = \"%6 is no place\" \n"));
-    QVERIFY(log.text().contains("  >> Spontanous = false \n"));
-    QVERIFY(log.text().contains("  >> Answers: [] [No] [] \n  >> Default button number: 1 \n"
-                                "  >> Message hint: none \n  >> report generated message: false \n"));
+    QVERIFY(log.text().contains(" >> Issuer id = vm\\nforged record \n  >> Code = 000003E9 \n"));
+    QVERIFY(log.text().contains("\"%6 is no place\""));
 }
 
 QString describeAnswers(const ButtonsMap &buttons)
@@ -152,37 +130,50 @@ void tst_message_record::eventAnswers()
     QCOMPARE(message->data().details.text(), MessageUtils::getMessageString(cause, false));
 }
 
-void tst_message_record::answersOfTheLibrarysCodes()
-{
-    const auto answers = [](uint code) {
-        return describeAnswers(CMessageDataProvider::instance()->getButtonsMap(int(code)));
-    };
-    for (const uint code : {0x80015351u, 0x3BFEu, 0x3C01u})
-        QCOMPARE(answers(code), QStringLiteral("1:Try Again:0 2:Cancel:1"));
-    for (const uint code : {0x80015350u, 0x3BFDu, 0x3C02u})
-        QCOMPARE(answers(code), QString());
-    QCOMPARE(answers(0x3C1E), QStringLiteral("1:Yes, install new:0 2:No, use current:1"));
-    QCOMPARE(answers(15403), QStringLiteral("1:Try Again:0 2:Install current:1"));
-}
-
 void tst_message_record::texts()
 {
     QCOMPARE(MessageUtils::getMessageString(1001, false), QString(499, QChar(0xE4)));
-    {
-        LogCapture log;
-        QCOMPARE(MessageUtils::getMessageString(-2, true), QString());
-        QVERIFY(log.text().contains("(!)Error while retrieving result description. RC = 80000007"));
-        QCOMPARE(MessageUtils::getMessageType(-2), KMT_UNKNOWN);
-        QVERIFY(log.text().contains("(!)Error: can't get message type. RC = 80000007"));
-    }
-    QCOMPARE(MessageUtils::getProblemID(int(0x80015351u)), QStringLiteral("15351"));
-    QCOMPARE(MessageUtils::getProblemID(int(0x80000000u)), QStringLiteral("0"));
-
+    LogCapture log;
+    QCOMPARE(MessageUtils::getMessageString(-2, true), QString());
+    QCOMPARE(MessageUtils::getMessageType(-2), KMT_UNKNOWN);
+    QCOMPARE(log.count("(!)Error"), 2);
     QString position = QStringLiteral("Disk 3: IDE 0  1, 2 3");
     MessageUtils::deviceIdToString(position);
     QCOMPARE(position, QStringLiteral("Disk 3: IDE 1:2, 2 3"));
     MessageUtils::incDeviceIndex(position);
     QCOMPARE(position, QStringLiteral("Disk 4: IDE 1:2, 2 3"));
+}
+
+void tst_message_record::substitution_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QStringList>("params");
+    QTest::addColumn<QString>("result");
+
+    const auto row = [](const char *name, const char *text, const QStringList &params, const char *result) {
+        QTest::newRow(name) << text << params << result;
+    };
+    const QString one = QStringLiteral("one");
+    const QString two = QStringLiteral("two");
+    row("in turn", "%1 and %2", {one, two}, "one and two");
+    row("by number, not by place", "%2 before %1", {one, two}, "two before one");
+    row("every place of a number", "%1, %1", {one}, "one, one");
+    row("numbers with gaps", "%3 %7", {one, two}, "one two");
+    row("two digits", "%10 %1", {one, two}, "two one");
+    row("a placeholder inside a value stays", "%1 %2", {QStringLiteral("%2"), two}, "%2 two");
+    row("too few values", "%1 %2", {one}, "one %2");
+    row("percent signs of other kinds", "100% of %1, %%, %0", {one}, "100% of one, %%, %0");
+    row("nothing to put in", "", {one}, "");
+    row("markup and lines", "%1",
+        MessageText::toRichText(QStringList{QStringLiteral("<img src=\"/x\">\na & b")}),
+        "&lt;img src=&quot;/x&quot;&gt;<br>a &amp; b");
+}
+
+void tst_message_record::substitution()
+{
+    QFETCH(QString, text);
+    QFETCH(QStringList, params);
+    QTEST(MessageText::substitute(text, params), "result");
 }
 
 KOV_TEST_MAIN(QApplication, tst_message_record)

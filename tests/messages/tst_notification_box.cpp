@@ -30,14 +30,11 @@ class tst_NotificationBox : public QObject
 private Q_SLOTS:
     void initTestCase();
     void cleanup();
-    void slidesInAtTheCorner();
-    void stackClosesUp();
     void stackStaysWholeWhileItMoves();
     void everyWayOutDeliversOnce_data();
     void everyWayOutDeliversOnce();
     void staysWhileInUse();
     void textLoadsNothing();
-    void builder();
 
 private:
     CNotificationBox *show(const QString &uuid = QStringLiteral("id"));
@@ -118,41 +115,6 @@ void tst_NotificationBox::cleanup()
     QCursor::setPos(0, 0);
 }
 
-void tst_NotificationBox::slidesInAtTheCorner()
-{
-    const QRect area = QGuiApplication::primaryScreen()->availableGeometry();
-    const CNotificationBox *box = show();
-    QCOMPARE(box->width(), 324);
-    QCOMPARE(box->pos(), QPoint(area.right() + 1 - 324 - 6, -box->height()));
-    QCOMPARE(animations(box, "NOTIFICATIONBOX_ANIMATION").first()->duration(),
-             2 * (box->height() + area.y() + 6));
-    const auto *description = box->findChild<QLabel *>(QStringLiteral("m_lblShortText2"));
-    QVERIFY(description->height() >= description->heightForWidth(description->width()));
-    settle();
-    QCOMPARE(box->pos(), QPoint(area.right() + 1 - 324 - 6, area.y() + 6));
-    QVERIFY(!box->canBeParent());
-}
-
-void tst_NotificationBox::stackClosesUp()
-{
-    const CNotificationBox *oldest = show();
-    settle();
-    CNotificationBox *middle = show();
-    settle();
-    const CNotificationBox *newest = show();
-    settle();
-    const int step = newest->height() + 6;
-    QCOMPARE(middle->y() - newest->y(), step);
-    QCOMPARE(oldest->y() - middle->y(), step);
-
-    const QPoint below = middle->pos();
-    middle->onButtonClose();
-    finishClosing(middle);
-    QVERIFY(animations(newest, "NOTIFICATIONBOX_ANIMATION").isEmpty());
-    settle();
-    QCOMPARE(oldest->pos(), below);
-}
-
 void tst_NotificationBox::stackStaysWholeWhileItMoves()
 {
     // Nothing is at rest when the next thing happens.
@@ -162,7 +124,8 @@ void tst_NotificationBox::stackStaysWholeWhileItMoves()
     const CNotificationBox *newest = show();
     finishClosing(middle);
     settle();
-    QCOMPARE(newest->y(), QGuiApplication::primaryScreen()->availableGeometry().y() + 6);
+    const QRect area = QGuiApplication::primaryScreen()->availableGeometry();
+    QCOMPARE(newest->pos(), QPoint(area.right() + 1 - newest->width() - 6, area.y() + 6));
     QCOMPARE(oldest->y(), newest->y() + newest->height() + 6);
 }
 
@@ -260,23 +223,6 @@ void tst_NotificationBox::textLoadsNothing()
 
     box->setMessage(QString(5000, QLatin1Char('w')));
     QVERIFY(label->text().size() < 1000);
-}
-
-void tst_NotificationBox::builder()
-{
-    MessageData data(5);
-    data.shortMsg = QStringLiteral("short");
-    data.longMsg = QStringLiteral("long");
-    data.details = QStringLiteral("<details>");
-    data.canBeHidden = true;
-    data.buttons = {{Button2, {QStringLiteral("Restart")}}};
-    const CMessageInfo info(data);
-    QWidget parent;
-    auto *box = qobject_cast<CNotificationBox *>(CMessageBoxBuilder::instance()->build(info, &parent));
-    QVERIFY(box && !box->isVisible() && box->allowHide());
-    QCOMPARE(box->message() + box->description() + box->details() + box->button1(),
-             QStringLiteral("shortlong<details>Restart"));
-    QCOMPARE(box->getMessageUuid(), info.uuid());
 }
 
 KOV_TEST_MAIN(QApplication, tst_NotificationBox)

@@ -10,6 +10,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <type_traits>
+
 /// Keeps a test's settings, data and log away from the user's: everything lands in one temporary folder.
 class TestEnvironment
 {
@@ -43,6 +45,21 @@ private:
 
     QTemporaryDir m_dir;
 };
+
+/// One row of a test's table: `row("empty", "", 0)`. A C string fills a column of Text.
+template <typename Text = QString, typename... Cells>
+void row(const char *name, const Cells &...cells)
+{
+    QTestData &data = QTest::newRow(name);
+    const auto add = [&data](const auto &cell) {
+        constexpr bool isCString = std::is_same_v<std::decay_t<decltype(cell)>, const char *>;
+        if constexpr (isCString && std::is_same_v<Text, QByteArray>)
+            data << QByteArray(cell);
+        else
+            data << cell;
+    };
+    (add(cells), ...);
+}
 
 /// main() of a test with (widgets) or without (core) windows.
 #define KOV_TEST_MAIN(ApplicationClass, TestClass)                                                           \

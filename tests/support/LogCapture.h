@@ -8,13 +8,20 @@
 class LogCapture
 {
 public:
-    LogCapture()
+    /// @param verbosity  of the log meanwhile
+    explicit LogCapture(int verbosity = KovGui::logVerbosity())
+        : m_verbosity(KovGui::logVerbosity())
     {
         text().clear();
+        KovGui::setLogVerbosity(verbosity);
         KovGui::setLogOutputFunction(
             [](const char *record, std::size_t length) { text().append(record, int(length)); });
     }
-    ~LogCapture() { KovGui::setLogOutputFunction(nullptr); }
+    ~LogCapture()
+    {
+        KovGui::setLogOutputFunction(nullptr);
+        KovGui::setLogVerbosity(m_verbosity);
+    }
 
     static QByteArray &text()
     {
@@ -22,4 +29,7 @@ public:
         return captured;
     }
     static int count(const char *part) { return text().count(part); }
+
+private:
+    const int m_verbosity;
 };

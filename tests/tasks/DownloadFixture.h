@@ -1,46 +1,13 @@
 #pragma once
 
-#include "gui/KovGui.h"
 #include "gui/tasks/CDownloadThread.h"
 #include "gui/tasks/CTaskDownloadFile.h"
-#include "gui/tasks/ProxyResult.h"
 #include "tests/support/KovTest.h"
+#include "tests/tasks/TaskFixture.h"
 
 #include <QTimer>
 
 #include <csignal>
-
-/// Stands for the class that finds proxies: gives what the test sets.
-class ChosenProxy : public CAbstractTask, public ProxyResult
-{
-    Q_OBJECT
-    Q_INTERFACES(ProxyResult)
-
-public:
-    enum TaskStep { Find = 0 };
-    Q_ENUM(TaskStep)
-
-    Q_INVOKABLE explicit ChosenProxy(CTaskGenericId *id)
-        : CAbstractTask(id)
-    { }
-    QNetworkProxy proxy() const override { return chosen; }
-
-    static void install()
-    {
-        KovGui::staticMetaObjectHash()[QStringLiteral("CTaskGetProxyInfo")] = &staticMetaObject;
-    }
-    inline static QNetworkProxy chosen;
-    inline static KOV_RESULT result = KOV_SUCCESS;
-    inline static bool waits = false;
-
-private:
-    Q_INVOKABLE KOV_RESULT find()
-    {
-        if (waits)
-            setWaitForSubTaskCompletion();
-        return waits ? KOV_SUCCESS : result;
-    }
-};
 
 /// What a task tells, in order: states, and the end.
 class DownloadEvents : public QObject

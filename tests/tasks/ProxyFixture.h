@@ -1,12 +1,12 @@
 #pragma once
 
-#include "abstract_task/CAbstractTask.h"
 #include "gui/log/Log.h"
 #include "gui/tasks/CUserAuthDialog.h"
+#include "tests/support/Files.h"
+#include "tests/tasks/TaskFixture.h"
 
 #include <QApplication>
 #include <QCheckBox>
-#include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPointer>
@@ -32,23 +32,20 @@ inline void ignoreReplacedAnswers()
 
 inline QByteArray logFile()
 {
-    QFile file(QString::fromUtf8(KovGui::logFilePath()));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return fileContent(QString::fromUtf8(KovGui::logFilePath()));
 }
 
-inline void setPreference(const char *name, const QVariant &value)
+inline void setPreference(const QByteArray &name, const QVariant &value)
 {
     QSettings().setValue(QLatin1String("User Preferences/Proxy/") + QLatin1String(name), value);
 }
 
-/// A task's result; 1 when it does not end.
-inline KOV_RESULT resultOf(CAbstractTask &task)
+/// The user's own proxy.
+inline void useProxy(const QString &host, quint16 port)
 {
-    KOV_RESULT result = 1;
-    QObject::connect(&task, &CAbstractTask::taskFinished, &task,
-                     [&result](KOV_RESULT last) { result = last; });
-    task.execute();
-    return QTest::qWaitFor([&task] { return task.isFinished(); }, 15000) ? result : 1;
+    setPreference("Proxy Enabled", true);
+    setPreference("Proxy Http Host", host);
+    setPreference("Proxy Http Port", QString::number(port));
 }
 
 /// A server that keeps what it was asked, header by header, and answers each request by a function.

@@ -1,14 +1,14 @@
 # A child process that goes wrong on request.
 add_executable(misbehaving_download misbehaving_download.cpp)
 
-kov_add_test(NAME tst_download_task SOURCES tst_download_task.cpp DownloadFixture.h LIBS KovGui LABELS tasks)
+kov_add_test(NAME tst_download_task SOURCES tst_download_task.cpp DownloadFixture.h TaskFixture.h LIBS KovGui LABELS tasks)
 target_compile_definitions(tst_download_task PRIVATE MISBEHAVING_DOWNLOAD="$<TARGET_FILE:misbehaving_download>")
 add_dependencies(tst_download_task misbehaving_download)
 kov_add_test(NAME tst_md5_calculator SOURCES tst_md5_calculator.cpp LIBS KovGui LABELS tasks)
 
 # With the real utility and real servers.
 if(KOV_BUILD_PROGRAMS)
-    kov_add_test(NAME tst_download_whole SOURCES tst_download_whole.cpp DownloadFixture.h
+    kov_add_test(NAME tst_download_whole SOURCES tst_download_whole.cpp DownloadFixture.h TaskFixture.h
         ${CMAKE_SOURCE_DIR}/tests/programs/download/FaultServer.cpp LIBS KovGui NginxServer LABELS tasks servers)
     target_compile_definitions(tst_download_whole PRIVATE DOWNLOAD_UTILITY="$<TARGET_FILE:download_utility>")
     add_dependencies(tst_download_whole download_utility)

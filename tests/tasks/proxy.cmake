@@ -10,7 +10,5 @@ kov_add_test(NAME tst_proxy_settings
     SOURCES tst_proxy_settings.cpp ProxyFixture.h ${CMAKE_SOURCE_DIR}/gui/platform/unix/KnownFolders.cpp
         ${CMAKE_SOURCE_DIR}/gui/platform/unix/SecretKey.cpp
     LIBS KovGui qt5keychain LABELS tasks ENVIRONMENT ${without_key_store})
-kov_add_test(NAME tst_proxy_squid SOURCES tst_proxy_squid.cpp ProxyFixture.h SquidServer.h LIBS KovGui NginxServer
+kov_add_test(NAME tst_proxy_squid SOURCES tst_proxy_squid.cpp ProxyFixture.h LIBS KovGui NginxServer
     LABELS tasks servers ENVIRONMENT ${without_key_store})
-kov_add_test(NAME tst_tinyproxy SOURCES tst_tinyproxy.cpp ProxyFixture.h LIBS KovGui NginxServer LABELS tasks servers
-    ENVIRONMENT ${without_key_store})

@@ -1,5 +1,6 @@
 #include "abstract_task/CTaskManager.h"
 #include "gui/GUI.h"
+#include "tests/support/Files.h"
 #include "tests/support/LogCapture.h"
 #include "tests/tasks/DownloadFixture.h"
 
@@ -65,9 +66,7 @@ std::unique_ptr<Task> tst_DownloadTask::makeTask(const QByteArray &behaviour, Ta
 
 QList<QByteArray> tst_DownloadTask::runs() const
 {
-    QFile file(m_folder->filePath(QStringLiteral("runs")));
-    QList<QByteArray> lines
-        = file.open(QIODevice::ReadOnly) ? file.readAll().split('\n') : QList<QByteArray>();
+    QList<QByteArray> lines = fileContent(m_folder->filePath(QStringLiteral("runs"))).split('\n');
     lines.removeAll(QByteArray());
     return lines;
 }
@@ -76,35 +75,32 @@ void tst_DownloadTask::outcomes_data()
 {
     QTest::addColumn<QByteArray>("behaviour"); // or the path of another program
     QTest::addColumn<bool>("reconnects");
-    QTest::addColumn<QString>("events");
+    QTest::addColumn<QByteArray>("events");
 
-    const auto failed = [](const char *code) {
-        return QStringLiteral("state 1, state 2, finished file.bin %1 0, result 0x80000009")
-            .arg(QLatin1String(code));
-    };
-    QTest::newRow("success") << QByteArray("exit 0") << true
-                             << QStringLiteral("state 1, state 2, finished file.bin 0 0, result 0x0");
-    QTest::newRow("another code") << QByteArray("exit 23") << true << failed("23");
-    QTest::newRow("25, not wanted") << QByteArray("exit 25") << false << failed("25");
-    QTest::newRow("25 and wanted") << QByteArray("exit 25") << true << QStringLiteral("state 1, state 3");
-    QTest::newRow("31 and wanted") << QByteArray("exit 31") << true << QStringLiteral("state 1, state 3");
-    QTest::newRow("killed by signal 25") << QByteArray("signal 25") << true << failed("-1");
-    QTest::newRow("killed by signal 31") << QByteArray("signal 31") << true << failed("-1");
-    QTest::newRow("no utility") << QByteArray("/no/such/utility") << true << failed("-1");
-    QTest::newRow("no program") << QByteArray("/etc/passwd") << true << failed("-1");
+    const QByteArray failed("state 1, state 2, finished file.bin -1 0, result 0x80000009");
+    const QByteArray waiting("state 1, state 3");
+    row<QByteArray>("success", "exit 0", true, "state 1, state 2, finished file.bin 0 0, result 0x0");
+    row<QByteArray>("another code", "exit 23", true, QByteArray(failed).replace("-1", "23"));
+    row<QByteArray>("25, not wanted", "exit 25", false, QByteArray(failed).replace("-1", "25"));
+    row<QByteArray>("25 and wanted", "exit 25", true, waiting);
+    row<QByteArray>("31 and wanted", "exit 31", true, waiting);
+    row<QByteArray>("killed by signal 25", "signal 25", true, failed);
+    row<QByteArray>("killed by signal 31", "signal 31", true, failed);
+    row<QByteArray>("no utility", "/no/such/utility", true, failed);
+    row<QByteArray>("no program", "/etc/passwd", true, failed);
 }
 
 void tst_DownloadTask::outcomes()
 {
     QFETCH(QByteArray, behaviour);
     QFETCH(bool, reconnects);
-    QFETCH(QString, events);
+    QFETCH(QByteArray, events);
     if (behaviour.startsWith('/'))
         useUtility(QString::fromUtf8(behaviour));
     const auto task = makeTask(behaviour, reconnects ? Task::Reconnect : Task::DownloadOptions());
     const DownloadEvents told(task.get());
     task->execute();
-    QTRY_COMPARE(told.text(), events);
+    QTRY_COMPARE(told.text(), QString::fromUtf8(events));
 }
 
 void tst_DownloadTask::elevenReconnects()
@@ -189,29 +185,22 @@ void tst_DownloadTask::endings_data()
     QTest::addColumn<QByteArray>("how");
     QTest::addColumn<QByteArray>("behaviour");
     QTest::addColumn<int>("when"); // state; -1: before execute(), -2: while the proxy is looked for
-    QTest::addColumn<QString>("events");
+    QTest::addColumn<QByteArray>("events");
 
-    const QString neverBegan = QStringLiteral("finished - 0 1, result 0x80000009");
-    QTest::newRow("cancel before execute")
-        << QByteArray("cancel") << QByteArray("exit 0") << -1 << neverBegan;
-    QTest::newRow("cancel the search for a proxy")
-        << QByteArray("cancel") << QByteArray("exit 0") << -2 << neverBegan;
-    const QString canceled = QStringLiteral("state 1, state 2, finished file.bin -1 1, result 0x80000009");
-    QTest::newRow("cancel as the process begins")
-        << QByteArray("cancel at once") << QByteArray("hang") << 1 << canceled;
-    QTest::newRow("cancel one that never ends")
-        << QByteArray("cancel") << QByteArray("hang") << 1 << canceled;
-    QTest::newRow("cancel one that floods") << QByteArray("cancel") << QByteArray("flood") << 1 << canceled;
-    QTest::newRow("cancel while waiting")
-        << QByteArray("cancel") << QByteArray("exit 25") << 3
-        << QStringLiteral("state 1, state 3, state 2, finished file.bin 25 1, result 0x80000009");
-    const QString ended = QStringLiteral("state 1, state 2, finished - 0 1, result 0x80000275");
-    QTest::newRow("terminate one that never ends")
-        << QByteArray("terminate") << QByteArray("hang") << 1 << ended;
-    QTest::newRow("delete one that never ends") << QByteArray("delete") << QByteArray("hang") << 1 << ended;
-    QTest::newRow("kill it from outside")
-        << QByteArray("kill") << QByteArray("hang") << 1
-        << QStringLiteral("state 1, state 2, finished file.bin -1 0, result 0x80000009");
+    const QByteArray neverBegan("finished - 0 1, result 0x80000009");
+    const QByteArray canceled("state 1, state 2, finished file.bin -1 1, result 0x80000009");
+    const QByteArray ended("state 1, state 2, finished - 0 1, result 0x80000275");
+    row<QByteArray>("before execute", "cancel", "exit 0", -1, neverBegan);
+    row<QByteArray>("in the search for a proxy", "cancel", "exit 0", -2, neverBegan);
+    row<QByteArray>("as the process begins", "cancel at once", "hang", 1, canceled);
+    row<QByteArray>("one that never ends", "cancel", "hang", 1, canceled);
+    row<QByteArray>("one that floods", "cancel", "flood", 1, canceled);
+    row<QByteArray>("while waiting", "cancel", "exit 25", 3,
+                    "state 1, state 3, state 2, finished file.bin 25 1, result 0x80000009");
+    row<QByteArray>("terminated", "terminate", "hang", 1, ended);
+    row<QByteArray>("deleted", "delete", "hang", 1, ended);
+    row<QByteArray>("killed from outside", "kill", "hang", 1,
+                    "state 1, state 2, finished file.bin -1 0, result 0x80000009");
 }
 
 void tst_DownloadTask::endings()
@@ -242,8 +231,8 @@ void tst_DownloadTask::endings()
     if (when == -1)
         task->execute();
 
-    QFETCH(QString, events);
-    QTRY_COMPARE(told.text(), events);
+    QFETCH(QByteArray, events);
+    QTRY_COMPARE(told.text(), QString::fromUtf8(events));
     QCOMPARE(task && task->isCanceled(), how.startsWith("cancel"));
     for (const QByteArray &run : runs())
         QTRY_VERIFY(!isAlive(run));
@@ -253,7 +242,7 @@ void tst_DownloadTask::endings()
             ->getTasksByType(GUI::TaskGetProxyInfo)
             .constFirst()
             ->terminate(KOV_ERR_CANCELLED);
-    QCOMPARE(told.text(), events);
+    QCOMPARE(told.text(), QString::fromUtf8(events));
 }
 
 void tst_DownloadTask::quitInTheMiddle()

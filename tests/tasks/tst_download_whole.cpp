@@ -1,5 +1,6 @@
 #include "gui/tasks/CMd5Calculator.h"
 #include "tests/programs/download/FaultServer.h"
+#include "tests/support/Files.h"
 #include "tests/support/NginxServer.h"
 #include "tests/tasks/DownloadFixture.h"
 
@@ -16,7 +17,6 @@ private Q_SLOTS:
     void initTestCase();
     void init() { m_folder = std::make_unique<QTemporaryDir>(); }
     void serverThatComesBack();
-    void cancelledAndContinued();
     void passwordForTheProxy();
 
 private:
@@ -47,9 +47,7 @@ QString tst_DownloadWhole::digestOfResult() const
 void tst_DownloadWhole::serverThatComesBack()
 {
     QTemporaryDir root;
-    QFile file(root.filePath(QStringLiteral("file.bin")));
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(m_content) == m_content.size());
-    file.close();
+    QVERIFY(writeFile(root.filePath(QStringLiteral("file.bin")), m_content));
     NginxServer server;
     QVERIFY2(server.start(root.path()), qPrintable(server.errorString()));
     server.stop();
@@ -70,34 +68,6 @@ void tst_DownloadWhole::serverThatComesBack()
     QCOMPARE(last.downloadedBytes, m_content.size());
     QCOMPARE(last.progress, 100);
     QCOMPARE(digestOfResult(), m_digest);
-}
-
-void tst_DownloadWhole::cancelledAndContinued()
-{
-    FaultServer server;
-    bool stalls = true;
-    server.handler = [&](const FaultServer::Request &request) {
-        FaultServer::Reply reply
-            = FaultServer::honest(request, m_content, "\"x\"", stalls ? 2 * 1024 * 1024 : -1);
-        reply.end = stalls ? FaultServer::End::Stall : FaultServer::End::Close;
-        return reply;
-    };
-    const QString url = QString::fromUtf8(server.url());
-    Task first(url, m_folder->path(), Task::Reconnect);
-    first.execute();
-    const QString part = m_folder->filePath(QStringLiteral("file.bin.kovupd-part"));
-    QTRY_COMPARE(QFileInfo(part).size(), 2 * 1024 * 1024);
-    first.cancel();
-    QTRY_VERIFY(first.isFinished());
-    QCOMPARE(first.getResult(), KOV_ERR_FAILURE);
-
-    stalls = false;
-    Task second(url, m_folder->path(), Task::Reconnect);
-    second.execute();
-    QTRY_VERIFY(second.isFinished());
-    QCOMPARE(second.getResult(), KOV_SUCCESS);
-    QCOMPARE(digestOfResult(), m_digest);
-    QVERIFY(server.requests.constLast().contains("Range: bytes="));
 }
 
 void tst_DownloadWhole::passwordForTheProxy()

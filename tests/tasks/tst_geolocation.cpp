@@ -1,26 +1,11 @@
-#include "gui/KovGui.h"
 #include "gui/tasks/CCountryListModel.h"
 #include "gui/tasks/CIpGeoLocator.h"
-#include "gui/tasks/ProxyResult.h"
 #include "gui/tasks/UserInfo.h"
 #include "tests/support/KovTest.h"
 #include "tests/support/NginxServer.h"
 #include "tests/tasks/HttpFixture.h"
 
 #include <QComboBox>
-
-/// Nobody needs a proxy to reach this machine.
-class NoProxyTask : public CAbstractTask, public ProxyResult
-{
-    Q_OBJECT
-    Q_INTERFACES(ProxyResult)
-
-public:
-    Q_INVOKABLE explicit NoProxyTask(CTaskGenericId *id)
-        : CAbstractTask({}, id)
-    { }
-    QNetworkProxy proxy() const override { return QNetworkProxy::NoProxy; }
-};
 
 class tst_Geolocation : public QObject
 {
@@ -30,7 +15,8 @@ private Q_SLOTS:
     void initTestCase()
     {
         KovGui::init(KAM_CONSOLE);
-        KovGui::staticMetaObjectHash()[s("CTaskGetProxyInfo")] = &NoProxyTask::staticMetaObject;
+        ChosenProxy::install();
+        ChosenProxy::chosen = QNetworkProxy::NoProxy;
         QVERIFY(locator->url().endsWith(s("/geoip/generic")));
         QVERIFY2(m_server.start(m_root.path()), qPrintable(m_server.errorString()));
     }
@@ -72,8 +58,8 @@ private Q_SLOTS:
         QFile file(m_root.filePath(s("generic")));
         file.remove();
         if (!page.isEmpty())
-            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(page) && file.flush());
-        RecordedLog log;
+            QVERIFY(writeFile(file.fileName(), page));
+        const LogCapture log(3);
         locator->setUrl(m_server.url(s("generic")));
         QSignalSpy finished(locator, &CIpGeoLocator::finished);
         locator->locate();
@@ -92,7 +78,7 @@ private Q_SLOTS:
         RawServer silent;
         RawServer answers(
             "HTTP/1.1 200 OK\r\nContent-Length: 46\r\n\r\n<r><Result>0</Result><Country>SE</Country></r>");
-        RecordedLog log;
+        const LogCapture log(3);
         QSignalSpy finished(locator, &CIpGeoLocator::finished);
         locator->setUrl(QString());
         locator->locate();
@@ -120,9 +106,6 @@ private Q_SLOTS:
         QTest::addColumn<QString>("locale");
         QTest::addColumn<QString>("code");
         QTest::addColumn<QString>("name");
-        const auto row = [](const char *what, const char *locale, const char *code, const char *name) {
-            QTest::newRow(what) << s(locale) << s(code) << s(name);
-        };
         row("common name", "en_US", "BO", "Bolivia");
         row("the language's file serves its countries", "de_AT", "AT", "Österreich");
         row("the country's file first", "zh_TW", "DE", "德國");
@@ -138,22 +121,10 @@ private Q_SLOTS:
         QTEST(nameOf(code), "name");
     }
 
-    void countriesWithoutThePackage()
-    {
-        const QByteArray before = qgetenv("XDG_DATA_DIRS");
-        qputenv("XDG_DATA_DIRS", m_root.path().toLocal8Bit());
-        RecordedLog log;
-        const QString name = nameOf(s("CH"));
-        const int count = UserInfo::countries().size();
-        before.isNull() ? qunsetenv("XDG_DATA_DIRS") : qputenv("XDG_DATA_DIRS", before);
-        QCOMPARE(name, s("Switzerland"));
-        QVERIFY(count > 200 && log.text().contains("(!)Warning: there is no country list"));
-    }
-
     void countrySelector()
     {
         QLocale::setDefault(QLocale(QLocale::English));
-        RecordedLog log;
+        const LogCapture log(3);
         const int all = UserInfo::countries().size();
         QVERIFY(all > 240);
         QCOMPARE(CCountryListModel().rowCount(), 1 + all);

@@ -25,12 +25,6 @@ public:
     { }
 };
 
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
-}
-
 } // namespace
 
 class tst_HttpOperation : public QObject
@@ -96,12 +90,12 @@ private Q_SLOTS:
         if (path == s("\\%"))
             url = QUrl(s("http://user-word:pass-sesame@h h/"));
         const QString file = m_root.filePath(s("body"));
-        RecordedLog log;
+        const LogCapture log(3);
         CTaskHttpOperation task(QNetworkRequest(url), QNetworkAccessManager::Operation(operation), file,
                                 nullptr, nullptr, CTaskHttpOperation::KeepParser, QByteArray());
         QCOMPARE(unsigned(resultOf(task)), result);
         QCOMPARE(QFile::exists(file), result == 0);
-        QVERIFY2((result ? log.text().contains(expected) : contentOf(file).startsWith(expected)),
+        QVERIFY2((result ? log.text().contains(expected) : fileContent(file).startsWith(expected)),
                  log.text().constData());
         QCOMPARE(log.text().contains("(!)"), result != 0 && !expected.startsWith("Failed"));
         for (const char *secret : {"sesame", "user-word", "john@"})
@@ -114,7 +108,7 @@ private Q_SLOTS:
              {"", "220 mail.example\r\n", "HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nhalf",
               "HTTP/1.1 404 No\r\nContent-Length: 19\r\n\r\nno\n01-01 forged line"}) {
             RawServer server(answer, true);
-            RecordedLog log;
+            const LogCapture log(3);
             Get task(server.url());
             QVERIFY2(resultOf(task) == KOV_ERR_FAILURE, answer);
             QVERIFY(!log.text().contains("\n01-01"));
@@ -127,7 +121,7 @@ private Q_SLOTS:
         QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(8LL << 30));
         rusage before;
         ::getrusage(RUSAGE_SELF, &before);
-        RecordedLog log;
+        const LogCapture log(3);
         Get task(m_server.url(s("endless")));
         QSignalSpy finished(&task, &CAbstractTask::taskFinished);
         task.execute();
@@ -149,10 +143,6 @@ private Q_SLOTS:
         QTest::addColumn<bool>("trusted");
         QTest::addColumn<bool>("accepted");
         QTest::addColumn<int>("forgiven");
-        const auto row = [](const char *name, const char *subject, const char *host, bool trusted,
-                            bool accepted, int forgiven) {
-            QTest::newRow(name) << s(subject) << s(host) << trusted << accepted << forgiven;
-        };
         const char *maker = "/CN=.tessarine.example";
         const char *host = "www.tessarine.example";
         row("right", "/CN=h", "h.example", true, true, 0);
@@ -179,9 +169,9 @@ private Q_SLOTS:
         const QNetworkProxy proxy(QNetworkProxy::HttpProxy, s("127.0.0.1"), tunnel.serverPort());
         QNetworkRequest request(QUrl(s("https://%1/page").arg(host)));
         QSslConfiguration ssl = QSslConfiguration::defaultConfiguration();
-        ssl.setCaCertificates(QSslCertificate::fromData(trusted ? m_authority.certificate() : QByteArray()));
+        ssl.setCaCertificates(QSslCertificate::fromPath(trusted ? m_authority.certificate() : QString()));
         request.setSslConfiguration(ssl);
-        RecordedLog log;
+        const LogCapture log(3);
         CTaskHttpOperation task(request, QNetworkAccessManager::GetOperation, QString(), &proxy, nullptr,
                                 CTaskHttpOperation::KeepParser, QByteArray());
         QCOMPARE(resultOf(task), accepted ? KOV_SUCCESS : KOV_ERR_FAILURE);
@@ -194,15 +184,12 @@ private Q_SLOTS:
         QTest::addColumn<QString>("command"); // run in an empty folder
         QTest::addColumn<QString>("path");
         QTest::addColumn<QString>("content"); // empty: no file
-        QTest::newRow("file of an earlier run")
-            << s("echo a longer text > target") << s("page") << s("a page");
-        QTest::newRow("file of an earlier run, failure")
-            << s("echo old > target") << s("missing") << QString();
-        QTest::newRow("link to somebody's file")
-            << s("echo > other; ln -s other target") << s("page") << s("a page");
-        QTest::newRow("link into nothing") << s("ln -s other target") << s("page") << s("a page");
-        QTest::newRow("folder") << s("mkdir target") << s("page") << QString();
-        QTest::newRow("pipe") << s("mkfifo target") << s("page") << QString();
+        row("file of an earlier run", "echo a longer text > target", "page", "a page");
+        row("file of an earlier run, failure", "echo old > target", "missing", "");
+        row("link to somebody's file", "echo > other; ln -s other target", "page", "a page");
+        row("link into nothing", "ln -s other target", "page", "a page");
+        row("folder", "mkdir target", "page", "");
+        row("pipe", "mkfifo target", "page", "");
     }
 
     void fileInTheWay()
@@ -214,13 +201,13 @@ private Q_SLOTS:
         QCOMPARE(QProcess::execute(s("sh"), {s("-c"), s("cd %1; ").arg(folder.path()) + command}), 0);
         const QFileInfo target(folder.filePath(s("target")));
         const bool isKept = !target.isFile() && target.exists();
-        RecordedLog log;
+        const LogCapture log(3);
         Get task(m_server.url(path), target.filePath());
         QCOMPARE(resultOf(task), content.isEmpty() ? KOV_ERR_FAILURE : KOV_SUCCESS);
         QCOMPARE(QFile::exists(target.filePath()), isKept || !content.isEmpty());
         QCOMPARE(log.text().contains("(!)Error: failed to open temporary file "), isKept);
         if (!content.isEmpty())
-            QCOMPARE(contentOf(target.filePath()), content.toUtf8());
+            QCOMPARE(fileContent(target.filePath()), content.toUtf8());
         QVERIFY(QFileInfo(folder.filePath(s("other"))).size() <= 1);
     }
 
@@ -230,7 +217,7 @@ private Q_SLOTS:
         ::getrlimit(RLIMIT_FSIZE, &before);
         const auto handler = std::signal(SIGXFSZ, SIG_IGN);
         const rlimit tiny{1000, before.rlim_max};
-        RecordedLog log;
+        const LogCapture log(3);
         Get task(m_server.url(s("medium")), m_root.filePath(s("cut")));
         ::setrlimit(RLIMIT_FSIZE, &tiny);
         const KOV_RESULT result = resultOf(task);
@@ -243,7 +230,7 @@ private Q_SLOTS:
 
     void parser()
     {
-        RecordedLog log;
+        const LogCapture log(3);
         CHttpResponseParser good;
         CHttpResponseParser bad;
         CHttpResponseParser unused;
@@ -269,7 +256,7 @@ private Q_SLOTS:
     void timeOut()
     {
         RawServer silent;
-        RecordedLog log;
+        const LogCapture log(3);
         Get task(silent.url(s("?NewPassword=sesame")));
         QSignalSpy finished(&task, &CAbstractTask::taskFinished);
         auto *timer = task.findChild<QTimer *>(s("operationTimeout"));
@@ -314,8 +301,7 @@ private Q_SLOTS:
 private:
     void write(const char *name, const QByteArray &content)
     {
-        QFile file(m_root.filePath(s(name)));
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
+        QVERIFY(writeFile(m_root.filePath(s(name)), content));
     }
 
     QTemporaryDir m_root;

@@ -17,7 +17,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("values");
         const auto row
             = [](const char *name, const QByteArray &document, int error, const QVariant &data,
-                 const char *values) { QTest::newRow(name) << document << error << data << s(values); };
+                 const char *values) { QTest::newRow(name) << document << error << data << values; };
         row("all", "<r Version='2'><Result>0</Result><Url>x</Url></r>", 0, 0, "Result=0|Url=x|Version=2");
         row("negative, with blanks", "<r><Result> -3\n</Result></r>", 0, -3, "Result= -3\n|Version=Unknown");
         row("no number", "<r><Result>yes</Result></r>", 0, QVariant(), "Result=yes|Version=Unknown");
@@ -48,7 +48,7 @@ private Q_SLOTS:
     void response()
     {
         QFETCH(QByteArray, document);
-        RecordedLog log;
+        const LogCapture log(3);
         CHttpResponseParser parser(write(document));
         parser.setRootTagName(s("r"));
         QTEST(parser.parse(), "data");
@@ -59,7 +59,7 @@ private Q_SLOTS:
 
     void parserThatIsUsedTwice()
     {
-        RecordedLog log;
+        const LogCapture log(3);
         CHttpResponseParser parser(m_folder.filePath(s("missing")));
         QCOMPARE(parser.parse(), QVariant());
         QCOMPARE(parser.errCode(), 1);
@@ -106,9 +106,8 @@ private Q_SLOTS:
 private:
     QString write(const QByteArray &document)
     {
-        QFile file(m_folder.filePath(s("document")));
-        return file.open(QIODevice::WriteOnly) && file.write(document) == document.size() ? file.fileName()
-                                                                                          : QString();
+        const QString path = m_folder.filePath(s("document"));
+        return writeFile(path, document) ? path : QString();
     }
     static QString valuesOf(const CHttpResponseParser &parser)
     {

@@ -15,9 +15,6 @@ qint64 now = 0;
 class Operation : public CAbstractProgressOperation
 {
 public:
-    using CAbstractProgressOperation::setDescription;
-    using CAbstractProgressOperation::setProgress;
-    using CAbstractProgressOperation::setProgressData;
     using CAbstractProgressOperation::setState;
     void start() override { called += s("start "); }
     void pause() override { called += s("pause "); }
@@ -31,42 +28,6 @@ class tst_Progress : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void changesAreNotifiedOnce()
-    {
-        Operation operation;
-        qRegisterMetaType<CAbstractProgressOperation::State>("State");
-        const QMap<QString, QVariant> data{{s("speed"), 3}};
-        const QMap<QString, QVariant> changed{{s("state"), CAbstractProgressOperation::Reconnecting},
-                                              {s("progress"), 40},
-                                              {s("progressData"), data},
-                                              {s("name"), s("n")},
-                                              {s("description"), s("d")},
-                                              {s("cancelHint"), s("h")},
-                                              {s("cancellable"), true},
-                                              {s("pausable"), true}};
-        const QMetaObject &meta = CAbstractProgressOperation::staticMetaObject;
-        QMap<QString, std::shared_ptr<QSignalSpy>> spies;
-        for (const QString &name : changed.keys()) {
-            const QMetaProperty property = meta.property(meta.indexOfProperty(name.toLatin1().constData()));
-            spies[name] = std::make_shared<QSignalSpy>(&operation, property.notifySignal());
-        }
-        for (int round = 0; round < 2; ++round) {
-            operation.setState(CAbstractProgressOperation::Reconnecting);
-            operation.setProgress(40);
-            operation.setProgressData(data);
-            operation.setDescription(s("d"));
-            operation.setName(s("n"));
-            operation.setCancelHint(s("h"));
-            operation.setCancellable(true);
-            operation.setPausable(true);
-        }
-        for (auto it = changed.cbegin(); it != changed.cend(); ++it) {
-            QCOMPARE(operation.property(it.key().toLatin1().constData()), it.value());
-            QCOMPARE(spies[it.key()]->size(), 1);
-            QCOMPARE(spies[it.key()]->first().first(), it.value());
-        }
-    }
-
     void toggle()
     {
         Operation operation;

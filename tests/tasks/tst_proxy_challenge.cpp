@@ -7,7 +7,6 @@
 #include "tests/support/OffscreenPlatform.h"
 #include "tests/tasks/ProxyFixture.h"
 
-#include <QAccessible>
 #include <QAuthenticator>
 #include <QElapsedTimer>
 #include <QNetworkReply>
@@ -16,9 +15,9 @@ namespace {
 
 const QUrl origin(QStringLiteral("http://origin.invalid/page"));
 
-std::unique_ptr<CTaskHttpOperation> request(const QNetworkProxy &proxy, const QUrl &url = origin)
+std::unique_ptr<CTaskHttpOperation> request(const QNetworkProxy &proxy)
 {
-    return std::make_unique<CTaskHttpOperation>(QNetworkRequest(url), QNetworkAccessManager::GetOperation,
+    return std::make_unique<CTaskHttpOperation>(QNetworkRequest(origin), QNetworkAccessManager::GetOperation,
                                                 QString(), &proxy, nullptr, CTaskHttpOperation::KeepParser,
                                                 QByteArray());
 }
@@ -65,9 +64,7 @@ private Q_SLOTS:
     }
 
     void escalation_data();
-    void escalation() { climb(origin, true); }
-    void escalationOfATunnel_data() { escalation_data(); }
-    void escalationOfATunnel() { climb(QUrl(QStringLiteral("https://origin.invalid/page")), false); }
+    void escalation();
     void laterRequestsUseWhatProvedRight();
     void parallelRequestsAskOnce_data();
     void parallelRequestsAskOnce();
@@ -79,10 +76,7 @@ private Q_SLOTS:
     void probeStopsAtTheHeaders();
     void probeResults_data();
     void probeResults();
-    void dialogIsReachable();
-
-private:
-    void climb(const QUrl &url, bool isPlain);
+    void foreignHostIsShownAsItStands();
 };
 
 void tst_ProxyChallenge::escalation_data()
@@ -113,7 +107,7 @@ void tst_ProxyChallenge::escalation_data()
     row("preset right", "u:good", "", "", "", "", true);
 }
 
-void tst_ProxyChallenge::climb(const QUrl &url, bool isPlain)
+void tst_ProxyChallenge::escalation()
 {
     QFETCH(QString, preset);
     QFETCH(QString, saved);
@@ -127,16 +121,13 @@ void tst_ProxyChallenge::climb(const QUrl &url, bool isPlain)
     if (!preset.isEmpty()) {
         proxy.setUser(preset.section(QLatin1Char(':'), 0, 0));
         proxy.setPassword(preset.section(QLatin1Char(':'), 1));
-    }
-    if (!preset.isEmpty())
         attempts.prepend(preset);
+    }
     attempts.prepend(QString());
     Person person(answers);
-    const auto task = request(proxy, url);
+    const auto task = request(proxy);
     QFETCH(bool, succeeds);
-    // Nobody answers inside the tunnel.
-    const KOV_RESULT success = isPlain ? KOV_SUCCESS : KOV_ERR_FAILURE;
-    QCOMPARE(resultOf(*task), succeeds ? success : KOV_ERR_PROXY_AUTHENTICATION_REQUIRED);
+    QCOMPARE(resultOf(*task), succeeds ? KOV_SUCCESS : KOV_ERR_PROXY_AUTHENTICATION_REQUIRED);
     QCOMPARE(server.attempts(), attempts);
     QTEST(person.seen, "dialogs");
 }
@@ -286,9 +277,7 @@ void tst_ProxyChallenge::probeStopsAtTheHeaders()
                    ? QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 1000000000\r\n\r\n")
                    : asksFor("")(head);
     });
-    setPreference("Proxy Enabled", true);
-    setPreference("Proxy Http Host", QStringLiteral("127.0.0.1"));
-    setPreference("Proxy Http Port", QString::number(server.serverPort()));
+    useProxy(QStringLiteral("127.0.0.1"), server.serverPort());
     Person person({QStringLiteral("u:good")});
     CTaskGetProxyInfo task(new CTaskId_GetProxyInfo(origin.toString(), true));
     QCOMPARE(resultOf(task), KOV_SUCCESS);
@@ -312,57 +301,27 @@ void tst_ProxyChallenge::probeResults_data()
         << response("401 Who are you", "WWW-Authenticate: Basic realm=\"t\"\r\n")
         << KOV_ERR_SERVER_AUTHENTICATION_REQUIRED;
     QTest::newRow("missing") << response("404 Not found") << KOV_SUCCESS;
-    QTest::newRow("no HTTP at all") << QByteArray("hello\r\n\r\n") << KOV_SUCCESS;
 }
 
 void tst_ProxyChallenge::probeResults()
 {
     QFETCH(QByteArray, answer);
     RecordingServer server([answer](const QByteArray &) { return answer; });
-    setPreference("Proxy Enabled", true);
-    setPreference("Proxy Http Host", QStringLiteral("127.0.0.1"));
-    setPreference("Proxy Http Port", QString::number(server.serverPort()));
+    useProxy(QStringLiteral("127.0.0.1"), server.serverPort());
     Person person({});
-    QTimer hangUp;
-    connect(&hangUp, &QTimer::timeout, this, [&server] {
-        for (auto *socket : server.findChildren<QTcpSocket *>())
-            socket->disconnectFromHost();
-    });
-    if (!answer.startsWith("HTTP"))
-        hangUp.start(50);
     CTaskGetProxyInfo task(new CTaskId_GetProxyInfo(origin.toString(), true));
     QTEST(resultOf(task), "result");
     QCOMPARE(task.proxy().port(), server.serverPort());
 }
 
-void tst_ProxyChallenge::dialogIsReachable()
+void tst_ProxyChallenge::foreignHostIsShownAsItStands()
 {
     const std::unique_ptr<CUserAuthDialog> dialog(
         CProxyAuthenticator::createAuthDialog(QStringLiteral("<b>%2</b>"), 8080, false));
-    dialog->show();
-    QCOMPARE(dialog->windowTitle(), QStringLiteral("Proxy Authentication Required"));
-    // A host is shown as it stands: neither markup nor a place to fill.
     const auto *title = dialog->findChild<QLabel *>(QStringLiteral("m_lblTitle"));
     QCOMPARE(title->text(),
              QStringLiteral("Authentication required to log in to the proxy server <b>%2</b>:8080."));
     QCOMPARE(title->textFormat(), Qt::PlainText);
-    QVERIFY(!dialog->findChild<QLabel *>(QStringLiteral("m_lblPicture"))->pixmap(Qt::ReturnByValue).isNull());
-    auto *name = dialog->findChild<QLineEdit *>(QStringLiteral("m_leName"));
-    auto *logIn = dialog->findChild<QPushButton *>(QStringLiteral("m_pbOk"));
-    QCOMPARE(logIn->text(), QStringLiteral("Log In"));
-    QVERIFY(!logIn->isEnabled());
-    name->setText(QStringLiteral("u"));
-    QVERIFY(logIn->isEnabled());
-    QStringList order;
-    for (QWidget *widget = name; order.size() < 5; widget = widget->nextInFocusChain()) {
-        if (widget->focusPolicy() & Qt::TabFocus) {
-            order << widget->objectName();
-            auto *accessible = QAccessible::queryAccessibleInterface(widget);
-            QVERIFY2(accessible && !accessible->text(QAccessible::Name).isEmpty(),
-                     qPrintable(widget->objectName()));
-        }
-    }
-    QCOMPARE(order, list("m_leName|m_lePassword|m_ckbRemember|m_pbOk|m_pbCancel"));
 }
 
 KOV_TEST_MAIN(QApplication, tst_ProxyChallenge)

@@ -69,19 +69,16 @@ void tst_ProxyDetection::scripts_data()
 {
     QTest::addColumn<QByteArray>("answer"); // ALIVE, DEAD and DEAD2 stand for addresses
     QTest::addColumn<QByteArray>("proxy");
-    const auto row = [](const char *name, const char *answer, const char *proxy) {
-        QTest::newRow(name) << QByteArray(answer) << QByteArray(proxy);
-    };
-    row("one", "'PROXY ALIVE'", "ALIVE");
-    row("one that is dead is still the one", "'PROXY DEAD'", "DEAD");
-    row("the next of a dead one", "'PROXY DEAD; PROXY ALIVE; DIRECT'", "ALIVE");
-    row("direct behind a dead one", "'PROXY DEAD; DIRECT'", "none");
-    row("never direct where it is not named", "'PROXY DEAD; PROXY DEAD2'", "DEAD");
-    row("direct first", "'DIRECT; PROXY ALIVE'", "none");
-    row("another kind is passed over", "'SOCKS ALIVE; PROXY ALIVE'", "ALIVE");
-    row("no user, no query, no fragment for the script",
-        "url == 'http://origin.invalid/a/page' ? 'PROXY ALIVE' : 'DIRECT'", "ALIVE");
-    row("broken", "nonsense(", "none");
+    row<QByteArray>("one", "'PROXY ALIVE'", "ALIVE");
+    row<QByteArray>("one that is dead is still the one", "'PROXY DEAD'", "DEAD");
+    row<QByteArray>("the next of a dead one", "'PROXY DEAD; PROXY ALIVE; DIRECT'", "ALIVE");
+    row<QByteArray>("direct behind a dead one", "'PROXY DEAD; DIRECT'", "none");
+    row<QByteArray>("never direct where it is not named", "'PROXY DEAD; PROXY DEAD2'", "DEAD");
+    row<QByteArray>("direct first", "'DIRECT; PROXY ALIVE'", "none");
+    row<QByteArray>("another kind is passed over", "'SOCKS ALIVE; PROXY ALIVE'", "ALIVE");
+    row<QByteArray>("no user, no query, no fragment for the script",
+                    "url == 'http://origin.invalid/a/page' ? 'PROXY ALIVE' : 'DIRECT'", "ALIVE");
+    row<QByteArray>("broken", "nonsense(", "none");
 }
 
 void tst_ProxyDetection::scripts()
@@ -126,9 +123,7 @@ void tst_ProxyDetection::systemSettings()
 void tst_ProxyDetection::userProxyIsNotAskedAbout()
 {
     qputenv("http_proxy", "http://127.0.0.1:99/");
-    setPreference("Proxy Enabled", true);
-    setPreference("Proxy Http Host", QStringLiteral("mine.lan"));
-    setPreference("Proxy Http Port", QStringLiteral("3128"));
+    useProxy(QStringLiteral("mine.lan"), 3128);
     const auto task = detection();
     QCOMPARE(resultOf(*task), KOV_SUCCESS);
     QCOMPARE(text(task->proxy()), QStringLiteral("mine.lan:3128"));

@@ -22,7 +22,6 @@ QString savedEntry()
 } // namespace
 
 Q_DECLARE_METATYPE(Preferences)
-Q_DECLARE_METATYPE(std::function<QStringList(QStringList)>)
 Q_DECLARE_METATYPE(std::function<void(const char *)>)
 
 class tst_ProxySettings : public QObject
@@ -35,10 +34,7 @@ private Q_SLOTS:
     void userProxy_data();
     void userProxy();
     void preferencesPasswordIsSealed();
-    void automaticConfiguration_data();
-    void automaticConfiguration();
     void savedCredentials();
-    void changedCredentialsAreNone_data();
     void changedCredentialsAreNone();
     void keyFile_data();
     void keyFile();
@@ -49,32 +45,27 @@ void tst_ProxySettings::userProxy_data()
     QTest::addColumn<Preferences>("preferences");
     QTest::addColumn<QString>("http");
     QTest::addColumn<QString>("https");
-
+    // Each row changes these.
     const Preferences both{{"Proxy Enabled", "true"},
                            {"Proxy Http Host", "h"},
                            {"Proxy Http Port", "80"},
                            {"Proxy Https Host", "s"},
                            {"Proxy Https Port", "443"}};
-    const QString h = QStringLiteral("h:80");
-    const QString none;
-    QTest::newRow("nothing stored") << Preferences() << none << none;
-    QTest::newRow("off") << both + Preferences{{"Proxy Enabled", "false"}} << none << none;
-    QTest::newRow("common server") << both << h << h;
-    QTest::newRow("own server for HTTPS")
-        << both + Preferences{{"Proxy Do Not Use Common Server", "true"}} << h << QStringLiteral("s:443");
-    QTest::newRow("own server for HTTPS without a host")
-        << both + Preferences{{"Proxy Do Not Use Common Server", "true"}, {"Proxy Https Host", ""}} << h
-        << none;
-    QTest::newRow("empty host") << both + Preferences{{"Proxy Http Host", " "}} << none << none;
+    const Preferences own{{"Proxy Do Not Use Common Server", "true"}};
+    const Preferences user{{"Proxy Http Autorization Enabled", "true"}, {"Proxy Http Username", "u"}};
+    row("nothing stored", Preferences(), "", "");
+    row("off", both + Preferences{{"Proxy Enabled", "false"}}, "", "");
+    row("common server", both, "h:80", "h:80");
+    row("own server for HTTPS", both + own, "h:80", "s:443");
+    row("own server for HTTPS without a host", both + own + Preferences{{"Proxy Https Host", ""}}, "h:80",
+        "");
+    row("empty host", both + Preferences{{"Proxy Http Host", " "}}, "", "");
     for (const char *port : {"-1", "0", "65536", "80x", ""})
-        QTest::newRow(qPrintable(QStringLiteral("port \"%1\"").arg(QLatin1String(port))))
-            << both + Preferences{{"Proxy Http Port", port}} << none << none;
-    QTest::newRow("user without authorisation") << both + Preferences{{"Proxy Http Username", "u"}} << h << h;
-    const Preferences authorised{{"Proxy Http Autorization Enabled", "true"}, {"Proxy Http Username", "u"}};
-    QTest::newRow("user without a password")
-        << both + authorised << QStringLiteral("u@h:80") << QStringLiteral("u@h:80");
-    QTest::newRow("a password that was not sealed")
-        << both + authorised + Preferences{{"Proxy Http Password", "secret"}} << h << h;
+        row(port, both + Preferences{{"Proxy Http Port", port}}, "", "");
+    row("user without authorisation", both + Preferences{{"Proxy Http Username", "u"}}, "h:80", "h:80");
+    row("user without a password", both + user, "u@h:80", "u@h:80");
+    row("a password that was not sealed", both + user + Preferences{{"Proxy Http Password", "secret"}},
+        "h:80", "h:80");
 }
 
 void tst_ProxySettings::userProxy()
@@ -95,49 +86,21 @@ void tst_ProxySettings::userProxy()
 
 void tst_ProxySettings::preferencesPasswordIsSealed()
 {
-    for (const char *name : {"Proxy Enabled", "Proxy Do Not Use Common Server",
-                             "Proxy Http Autorization Enabled", "Proxy Https Autorization Enabled"})
-        setPreference(name, true);
+    setPreference("Proxy Enabled", true);
+    setPreference("Proxy Do Not Use Common Server", true);
     for (const char *scheme : {"Http", "Https"}) {
-        const auto set = [scheme](const char *name, const char *value) {
-            setPreference((QByteArray("Proxy ") + scheme + name).constData(), QString::fromLatin1(value));
-        };
-        set(" Host", "h");
-        set(" Port", "80");
-        set(" Username", "u");
+        const QByteArray prefix = QByteArray("Proxy ") + scheme;
+        setPreference(prefix + " Host", QStringLiteral("h"));
+        setPreference(prefix + " Port", QStringLiteral("80"));
+        setPreference(prefix + " Username", QStringLiteral("u"));
+        setPreference(prefix + " Autorization Enabled", true);
     }
+    const auto password
+        = [](const char *url) { return ProxyPreferences::userProxy(QUrl(QLatin1String(url)))->password(); };
     QVERIFY(ProxyPreferences::setPassword(false, QStringLiteral("eins")));
     QVERIFY(ProxyPreferences::setPassword(true, QString::fromUtf8("zwei ä")));
-    QCOMPARE(ProxyPreferences::userProxy(QUrl(QStringLiteral("http://a/")))->password(),
-             QStringLiteral("eins"));
-    QCOMPARE(ProxyPreferences::userProxy(QUrl(QStringLiteral("https://a/")))->password(),
-             QString::fromUtf8("zwei ä"));
-}
-
-void tst_ProxySettings::automaticConfiguration_data()
-{
-    QTest::addColumn<Preferences>("preferences");
-    QTest::addColumn<bool>("isAllowed");
-    QTest::addColumn<QString>("script");
-    const char *const script = "http://a/proxy.pac";
-    QTest::newRow("default: the system's settings") << Preferences() << true << QString();
-    QTest::newRow("nothing") << Preferences{{"Import Settings From IE", "false"}} << false << QString();
-    QTest::newRow("script") << Preferences{{"Import Settings From IE", "false"},
-                                           {"Automatic Config Url Enabled", "true"},
-                                           {"Automatic Config Url", script}}
-                            << true << QString::fromLatin1(script);
-    QTest::newRow("script that is off")
-        << Preferences{{"Import Settings From IE", "false"}, {"Automatic Config Url", script}} << false
-        << QString();
-}
-
-void tst_ProxySettings::automaticConfiguration()
-{
-    QFETCH(Preferences, preferences);
-    for (const auto &preference : preferences)
-        setPreference(preference.first, QString::fromLatin1(preference.second));
-    QTEST(ProxyPreferences::allowAutomaticConfiguration(), "isAllowed");
-    QTEST(ProxyPreferences::scriptUrl(), "script");
+    QCOMPARE(password("http://a/"), QStringLiteral("eins"));
+    QCOMPARE(password("https://a/"), QString::fromUtf8("zwei ä"));
 }
 
 void tst_ProxySettings::savedCredentials()
@@ -156,45 +119,39 @@ void tst_ProxySettings::savedCredentials()
     QCOMPARE(QSettings().childGroups(), QStringList{QStringLiteral("Passwords")});
 }
 
-void tst_ProxySettings::changedCredentialsAreNone_data()
-{
-    using Change = std::function<QStringList(QStringList)>;
-    QTest::addColumn<Change>("change");
-    QTest::newRow("another user's name") << Change([](QStringList e) {
-        return QStringList{QStringLiteral("v"), e[1]};
-    });
-    QTest::newRow("a bit of the password") << Change([](QStringList e) {
-        QByteArray sealed = QByteArray::fromBase64(e[1].mid(3).toLatin1());
-        sealed[sealed.size() - 20] = char(sealed[sealed.size() - 20] ^ 1);
-        return QStringList{e[0], e[1].left(3) + QString::fromLatin1(sealed.toBase64())};
-    });
-    QTest::newRow("cut") << Change([](QStringList e) { return QStringList{e[0], e[1].left(40)}; });
-    QTest::newRow("plain text") << Change([](QStringList e) {
-        return QStringList{e[0], QStringLiteral("secret")};
-    });
-    QTest::newRow("empty") << Change([](QStringList e) { return QStringList{e[0], QString()}; });
-    QTest::newRow("one part") << Change([](QStringList e) { return QStringList{e[0]}; });
-    QTest::newRow("no name") << Change([](QStringList e) { return QStringList{QString(), e[1]}; });
-    QTest::newRow("another proxy's entry") << Change([](QStringList) {
-        QNetworkProxy other = proxy;
-        other.setPort(1);
-        ProxyAuthUtils::saveProxyCredentials(other, QStringLiteral("u"), QStringLiteral("secret"));
-        return QSettings().value(QStringLiteral("Passwords/3:proxy.lan:1")).toStringList();
-    });
-}
-
 void tst_ProxySettings::changedCredentialsAreNone()
 {
-    using Change = std::function<QStringList(QStringList)>;
-    QFETCH(Change, change);
-    QVERIFY(ProxyAuthUtils::saveProxyCredentials(proxy, QStringLiteral("u"), QStringLiteral("secret")));
-    QSettings().setValue(savedEntry(), change(QSettings().value(savedEntry()).toStringList()));
-    const int before = logFile().count("(!)Error:");
-    QString user = QStringLiteral("untouched");
-    QString password = user;
-    QVERIFY(!ProxyAuthUtils::getProxyCredentials(proxy, user, password));
-    QCOMPARE(user + password, QStringLiteral("untoucheduntouched"));
-    QCOMPARE(logFile().count("(!)Error:"), before + 1);
+    const auto save = [](const QNetworkProxy &to) {
+        QVERIFY(ProxyAuthUtils::saveProxyCredentials(to, QStringLiteral("u"), QStringLiteral("secret")));
+    };
+    QNetworkProxy other = proxy;
+    other.setPort(1);
+    save(proxy);
+    save(other);
+    const QStringList saved = QSettings().value(savedEntry()).toStringList();
+    const QString sealed = saved.value(1);
+    QByteArray flipped = QByteArray::fromBase64(sealed.mid(3).toLatin1());
+    flipped[flipped.size() - 20] = char(flipped[flipped.size() - 20] ^ 1);
+    const QStringList entries[] = {
+        {QStringLiteral("v"), sealed}, // another user
+        {QStringLiteral("u"), sealed.left(3) + QString::fromLatin1(flipped.toBase64())},
+        {QStringLiteral("u"), sealed.left(20)},
+        {QStringLiteral("u"), QStringLiteral("secret")},
+        {QStringLiteral("u"), QString()},
+        {QStringLiteral("u")},
+        {QString(), sealed},
+        QSettings().value(QStringLiteral("Passwords/3:proxy.lan:1")).toStringList(),
+    };
+    for (const QStringList &entry : entries) {
+        QSettings().setValue(savedEntry(), entry);
+        const int before = logFile().count("(!)Error:");
+        QString user = QStringLiteral("untouched");
+        QString password = user;
+        QVERIFY2(!ProxyAuthUtils::getProxyCredentials(proxy, user, password),
+                 qPrintable(entry.join(QLatin1Char(' '))));
+        QCOMPARE(user + password, QStringLiteral("untoucheduntouched"));
+        QCOMPARE(logFile().count("(!)Error:"), before + 1);
+    }
     QVERIFY(!logFile().contains("secret"));
 }
 

@@ -7,8 +7,8 @@
 #include "gui/tasks/TaskIds.h"
 #include "tests/support/KovTest.h"
 #include "tests/support/OffscreenPlatform.h"
+#include "tests/support/SquidServer.h"
 #include "tests/tasks/ProxyFixture.h"
-#include "tests/tasks/SquidServer.h"
 
 #include <QDirIterator>
 
@@ -24,12 +24,6 @@ QByteArrayList forms(const QString &text)
     return {plain, plain.toBase64(QByteArray::OmitTrailingEquals),
             (userName.toUtf8() + ':' + plain).toBase64(), text.toUtf8().toPercentEncoding(),
             QUrl::toPercentEncoding(text, "&/+=")};
-}
-
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 QStringList filesBelow(const QString &folder)
@@ -50,9 +44,9 @@ QByteArray processTexts()
          QDir(QStringLiteral("/proc")).entryList({QStringLiteral("[0-9]*")}, QDir::Dirs)) {
         const QString folder = QStringLiteral("/proc/") + name;
         if (name.toLongLong() == QCoreApplication::applicationPid()
-            || contentOf(folder + QStringLiteral("/status")).contains(parent))
-            texts += contentOf(folder + QStringLiteral("/cmdline"))
-                     + contentOf(folder + QStringLiteral("/environ"));
+            || fileContent(folder + QStringLiteral("/status")).contains(parent))
+            texts += fileContent(folder + QStringLiteral("/cmdline"))
+                     + fileContent(folder + QStringLiteral("/environ"));
     }
     return texts;
 }
@@ -73,8 +67,7 @@ private Q_SLOTS:
     void init() { QSettings().clear(); }
     void cleanup() { CProxyAuthenticator::destroy(); }
 
-    void wrongSavedPasswordIsSentOnce_data();
-    void wrongSavedPasswordIsSentOnce();
+    void wrongSavedPasswordIsSentOnceForATunnel();
     void passwordStandsNowhere();
 
 private:
@@ -93,18 +86,10 @@ private:
     SquidServer m_squid;
 };
 
-void tst_ProxySquid::wrongSavedPasswordIsSentOnce_data()
+void tst_ProxySquid::wrongSavedPasswordIsSentOnceForATunnel()
 {
-    QTest::addColumn<QString>("scheme");
-    QTest::newRow("plain") << QStringLiteral("http");
-    QTest::newRow("tunnel") << QStringLiteral("https");
-}
-
-void tst_ProxySquid::wrongSavedPasswordIsSentOnce()
-{
-    QFETCH(QString, scheme);
     RecordingServer origin([](const QByteArray &) { return response("200 OK"); });
-    const QUrl url(QStringLiteral("%1://127.0.0.1:%2/").arg(scheme).arg(origin.serverPort()));
+    const QUrl url(QStringLiteral("https://127.0.0.1:%1/").arg(origin.serverPort()));
     QVERIFY(ProxyAuthUtils::saveProxyCredentials(proxy(), userName, QStringLiteral("wrong")));
     const int before = m_squid.refusedUsers().size();
     Person person({});
@@ -136,9 +121,7 @@ void tst_ProxySquid::passwordStandsNowhere()
     QVERIFY(KOV_FAILED(fetch(QUrl(QStringLiteral("https://127.0.0.1:%1/").arg(closing.serverPort())))));
     // The same password from the preferences, through the task, then a request that fails.
     CProxyAuthenticator::destroy();
-    setPreference("Proxy Enabled", true);
-    setPreference("Proxy Http Host", QStringLiteral("127.0.0.1"));
-    setPreference("Proxy Http Port", QString::number(m_squid.port()));
+    useProxy(QStringLiteral("127.0.0.1"), m_squid.port());
     setPreference("Proxy Http Autorization Enabled", true);
     setPreference("Proxy Http Username", userName);
     QVERIFY(ProxyPreferences::setPassword(false, secret));
@@ -162,8 +145,8 @@ void tst_ProxySquid::passwordStandsNowhere()
         if (strangers.contains(path)
             && !path.startsWith(QFileInfo(QString::fromUtf8(qgetenv("XDG_CONFIG_HOME"))).path()))
             continue;
-        settingsFiles += path.endsWith(QLatin1String(".conf")) && contentOf(path).contains("Passwords");
-        texts += contentOf(path);
+        settingsFiles += path.endsWith(QLatin1String(".conf")) && fileContent(path).contains("Passwords");
+        texts += fileContent(path);
     }
     // What was looked through is what was written.
     QCOMPARE(settingsFiles, 1);

@@ -1,41 +1,9 @@
-#include "gui/KovGui.h"
 #include "gui/tasks/CHttpResponseParser.h"
 #include "gui/tasks/CTaskSendHttpRequest.h"
-#include "gui/tasks/ProxyResult.h"
 #include "tests/support/KovTest.h"
 #include "tests/tasks/HttpFixture.h"
 
 #include <QNetworkReply>
-
-static quint16 proxyPort = 0;
-static KOV_RESULT proxyResult = KOV_SUCCESS;
-
-/// A host's own way to a proxy; answers later, as real ones do.
-class HostProxyTask : public CAbstractTask, public ProxyResult
-{
-    Q_OBJECT
-    Q_INTERFACES(ProxyResult)
-
-public:
-    enum TaskStep { Find };
-    Q_ENUM(TaskStep)
-    Q_INVOKABLE explicit HostProxyTask(CTaskGenericId *id)
-        : CAbstractTask(id)
-    { }
-    QNetworkProxy proxy() const override
-    {
-        return proxyPort ? QNetworkProxy(QNetworkProxy::HttpProxy, s("127.0.0.1"), proxyPort)
-                         : QNetworkProxy();
-    }
-
-private:
-    Q_INVOKABLE KOV_RESULT find()
-    {
-        setWaitForSubTaskCompletion();
-        QTimer::singleShot(0, this, [this] { subTaskCompleted(proxyResult); });
-        return KOV_SUCCESS;
-    }
-};
 
 /// A task that knows nothing of proxies.
 class OtherTask : public CAbstractTask
@@ -56,7 +24,12 @@ class tst_SendHttpRequest : public QObject
 
 private Q_SLOTS:
     void initTestCase() { KovGui::init(KAM_CONSOLE); }
-    void init() { setProxy(&HostProxyTask::staticMetaObject, 0, KOV_SUCCESS); }
+    void init()
+    {
+        ChosenProxy::install();
+        ChosenProxy::chosen = QNetworkProxy();
+        ChosenProxy::result = KOV_SUCCESS;
+    }
 
     void proxyTask_data()
     {
@@ -65,7 +38,7 @@ private Q_SLOTS:
         QTest::addColumn<unsigned>("found");
         QTest::addColumn<unsigned>("result");
         QTest::addColumn<QString>("receiver");
-        const QMetaObject *host = &HostProxyTask::staticMetaObject;
+        const QMetaObject *host = &ChosenProxy::staticMetaObject;
         const QMetaObject *none = nullptr;
         const unsigned refused = unsigned(KOV_ERR_PROXY_AUTHENTICATION_REQUIRED);
         QTest::newRow("proxy") << host << true << 0u << 0u << s("proxy");
@@ -86,9 +59,11 @@ private Q_SLOTS:
         const QByteArray answer("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nok");
         RawServer server(answer);
         RawServer proxy(answer);
-        setProxy(task, hasProxy ? proxy.serverPort() : 0, KOV_RESULT(found));
-
-        RecordedLog log;
+        ChosenProxy::install(task);
+        ChosenProxy::result = KOV_RESULT(found);
+        if (hasProxy)
+            ChosenProxy::chosen = {QNetworkProxy::HttpProxy, s("127.0.0.1"), proxy.serverPort()};
+        const LogCapture log(3);
         CTaskSendHttpRequest request(server.url(s("page")), {}, nullptr, QNetworkAccessManager::GetOperation,
                                      QByteArray());
         QCOMPARE(unsigned(resultOf(request)), result);
@@ -97,7 +72,7 @@ private Q_SLOTS:
         QCOMPARE(request.reply() != nullptr, !receiver.isEmpty());
         QCOMPARE(log.text().contains("[TASK_HTTP_REQUEST]")
                      && log.text().contains("(!)Error: failed to get proxy info."),
-                 task != &HostProxyTask::staticMetaObject || result != 0);
+                 task != &ChosenProxy::staticMetaObject || result != 0);
     }
 
     void answerIsParsedAndStays()
@@ -142,14 +117,6 @@ private Q_SLOTS:
         QTRY_VERIFY(!silent.received.isEmpty());
         deleted.reset();
         QTRY_COMPARE(silent.disconnections, 2);
-    }
-
-private:
-    static void setProxy(const QMetaObject *task, quint16 port, KOV_RESULT result)
-    {
-        KovGui::staticMetaObjectHash()[s("CTaskGetProxyInfo")] = task;
-        proxyPort = port;
-        proxyResult = result;
     }
 };
 

@@ -2,6 +2,8 @@
 #include "gui/messages/CDetailsDialog.h"
 #include "gui/messages/CMessageBox.h"
 #include "gui/tasks/CDownloadProgressDialog.h"
+#include "gui/tasks/CProxyAuthenticator.h"
+#include "gui/tasks/CUserAuthDialog.h"
 #include "gui/window/CProgressDialog.h"
 #include "tests/support/KovTest.h"
 
@@ -108,26 +110,27 @@ void tst_Dialogs::dialog_data()
         dialog->setLabelText(QStringLiteral("Checking for updates of everything there is. ").repeated(6));
         return dialog;
     };
-    QTest::newRow("message box")
-        << Factory(everyPart) << "CMessageBox"
-        << "m_pbButton1 m_pbButton2 m_txtMessage m_txtInfo m_lblProblemIDNumber "
-           "m_lblProblemIDLink m_lblHelpMeSolve m_lblSupportInfo m_ckbDoNotShowFlag m_pbHelp "
-           "m_pbDetails"
-        << true;
-    QTest::newRow("details") << Factory([] {
-        return new CDetailsDialog(QStringLiteral("line\n").repeated(99));
-    }) << "CDetailsDialog"
-                             << "m_pbClose m_txtDetails" << true;
+    const auto login = [] {
+        auto *dialog = CProxyAuthenticator::createAuthDialog(QStringLiteral("proxy.example"), 8080, true);
+        dialog->setUsername(QStringLiteral("user"));
+        return dialog;
+    };
+    row("message box", Factory(everyPart), "CMessageBox",
+        "m_pbButton1 m_pbButton2 m_txtMessage m_txtInfo m_lblProblemIDNumber m_lblProblemIDLink "
+        "m_lblHelpMeSolve m_lblSupportInfo m_ckbDoNotShowFlag m_pbHelp m_pbDetails",
+        true);
+    row("details", Factory([] { return new CDetailsDialog(QStringLiteral("line\n").repeated(99)); }),
+        "CDetailsDialog", "m_pbClose m_txtDetails", true);
     const auto download = [] {
         auto *dialog = new CDownloadProgressDialog({37, 3725, 456789012, 1234567890, 1234567});
         dialog->setFileName(QStringLiteral("a-very-long-name-").repeated(20));
         dialog->setStatusText(QString());
         return dialog;
     };
-    QTest::newRow("download") << Factory(download) << "CDownloadProgressDialog"
-                              << "m_pbPauseResume m_pbCancel" << true;
-    QTest::newRow("progress") << Factory(progress) << "CProgressDialog"
-                              << "m_pbCancel" << false;
+    row("download", Factory(download), "CDownloadProgressDialog", "m_pbPauseResume m_pbCancel", true);
+    row("progress", Factory(progress), "CProgressDialog", "m_pbCancel", false);
+    row("login", Factory(login), "CUserAuthDialog", "m_lePassword m_ckbRemember m_pbOk m_pbCancel m_leName",
+        true);
 }
 
 void tst_Dialogs::dialog()

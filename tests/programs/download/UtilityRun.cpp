@@ -1,7 +1,6 @@
 #include "tests/programs/download/UtilityRun.h"
 
 #include <QEventLoop>
-#include <QFile>
 #include <QTimer>
 
 UtilityRun::UtilityRun(const QByteArray &url, const QString &folder, const QByteArray &more)
@@ -43,10 +42,4 @@ int UtilityRun::wait()
     if (process.state() != QProcess::NotRunning)
         return -2;
     return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-}
-
-QByteArray fileContent(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() + QByteArray("") : QByteArray();
 }

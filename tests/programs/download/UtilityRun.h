@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/support/Files.h"
+
 #include <QByteArray>
 #include <QProcess>
 
@@ -22,6 +24,3 @@ public:
     QByteArray output;
     QByteArray errors;
 };
-
-/// The contents of a file; null when there is none.
-QByteArray fileContent(const QString &path);

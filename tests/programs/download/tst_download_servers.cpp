@@ -2,8 +2,8 @@
 #include "tests/programs/download/UtilityRun.h"
 #include "tests/support/KovTest.h"
 #include "tests/support/NginxServer.h"
-
-#include <QTcpSocket>
+#include "tests/support/SquidServer.h"
+#include "tests/support/TestAuthority.h"
 
 using Reply = FaultServer::Reply;
 using Request = FaultServer::Request;
@@ -13,19 +13,6 @@ namespace {
 const QByteArray password = "p\xc3\xa4ss: w\\rd%";
 const QByteArray proxyUser = "proxyuser";
 const QByteArray file = testContent(300 * 1024, 1);
-
-bool write(const QString &path, const QByteArray &content)
-{
-    QFile target(path);
-    return target.open(QIODevice::WriteOnly) && target.write(content) == content.size();
-}
-
-bool isAnswering(quint16 port)
-{
-    QTcpSocket socket;
-    socket.connectToHost(QHostAddress(QHostAddress::LocalHost), port);
-    return socket.waitForConnected(1000);
-}
 
 Reply honest(const Request &request)
 {
@@ -41,7 +28,6 @@ class tst_DownloadServers : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void cleanupTestCase();
     void init();
     void passwordReachesOnlyTheProxy();
     void wrongPasswordIsSentOnce();
@@ -49,88 +35,41 @@ private Q_SLOTS:
     void certificates_data();
     void certificates();
     void tunnel();
-    void neverFromHttpsToHttp();
 
 private:
     QString path(const char *name) const { return m_folder.filePath(QLatin1String(name)); }
-    bool shell(const char *script);
-    void startProxy();
-    void startNginx();
-    QByteArray proxyLog() const { return fileContent(path("access.log")); }
     QByteArray throughProxy() const
     {
-        return "--proxy-server 127.0.0.1 --proxy-port " + QByteArray::number(m_proxyPort) + " -pu "
+        return "--proxy-server 127.0.0.1 --proxy-port " + QByteArray::number(m_squid.port()) + " -pu "
                + proxyUser + " --proxy-try-count 1 ";
     }
-    QByteArray trusting(const char *authority) const { return "--ca-file " + path(authority).toUtf8(); }
+    QByteArray trusting() const { return "--ca-file " + m_authority.certificate().toUtf8(); }
     QByteArray secureUrl(const QByteArray &host, const QByteArray &name = "/file.bin") const
     {
         return "https://" + host + ":" + QByteArray::number(m_nginx.port()) + name;
     }
 
     QTemporaryDir m_folder;
-    QProcess m_proxy;
+    TestAuthority m_authority;
+    SquidServer m_squid;
     NginxServer m_nginx;
-    quint16 m_proxyPort = 0;
 };
-
-bool tst_DownloadServers::shell(const char *script)
-{
-    QProcess process;
-    process.setWorkingDirectory(m_folder.path());
-    process.start(QStringLiteral("sh"), {QStringLiteral("-ec"), QString::fromUtf8(script)});
-    return process.waitForFinished() && process.exitCode() == 0;
-}
-
-void tst_DownloadServers::startProxy()
-{
-    m_proxyPort = NginxServer::freePort();
-    const QString configuration = QStringLiteral(
-        "http_port 127.0.0.1:%1\npid_filename %2/squid.pid\naccess_log stdio:%2/access.log\ncache_log "
-        "%2/cache.log\n"
-        "cache deny all\ncoredump_dir %2\nshutdown_lifetime 0 seconds\npinger_enable off\n"
-        "auth_param basic program /usr/lib/squid/basic_ncsa_auth %2/passwords\nauth_param basic realm test\n"
-        "acl known proxy_auth REQUIRED\nhttp_access allow known\nhttp_access deny all\n");
-    QVERIFY(write(path("squid.conf"), configuration.arg(m_proxyPort).arg(m_folder.path()).toLocal8Bit()));
-    QVERIFY(write(path("password"), password + "\n"));
-    QVERIFY(shell("echo \"proxyuser:$(openssl passwd -apr1 -stdin <password)\" >passwords; rm password; "
-                  "touch access.log cache.log; chmod 777 .; chmod 666 *.log; chmod 644 passwords"));
-    m_proxy.start(QStringLiteral("/usr/sbin/squid"),
-                  {QStringLiteral("-N"), QStringLiteral("-f"), path("squid.conf")});
-    QTRY_VERIFY2_WITH_TIMEOUT(isAnswering(m_proxyPort), "squid does not start; ./setup test installs it",
-                              20000);
-}
-
-void tst_DownloadServers::startNginx()
-{
-    QVERIFY(shell("mkdir www; key='-newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -keyout'; echo "
-                  "subjectAltName=DNS:localhost >names; "
-                  "openssl req -x509 $key ca.key -out ca.pem -days 2 -subj /CN=Authority; "
-                  "openssl req $key key.pem -out request.pem -subj /CN=localhost; "
-                  "openssl x509 -req -in request.pem -CA ca.pem -CAkey ca.key -CAcreateserial -days 2 "
-                  "-extfile names -out chain.pem"));
-    QVERIFY(write(path("www/file.bin"), file));
-    const QString block = QStringLiteral("ssl_certificate %1/chain.pem; ssl_certificate_key %1/key.pem;\n"
-                                         "location /down/ { return 302 http://localhost:1/file.bin; }");
-    QVERIFY2(m_nginx.start(path("www"), block.arg(m_folder.path()), QStringLiteral("ssl")),
-             qPrintable(m_nginx.errorString()));
-}
 
 void tst_DownloadServers::initTestCase()
 {
-    startProxy();
-    startNginx();
-}
-
-void tst_DownloadServers::cleanupTestCase()
-{
-    m_proxy.terminate();
-    QVERIFY(m_proxy.state() == QProcess::NotRunning || m_proxy.waitForFinished());
+    QVERIFY2(m_squid.start(proxyUser, password), m_squid.errorText().constData());
+    QVERIFY(QDir().mkpath(path("www")) && writeFile(path("www/file.bin"), file));
+    const QString certificate
+        = m_authority.issue(QStringLiteral("/CN=localhost"), QStringLiteral("DNS:localhost"));
+    const QString redirect = QStringLiteral("location /down/ { return 302 http://localhost:1/file.bin; }");
+    QVERIFY2(m_nginx.start(path("www"), certificate + redirect, QStringLiteral("ssl")),
+             qPrintable(m_nginx.errorString()));
 }
 
 void tst_DownloadServers::init()
 {
-    QVERIFY(shell("rm -rf out; mkdir out; : >access.log"));
+    QVERIFY(QDir(path("out")).removeRecursively() && QDir().mkpath(path("out")));
+    m_squid.clearAccessLog();
 }
 
 void tst_DownloadServers::passwordReachesOnlyTheProxy()
@@ -154,7 +93,7 @@ void tst_DownloadServers::passwordReachesOnlyTheProxy()
     UtilityRun again(origin.url(), path("out"), throughProxy());
     QCOMPARE(again.run(password + "\n"), 0);
     QCOMPARE(fileContent(path("out/file.bin")), file);
-    QVERIFY2(proxyLog().contains(proxyUser), proxyLog().constData());
+    QVERIFY2(m_squid.accessLog().contains(proxyUser), m_squid.accessLog().constData());
     seen += again.output + again.errors + origin.requests.join();
     QVERIFY(!seen.contains("Proxy-Authorization"));
     for (const QByteArray &form : {password, password.toBase64(), password.toPercentEncoding(),
@@ -170,8 +109,8 @@ void tst_DownloadServers::wrongPasswordIsSentOnce()
         UtilityRun run(url, path("out"), throughProxy());
         QCOMPARE(run.run("wrong\n"), 20);
         // One question without a user, one with.
-        QTRY_COMPARE(proxyLog().count(proxyUser), 1);
-        QVERIFY2(proxyLog().count("DENIED/407") <= 2, proxyLog().constData());
+        QTRY_COMPARE(m_squid.accessLog().count(proxyUser), 1);
+        QVERIFY2(m_squid.accessLog().count("DENIED/407") <= 2, m_squid.accessLog().constData());
     }
     QVERIFY(origin.requests.isEmpty());
     QCOMPARE(UtilityRun(origin.url(), path("out"), throughProxy()).run(), 20);
@@ -204,10 +143,11 @@ void tst_DownloadServers::certificates_data()
     QTest::addColumn<QByteArray>("more");
     QTest::addColumn<int>("exitCode");
 
-    QTest::newRow("trusted") << secureUrl("localhost") << trusting("ca.pem") << 0;
+    QTest::newRow("trusted") << secureUrl("localhost") << trusting() << 0;
     QTest::newRow("unknown authority") << secureUrl("localhost") << QByteArray() << 26;
-    QTest::newRow("another name") << secureUrl("127.0.0.1") << trusting("ca.pem") << 26;
-    QTest::newRow("no such file") << secureUrl("localhost") << trusting("none.pem") << 26;
+    QTest::newRow("another name") << secureUrl("127.0.0.1") << trusting() << 26;
+    QTest::newRow("no such file") << secureUrl("localhost") << QByteArray("--ca-file /nonexistent") << 26;
+    QTest::newRow("redirect to plain HTTP") << secureUrl("localhost", "/down/file.bin") << trusting() << 27;
 }
 
 void tst_DownloadServers::certificates()
@@ -222,17 +162,11 @@ void tst_DownloadServers::certificates()
 
 void tst_DownloadServers::tunnel()
 {
-    UtilityRun run(secureUrl("localhost"), path("out"), throughProxy() + trusting("ca.pem"));
+    UtilityRun run(secureUrl("localhost"), path("out"), throughProxy() + trusting());
     QVERIFY2(run.run(password) == 0, run.errors.constData());
     QCOMPARE(fileContent(path("out/file.bin")), file);
-    QTRY_VERIFY(
-        proxyLog().contains("CONNECT localhost:" + QByteArray::number(m_nginx.port()) + " " + proxyUser));
-}
-
-void tst_DownloadServers::neverFromHttpsToHttp()
-{
-    UtilityRun run(secureUrl("localhost", "/down/file.bin"), path("out"), trusting("ca.pem"));
-    QVERIFY2(run.run() == 27, run.errors.constData());
+    QTRY_VERIFY(m_squid.accessLog().contains("CONNECT localhost:" + QByteArray::number(m_nginx.port()) + " "
+                                             + proxyUser));
 }
 
 KOV_TEST_MAIN(QCoreApplication, tst_DownloadServers)

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "tests/support/Files.h"
 #include "tests/support/NginxServer.h"
 
-#include <QFile>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTcpSocket>
@@ -28,10 +28,8 @@ public:
 
     bool start(const QByteArray &user, const QByteArray &password)
     {
-        QFile passwords(path("passwords"));
-        if (!passwords.open(QIODevice::WriteOnly) || passwords.write(user + ':' + hash(password)) <= 0)
+        if (!writeFile(path("passwords"), user + ':' + hash(password)))
             return false;
-        passwords.close();
         QStringList command{QStringLiteral("setpriv"), QStringLiteral("--pdeathsig"), QStringLiteral("TERM")};
         if (::geteuid() == 0) {
             // Squid wants another user than root for itself.
@@ -40,19 +38,16 @@ public:
                 || ::chown(QFile::encodeName(m_directory.path()).constData(), proxy->pw_uid, proxy->pw_gid)
                        != 0)
                 return false;
-            QFile::setPermissions(passwords.fileName(),
-                                  QFile::ReadOwner | QFile::WriteOwner | QFile::ReadOther);
+            QFile::setPermissions(path("passwords"), QFile::ReadOwner | QFile::WriteOwner | QFile::ReadOther);
             command << QStringLiteral("--reuid") << QStringLiteral("proxy") << QStringLiteral("--regid")
                     << QStringLiteral("proxy") << QStringLiteral("--clear-groups");
         }
         m_port = NginxServer::freePort();
-        QFile configuration(path("squid.conf"));
-        if (!configuration.open(QIODevice::WriteOnly) || configuration.write(text()) <= 0)
+        if (!writeFile(path("squid.conf"), text()))
             return false;
-        configuration.close();
         command << QStandardPaths::findExecutable(QStringLiteral("squid"),
                                                   {QStringLiteral("/usr/sbin"), QStringLiteral("/usr/bin")})
-                << QStringLiteral("-N") << QStringLiteral("-f") << configuration.fileName();
+                << QStringLiteral("-N") << QStringLiteral("-f") << path("squid.conf");
         m_process.setProcessChannelMode(QProcess::MergedChannels);
         m_process.start(command.takeFirst(), command);
         return QTest::qWaitFor([this] { return isAnswering(); }, 20000);
@@ -60,17 +55,16 @@ public:
 
     quint16 port() const { return m_port; }
     QByteArray errorText() { return m_process.readAll(); }
+    QByteArray accessLog() const { return fileContent(path("access.log")); }
+    void clearAccessLog() { QFile::resize(path("access.log"), 0); }
 
     /// The user's name in each request that was answered by 407; "-" for a request without credentials.
     QByteArrayList refusedUsers() const
     {
         QByteArrayList users;
-        QFile log(path("access.log"));
-        if (log.open(QIODevice::ReadOnly)) {
-            for (const QByteArray &line : log.readAll().split('\n')) {
-                if (line.contains("/407 "))
-                    users << line.simplified().split(' ').value(7);
-            }
+        for (const QByteArray &line : accessLog().split('\n')) {
+            if (line.contains("/407 "))
+                users << line.simplified().split(' ').value(7);
         }
         return users;
     }
