@@ -28,6 +28,7 @@ ConsoleUpdateWorker::ConsoleUpdateWorker(CAppUpdateLogic *logic)
     : CAppUpdateWorker(logic)
 {
     connect(logic, &CAppUpdateLogic::updateInstallFinished, this, [this](KOV_RESULT result) {
+        setOnAppStart(false);
         // Whoever else listens is told before the console goes.
         if (KOV_SUCCEEDED(result))
             QTimer::singleShot(0, this, [this] { processRestart(QString(), true); });
@@ -46,6 +47,6 @@ void ConsoleUpdateWorker::goOnAtStart()
         return;
     CAppUpdateLogic *logic = CAppUpdateLogic::instance();
     logic->setOnAppStart(true);
-    logic->installPendingUpdate();
-    logic->setOnAppStart(false);
+    if (logic->installPendingUpdate() != KOV_ERR_IN_PROGRESS)
+        logic->setOnAppStart(false);
 }
