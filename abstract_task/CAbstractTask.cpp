@@ -87,7 +87,11 @@ void CAbstractTask::Private::run()
         current = qAsConst(steps).at(next++);
         completed = false;
         inStep = true;
-        const KOV_RESULT returned = q->performSubTask();
+        Q_EMIT q->subTaskStarted(current);
+        if (watching.isDeleted())
+            return;
+        const bool isWanted = state == Running && !terminating;
+        const KOV_RESULT returned = isWanted ? q->performSubTask() : KOV_SUCCESS;
         if (watching.isDeleted())
             return;
         inStep = false;
@@ -303,8 +307,11 @@ void CAbstractTask::pause()
 {
     if (d->isCalledFromOtherThread("pause()") || d->paused || isFinished())
         return;
-    d->paused = true;
     const Private::Watch watching(d.get());
+    d->paused = true;
+    Q_EMIT pausedChanged(true);
+    if (watching.isDeleted() || !d->paused)
+        return;
     d->forEachChild([](CAbstractTask *child) { child->pause(); });
     if (watching.isDeleted())
         return;
@@ -316,8 +323,11 @@ void CAbstractTask::resume()
 {
     if (d->isCalledFromOtherThread("resume()") || !d->paused)
         return;
-    d->paused = false;
     const Private::Watch watching(d.get());
+    d->paused = false;
+    Q_EMIT pausedChanged(false);
+    if (watching.isDeleted() || d->paused)
+        return;
     d->forEachChild([](CAbstractTask *child) { child->resume(); });
     if (watching.isDeleted())
         return;

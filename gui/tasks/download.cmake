@@ -13,5 +13,9 @@ target_sources(KovGui PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/CMd5Calculator.cpp ${CMAKE_CURRENT_LIST_DIR}/CMd5Calculator.h
     ${CMAKE_CURRENT_LIST_DIR}/CTaskDownloadFile.cpp ${CMAKE_CURRENT_LIST_DIR}/CTaskDownloadFile.h
     ${CMAKE_CURRENT_LIST_DIR}/CTaskInteractiveDownload.cpp ${CMAKE_CURRENT_LIST_DIR}/CTaskInteractiveDownload.h
+    ${CMAKE_CURRENT_LIST_DIR}/CTaskInteractiveDownload_p.h ${CMAKE_CURRENT_LIST_DIR}/InteractiveDownloadSteps.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/CDownloadProgressDialog.cpp ${CMAKE_CURRENT_LIST_DIR}/CDownloadProgressDialog.h
+    ${CMAKE_CURRENT_LIST_DIR}/CDownloadProgressDialog.ui
+    ${CMAKE_CURRENT_LIST_DIR}/DownloadChecks.cpp ${CMAKE_CURRENT_LIST_DIR}/DownloadChecks_p.h
     ${CMAKE_CURRENT_LIST_DIR}/DownloadOutput.cpp ${CMAKE_CURRENT_LIST_DIR}/DownloadOutput_p.h
     ${CMAKE_CURRENT_LIST_DIR}/DownloadProgressData.h)

@@ -61,6 +61,8 @@ private Q_SLOTS:
     void receiverGoneBeforeTheEnd();
     void managerGoesWithItsTasks();
     void findsOldestOfEqualTasks();
+    void startsAndPausesAreTold();
+    void slotsThatInterfere();
     void othersGoOnInAStepsEventLoop();
     void longChainsDoNotRecurse();
     void identifiers();
@@ -295,6 +297,41 @@ void tst_Task::findsOldestOfEqualTasks()
     QCOMPARE(manager->getTaskById(id), second);
     QCoreApplication::processEvents();
     QVERIFY(!manager->getTaskById(id));
+}
+
+void tst_Task::startsAndPausesAreTold()
+{
+    CTaskScripted task(QStringLiteral("B: wait"));
+    connect(&task, &CAbstractTask::subTaskStarted, this,
+            [](int step) { eventLog() << QStringLiteral("start %1").arg(step); });
+    connect(&task, &CAbstractTask::pausedChanged, this, [&](bool paused) {
+        QCOMPARE(task.isPaused(), paused);
+        eventLog() << QStringLiteral("paused %1").arg(paused);
+    });
+    CTaskScripted::perform(
+        &task, QStringLiteral("resume, execute, run, pause, pause, resume, resume, complete 0, run"));
+    QCOMPARE(
+        eventLog().join(QLatin1Char('|')),
+        QStringLiteral("start 3|A|start 0|B|paused 1|pause|paused 0|resume|start 7|C|finish|finished 0"));
+}
+
+void tst_Task::slotsThatInterfere()
+{
+    for (const char *how : {"terminate -9", "finish -9", "delete"}) {
+        eventLog().clear();
+        QPointer<CTaskScripted> task(new CTaskScripted(QString{}));
+        connect(task, &CAbstractTask::subTaskStarted, this,
+                [&] { CTaskScripted::perform(task, QLatin1String(how)); });
+        CTaskScripted::perform(task, QStringLiteral("execute, run"));
+        QVERIFY2(!eventLog().contains(QStringLiteral("A")), how);
+        QVERIFY2(eventLog().constLast().startsWith(QStringLiteral("finished -")), how);
+        delete task;
+    }
+    eventLog().clear();
+    CTaskScripted task(QStringLiteral("A: wait"));
+    connect(&task, &CAbstractTask::pausedChanged, &task, &CAbstractTask::resume);
+    CTaskScripted::perform(&task, QStringLiteral("execute, run, pause, complete 0, run"));
+    QCOMPARE(eventLog().join(QLatin1Char('|')), QStringLiteral("A|resume|B|C|finish|finished 0"));
 }
 
 void tst_Task::othersGoOnInAStepsEventLoop()
