@@ -3,6 +3,8 @@
 #include "gui/update/UpdateDialogLook_p.h"
 #include "ui_CConfirmUpdateInstallationDialog.h"
 
+#include <QEvent>
+
 class CConfirmUpdateInstallationDialog::Private
 {
 public:
@@ -37,10 +39,14 @@ QString CConfirmUpdateInstallationDialog::description() const
     return d->ui.m_lblDescription->text();
 }
 
-void CConfirmUpdateInstallationDialog::showEvent(QShowEvent *event)
+bool CConfirmUpdateInstallationDialog::event(QEvent *event)
 {
-    UpdateDialogLook::showIcon(d->ui.m_lblIcon);
-    CBaseDialog::showEvent(event);
+    // Before the first size is chosen.
+    if (event->type() == QEvent::Polish) {
+        UpdateDialogLook::showIcon(d->ui.m_lblIcon);
+        UpdateDialogLook::keepButtonsWhole(d->ui.m_buttonWidget);
+    }
+    return CBaseDialog::event(event);
 }
 
 void CConfirmUpdateInstallationDialog::onInstallNowClicked()

@@ -30,7 +30,7 @@ public:
     QString description() const;
 
 protected:
-    void showEvent(QShowEvent *event) override;
+    bool event(QEvent *event) override;
 
 private Q_SLOTS:
     void onInstallNowClicked();

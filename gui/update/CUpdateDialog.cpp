@@ -5,6 +5,8 @@
 #include "gui/update/UpdateDialogLook_p.h"
 #include "ui_CUpdateDialog.h"
 
+#include <QEvent>
+
 class CUpdateDialog::Private
 {
 public:
@@ -84,10 +86,14 @@ void CUpdateDialog::setNotificationFor(const CProductUpdateInfo &info)
     setAccessibleDescription(d->ui.m_lbTitle->text() + QLatin1Char('\n') + d->ui.m_lbDescription->text());
 }
 
-void CUpdateDialog::showEvent(QShowEvent *event)
+bool CUpdateDialog::event(QEvent *event)
 {
-    UpdateDialogLook::showIcon(d->ui.m_lblIcon);
-    CBaseDialog::showEvent(event);
+    // Before the first size is chosen.
+    if (event->type() == QEvent::Polish) {
+        UpdateDialogLook::showIcon(d->ui.m_lblIcon);
+        UpdateDialogLook::keepButtonsWhole(d->ui.m_buttonWidget);
+    }
+    return CBaseDialog::event(event);
 }
 
 void CUpdateDialog::onInstallNowClicked()

@@ -54,7 +54,7 @@ public:
     void setNotificationFor(const CProductUpdateInfo &info);
 
 protected:
-    void showEvent(QShowEvent *event) override;
+    bool event(QEvent *event) override;
 
 private Q_SLOTS:
     void onInstallNowClicked();

@@ -7,12 +7,15 @@
 #include <QApplication>
 #include <QIcon>
 #include <QLabel>
+#include <QLayout>
+#include <QPushButton>
 #include <QRegularExpression>
 #include <QStyle>
 
 namespace {
 
 const int iconSize = 64;
+const int smallestIconSize = 32;
 const int modeWithShortVersions = 6;
 
 QString shownVersion(const QString &version)
@@ -33,8 +36,22 @@ void UpdateDialogLook::showIcon(QLabel *label)
         icon = label->style()->standardIcon(QStyle::SP_MessageBoxInformation, nullptr, label);
     const qreal ratio = label->devicePixelRatioF();
     QPixmap pixmap = icon.pixmap(QSize(iconSize, iconSize) * ratio);
+    // Many a style has no larger picture than one of 32 points of an old screen.
+    const int points = qBound(smallestIconSize, int(pixmap.width() / ratio), iconSize);
+    if (pixmap.width() != qRound(points * ratio))
+        pixmap = pixmap.scaledToWidth(qRound(points * ratio), Qt::SmoothTransformation);
     pixmap.setDevicePixelRatio(ratio);
     label->setPixmap(pixmap);
+}
+
+void UpdateDialogLook::keepButtonsWhole(QWidget *row)
+{
+    // The least width of the style sheet takes the place of the one that the caption asks for.
+    const auto buttons = row->findChildren<QPushButton *>();
+    for (const QPushButton *button : buttons)
+        button->ensurePolished();
+    row->layout()->invalidate();
+    row->setMinimumWidth(row->layout()->sizeHint().width());
 }
 
 QString UpdateDialogLook::windowTitle()

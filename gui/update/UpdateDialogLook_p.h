@@ -4,12 +4,15 @@
 
 class CProductUpdateInfo;
 class QLabel;
+class QWidget;
 
 /// What the two update dialogs have in common.
 namespace UpdateDialogLook {
 
 /// Shows the application's icon, or the style's when it has none, sharp at the label's resolution.
 void showIcon(QLabel *label);
+/// Sees that the row is never narrower than the captions of its buttons.
+void keepButtonsWhole(QWidget *row);
 /// "%1 Update" with the application's name.
 QString windowTitle();
 /// The record's version as it is shown: in the application mode 6 without its build number. That of its package when
