@@ -2,6 +2,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <string>
 #include <thread>
 
@@ -29,6 +30,15 @@ int main(int argc, char *argv[])
         say("installer:%4");
         say("2\ninstaller:%100 installer:%101\ninstaller:%99999999999\nINSTALLER:%3 install");
         say("er:%7");
+    }
+    if (how.rfind("install until ", 0) == 0) {
+        const std::string path = how.substr(14);
+        std::ofstream arguments(path + ".arguments");
+        for (int i = 1; i < argc; ++i)
+            arguments << argv[i] << '|';
+        arguments.close();
+        for (say("installer:%42\n"); !std::ifstream(path).is_open();)
+            say(".");
     }
     for (int i = 1; how == "arguments" && i < argc; ++i)
         std::printf("%s|", argv[i]);

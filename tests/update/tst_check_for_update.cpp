@@ -80,6 +80,7 @@ private:
     QList<int> m_results;
     CProductUpdateInfo m_found;
     QList<int> m_messages;
+    QString m_text;
     QPointer<QWidget> m_window;
     bool m_closeMessages = true;
     bool m_progressSeen = false;
@@ -109,6 +110,9 @@ void tst_CheckForUpdate::initTestCase()
     connect(CMessageManager::instance(), &CMessageManager::aboutToShowMessage, this,
             [this](const Messaging::MessageData &data, QWidget *, CMessageBoxWndBase *window) {
                 m_messages << data.code;
+                QVERIFY2(!data.longMsg.isEmpty() && !data.longMsg.contains(QLatin1String("%1")),
+                         qPrintable(data.longMsg));
+                m_text = data.longMsg;
                 m_window = window;
                 m_progressBehindMessage |= progressWindow() != nullptr;
                 if (m_closeMessages)
@@ -213,6 +217,7 @@ void tst_CheckForUpdate::outcome_data()
     row("signal 4", "newer", 0, failed, true);
     row("signal 25", "newer", 0, failed, true);
     row("exit 7", "newer", 0, failed, true);
+    row("exit 29", "newer", 0, failed, true);
     row("exit 7", "newer", background, failed, false);
     row("exit 7", "newer", smart, failed, false);
     row("exit 0", "newer", 0, failed, true);
@@ -249,6 +254,8 @@ void tst_CheckForUpdate::outcome()
     QTRY_VERIFY_WITH_TIMEOUT(!check, 30000);
     QCOMPARE(m_results, QList<int>{result});
     QCOMPARE(m_messages, told ? QList<int>{result} : QList<int>());
+    QVERIFY(!told || updater != "exit 29" || m_text.contains(QLatin1String("not signed")));
+    QVERIFY(!told || !updater.startsWith("signal") || m_text.contains(QLatin1String("unexpectedly")));
     QCOMPARE(m_progressSeen, (options & Check::CheckInBackground) == 0);
     QCOMPARE(m_cancelSeen, (options & (Check::CheckInBackground | Check::SmartInstall)) == 0);
     QVERIFY(!m_progressBehindMessage && !log.text().contains("secret"));
