@@ -36,6 +36,7 @@ public:
     void elide(QLabel *label) const;
     void showProgress(bool isBusy);
     void fitToFont(CDownloadProgressDialog *dialog);
+    void align(Qt::LayoutDirection direction);
     bool isPaused() const { return operation && operation->isPaused(); }
 
     Ui::CDownloadProgressDialog ui;
@@ -107,6 +108,14 @@ void CDownloadProgressDialog::Private::fitToFont(CDownloadProgressDialog *dialog
     ui.m_pbPauseResume->setMinimumWidth(width);
 }
 
+void CDownloadProgressDialog::Private::align(Qt::LayoutDirection direction)
+{
+    // Else each label would follow its own text: a Latin name at the left, a translated line at the right.
+    const Qt::Alignment side = direction == Qt::RightToLeft ? Qt::AlignRight : Qt::AlignLeft;
+    for (QLabel *label : {ui.m_lblFileName, ui.m_lblProgress, ui.m_lblRate})
+        label->setAlignment(side | Qt::AlignAbsolute | Qt::AlignVCenter);
+}
+
 CDownloadProgressDialog::CDownloadProgressDialog(const DownloadProgressData &data, QWidget *parent)
     : CBaseDialog(parent)
     , d(new Private)
@@ -123,6 +132,7 @@ CDownloadProgressDialog::CDownloadProgressDialog(const DownloadProgressData &dat
     for (QLabel *label : {d->ui.m_lblFileName, d->ui.m_lblProgress, d->ui.m_lblRate})
         label->installEventFilter(this);
     d->fitToFont(this);
+    d->align(layoutDirection());
     update();
     adjustSize();
 }
@@ -189,6 +199,10 @@ bool CDownloadProgressDialog::eventFilter(QObject *watched, QEvent *event)
 void CDownloadProgressDialog::changeEvent(QEvent *event)
 {
     CBaseDialog::changeEvent(event);
-    if (d && d->timer && (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange))
+    if (!d || !d->timer)
+        return;
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange)
         d->fitToFont(this);
+    if (event->type() == QEvent::LayoutDirectionChange)
+        d->align(layoutDirection());
 }

@@ -49,7 +49,11 @@ KOV_RESULT CTaskInteractiveDownload::showProgressDialog()
     d->dialog->setStatusText(tr("Preparing..."));
     d->dialog->setOperation(this);
     connect(d->dialog, &QDialog::rejected, this, &CTaskInteractiveDownload::onDownloadCancelClicked);
-    connect(d->dialog, &QObject::destroyed, this, &CTaskInteractiveDownload::onDownloadCancelClicked);
+    connect(d->dialog, &QObject::destroyed, this, [this] {
+        // Only a plain widget is left of it.
+        d->dialog.clear();
+        onDownloadCancelClicked();
+    });
     connect(d->dialog, &CDownloadProgressDialog::pauseResumeClicked, this,
             &CTaskInteractiveDownload::onDownloadPauseResumeClicked);
     d->dialog->show();

@@ -1,6 +1,7 @@
 #include "gui/log/Log.h"
 #include "gui/messages/CDetailsDialog.h"
 #include "gui/messages/CMessageBox.h"
+#include "gui/tasks/CDownloadProgressDialog.h"
 #include "gui/window/CProgressDialog.h"
 #include "tests/support/KovTest.h"
 
@@ -117,6 +118,14 @@ void tst_Dialogs::dialog_data()
         return new CDetailsDialog(QStringLiteral("line\n").repeated(99));
     }) << "CDetailsDialog"
                              << "m_pbClose m_txtDetails" << true;
+    const auto download = [] {
+        auto *dialog = new CDownloadProgressDialog({37, 3725, 456789012, 1234567890, 1234567});
+        dialog->setFileName(QStringLiteral("a-very-long-name-").repeated(20));
+        dialog->setStatusText(QString());
+        return dialog;
+    };
+    QTest::newRow("download") << Factory(download) << "CDownloadProgressDialog"
+                              << "m_pbPauseResume m_pbCancel" << true;
     QTest::newRow("progress") << Factory(progress) << "CProgressDialog"
                               << "m_pbCancel" << false;
 }
