@@ -36,4 +36,4 @@ add_custom_command(OUTPUT ${root}/made
             messages.json ${CMAKE_SOURCE_DIR}/programs/updater/sample-keys/first.key
     COMMENT "Installing this version and packing the next one"
     VERBATIM)
-add_custom_target(console_installation DEPENDS ${root}/made)
+add_custom_target(console_installation ALL DEPENDS ${root}/made)
