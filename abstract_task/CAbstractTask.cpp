@@ -467,6 +467,21 @@ void CAbstractTask::attachChildTask(CAbstractTask *child)
     d->children.append(child->d->childLink);
 }
 
+KOV_RESULT CAbstractTask::startChild(CAbstractTask *child)
+{
+    if (!child) {
+        Tasks::log(0, "(!)Error: Task %p has no child that it could run", address(this));
+        return KOV_ERR_FAILURE;
+    }
+    if (!child->parent())
+        child->setParent(this);
+    attachChildTask(child);
+    if (!d->isStepUnderWay() || d->inStep)
+        setWaitForSubTaskCompletion();
+    child->execute();
+    return KOV_SUCCESS;
+}
+
 void CAbstractTask::endBeforeDestruction()
 {
     if (isRunning() && d->state != Private::Finishing) {
