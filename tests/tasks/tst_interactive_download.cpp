@@ -1,4 +1,5 @@
 #include "gui/messages/CMessageManager.h"
+#include "gui/messages/record/CMessageDataProvider.h"
 #include "gui/tasks/download/CDownloadProgressDialog.h"
 #include "gui/tasks/download/CTaskInteractiveDownload.h"
 #include "kov_sdk/KovSdk.h"
@@ -16,6 +17,20 @@
 #include <sys/mount.h>
 
 using Task = CTaskInteractiveDownload;
+
+/// A host's policy that may answer a question without asking.
+class AnsweringProvider : public CMessageDataProvider
+{
+    Q_OBJECT
+
+public:
+    Q_INVOKABLE AnsweringProvider() = default;
+    bool isMessageHasAutoAnswer(int code) override
+    {
+        return answers || CMessageDataProvider::isMessageHasAutoAnswer(code);
+    }
+    static inline bool answers = false;
+};
 
 /// The task with the real utility and the real messages.
 class tst_InteractiveDownload : public QObject
@@ -70,6 +85,8 @@ void tst_InteractiveDownload::initTestCase()
     ignoreOffscreenWarnings();
     KovGui::init(KAM_CONSOLE);
     KovGui::setLogVerbosity(2);
+    KovGui::staticMetaObjectHash()[QStringLiteral("CMessageDataProvider")]
+        = &AnsweringProvider::staticMetaObject;
     ChosenProxy::install();
     QCOMPARE(KovApi_LoadMessageCatalogue(MESSAGES), KOV_SUCCESS);
     connect(CMessageManager::instance(), &CMessageManager::aboutToShowMessage, this,
@@ -217,6 +234,9 @@ void tst_InteractiveDownload::outcomes_data()
     row("no HEAD", "no HEAD", "", "*", "none", "", "0  right 1");
     row("HEAD fails once", "fails once", "", "*", "none", "1", "0 f right 1");
     row("file gone", "gone", "", "*", "none", "12", "80000009 ff none 2");
+    row("file gone, the host's policy says again", "gone", "", "*", "none", "policy", "80000009  none 2");
+    row("damaged on its way, the host's policy says again", "damages once", "", "*", "none", "policy",
+        "0  right 2");
 }
 
 void tst_InteractiveDownload::outcomes()
@@ -236,7 +256,8 @@ void tst_InteractiveDownload::outcomes()
     m_checksum = checksum.replace('*', m_digest.toLatin1().toUpper() + " *file.bin");
     QFETCH(QString, answers);
     const bool isQuiet = answers == QLatin1String("quiet");
-    m_answers = isQuiet ? QString() : answers;
+    AnsweringProvider::answers = answers == QLatin1String("policy");
+    m_answers = isQuiet || AnsweringProvider::answers ? QString() : answers;
     if (existing != QLatin1String("none"))
         QVERIFY(write(filePath(), existing == QLatin1String("right") ? m_content : "mine"));
     QVERIFY(write(filePath(".md5"), "mine as well"));
@@ -244,6 +265,7 @@ void tst_InteractiveDownload::outcomes()
     const auto task = makeTask(digest.replace(QLatin1Char('*'), m_digest.toUpper()), isQuiet);
     task->execute();
     QTRY_VERIFY_WITH_TIMEOUT(task->isFinished(), 20000);
+    AnsweringProvider::answers = false;
     QCOMPARE(QStringLiteral("%1 %2 %3 %4")
                  .arg(unsigned(task->getResult()), 0, 16)
                  .arg(m_questions, whatIsAt(filePath()))
