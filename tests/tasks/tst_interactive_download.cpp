@@ -3,10 +3,10 @@
 #include "gui/tasks/download/CDownloadProgressDialog.h"
 #include "gui/tasks/download/CTaskInteractiveDownload.h"
 #include "kov_sdk/KovSdk.h"
-#include "tests/programs/download/FaultServer.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/NginxServer.h"
 #include "tests/support/OffscreenPlatform.h"
+#include "tests/support/TestServer.h"
 #include "tests/tasks/DownloadFixture.h"
 
 #include <QCryptographicHash>
@@ -52,7 +52,7 @@ private Q_SLOTS:
 
 private:
     void answer(CMessageBoxWndBase *window, int code);
-    FaultServer::Reply serve(const FaultServer::Request &request);
+    TestServer::Reply serve(const TestServer::Request &request);
     std::unique_ptr<Task> makeTask(const QString &digest, bool isQuiet = false);
     QString filePath(const char *suffix = "") const
     {
@@ -71,7 +71,7 @@ private:
     const QString m_digest
         = QString::fromLatin1(QCryptographicHash::hash(m_content, QCryptographicHash::Md5).toHex());
     std::unique_ptr<QTemporaryDir> m_folder;
-    std::unique_ptr<FaultServer> m_server;
+    std::unique_ptr<TestServer> m_server;
     QByteArray m_behaviour; ///< of the server
     QByteArray m_checksum; ///< what it has at ".md5"
     int m_pieceSize = 0;
@@ -100,8 +100,8 @@ void tst_InteractiveDownload::init()
     KovGui::setUpdaterFilePathAndUpdateMode(QStringLiteral(DOWNLOAD_UTILITY), QString(),
                                             QStringLiteral("ctl"));
     m_folder = std::make_unique<QTemporaryDir>();
-    m_server = std::make_unique<FaultServer>(
-        [this](const FaultServer::Request &request) { return serve(request); });
+    m_server
+        = std::make_unique<TestServer>([this](const TestServer::Request &request) { return serve(request); });
     m_behaviour.clear();
     m_checksum = m_digest.toLatin1() + "  file.bin\n";
     m_pieceSize = 0;
@@ -128,33 +128,33 @@ void tst_InteractiveDownload::answer(CMessageBoxWndBase *window, int code)
         QTimer::singleShot(0, window, [window, given] { window->done(given.toInt()); });
 }
 
-FaultServer::Reply tst_InteractiveDownload::serve(const FaultServer::Request &request)
+TestServer::Reply tst_InteractiveDownload::serve(const TestServer::Request &request)
 {
     m_isDialogSeen = m_isDialogSeen || dialog();
     const auto refuse = [](const char *status) {
-        return FaultServer::Reply{status + QByteArray("\r\nContent-Length: 0\r\n"), "",
-                                  FaultServer::End::Close, 0};
+        return TestServer::Reply{status + QByteArray("\r\nContent-Length: 0\r\n"), "", TestServer::End::Close,
+                                 0};
     };
     const QByteArray line = request.head.left(request.head.indexOf("\r\n"));
     if (line.contains(".md5")) {
         if (m_behaviour == "checksum comes late")
             return m_behaviour.clear(), refuse("404 Not Found");
-        return m_checksum.isEmpty() ? refuse("404 Not Found") : FaultServer::whole(m_checksum, "\"m\"");
+        return m_checksum.isEmpty() ? refuse("404 Not Found") : TestServer::whole(m_checksum, "\"m\"");
     }
     if (line.startsWith("HEAD")) {
         if (m_behaviour == "no HEAD")
             return refuse("501 Not Implemented");
         if (m_behaviour == "fails once")
             return m_behaviour.clear(), refuse("500 Oops");
-        return {FaultServer::whole(m_content, "\"x\"").head, "", FaultServer::End::Close, 0};
+        return {TestServer::whole(m_content, "\"x\"").head, "", TestServer::End::Close, 0};
     }
     if (m_behaviour == "gone")
         return refuse("404 Not Found");
     if (m_behaviour == "damages once") {
         m_behaviour.clear();
-        return FaultServer::whole(testContent(m_content.size(), 8), "\"y\"");
+        return TestServer::whole(testContent(m_content.size(), 8), "\"y\"");
     }
-    FaultServer::Reply reply = FaultServer::honest(request, m_content, "\"x\"");
+    TestServer::Reply reply = TestServer::honest(request, m_content, "\"x\"");
     reply.pieceSize = m_pieceSize;
     return reply;
 }

@@ -117,8 +117,7 @@ CTaskInteractiveDownload::CTaskInteractiveDownload(const FileDownloadInfo &info,
     , d(new Private)
 {
     d->info = info;
-    if (d->info.destinationDirectory.isEmpty())
-        d->info.destinationDirectory = QDir::homePath();
+    d->info.chooseDirectory(QDir::homePath());
     d->info.md5 = (expectedDigest.isEmpty() ? info.md5 : expectedDigest).toLower();
     d->isDigestGiven = !d->info.md5.isEmpty();
     d->isInBackground = inBackground;

@@ -3,6 +3,7 @@
 #include "gui/messages/CSearchParentHelper.h"
 #include "gui/tasks/download/CTaskInteractiveDownload_p.h"
 #include "gui/tasks/download/DownloadChecks_p.h"
+#include "gui/tasks/download/DownloadExitCode.h"
 #include "gui/tasks/progress/FormatUtils.h"
 
 #include <QDir>
@@ -17,8 +18,6 @@ using KovGui::logText;
 namespace {
 
 const char Tag[] = "[INTERACTIVE_DOWNLOAD]";
-/// The utility's exit code.
-constexpr int diskFull = 16;
 
 bool isTransferGood(int exitCode, int exitStatus)
 {
@@ -258,7 +257,7 @@ void CTaskInteractiveDownload::onDownloadFinished(QString path, int exitCode, in
         subTaskCompleted(KOV_SUCCESS);
         return;
     }
-    if (exitCode == diskFull) {
+    if (exitCode == int(DownloadUtility::ExitCode::DiskFull)) {
         const qint64 free = QStorageInfo(d->info.destinationDirectory).bytesAvailable();
         askForSpace(retryDownload(false), qMax(qint64(0), d->info.size - d->info.downloadedByFar()), free);
         return;

@@ -54,12 +54,7 @@ public:
         : q(owner)
     { }
 
-    QString path() const
-    {
-        // Without a folder the path would be one in the user's home.
-        const QString folder = info.download.destinationDirectory;
-        return folder.isEmpty() ? QString() : info.download.destinationFilePath();
-    }
+    QString path() const { return info.download.destinationFilePath(); }
     bool hasPackage() const { return QFileInfo(path()).isFile(); }
 
     void open(CBaseDialog *window, const char *answerSlot);
@@ -243,7 +238,7 @@ CTaskInstallProductUpdate::CTaskInstallProductUpdate(const CProductUpdateInfo &i
     d->params = params;
     d->downloadsInBackground = params.downloadInBackground;
     if (info.download.destinationDirectory.isEmpty())
-        d->info.download.destinationDirectory = UpgradeUtils::updatesFolder();
+        d->info.download.chooseDirectory(UpgradeUtils::updatesFolder());
 }
 
 CTaskInstallProductUpdate::~CTaskInstallProductUpdate()
