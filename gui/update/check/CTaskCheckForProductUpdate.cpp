@@ -9,10 +9,10 @@
 #include "gui/log/LogText.h"
 #include "gui/messages/CTaskQuestion.h"
 #include "gui/tasks/TaskIds.h"
-#include "gui/update/catalogue/UpdaterExitCode.h"
 #include "gui/update/check/UpdaterOutputUtils.h"
 #include "gui/update/launch/CTaskLaunchUpdater.h"
 #include "gui/update/launch/UpdateCommand_p.h"
+#include "gui/update/launch/UpdaterExitCode.h"
 #include "gui/update/launch/UpdaterFault_p.h"
 #include "gui/update/record/CustomUpdateServerInfo.h"
 #include "gui/update/record/UpdateUrl_p.h"
@@ -31,6 +31,8 @@ namespace {
 
 const char logTag[] = "[APP_UPDATE]";
 const char registryKey[] = "CTaskCheckForProductUpdate";
+
+using Updater::ExitCode;
 
 bool saysExitCode(int exitCode, ExitCode expected)
 {

@@ -1,10 +1,12 @@
 #include "gui/update/launch/UpdaterFault_p.h"
 
-#include "gui/update/catalogue/UpdaterExitCode.h"
+#include "gui/update/launch/UpdaterExitCode.h"
 
 #include <QCoreApplication>
 
 namespace {
+
+using Updater::ExitCode;
 
 class Text
 {
@@ -32,13 +34,11 @@ QString UpdaterFault::explanation(int exitCode)
     case ExitCode::PackageBroken:
         return Text::tr("The update holds something that may not be installed. Contact support.");
     case ExitCode::NotEnoughSpace:
-        return Text::tr("There is not enough free disk space. Empty the trash or remove files that you do "
-                        "not need, and try "
-                        "again.");
+        return Text::tr(
+            "There is not enough free disk space. Empty the trash or remove files that you do not need, and try again.");
     case ExitCode::InstallFailed:
         return Text::tr("The files of the application could not be replaced. Make sure that you may change "
-                        "them and that no "
-                        "other program uses them, and try again.");
+                        "them and that no other program uses them, and try again.");
     case ExitCode::InstallBusy:
         return Text::tr("Another update is being installed. Wait until it is done, and try again.");
     case ExitCode::BadCatalogue:
@@ -51,24 +51,19 @@ QString UpdaterFault::explanation(int exitCode)
         return Text::tr("The update server did not answer as expected. Try again later.");
     case ExitCode::TlsError:
         return Text::tr("No secure connection to the update server could be made. Check the date and time of "
-                        "this computer; "
-                        "in a network that inspects connections, ask its administrator.");
+                        "this computer; in a network that inspects connections, ask its administrator.");
     case ExitCode::NoConnection:
         return Text::tr(
             "The update server cannot be reached. Check your Internet connection, and try again.");
     case ExitCode::ProxyError:
         return Text::tr("The proxy server did not let the connection through. Check the proxy settings of "
-                        "your system, and "
-                        "try again.");
+                        "your system, and try again.");
     case ExitCode::CatalogueNotTrusted:
         return Text::tr(
-            "The update server's list of updates is not signed by the maker of the application, or was "
-            "altered "
-            "on its way. Try again in another network; if the problem persists, contact support.");
+            "The update server's list of updates is not signed by the maker of the application, or was altered on its way. Try again in another network; if the problem persists, contact support.");
     case ExitCode::CatalogueOutdated:
         return Text::tr("The update server's list of updates is out of date. Check the date and time of this "
-                        "computer, and "
-                        "try again later.");
+                        "computer, and try again later.");
     case ExitCode::ConfigurationError:
         return Text::tr(
             "The settings of the program that updates the application are missing or damaged. Install the "
@@ -78,11 +73,11 @@ QString UpdaterFault::explanation(int exitCode)
     case ExitCode::UsageError:
     case ExitCode::OutputError:
     case ExitCode::InternalError:
+    case ExitCode::NothingBefore:
         break;
     }
     return Text::tr("The program that updates the application reported error %1. Try again later; if the "
-                    "problem persists, "
-                    "contact support.")
+                    "problem persists, contact support.")
         .arg(exitCode);
 }
 

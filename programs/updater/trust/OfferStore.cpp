@@ -1,7 +1,7 @@
 #include "programs/updater/trust/OfferStore.h"
 
 #include "programs/updater/base/ErrorLine.h"
-#include "programs/updater/base/PrivateFile.h"
+#include "programs/updater/base/Files.h"
 #include "programs/updater/trust/Signature.h"
 
 #include <QCryptographicHash>
@@ -70,7 +70,7 @@ class Turn
 public:
     explicit Turn(const QString &folder)
         : m_lock(QDir(folder).filePath(QStringLiteral("lock")))
-        , m_fault(cannotWrite(folder, PrivateFile::makeFolder(folder)))
+        , m_fault(cannotWrite(folder, Files::makePrivateFolder(folder)))
     {
         if (m_fault.isEmpty() && !m_lock.tryLock(lockTimeoutMilliseconds))
             m_fault = cannotWrite(folder, QStringLiteral("its lock cannot be taken"));
@@ -112,7 +112,7 @@ QString OfferStore::setCatalogueCounter(const QString &product, quint64 counter)
     if (damage.isEmpty() && counter <= known)
         return QString();
     const QByteArray record = QByteArray::number(counter) + '\n';
-    return cannotWrite(path, PrivateFile::replace(path, record.constData(), record.size()));
+    return cannotWrite(path, Files::replacePrivate(path, record.constData(), record.size()));
 }
 
 QByteArray OfferStore::packageSignature(const QString &product, const QString &packageFileName) const
@@ -133,5 +133,5 @@ QString OfferStore::setOffer(const QString &product, const QString &packageFileN
         return turn.fault();
     const QString path = offerPath(m_folder, product);
     const QByteArray record = offerHeading(packageFileName) + signatureFile;
-    return cannotWrite(path, PrivateFile::replace(path, record.constData(), record.size()));
+    return cannotWrite(path, Files::replacePrivate(path, record.constData(), record.size()));
 }

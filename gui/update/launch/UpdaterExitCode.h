@@ -1,7 +1,9 @@
 #pragma once
 
-/// What the updater program exits with, shared with the library that runs it. 0, 4 and 25 are what every updater of
-/// the family answers; docs/reference/updater.md lists all.
+namespace Updater {
+
+/// What the updater program exits with, shared by the program and the library that runs it. 0, 4 and 25 are what every
+/// updater of the family answers; docs/reference/updater.md lists all.
 enum class ExitCode {
     /// Also: the work is done.
     UpdateFound = 0,
@@ -21,6 +23,8 @@ enum class ExitCode {
     InstallFailed = 15,
     /// Another installation is under way.
     InstallBusy = 16,
+    /// There is no older version to go back to.
+    NothingBefore = 17,
     BadCatalogue = 20,
     TooLarge = 21,
     HttpError = 22,
@@ -35,3 +39,5 @@ enum class ExitCode {
     /// Properly signed, but expired, or older than one that was seen before.
     CatalogueOutdated = 30
 };
+
+} // namespace Updater
