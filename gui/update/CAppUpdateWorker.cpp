@@ -32,12 +32,6 @@ constexpr int millisecondsPerMinute = 60 * 1000;
 constexpr int afterStart = 5 * millisecondsPerMinute;
 constexpr int reminderTimeout = 10 * millisecondsPerMinute;
 
-/// The check's messages have the same: one of either waits for the other.
-QString messageIssuer()
-{
-    return QStringLiteral("ProductUpdate");
-}
-
 void recordInstalled(const CProductUpdateInfo &info)
 {
     UpgradeUtils::setUpdateHandedOver(info);
@@ -150,7 +144,7 @@ CAppUpdateWorker::~CAppUpdateWorker()
         d->installation->leave();
     delete d->installation;
     if (d->isOfferingMajor)
-        CMessageManager::instance()->closeSpecificMessageBox(messageIssuer(),
+        CMessageManager::instance()->closeSpecificMessageBox(UpgradeUtils::messageIssuer(),
                                                              KOV_QUESTION_INSTALL_MAJOR_UPGRADE);
 }
 
@@ -325,12 +319,12 @@ void CAppUpdateWorker::offerMajorUpgrade(const CProductUpdateInfo &info, bool in
     d->offeredMajor = info;
     if (std::exchange(d->isOfferingMajor, true)) {
         if (!inBackground)
-            CMessageManager::instance()->raiseSpecificMessageBox(messageIssuer(), code);
+            CMessageManager::instance()->raiseSpecificMessageBox(UpgradeUtils::messageIssuer(), code);
         return;
     }
     const QStringList own{KovGui::getAppGuiName(), info.getVersion()};
     MessageParams params(code);
-    params.setIssuerId(messageIssuer())
+    params.setIssuerId(UpgradeUtils::messageIssuer())
         .setShortMsgParams(own + messageParameters(code, false))
         .setLongMsgParams(own + messageParameters(code, true))
         .setCloseMsgSlot(

@@ -47,7 +47,7 @@ const CProductUpdateInfo *PendingUpdate::info() const
 
 bool PendingUpdate::isPackageOnDisk() const
 {
-    return !m_info.download.destinationDirectory.isEmpty() && isOnDisk(m_info.download.destinationFilePath());
+    return isOnDisk(m_info.download.destinationFilePath());
 }
 
 bool PendingUpdate::isOnDisk(const QString &packagePath)
@@ -67,10 +67,9 @@ void PendingUpdate::load(CProductUpdateInfo::UpdateType type)
     ensureFolder();
 }
 
-/// An empty folder would mean the user's home folder.
 void PendingUpdate::ensureFolder()
 {
     FileDownloadInfo &package = m_info.download;
     if (package.destinationDirectory.isEmpty() && !package.url.isEmpty())
-        package.destinationDirectory = UpgradeUtils::updatesFolder();
+        package.chooseDirectory(UpgradeUtils::updatesFolder());
 }

@@ -237,4 +237,9 @@ QString updatesFolder()
     return path;
 }
 
+QString messageIssuer()
+{
+    return QStringLiteral("ProductUpdate");
+}
+
 } // namespace UpgradeUtils
