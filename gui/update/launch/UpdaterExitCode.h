@@ -12,7 +12,7 @@ enum class ExitCode {
     NoUpdate = 4,
     /// There is no installation of this program that could be replaced.
     NoInstallation = 10,
-    /// The package or its signature is missing, altered, or signed by nobody known.
+    /// The package is missing, or it or its signature is altered, or signed by nobody known.
     PackageNotTrusted = 11,
     /// Properly signed, but expired, or not newer than what is installed, or not the one that was offered.
     PackageOutdated = 12,
@@ -23,8 +23,10 @@ enum class ExitCode {
     InstallFailed = 15,
     /// Another installation is under way.
     InstallBusy = 16,
+    /// There is no signature for the package: no check of this user has offered it, and none lies beside it.
+    SignatureMissing = 17,
     /// There is no older version to go back to.
-    NothingBefore = 17,
+    NothingBefore = 18,
     BadCatalogue = 20,
     TooLarge = 21,
     HttpError = 22,

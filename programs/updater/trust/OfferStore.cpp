@@ -7,6 +7,7 @@
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QLockFile>
 #include <QStandardPaths>
 #include <QUrl>
@@ -15,6 +16,8 @@ namespace {
 
 constexpr int lockTimeoutMilliseconds = 10000;
 constexpr qint64 maximumRecordSize = 64 * 1024;
+/// Of a product: the package that waits to be installed is among the last ones that were offered.
+constexpr int maximumOffers = 16;
 
 /// A product's name may hold anything that a path must not.
 QString recordPath(const QString &folder, const char *kind, const QString &product)
@@ -28,9 +31,21 @@ QString counterPath(const QString &folder, const QString &product)
     return recordPath(folder, "counter-", product);
 }
 
-QString offerPath(const QString &folder, const QString &product)
+/// One record a package: a newer offer leaves those before it as they are.
+QString offerPath(const QString &folder, const QString &product, const QString &packageFileName)
 {
-    return recordPath(folder, "offer-", product);
+    const QByteArray digest
+        = QCryptographicHash::hash(packageFileName.toUtf8(), QCryptographicHash::Sha256).toHex();
+    return recordPath(folder, "offer-", product) + QLatin1Char('-') + QLatin1String(digest);
+}
+
+void forgetOldOffers(const QString &folder, const QString &product)
+{
+    const QString names = QFileInfo(recordPath(folder, "offer-", product)).fileName() + QLatin1String("-*");
+    QDir records(folder, names, QDir::Time, QDir::Files);
+    const QStringList newestFirst = records.entryList();
+    for (int i = maximumOffers; i < newestFirst.size(); ++i)
+        records.remove(newestFirst.at(i));
 }
 
 QByteArray offerHeading(const QString &packageFileName)
@@ -118,7 +133,7 @@ QString OfferStore::setCatalogueCounter(const QString &product, quint64 counter)
 QByteArray OfferStore::packageSignature(const QString &product, const QString &packageFileName) const
 {
     QString fault;
-    const QByteArray record = readRecord(offerPath(m_folder, product), &fault);
+    const QByteArray record = readRecord(offerPath(m_folder, product, packageFileName), &fault);
     if (!fault.isEmpty())
         printError(fault);
     const QByteArray heading = offerHeading(packageFileName);
@@ -131,7 +146,9 @@ QString OfferStore::setOffer(const QString &product, const QString &packageFileN
     const Turn turn(m_folder);
     if (!turn.fault().isEmpty())
         return turn.fault();
-    const QString path = offerPath(m_folder, product);
+    const QString path = offerPath(m_folder, product, packageFileName);
     const QByteArray record = offerHeading(packageFileName) + signatureFile;
-    return cannotWrite(path, Files::replacePrivate(path, record.constData(), record.size()));
+    const QString fault = cannotWrite(path, Files::replacePrivate(path, record.constData(), record.size()));
+    forgetOldOffers(m_folder, product);
+    return fault;
 }
