@@ -24,8 +24,7 @@ class KOVGUI_EXPORT CDownloadProcessor : public QObject
 public:
     struct Request
     {
-        /// Not with a password: the arguments of a process can be read by every user of the machine.
-        QString url;
+        QString url; ///< one that is not WebUtils::isOpenAddress() is refused
         QString destination; ///< an existing folder
         QString utilityPath;
         bool isBackground = false;

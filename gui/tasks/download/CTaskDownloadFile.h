@@ -50,7 +50,7 @@ public:
     };
     Q_ENUM(State)
 
-    /// @param url          http or https, without a password: one in it is refused
+    /// @param url          one that is not WebUtils::isOpenAddress() is refused
     /// @param destination  an existing folder
     CTaskDownloadFile(const QString &url, const QString &destination, DownloadOptions options);
     ~CTaskDownloadFile() override;

@@ -22,7 +22,7 @@
  *
  * The steps, in the order in which they run:
  * - ShowProgressDialog: over the active window. When that one is destroyed, the download is cancelled.
- * - PrepareDownload: the address is http or https and names a safe file, an expected digest is one; the folder is made,
+ * - PrepareDownload: the address is an open one (WebUtils::isOpenAddress()) and names a safe file, an expected digest is one; the folder is made,
  * and may be written to unless the file is there already.
  * - QueryDownloadContentChecksum: without an expected digest, the first word of the file at the address with ".md5"
  * appended (in front of its query). Without a digest nothing is downloaded.

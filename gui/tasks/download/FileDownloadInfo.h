@@ -33,6 +33,9 @@ public:
     void chooseDirectory(const QString &directory);
     /// Bytes on disk: of the finished file if it exists, else of the partial file, else 0.
     qint64 downloadedByFar() const;
+    /// A download was cut off, by the application's end for instance: there is a partial file and no finished one, and
+    /// another download to this directory goes on from it.
+    bool isCutOff() const;
 
     /// The address, or the path of a local file.
     QString url;

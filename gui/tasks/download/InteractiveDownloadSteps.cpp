@@ -257,6 +257,11 @@ void CTaskInteractiveDownload::onDownloadFinished(QString path, int exitCode, in
         subTaskCompleted(KOV_SUCCESS);
         return;
     }
+    // Not by this task, which would not hear of it: the application ends, and there is nobody to ask.
+    if (exitStatus != 0 && !path.isEmpty()) {
+        subTaskCompleted(KOV_ERR_CANCELLED);
+        return;
+    }
     if (exitCode == int(DownloadUtility::ExitCode::DiskFull)) {
         const qint64 free = QStorageInfo(d->info.destinationDirectory).bytesAvailable();
         askForSpace(retryDownload(false), qMax(qint64(0), d->info.size - d->info.downloadedByFar()), free);

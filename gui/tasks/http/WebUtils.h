@@ -35,6 +35,14 @@ KOVGUI_EXPORT QString maskedUrl(const QUrl &url);
  */
 KOVGUI_EXPORT QString withMaskedUrls(const QString &text, const QUrl &url = QUrl());
 
+/**
+ * Whether an address may be handed to a child process, whose arguments every user of the machine can read: http or
+ * https, a host behind its "//", and no user information, which may be a password or a token.
+ *
+ * With one slash or three ("http:/user:password@host") what one reader takes for a path is a login to another.
+ */
+KOVGUI_EXPORT bool isOpenAddress(const QString &address);
+
 /// What the web services want to know: "Product", "Version", "Os" and "Locale", with decoded values.
 /// @param localeName  such as "de_DE"
 KOVGUI_EXPORT QueryItems productInfo(const QString &localeName);

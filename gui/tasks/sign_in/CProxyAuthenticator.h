@@ -21,7 +21,12 @@ class QNetworkReply;
  * Credentials belong to one proxy: its type, host and port. Those that the proxy refused are not sent to it
  * again in this process, unless the user types them again; a question that the user cancels leaves the request
  * to fail with QNetworkReply::ProxyAuthenticationRequiredError. One question is open at a time. Another request
- * that is challenged meanwhile waits for the answer, in an event loop of its own.
+ * that is challenged meanwhile waits for the answer, in an event loop of its own, until one of them has found out
+ * whether it is right.
+ *
+ * Basic and Digest get user and password in UTF-8. NTLM works where the toolkit does: for http and with well-formed
+ * challenges; a request that it does not get anywhere with in ten seconds is aborted (the manager's child
+ * "handshakeTimer"), with an error in the log.
  *
  * Passwords are kept in memory until destroy() and handed to Qt; they are never logged.
  *
