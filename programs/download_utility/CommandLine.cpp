@@ -83,6 +83,11 @@ Result parseCommandLine(const std::vector<std::string> &arguments, Options &opti
              return isPlainHost(value);
          }},
         {"--proxy-port", number(options.proxyPort, 1, 65535)},
+        {"--proxy-kind",
+         [&options](const std::string &value) {
+             options.isSocksProxy = value == "socks5";
+             return options.isSocksProxy || value == "http";
+         }},
         {"-pu",
          [&options](const std::string &value) {
              options.proxyUser = value;
@@ -135,6 +140,7 @@ file; the file appears under its name only when it is complete.
   -bd                    background: give way to other programs
   --proxy-server HOST    use this HTTP proxy, and nothing else
   --proxy-port PORT
+  --proxy-kind KIND      http (as without it) or socks5
   -pu USER               the proxy's user; its password is read as one line from standard input
   --proxy-try-count N    accepted; a refused password is never sent a second time
 

@@ -44,6 +44,7 @@ public:
     /// What proxyDetected() said; an empty host before that. After the thread's end.
     QString host() const;
     uint port() const;
+    bool isSocks() const; ///< SOCKS 5 instead of HTTP
 
 Q_SIGNALS:
     /// The answer, once. Without a proxy: false, an empty host and 0.
