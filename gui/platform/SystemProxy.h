@@ -37,8 +37,8 @@ public:
      * @param url        http or https, UTF-8, percent-encoded
      * @param scriptUrl  the auto-configuration script to ask; empty for the system's settings. On Unix http,
      * https or file.
-     * @param limit      milliseconds to wait at most. Windows has limits of its own for fetching a script, so the
-     * caller bounds its wait as well.
+     * @param limit      milliseconds to wait at most. Windows has limits of its own for fetching a script, so
+     * the caller bounds its wait as well.
      * @return false when there is no proxy, or when none could be found out (reported)
      */
     bool find(const std::string &url, const std::string &scriptUrl, int limit, ProxyAddress &result);

@@ -228,7 +228,7 @@ int main()
     std::getline(std::cin, script);
     if (!std::getline(std::cin, url) || url.empty()) {
         std::cerr
-            << "kovgui-find-proxy: reads a script's address, or an empty line, and a URL from standard input\n";
+            << "kovgui-find-proxy: reads a script's address or an empty line, then a URL, from its input\n";
         return 2;
     }
     std::thread(watchMemory).detach();

@@ -116,8 +116,8 @@ void CTaskInteractiveDownload::onQueryDownloadContentChecksumFinished(QString qs
     }
     ask(MessageParams(KOV_QUESTION_DOWNLOAD_FAILED)
             .setLongMsg(
-                tr("The checksum of <b>%1</b> could not be fetched, so the file could not be verified. Check your "
-                   "Internet connection, and try again.")
+                tr("The checksum of <b>%1</b> could not be fetched, so the file could not be verified. "
+                   "Check your Internet connection, and try again.")
                     .arg(d->info.destinationFileName().toHtmlEscaped())),
         retryStep());
 }

@@ -25,8 +25,8 @@ void report(unsigned level, const char *text)
         KovGui::log("", "ProxyInfo", level, "%s", logText(QByteArray(text)).constData());
 }
 
-/// What is sent to foreign servers and scripts: no user, no query, and the host alone where the connection would
-/// hide the rest.
+/// What is sent to foreign servers and scripts: no user, no query, and the host alone where the connection
+/// would hide the rest.
 std::string disclosed(const QString &url)
 {
     QUrl address = QUrl(url).adjusted(QUrl::RemoveUserInfo | QUrl::RemoveQuery | QUrl::RemoveFragment);

@@ -16,9 +16,9 @@ namespace Tessarine {
  *     connect(thread, &CInitAutoProxyThread::proxyDetected, this, ...);
  *     thread->start();
  *
- * Deletes itself after its end, from the event loop; do not keep a plain pointer. One that still runs when the
- * application object goes is stopped and waited for; one that cannot be stopped (Windows) is left alone, for
- * destroying it would crash the program.
+ * Deletes itself after its end, from the event loop; do not keep a plain pointer. One that still runs when
+ * the application object goes is stopped and waited for; one that cannot be stopped (Windows) is left alone,
+ * for destroying it would crash the program.
  */
 class KOVGUI_EXPORT CInitAutoProxyThread : public QThread
 {

@@ -24,8 +24,8 @@ constexpr int DetectionLimit = 10000;
 constexpr int ProxyAuthenticationStatus = 407;
 constexpr int ServerAuthenticationStatus = 401;
 
-/// A request that is only there to be challenged: it ends when the response's headers tell that the proxy let it
-/// through. What the URL names may be a whole package.
+/// A request that is only there to be challenged: it ends when the response's headers tell that the proxy let
+/// it through. What the URL names may be a whole package.
 class ProxyProbe : public CTaskHttpOperation
 {
 public:

@@ -120,7 +120,8 @@ public:
     bool isAsking = false;
     /// Whose question stands in an event loop, also after its answer: those inside it end first.
     QVector<const QObject *> askers;
-    /// Who carries the user's answer to the proxy, while nobody knows whether it is right: one of all that wait.
+    /// Who carries the user's answer to the proxy, while nobody knows whether it is right: one of all that
+    /// wait.
     const QObject *trying = nullptr;
     QString triedKey;
 

@@ -27,7 +27,8 @@ const Credentials &guest()
 void answer(QAuthenticator *authenticator, const Credentials &credentials)
 {
     const bool isAsUtf8 = hasRealm(*authenticator);
-    // Qt takes unchanged credentials for "no answer"; an empty user lets it answer NTLM by itself without end.
+    // Qt takes unchanged credentials for "no answer"; an empty user lets it answer NTLM by itself without
+    // end.
     if (isAsUtf8)
         authenticator->setUser(QString());
     authenticator->setUser(isAsUtf8 ? ProxyAuthUtils::toToolkit(credentials.user) : credentials.user);
@@ -96,8 +97,8 @@ void CProxyAuthenticatorPrivate::send(const Challenge &challenge, const Credenti
     answer(challenge.authenticator, credentials);
 }
 
-/// What the proxy has refused, if anything. For plain requests Qt tells; for a tunnel each attempt comes as new,
-/// and only the number tells: each request is challenged once for each answer.
+/// What the proxy has refused, if anything. For plain requests Qt tells; for a tunnel each attempt comes as
+/// new, and only the number tells: each request is challenged once for each answer.
 ProxySignIn::Credentials CProxyAuthenticatorPrivate::refusedBy(const Challenge &challenge) const
 {
     if (!challenge.refused.isEmpty())
@@ -214,8 +215,8 @@ CUserAuthDialog *CProxyAuthenticatorPrivate::openDialog(const Challenge &challen
     if (!(challenge.refused == guest()))
         dialog->setUsername(challenge.refused.user);
     question = {challenge.manager, challenge.key, int(waiting.size()), dialog};
-    // The challenges that wait run inside the dialog's event loop: they go on when the dialog closes, and only
-    // then can its exec() return.
+    // The challenges that wait run inside the dialog's event loop: they go on when the dialog closes, and
+    // only then can its exec() return.
     QObject::connect(dialog, &QDialog::finished, q, [this, proxy = challenge.proxy](int result) {
         closeQuestion(proxy, result == QDialog::Accepted);
     });
@@ -252,7 +253,8 @@ void CProxyAuthenticatorPrivate::closeQuestion(const QNetworkProxy &proxy, bool 
     Q_EMIT q->waitingForUserInput(false);
 }
 
-/// Lets one of those that wait for this answer try it: the one that can go on first. None: whoever asked tries it.
+/// Lets one of those that wait for this answer try it: the one that can go on first. None: whoever asked
+/// tries it.
 void CProxyAuthenticatorPrivate::passOn(int outerWaiters)
 {
     bool isTaken = false;
