@@ -13,9 +13,9 @@ find_package(Qt5Keychain QUIET)
 if(NOT Qt5Keychain_FOUND)
     message(FATAL_ERROR "QtKeychain is missing: run ./setup, or install qtkeychain-qt5-dev.")
 endif()
-# The library is linked in the folder above.
-set_target_properties(qt5keychain PROPERTIES IMPORTED_GLOBAL TRUE)
-target_link_libraries(KovGui PRIVATE qt5keychain ${CMAKE_DL_LIBS})
+kov_add_module(keystore unix/KeyStore.cpp unix/KeyStore.h)
+target_link_libraries(kovgui_keystore PRIVATE qt5keychain)
+target_link_libraries(KovGui PRIVATE ${CMAKE_DL_LIBS})
 
 add_executable(kovgui-find-proxy unix/FindProxy.cpp ProxyList.cpp)
 target_link_libraries(kovgui-find-proxy PRIVATE PkgConfig::libproxy CURL::libcurl Threads::Threads)

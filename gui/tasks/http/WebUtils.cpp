@@ -1,7 +1,7 @@
 #include "gui/tasks/http/WebUtils.h"
 
 #include "gui/frame/Application.h"
-#include "gui/frame/LibraryVersion_p.h"
+#include "gui/frame/LibraryVersion.h"
 
 #include <QRegularExpression>
 #include <QSysInfo>

@@ -1,7 +1,7 @@
 #include "gui/update/record/UpgradeUtils.h"
 
 #include "gui/frame/Application.h"
-#include "gui/frame/LibraryVersion_p.h"
+#include "gui/frame/LibraryVersion.h"
 #include "gui/log/Log.h"
 #include "gui/log/LogText.h"
 #include "gui/update/record/CProductUpdateInfo.h"
