@@ -63,6 +63,7 @@ private Q_SLOTS:
     void findsOldestOfEqualTasks();
     void startsAndPausesAreTold();
     void slotsThatInterfere();
+    void endIsToldWhenAListenerOfTheChildsDeletesTheTask();
     void othersGoOnInAStepsEventLoop();
     void longChainsDoNotRecurse();
     void identifiers();
@@ -173,6 +174,8 @@ void tst_Task::script_data()
         "A|B|child A|finish|child finish|child finished -2147483019|told|finished 1");
     row("child deleted", "B: child", "execute, run, run, child delete, run",
         "A|B|child A|child finished -2147483019|told|finish|finished -2147483019");
+    row("finished in a step's event loop: it lives until the step returns", "B: loop finish -5, mark",
+        "own, execute, run", "A|B|finish|finished -5|-");
     row("deleted with its child", "B: child", "execute, run, run, delete",
         "A|B|child A|child finish|child finished -2147483019|finished -2147483019");
     row("pause reaches the child", "B: child",
@@ -324,6 +327,19 @@ void tst_Task::slotsThatInterfere()
     connect(&task, &CAbstractTask::pausedChanged, &task, &CAbstractTask::resume);
     CTaskScripted::perform(&task, QStringLiteral("execute, run, pause, complete 0, run"));
     QCOMPARE(eventLog().join(QLatin1Char('|')), QStringLiteral("A|resume|B|C|finish|finished 0"));
+}
+
+void tst_Task::endIsToldWhenAListenerOfTheChildsDeletesTheTask()
+{
+    const QPointer<CTaskScripted> task(new CTaskScripted(QStringLiteral("B: child")));
+    CTaskScripted::perform(task, QStringLiteral("execute, run, run"));
+    auto *child = task->findChild<CTaskScripted *>();
+    connect(child, &CAbstractTask::taskFinished, this, [task] { delete task; });
+    eventLog().clear();
+    CTaskScripted::perform(task, QStringLiteral("finish 3"));
+    QVERIFY(!task);
+    QCOMPARE(eventLog().join(QLatin1Char('|')),
+             QStringLiteral("finish|child finish|child finished -2147483019|told|finished 3"));
 }
 
 void tst_Task::othersGoOnInAStepsEventLoop()
