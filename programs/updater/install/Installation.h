@@ -47,6 +47,8 @@ public:
     static std::optional<PackageManifest> installedManifest(const QString &root);
     /// Versions of the installation that must not be offered, because they were gone back from; newest last.
     static QVector<RejectedVersion> rejectedVersions(const QString &root);
+    /// The version in use came up. Needs no lock, so that an application that starts holds up no installation.
+    static InstallResult confirmVersion(const QString &root);
     /// Clears up after an updater that was killed. Does nothing while another one runs, or when the folder is not this
     /// user's to change.
     static InstallResult recover(const QString &root);
@@ -90,8 +92,6 @@ public:
     /// is stepped back from.
     /// @return true when that happened
     bool countStart();
-    /// The version in use came up.
-    InstallResult confirmVersion();
 
 private:
     class Private;

@@ -20,20 +20,19 @@ ExitCode result(const InstallResult &result)
     return result.ok() ? result.code : fail(result.code, result.fault);
 }
 
-/// @return what is wrong with the arguments or the installation
-InstallResult open(const QStringList &arguments, const QStringList &options, const QString &programDirectory,
-                   Values *values, Installation *installation)
+/// Takes the arguments apart and finds the installation.
+InstallResult findRoot(const QStringList &arguments, const QStringList &options,
+                       const QString &programDirectory, Values *values, QString *root)
 {
-    QString fault = parseArguments(arguments, options, values);
-    if (fault.isEmpty() && values->contains(QString()))
-        fault = QStringLiteral("there is one argument too many");
-    if (!fault.isEmpty())
-        return {ExitCode::UsageError, fault};
-    const QString root = rootOf(*values, programDirectory);
-    return root.isEmpty()
+    const QString fault = parseArguments(arguments, options, values);
+    if (!fault.isEmpty() || values->contains(QString()))
+        return {ExitCode::UsageError,
+                fault.isEmpty() ? QStringLiteral("there is one argument too many") : fault};
+    *root = rootOf(*values, programDirectory);
+    return root->isEmpty()
                ? InstallResult{ExitCode::NoInstallation,
                                QStringLiteral("this program lies in no installation; --root names one")}
-               : installation->open(root);
+               : InstallResult();
 }
 
 } // namespace
@@ -41,9 +40,12 @@ InstallResult open(const QStringList &arguments, const QStringList &options, con
 ExitCode runRollbackTool(const QStringList &arguments, const QString &programDirectory)
 {
     Values values;
+    QString root;
     Installation installation;
-    const InstallResult opened = open(arguments, {QStringLiteral("--root"), QStringLiteral("--reason")},
-                                      programDirectory, &values, &installation);
+    InstallResult opened = findRoot(arguments, {QStringLiteral("--root"), QStringLiteral("--reason")},
+                                    programDirectory, &values, &root);
+    if (opened.ok())
+        opened = installation.open(root);
     if (!opened.ok())
         return result(opened);
     const VersionNumber before = installation.manifest().version;
@@ -59,10 +61,10 @@ ExitCode runRollbackTool(const QStringList &arguments, const QString &programDir
 ExitCode runConfirmTool(const QStringList &arguments, const QString &programDirectory)
 {
     Values values;
-    Installation installation;
-    const InstallResult opened
-        = open(arguments, {QStringLiteral("--root")}, programDirectory, &values, &installation);
-    return result(opened.ok() ? installation.confirmVersion() : opened);
+    QString root;
+    const InstallResult found
+        = findRoot(arguments, {QStringLiteral("--root")}, programDirectory, &values, &root);
+    return result(found.ok() ? Installation::confirmVersion(root) : found);
 }
 
 ExitCode prepareRun(char *argv[], const QString &programDirectory, QByteArray *path, char ***next)

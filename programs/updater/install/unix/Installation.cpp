@@ -273,8 +273,14 @@ bool Installation::countStart()
     return false;
 }
 
-InstallResult Installation::confirmVersion()
+InstallResult Installation::confirmVersion(const QString &root)
 {
-    const InstallResult result = Files::remove(d->own.number(), Name::trial);
-    return result.ok() ? Files::sync(d->own.number()) : result;
+    const Descriptor folder = openRoot(root);
+    const Descriptor own = Files::openFolder(folder.number(), Name::own);
+    const std::optional<QByteArray> record
+        = own.isOpen() ? Files::read(own.number(), Name::trial, maximumRecordSize) : std::nullopt;
+    if (!record || !record->startsWith(Private::identityOf(folder.number(), Name::current) + '\n'))
+        return InstallResult();
+    const InstallResult result = Files::remove(own.number(), Name::trial);
+    return result.ok() ? Files::sync(own.number()) : result;
 }
