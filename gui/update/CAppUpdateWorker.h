@@ -48,7 +48,10 @@ struct InstallRequest;
  * download in the background goes on after the check that follows the next start. An application that calls exec()
  * again after aboutToQuit() goes on as before.
  *
- * Timers are children: "startUpCheckTimer", "checkForUpdatesTimer", "installReminderTimer". GUI thread only.
+ * A download in the background that failed is tried again after ten minutes, then with pauses that double, to four hours.
+ *
+ * Timers are children: "startUpCheckTimer", "checkForUpdatesTimer", "installReminderTimer", "downloadRetryTimer". GUI
+ * thread only.
  */
 class KOVGUI_EXPORT CAppUpdateWorker : public QObject
 {
@@ -141,10 +144,10 @@ private Q_SLOTS:
     void onInstallReminderTimeout();
     void onTaskCheckForUpdatesFinished(KOV_RESULT result);
     void onTaskInstallUpdateFinished(KOV_RESULT result);
-    void onInstallMajorUpdateAnswered(KOV_RESULT code, Messaging::ButtonID answer);
     void onAboutToQuit();
 
 private:
+    void onInstallMajorUpdateAnswered(KOV_RESULT code, Messaging::ButtonID answer);
     void handOn(const CTaskCheckForProductUpdate &check);
     void offerMajorUpgrade(const CProductUpdateInfo &info, bool inBackground);
     bool isDownloadInBackgroundWanted() const;
@@ -152,7 +155,7 @@ private:
     KOV_RESULT startInstallation(bool inBackground, const InstallRequest &request);
     void followChoice(const CTaskInstallProductUpdate &task);
     void offerNewerLater(const CTaskInstallProductUpdate &task);
-    void failInstallation();
+    void failInstallation(const CTaskInstallProductUpdate &task);
 
     class Private;
     const std::unique_ptr<Private> d;

@@ -11,6 +11,7 @@
 #include "programs/updater/trust/OfferStore.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <cstdio>
 
@@ -98,6 +99,19 @@ ExitCode sayNoUpdate(const CheckRequest &request, const CommandLine &commandLine
                  ExitCode::NoUpdate);
 }
 
+/// One line, of which nothing is kept.
+bool readPassword(QByteArray *password)
+{
+    constexpr int longestPassword = 4096;
+    QFile input;
+    if (!input.open(stdin, QIODevice::ReadOnly))
+        return false;
+    *password = input.readLine(longestPassword + 2);
+    if (password->endsWith('\n'))
+        password->chop(1);
+    return password->size() <= longestPassword && !password->isEmpty() && !password->contains('\0');
+}
+
 ExitCode check(const CommandLine &commandLine, const QString &programDirectory, const QString &root)
 {
     const bool isOwnConfiguration = !commandLine.configurationFile.isEmpty();
@@ -116,12 +130,15 @@ ExitCode check(const CommandLine &commandLine, const QString &programDirectory, 
     }
     const std::optional<PackageManifest> installed
         = root.isEmpty() ? std::nullopt : Installation::installedManifest(root);
-    const CheckRequestResult made = makeCheckRequest(commandLine, hasConfiguration ? &configuration : nullptr,
-                                                     installed ? &*installed : nullptr);
+    CheckRequestResult made = makeCheckRequest(commandLine, hasConfiguration ? &configuration : nullptr,
+                                               installed ? &*installed : nullptr);
     if (made.code != ExitCode::UpdateFound)
         return fail(made.code, made.fault);
     if (!made.request.isEnabled)
         return sayNoUpdate(made.request, commandLine);
+    if (!commandLine.proxyUser.isEmpty() && !readPassword(&made.request.fetch.proxyPassword))
+        return fail(ExitCode::UsageError,
+                    QStringLiteral("there is no password of the proxy on standard input that can be used"));
     const TrustCriteria criteria{Signature::builtInKeys(), made.request.criteria.product,
                                  QDateTime::currentDateTimeUtc()};
     if (criteria.keys.isEmpty())

@@ -54,6 +54,15 @@ void UpdateDialogLook::keepButtonsWhole(QWidget *row)
     row->setMinimumWidth(row->layout()->sizeHint().width());
 }
 
+void UpdateDialogLook::explainSkip(QAbstractButton *button)
+{
+    const QString text = QCoreApplication::translate(
+        "UpdateDialogLook",
+        "This version is not offered again by itself. Newer versions are, and looking for updates offers it, too.");
+    button->setToolTip(text);
+    button->setAccessibleDescription(text);
+}
+
 QString UpdateDialogLook::windowTitle()
 {
     return QCoreApplication::translate("UpdateDialogLook", "%1 Update").arg(KovGui::getAppGuiName());
