@@ -1,5 +1,6 @@
 #include "examples/console/pages/ConsoleWindow.h"
 #include "examples/console/sample/ConsoleMessages.h"
+#include "examples/console/sample/ConsoleUpdateTasks.h"
 #include "examples/console/sample/ConsoleUpdateWorker.h"
 #include "examples/console/tour/Tour.h"
 #include "gui/KovGui.h"
@@ -121,6 +122,10 @@ int main(int argc, char *argv[])
     KovGui::forwardQtMessages(true);
     KovGui::staticMetaObjectHash()[QStringLiteral("CMessageDataProvider")]
         = &ConsoleMessageProvider::staticMetaObject;
+    KovGui::staticMetaObjectHash()[QStringLiteral("CTaskCheckForProductUpdate")]
+        = &ConsoleUpdateCheck::staticMetaObject;
+    KovGui::staticMetaObjectHash()[QStringLiteral("CTaskInstallProductUpdate")]
+        = &ConsoleInstallation::staticMetaObject;
     KovGui::staticMetaObjectHash()[QStringLiteral("CAppUpdateWorker")]
         = &ConsoleUpdateWorker::staticMetaObject;
     Help::setBaseAddress(QStringLiteral("https://help.tessarine.example/@LOCALE@/console/@TOPIC@"));

@@ -41,6 +41,7 @@ private:
     QWidget *createCheckRow();
     QWidget *createScheduleBox();
     QWidget *createPendingBox();
+    void addChoice(QHBoxLayout *row, const QString &text, const char *name, void (*slot)(bool));
     void addButton(QHBoxLayout *row, const QString &text, const char *name, void (UpdatesPage::*slot)());
     void checkNow();
     void checkInBackground();
@@ -63,5 +64,6 @@ private:
     QLabel *m_lastChecked = nullptr;
     QLabel *m_siteState = nullptr;
     QPushButton *m_siteButton = nullptr;
+    QComboBox *m_skipped = nullptr;
     QLabel *m_pending = nullptr;
 };
