@@ -9,6 +9,7 @@
 #include "gui/log/LogText.h"
 #include "gui/messages/box/CMessageBox.h"
 #include "gui/update/CAppUpdateLogic.h"
+#include "gui/update/record/UpgradeUtils.h"
 #include "kov_sdk/KovSdk.h"
 
 #include <QApplication>
@@ -21,7 +22,8 @@
 
 namespace {
 
-/// A tour must not meet the answers that its user stored, nor leave its own behind. To be set before the library looks.
+/// A tour must not meet the answers that its user stored, nor leave its own behind. To be set before the
+/// library looks.
 void usePrivateSettings(int argc, char *argv[])
 {
     for (int i = 1; i + 1 < argc; ++i) {
@@ -42,8 +44,8 @@ bool loadMessages()
 
 volatile std::sig_atomic_t endWanted = 0;
 
-/// Ctrl+C and a session that ends close the console as its window does: the sample site's server and folder go
-/// with it.
+/// Ctrl+C and a session that ends close the console as its window does: the sample site's server and folder
+/// go with it.
 void quitWhenSignalled(QApplication *application)
 {
     for (const int signal : {SIGINT, SIGTERM})
@@ -64,6 +66,8 @@ int runConsole(Body body)
     {
         ConsoleWindow window;
         window.show();
+        // The event loop runs by then: this version has come up.
+        QTimer::singleShot(0, &window, &UpgradeUtils::confirmRunningVersion);
         ConsoleUpdateWorker::goOnAtStart();
         result = body(&window);
     }

@@ -10,7 +10,8 @@ class QHBoxLayout;
 class QLabel;
 class QPushButton;
 
-/// The update cycle with the real updater program against the sample site: when to look, what to do with what was found.
+/// The update cycle with the real updater program against the sample site: when to look, what to do with what
+/// was found.
 class UpdatesPage : public ConsolePage
 {
     Q_OBJECT

@@ -15,8 +15,8 @@
 
 namespace {
 
-// Read, not mapped: reading a file that shrinks ends early, touching a mapping of it ends the process. A piece that
-// stays in the processor's cache is also hashed faster than a window of a mapping.
+// Read, not mapped: reading a file that shrinks ends early, touching a mapping of it ends the process. A
+// piece that stays in the processor's cache is also hashed faster than a window of a mapping.
 const std::size_t pieceSize = 256 * 1024;
 
 /// OpenSSL's, because QCryptographicHash of Qt 5 is slower than md5sum.
