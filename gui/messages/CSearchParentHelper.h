@@ -38,9 +38,9 @@ public:
     virtual QWidget *getApproxParent(const QString &issuerId, bool useActive);
 
     /**
-     * Makes a window, before it is shown, stay above the one that the registered helper finds for the issuer, else above
-     * the first main window or wizard that can be a parent. Whose child it is, and who owns it, stays as it is; it
-     * outlives the window below. Without any nothing happens.
+     * Makes a window, before it is shown, stay above the one that the registered helper finds for the issuer,
+     * else above the first main window or wizard that can be a parent. Whose child it is, and who owns it,
+     * stays as it is; it outlives the window below. Without any nothing happens.
      */
     static void makeTransient(QWidget *window, const QString &issuerId);
 

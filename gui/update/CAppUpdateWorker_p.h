@@ -63,8 +63,8 @@ public:
         return pending.info() && !pending.info()->isSameUpdate(info);
     }
 
-    /// Whether an installation for what is pending takes the place of the one that runs. One that is watched goes on; what
-    /// is pending then is offered after it.
+    /// Whether an installation for what is pending takes the place of the one that runs. One that is watched
+    /// goes on; what is pending then is offered after it.
     bool isToBeSuperseded(const CTaskInstallProductUpdate &running, bool inBackground) const
     {
         if (running.isInstalling())

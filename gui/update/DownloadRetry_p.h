@@ -2,8 +2,8 @@
 
 #include <QTimer>
 
-/// When a download in the background that failed is tried again: after ten minutes, then after twice the pause before, four
-/// hours at most.
+/// When a download in the background that failed is tried again: after ten minutes, then after twice the
+/// pause before, four hours at most.
 class DownloadRetry : public QTimer
 {
     Q_OBJECT

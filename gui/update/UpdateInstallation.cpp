@@ -7,7 +7,8 @@
 
 #include <QSettings>
 
-// What becomes of an update that was found: CAppUpdateWorker from the pending update to the end of its installation.
+// What becomes of an update that was found: CAppUpdateWorker from the pending update to the end of its
+// installation.
 
 namespace {
 

@@ -43,8 +43,8 @@ public:
     static inline bool answers = false;
 };
 
-/// The check from its start to the closed message, with the real updater and a real server. What the real updater
-/// never does is left to a program that misbehaves.
+/// The check from its start to the closed message, with the real updater and a real server. What the real
+/// updater never does is left to a program that misbehaves.
 class tst_CheckForUpdate : public QObject
 {
     Q_OBJECT

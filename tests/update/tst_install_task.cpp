@@ -115,8 +115,8 @@ private Q_SLOTS:
         const char *const error = "CUpdateDialog,CProgressDialog,80015351";
         const struct
         {
-            // As of paramsOf(); p the package is there, q not asked at start, d no digest, n nothing at the address, m no
-            // updater, x damaged
+            // As of paramsOf(); p the package is there, q not asked at start, d no digest, n nothing at the
+            // address, m no updater, x damaged
             const char *letters;
             const char *updater;
             const char *script; // the buttons that the user presses, in order

@@ -199,7 +199,8 @@ private Q_SLOTS:
 
     void startUp()
     {
-        // d an interrupted download, a asked for, n never check, p no periodic checks, o not at start, r restricted
+        // d an interrupted download, a asked for, n never check, p no periodic checks, o not at start, r
+        // restricted
         const struct
         {
             const char *state;
@@ -238,8 +239,8 @@ private Q_SLOTS:
         const int failed = KOV_ERR_UPDATE_INSTALLATION_FAILED;
         const struct
         {
-            // A check that the user asked for, or: b in the background, m unattended, a none, at start-up. The update:
-            // s skipped before, d on disk, n not to be downloaded unasked, M a major upgrade.
+            // A check that the user asked for, or: b in the background, m unattended, a none, at start-up.
+            // The update: s skipped before, d on disk, n not to be downloaded unasked, M a major upgrade.
             const char *state;
             int parameters; // of the installation, -1 for none
             int result, choice;

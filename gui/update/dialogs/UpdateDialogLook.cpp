@@ -58,7 +58,7 @@ void UpdateDialogLook::explainSkip(QAbstractButton *button)
 {
     const QString text = QCoreApplication::translate(
         "UpdateDialogLook",
-        "This version is not offered again by itself. Newer versions are, and looking for updates offers it, too.");
+        "This version is not offered again by itself. Looking for updates offers it, and newer ones are offered.");
     button->setToolTip(text);
     button->setAccessibleDescription(text);
 }

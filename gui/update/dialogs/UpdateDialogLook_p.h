@@ -18,8 +18,8 @@ void keepButtonsWhole(QWidget *row);
 void explainSkip(QAbstractButton *button);
 /// "%1 Update" with the application's name.
 QString windowTitle();
-/// The record's version as it is shown: in the application mode 6 without its build number. That of its package when
-/// its id tells none.
+/// The record's version as it is shown: in the application mode 6 without its build number. That of its
+/// package when its id tells none.
 QString versionOf(const CProductUpdateInfo &info);
 /// The library's own version, as it is shown.
 QString currentVersion();
