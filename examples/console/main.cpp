@@ -1,5 +1,6 @@
 #include "examples/console/pages/ConsoleWindow.h"
 #include "examples/console/sample/ConsoleMessages.h"
+#include "examples/console/sample/ConsoleUpdateTasks.h"
 #include "examples/console/sample/ConsoleUpdateWorker.h"
 #include "examples/console/tour/Tour.h"
 #include "gui/KovGui.h"
@@ -21,7 +22,8 @@
 
 namespace {
 
-/// A tour must not meet the answers that its user stored, nor leave its own behind. To be set before the library looks.
+/// A tour must not meet the answers that its user stored, nor leave its own behind. To be set before the
+/// library looks.
 void usePrivateSettings(int argc, char *argv[])
 {
     for (int i = 1; i + 1 < argc; ++i) {
@@ -42,8 +44,8 @@ bool loadMessages()
 
 volatile std::sig_atomic_t endWanted = 0;
 
-/// Ctrl+C and a session that ends close the console as its window does: the sample site's server and folder go
-/// with it.
+/// Ctrl+C and a session that ends close the console as its window does: the sample site's server and folder
+/// go with it.
 void quitWhenSignalled(QApplication *application)
 {
     for (const int signal : {SIGINT, SIGTERM})
@@ -126,6 +128,10 @@ int main(int argc, char *argv[])
     KovGui::forwardQtMessages(true);
     KovGui::staticMetaObjectHash()[QStringLiteral("CMessageDataProvider")]
         = &ConsoleMessageProvider::staticMetaObject;
+    KovGui::staticMetaObjectHash()[QStringLiteral("CTaskCheckForProductUpdate")]
+        = &ConsoleUpdateCheck::staticMetaObject;
+    KovGui::staticMetaObjectHash()[QStringLiteral("CTaskInstallProductUpdate")]
+        = &ConsoleInstallation::staticMetaObject;
     KovGui::staticMetaObjectHash()[QStringLiteral("CAppUpdateWorker")]
         = &ConsoleUpdateWorker::staticMetaObject;
     Help::setBaseAddress(QStringLiteral("https://help.tessarine.example/@LOCALE@/console/@TOPIC@"));

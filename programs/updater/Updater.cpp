@@ -12,6 +12,7 @@
 #include "programs/updater/trust/OfferStore.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QUrl>
 #include <cstdio>
@@ -106,6 +107,19 @@ void warnOfOpenPassword(const QString &path, const CUpdaterConfig &configuration
         printError(QStringLiteral("warning: %1 holds a password and can be read by every user").arg(path));
 }
 
+/// One line, of which nothing is kept.
+bool readPassword(QByteArray *password)
+{
+    constexpr int longestPassword = 4096;
+    QFile input;
+    if (!input.open(stdin, QIODevice::ReadOnly))
+        return false;
+    *password = input.readLine(longestPassword + 2);
+    if (password->endsWith('\n'))
+        password->chop(1);
+    return password->size() <= longestPassword && !password->isEmpty() && !password->contains('\0');
+}
+
 ExitCode check(const CommandLine &commandLine, const QString &programDirectory, const QString &root)
 {
     const bool isOwnConfiguration = !commandLine.configurationFile.isEmpty();
@@ -135,6 +149,9 @@ ExitCode check(const CommandLine &commandLine, const QString &programDirectory, 
         made.request.criteria.rejected.append(rejected.version);
     if (!made.request.isEnabled)
         return sayNoUpdate(made.request, commandLine);
+    if (!commandLine.proxyUser.isEmpty() && !readPassword(&made.request.fetch.proxyPassword))
+        return fail(ExitCode::UsageError,
+                    QStringLiteral("there is no password of the proxy on standard input that can be used"));
     const TrustCriteria criteria{Signature::builtInKeys(), made.request.criteria.product, made.request.line,
                                  QDateTime::currentDateTimeUtc()};
     if (criteria.keys.isEmpty())

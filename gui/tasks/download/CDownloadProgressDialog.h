@@ -14,6 +14,8 @@ class CAbstractTask;
  *
  * Cancel, Escape and the title bar hide the window and emit rejected().
  *
+ * Its title names the application, and how far the download is once that is known.
+ *
  * All texts are shown as they stand, markup included; what does not fit is cut in the middle.
  */
 class KOVGUI_EXPORT CDownloadProgressDialog : public CBaseDialog
@@ -30,7 +32,8 @@ public:
     void setOperation(const CAbstractTask *operation);
     /// Shown instead of the amounts while something else than the transfer goes on, with a bar that only says
     /// "busy"; empty: the amounts.
-    void setStatusText(const QString &text);
+    /// @param keepsAmounts  the transfer only stands still: the amounts follow the text, and the bar stays
+    void setStatusText(const QString &text, bool keepsAmounts = false);
     /// At first "Preparing...".
     QString statusText() const;
 

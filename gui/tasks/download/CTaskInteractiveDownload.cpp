@@ -270,5 +270,5 @@ void CTaskInteractiveDownload::onDownloadPauseResumeClicked()
 void CTaskInteractiveDownload::updateProgressDialog()
 {
     if (d->dialog)
-        d->dialog->setStatusText(d->statusText(getCurrentSubTask()));
+        d->dialog->setStatusText(d->statusText(getCurrentSubTask()), getCurrentSubTask() == DownloadFile);
 }

@@ -54,6 +54,15 @@ void UpdateDialogLook::keepButtonsWhole(QWidget *row)
     row->setMinimumWidth(row->layout()->sizeHint().width());
 }
 
+void UpdateDialogLook::explainSkip(QAbstractButton *button)
+{
+    const QString text = QCoreApplication::translate(
+        "UpdateDialogLook",
+        "This version is not offered again by itself. Looking for updates offers it, and newer ones are offered.");
+    button->setToolTip(text);
+    button->setAccessibleDescription(text);
+}
+
 QString UpdateDialogLook::windowTitle()
 {
     return QCoreApplication::translate("UpdateDialogLook", "%1 Update").arg(KovGui::getAppGuiName());

@@ -12,7 +12,8 @@ namespace UpdateUrl {
 /**
  * The address in the form in which it may be handed to the updater, or empty when it may not.
  *
- * Accepted is a strict address that is WebUtils::isOpenAddress(), without blanks, quotes and control characters.
+ * Accepted is a strict address that is WebUtils::isOpenAddress(), without blanks, quotes and control
+ * characters.
  */
 KOVGUI_EXPORT QString checked(const QString &address);
 

@@ -95,6 +95,8 @@ const QVector<Option> &options()
         {"--os", "NAME", "Operating system: windows, linux, macos", text(&CommandLine::os)},
         {"--proxy-server", "HOST", "Connect through this HTTP proxy", applyProxyServer},
         {"--proxy-port", "PORT", "Port of the proxy", number(&CommandLine::proxyPort, 65535)},
+        {"--proxy-user", "NAME", "User of the proxy; the password is one line on standard input",
+         text(&CommandLine::proxyUser)},
         {"--proxy-try-count", "N", "Times to try the proxy, 1 to 10",
          number(&CommandLine::proxyTryCount, CommandLine::maximumProxyTryCount)},
         {"--ca-file", "FILE", "Trust these certificate authorities (PEM) instead of the system's",
@@ -137,6 +139,8 @@ QString contradiction(const CommandLine &line, const QSet<QString> &given)
         return QStringLiteral("--update install needs --file");
     if (line.proxyServer.isEmpty() != (line.proxyPort == 0))
         return QStringLiteral("--proxy-server and --proxy-port need each other");
+    if (!line.proxyUser.isEmpty() && line.proxyServer.isEmpty())
+        return QStringLiteral("--proxy-user needs --proxy-server");
     return QString();
 }
 

@@ -32,6 +32,8 @@ struct CommandLine
     /// Empty for a direct connection.
     QString proxyServer;
     int proxyPort = 0;
+    /// Empty for a proxy that asks for none. Its password comes on standard input.
+    QString proxyUser;
     int proxyTryCount = 1;
     /// Seconds that the whole transfer may take.
     int timeout = 60;

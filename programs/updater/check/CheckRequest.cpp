@@ -78,6 +78,7 @@ CheckRequestResult makeCheckRequest(const CommandLine &commandLine, const CUpdat
     fetch.proxyServer = commandLine.proxyServer;
     fetch.proxyPort = commandLine.proxyPort;
     fetch.proxyTryCount = commandLine.proxyTryCount;
+    fetch.proxyUser = commandLine.proxyUser;
     fetch.timeoutSeconds = commandLine.timeout;
 
     const CUpdProduct *const product = installedProduct(configuration, commandLine.product);
