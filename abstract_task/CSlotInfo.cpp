@@ -178,7 +178,7 @@ bool CSlotInfo::invokeWith(const QVector<Argument> &arguments, bool *answer) con
         return false;
     Call call;
     if (const char *reason = prepare(arguments, answer != nullptr, &call)) {
-        Tasks::log(1, "Can't call slot %s of %s: %s", qUtf8Printable(name()),
+        Tasks::log(1, "(!)Warning: Can't call slot %s of %s: %s", qUtf8Printable(name()),
                    receiver->metaObject()->className(), reason);
         return false;
     }

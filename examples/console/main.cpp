@@ -8,6 +8,7 @@
 #include "gui/log/LogText.h"
 #include "gui/messages/box/CMessageBox.h"
 #include "gui/update/CAppUpdateLogic.h"
+#include "gui/update/record/UpgradeUtils.h"
 #include "kov_sdk/KovSdk.h"
 
 #include <QApplication>
@@ -63,6 +64,8 @@ int runConsole(Body body)
     {
         ConsoleWindow window;
         window.show();
+        // The event loop runs by then: this version has come up.
+        QTimer::singleShot(0, &window, &UpgradeUtils::confirmRunningVersion);
         ConsoleUpdateWorker::goOnAtStart();
         result = body(&window);
     }

@@ -3,7 +3,7 @@
 #include "gui/log/Log.h"
 #include "gui/log/LogText.h"
 #include "gui/platform/Module.h"
-#include "gui/tasks/download/Md5_p.h"
+#include "gui/tasks/download/md5/Md5_p.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -14,8 +14,8 @@
 
 namespace {
 
-// Read, not mapped: reading a file that shrinks ends early, touching a mapping of it ends the process. A piece that
-// stays in the processor's cache is also hashed faster than a window of a mapping.
+// Read, not mapped: reading a file that shrinks ends early, touching a mapping of it ends the process. A
+// piece that stays in the processor's cache is also hashed faster than a window of a mapping.
 const std::size_t pieceSize = 256 * 1024;
 
 void report(unsigned level, const char *text)

@@ -1,4 +1,4 @@
-#include "gui/tasks/download/Md5_p.h"
+#include "gui/tasks/download/md5/Md5_p.h"
 
 #include <openssl/evp.h>
 
