@@ -62,6 +62,7 @@ ALLOWED = {
     'programs/updater/publish': UPDATER + ['programs/updater/package', 'programs/updater/trust'],
     'programs/updater': UPDATER + ['programs/updater/package', 'programs/updater/trust', 'programs/updater/check',
                                    'programs/updater/install', 'programs/updater/publish'],
+    'examples/minimal': LIBRARY + ['gui'],
     'examples/console/sample': LIBRARY + ['gui'],
     'examples/console/pages': LIBRARY + ['gui', 'examples/console/sample'],
     'examples/console/tour': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/pages'],
