@@ -22,9 +22,9 @@ enum HelpTopic {
     MessagesTopic = 132,
 };
 
-/// The address of a topic: the base address with @LOCALE@ and @TOPIC@ filled in. Empty for NoTopic and without a base
-/// address. Of a help in files it is the first topic that exists for the locale ("de_AT"), its language ("de") and
-/// English ("en"); empty when there is none.
+/// The address of a topic: the base address with @LOCALE@ and @TOPIC@ filled in. Empty for NoTopic and
+/// without a base address. Of a help in files it is the first topic that exists for the locale ("de_AT"), its
+/// language ("de") and English ("en"); empty when there is none.
 KOVGUI_EXPORT QUrl topicUrl(HelpTopic topic);
 /**
  * Empty, the initial value, means "no help".

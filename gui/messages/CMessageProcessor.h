@@ -69,8 +69,8 @@ public:
     /// Enters the message into the books as shown, and asks for attention when the application has no focus.
     /// @param quiet  true leaves out the request for attention
     virtual void preprocessMsgLogic(CMessageInfo &message, bool quiet);
-    /// A hook: tells a virtual machine the answer to its question. Called once for every spontaneous question without a
-    /// close slot; with 0 when it was not answered, whatever became of it. Does nothing.
+    /// A hook: tells a virtual machine the answer to its question. Called once for every spontaneous question
+    /// without a close slot; with 0 when it was not answered, whatever became of it. Does nothing.
     virtual void sendAnswerToVm(CMessageInfo &message, int answer);
     virtual bool isMessageShouldBeSkipped(const CMessageInfo &message);
     /// @param useActive  as for showMessage()
@@ -113,8 +113,8 @@ public:
 
 public Q_SLOTS:
     void handleMessageClose(QString uuid, Messaging::ButtonID answer, bool doNotShowAgain);
-    /// "kovhelp" links open the topic that they name, else the help for the message; others go to the message's anchor
-    /// slot. Without one, web addresses open in the browser and all else is logged.
+    /// "kovhelp" links open the topic that they name, else the help for the message; others go to the
+    /// message's anchor slot. Without one, web addresses open in the browser and all else is logged.
     void handleMessageAnchorClicked(const QString &uuid, const QUrl &url);
 
 Q_SIGNALS:

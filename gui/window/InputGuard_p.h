@@ -6,11 +6,11 @@ class QTimer;
 class QWidget;
 
 /**
- * Keeps keys and clicks from a window that appeared by itself, until it has been active for half a second: what the
- * user typed or clicked then was meant for another window.
+ * Keeps keys and clicks from a window that appeared by itself, until it has been active for half a second:
+ * what the user typed or clicked then was meant for another window.
  *
- * Once for every appearance. A click on the window that is not active yet activates it and begins the half second. A key
- * that was held down all the while stays without effect until it is released.
+ * Once for every appearance. A click on the window that is not active yet activates it and begins the half
+ * second. A key that was held down all the while stays without effect until it is released.
  */
 class InputGuard : public QObject
 {

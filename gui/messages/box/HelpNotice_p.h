@@ -4,7 +4,8 @@
 
 class QWidget;
 
-/// Opens help topics and web pages for a message's window. Where nothing opens, the user reads so, and where the page is.
+/// Opens help topics and web pages for a message's window. Where nothing opens, the user reads so, and where
+/// the page is.
 namespace HelpNotice {
 
 void openTopic(Help::HelpTopic topic, QWidget *window);

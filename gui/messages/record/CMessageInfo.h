@@ -34,13 +34,14 @@ public:
     QVariant buttonPressSlotParams() const;
     CSlotInfo anchorClickSlot() const;
 
-    /// The slot is called once, with (KOV_RESULT code, Messaging::ButtonID answer, QVariant parameter), or fewer of
-    /// them, just before the message is destroyed. One that cannot be called with them is logged and dropped.
+    /// The slot is called once, with (KOV_RESULT code, Messaging::ButtonID answer, QVariant parameter), or
+    /// fewer of them, just before the message is destroyed. One that cannot be called with them is logged and
+    /// dropped.
     void setCloseSlot(const CSlotInfo &slot);
     void setCloseSlot(QObject *listener, const QString &slot, const QVariant &params);
-    /// The answer's listener, called with (Messaging::ButtonID, QPointer<QWidget> box) and returning bool. For a click
-    /// before the box closes: true keeps it open. For every other end once with the final answer and a null box:
-    /// closed, skipped, merged, cleared, answered from a stored choice, impossible to show.
+    /// The answer's listener, called with (Messaging::ButtonID, QPointer<QWidget> box) and returning bool.
+    /// For a click before the box closes: true keeps it open. For every other end once with the final answer
+    /// and a null box: closed, skipped, merged, cleared, answered from a stored choice, impossible to show.
     void setButtonPressSlot(const CSlotInfo &slot);
     /// For the box of the message: what it asks at a click. Empty without a listener.
     CSlotInfo answerAction() const;
@@ -51,7 +52,8 @@ public:
     /// Called for each clicked link with (QUrl); returns bool.
     void setAnchorClickSlot(const CSlotInfo &slot);
 
-    /// Tells the listener, emits beforeMessageDeleted() and calls the close slot; only the first call does anything.
+    /// Tells the listener, emits beforeMessageDeleted() and calls the close slot; only the first call does
+    /// anything.
     void emitBeforeDeleted(Messaging::ButtonID answer);
 
     /// The same message: code, issuer and texts agree.

@@ -26,7 +26,8 @@ using DetailsOf = std::function<QString(const t_SdkHandleWrap &nestedEvent, cons
 /// A record with the service's texts of the code and the provider's answers.
 Messaging::MessageData fromCode(const Source &source, const SubstituteParameters &substituteParameters);
 
-/// A record of an event or a finished job; nothing, with the reason in the log, for a handle without a result code.
+/// A record of an event or a finished job; nothing, with the reason in the log, for a handle without a result
+/// code.
 std::optional<Messaging::MessageData> fromHandle(const t_SdkHandleWrap &handle, const DetailsOf &detailsOf);
 
 } // namespace MessageFactory

@@ -24,8 +24,8 @@ public:
     MessageParams &setLongMsg(const QString &text);
     /// Inserts or replaces one answer. With at least one, the catalogue's answers are not used.
     MessageParams &addButton(Messaging::ButtonID id, const Messaging::Button &button);
-    /// False for what the user has not just asked for, such as the result of work in the background: its window leaves
-    /// the keyboard where it is, see CBaseDialog::setAskedFor(). Initially true.
+    /// False for what the user has not just asked for, such as the result of work in the background: its
+    /// window leaves the keyboard where it is, see CBaseDialog::setAskedFor(). Initially true.
     MessageParams &setAskedFor(bool asked);
 
     KOV_RESULT code;
