@@ -1,6 +1,6 @@
 // One message box beside KMessageBox and QMessageBox: built, shown and destroyed, with and without its first painting.
 
-#include "gui/messages/CMessageBox.h"
+#include "gui/messages/box/CMessageBox.h"
 
 #include <KMessageBox>
 

@@ -1,4 +1,4 @@
-#include "gui/tasks/HttpResponse_p.h"
+#include "gui/tasks/http/HttpResponse_p.h"
 
 #include <cstddef>
 #include <cstdint>

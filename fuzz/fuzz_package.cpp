@@ -1,6 +1,6 @@
 // A package, either any bytes or an archive that is put together as the bytes tell: the reader tells its target of files
 // that the manifest lists, in its order, each with its size and digest, or refuses.
-#include "programs/updater/PackageReader.h"
+#include "programs/updater/package/PackageReader.h"
 
 #include <QCryptographicHash>
 #include <archive.h>

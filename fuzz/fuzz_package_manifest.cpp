@@ -1,5 +1,5 @@
 // Any bytes as the manifest of a package: what is accepted keeps every rule, and reads the same when it is written.
-#include "programs/updater/PackageManifest.h"
+#include "programs/updater/package/PackageManifest.h"
 
 #include <QSet>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "gui/tasks/TranslationFile_p.h"
+#include "gui/tasks/location/TranslationFile_p.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,6 +1,6 @@
 // Any bytes as an update catalogue: read, written and read again, chosen from, resolved and reported.
-#include "programs/updater/Address.h"
-#include "programs/updater/CheckOutput.h"
+#include "programs/updater/base/Address.h"
+#include "programs/updater/check/CheckOutput.h"
 
 #include <QUrl>
 #include <cstdint>

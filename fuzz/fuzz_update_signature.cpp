@@ -1,6 +1,6 @@
 // Any bytes as a signature file: what is accepted is, byte by byte, what the signer writes for the same statement.
-#include "programs/updater/Signature.h"
-#include "programs/updater/SigningKey.h"
+#include "programs/updater/trust/Signature.h"
+#include "programs/updater/trust/SigningKey.h"
 
 #include <cstdint>
 #include <cstdlib>

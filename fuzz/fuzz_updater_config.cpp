@@ -1,5 +1,5 @@
 // Any bytes as the updater's configuration: read, written, read again, and turned into a request.
-#include "programs/updater/CheckRequest.h"
+#include "programs/updater/check/CheckRequest.h"
 
 #include <cstdint>
 #include <cstdlib>

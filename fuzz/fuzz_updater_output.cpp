@@ -1,4 +1,4 @@
-#include "gui/update/UpdaterOutputUtils.h"
+#include "gui/update/check/UpdaterOutputUtils.h"
 
 #include <cstddef>
 #include <cstdint>

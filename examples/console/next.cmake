@@ -13,7 +13,7 @@ string(REPLACE "\"${PROJECT_VERSION}-${KOV_BUILD_NUMBER}\""
     "\"${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}.${KOV_NEXT_PATCH}-${KOV_NEXT_BUILD}\"" header "${header}")
 file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/generated-next/gui/KovVersion.h CONTENT "${header}" @ONLY)
 
-add_library(NextVersion OBJECT EXCLUDE_FROM_ALL ${CMAKE_SOURCE_DIR}/gui/LibraryVersion.cpp)
+add_library(NextVersion OBJECT EXCLUDE_FROM_ALL ${CMAKE_SOURCE_DIR}/gui/frame/LibraryVersion.cpp)
 target_include_directories(NextVersion PRIVATE ${CMAKE_BINARY_DIR}/generated-next)
 target_compile_definitions(NextVersion PRIVATE KovGui_EXPORTS)
 target_link_libraries(NextVersion PRIVATE Qt5::Core)
@@ -26,14 +26,14 @@ set_target_properties(KovGuiNext PROPERTIES
     BUILD_WITH_INSTALL_RPATH ON)
 
 install(TARGETS console crashing_updater RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT console)
-install(FILES messages.json DESTINATION ${CMAKE_INSTALL_BINDIR} RENAME console_messages.json COMPONENT console)
+install(FILES sample/messages.json DESTINATION ${CMAKE_INSTALL_BINDIR} RENAME console_messages.json COMPONENT console)
 
 set(root ${CMAKE_BINARY_DIR}/installation)
 add_custom_command(OUTPUT ${root}/made
     COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/make-installation ${CMAKE_BINARY_DIR} ${root}
             ${PROJECT_VERSION}.${KOV_BUILD_NUMBER} ${KOV_NEXT_VERSION} ${CMAKE_INSTALL_LIBDIR}
     DEPENDS make-installation console crashing_updater updater download_utility kovgui-find-proxy KovGui KovGuiNext
-            messages.json ${CMAKE_SOURCE_DIR}/programs/updater/sample-keys/first.key
+            sample/messages.json ${CMAKE_SOURCE_DIR}/programs/updater/sample-keys/first.key
     COMMENT "Installing this version and packing the next one"
     VERBATIM)
 add_custom_target(console_installation ALL DEPENDS ${root}/made)

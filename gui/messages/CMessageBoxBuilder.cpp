@@ -1,11 +1,11 @@
 #include "gui/messages/CMessageBoxBuilder.h"
 
-#include "gui/messages/CMessageBox.h"
-#include "gui/messages/CMessageDataProvider.h"
-#include "gui/messages/CMessageInfo.h"
-#include "gui/messages/CNotificationBox.h"
-#include "gui/messages/MessagePolicies_p.h"
-#include "gui/messages/MessageUtils.h"
+#include "gui/frame/ImplementationRegistry_p.h"
+#include "gui/messages/box/CMessageBox.h"
+#include "gui/messages/notification/CNotificationBox.h"
+#include "gui/messages/record/CMessageDataProvider.h"
+#include "gui/messages/record/CMessageInfo.h"
+#include "gui/messages/record/MessageUtils.h"
 
 namespace {
 

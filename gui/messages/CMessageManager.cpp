@@ -1,8 +1,8 @@
 #include "gui/messages/CMessageManager.h"
 
-#include "gui/messages/CMessageInfo.h"
+#include "gui/frame/ImplementationRegistry_p.h"
 #include "gui/messages/CMessageProcessor.h"
-#include "gui/messages/MessagePolicies_p.h"
+#include "gui/messages/record/CMessageInfo.h"
 #include "kov_sdk_communication/CSdkRequest.h"
 
 #include <QApplication>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "gui/messages/CMessageBoxWndBase.h"
-#include "gui/messages/MessageParams.h"
+#include "gui/messages/box/CMessageBoxWndBase.h"
+#include "gui/messages/record/MessageParams.h"
 
 #include <QList>
 #include <QObject>

@@ -1,18 +1,18 @@
 #include "gui/messages/CMessageProcessor.h"
 
+#include "gui/frame/ImplementationRegistry_p.h"
 #include "gui/help/Help.h"
 #include "gui/log/LogText.h"
 #include "gui/messages/CMessageBoxBuilder.h"
-#include "gui/messages/CMessageBoxWndBase.h"
-#include "gui/messages/CMessageDataProvider.h"
-#include "gui/messages/CMessageInfo.h"
 #include "gui/messages/CSearchParentHelper.h"
 #include "gui/messages/MessageBook_p.h"
-#include "gui/messages/MessagePolicies_p.h"
 #include "gui/messages/MessageRules_p.h"
-#include "gui/messages/MessageText_p.h"
-#include "gui/messages/MessageUtils.h"
-#include "gui/messages/SdkMessage_p.h"
+#include "gui/messages/box/CMessageBoxWndBase.h"
+#include "gui/messages/record/CMessageDataProvider.h"
+#include "gui/messages/record/CMessageInfo.h"
+#include "gui/messages/record/MessageText_p.h"
+#include "gui/messages/record/MessageUtils.h"
+#include "gui/messages/record/SdkMessage_p.h"
 
 #include <QApplication>
 #include <QScopedValueRollback>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "gui/messages/Messaging.h"
+#include "gui/messages/record/Messaging.h"
 
 #include <QObject>
 #include <QUrl>

@@ -1,7 +1,7 @@
 #include "gui/messages/CSearchParentHelper.h"
 
+#include "gui/frame/ImplementationRegistry_p.h"
 #include "gui/log/LogText.h"
-#include "gui/messages/MessagePolicies_p.h"
 #include "gui/window/CWindowInterface.h"
 
 #include <QApplication>

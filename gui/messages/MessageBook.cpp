@@ -1,6 +1,6 @@
 #include "gui/messages/MessageBook_p.h"
 
-#include "gui/messages/CMessageInfo.h"
+#include "gui/messages/record/CMessageInfo.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "gui/tasks/TaskIds.h"
 
-#include "gui/GUI.h"
+#include "gui/frame/GUI.h"
 
 CTaskId_GetProxyInfo::CTaskId_GetProxyInfo(const QString &url, bool needDetectCredentials)
     : CTaskGenericId(GUI::TaskGetProxyInfo)

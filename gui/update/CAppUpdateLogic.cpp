@@ -1,8 +1,8 @@
 #include "gui/update/CAppUpdateLogic.h"
 
-#include "gui/ImplementationRegistry_p.h"
+#include "gui/frame/ImplementationRegistry_p.h"
 #include "gui/update/CAppUpdateWorker.h"
-#include "gui/update/UpgradeUtils.h"
+#include "gui/update/record/UpgradeUtils.h"
 
 namespace {
 

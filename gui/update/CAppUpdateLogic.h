@@ -1,7 +1,7 @@
 #pragma once
 
 #include "gui/KovGuiGlobal.h"
-#include "gui/update/CProductUpdateInfo.h"
+#include "gui/update/record/CProductUpdateInfo.h"
 #include "kov_sdk/KovTypes.h"
 
 #include <QObject>

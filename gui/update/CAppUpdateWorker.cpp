@@ -1,17 +1,17 @@
 #include "gui/update/CAppUpdateWorker.h"
 
 #include "abstract_task/CTaskManager.h"
-#include "gui/ImplementationRegistry_p.h"
-#include "gui/KovGui.h"
+#include "gui/frame/Application.h"
+#include "gui/frame/ImplementationRegistry_p.h"
 #include "gui/log/Log.h"
 #include "gui/log/LogText.h"
 #include "gui/messages/CMessageManager.h"
 #include "gui/update/CAppUpdateLogic.h"
-#include "gui/update/CTaskCheckForProductUpdate.h"
-#include "gui/update/CTaskInstallProductUpdate.h"
 #include "gui/update/CheckSchedule_p.h"
-#include "gui/update/UpdateSettings_p.h"
-#include "gui/update/UpgradeUtils.h"
+#include "gui/update/check/CTaskCheckForProductUpdate.h"
+#include "gui/update/install/CTaskInstallProductUpdate.h"
+#include "gui/update/record/UpdateSettings_p.h"
+#include "gui/update/record/UpgradeUtils.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>

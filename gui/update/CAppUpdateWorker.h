@@ -1,8 +1,8 @@
 #pragma once
 
 #include "gui/KovGuiGlobal.h"
-#include "gui/messages/Messaging.h"
-#include "gui/update/CProductUpdateInfo.h"
+#include "gui/messages/record/Messaging.h"
+#include "gui/update/record/CProductUpdateInfo.h"
 #include "kov_sdk/KovTypes.h"
 
 #include <QObject>

@@ -1,9 +1,9 @@
 #include "gui/update/CheckSchedule_p.h"
 
-#include "gui/Clock.h"
+#include "gui/frame/Clock.h"
 #include "gui/log/Log.h"
-#include "gui/update/UpdateSettings_p.h"
-#include "gui/update/UpgradeUtils.h"
+#include "gui/update/record/UpdateSettings_p.h"
+#include "gui/update/record/UpgradeUtils.h"
 
 #include <QSettings>
 

@@ -1,9 +1,9 @@
 #include "gui/update/UpdateTypes_p.h"
 
 #include "gui/update/CAppUpdateLogic.h"
-#include "gui/update/CProductUpdateInfo.h"
-#include "gui/update/CTaskCheckForProductUpdate.h"
-#include "gui/update/CTaskInstallProductUpdate.h"
+#include "gui/update/check/CTaskCheckForProductUpdate.h"
+#include "gui/update/install/CTaskInstallProductUpdate.h"
+#include "gui/update/record/CProductUpdateInfo.h"
 
 void registerUpdateTypes()
 {

@@ -1,6 +1,6 @@
 #include "programs/download_utility/Download.h"
 
-#include "gui/tasks/FileName.h"
+#include "gui/tasks/download/FileName.h"
 #include "programs/download_utility/Process.h"
 #include "programs/download_utility/Text.h"
 

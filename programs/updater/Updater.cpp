@@ -1,14 +1,14 @@
 #include "programs/updater/Updater.h"
 
 #include "gui/KovVersion.h"
-#include "programs/updater/Address.h"
-#include "programs/updater/CheckOutput.h"
-#include "programs/updater/CheckRequest.h"
-#include "programs/updater/ErrorLine.h"
-#include "programs/updater/Installer.h"
-#include "programs/updater/OfferStore.h"
-#include "programs/updater/StopRequest.h"
-#include "programs/updater/TrustedFetch.h"
+#include "programs/updater/base/Address.h"
+#include "programs/updater/base/ErrorLine.h"
+#include "programs/updater/base/StopRequest.h"
+#include "programs/updater/check/CheckOutput.h"
+#include "programs/updater/check/CheckRequest.h"
+#include "programs/updater/check/TrustedFetch.h"
+#include "programs/updater/install/Installer.h"
+#include "programs/updater/trust/OfferStore.h"
 
 #include <QDir>
 #include <QFileInfo>

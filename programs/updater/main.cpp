@@ -1,7 +1,7 @@
 #include "programs/updater/HandOver.h"
-#include "programs/updater/PackTool.h"
-#include "programs/updater/SignTool.h"
 #include "programs/updater/Updater.h"
+#include "programs/updater/publish/PackTool.h"
+#include "programs/updater/publish/SignTool.h"
 
 #include <QCoreApplication>
 #include <QFile>

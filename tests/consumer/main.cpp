@@ -1,6 +1,6 @@
 #include "abstract_task/CAbstractTask.h"
 #include "gui/KovGui.h"
-#include "gui/messages/MessageUtils.h"
+#include "gui/messages/record/MessageUtils.h"
 
 #include <QApplication>
 #include <QTimer>

@@ -1,7 +1,7 @@
-#include "gui/ImplementationRegistry_p.h"
 #include "gui/KovGui.h"
-#include "gui/messages/CMessageDataProvider.h"
-#include "gui/update/CTaskCheckForProductUpdate.h"
+#include "gui/frame/ImplementationRegistry_p.h"
+#include "gui/messages/record/CMessageDataProvider.h"
+#include "gui/update/check/CTaskCheckForProductUpdate.h"
 #include "tests/support/KovTest.h"
 #include "tests/support/LogCapture.h"
 

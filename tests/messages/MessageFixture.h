@@ -2,9 +2,9 @@
 
 #include "gui/KovGui.h"
 #include "gui/messages/CMessageBoxBuilder.h"
-#include "gui/messages/CMessageDataProvider.h"
 #include "gui/messages/CMessageProcessor.h"
 #include "gui/messages/CSearchParentHelper.h"
+#include "gui/messages/record/CMessageDataProvider.h"
 #include "tests/support/LogCapture.h"
 
 #include <QFile>

@@ -1,5 +1,5 @@
 #include "gui/log/Log.h"
-#include "gui/messages/CMessageBox.h"
+#include "gui/messages/box/CMessageBox.h"
 #include "tests/support/KovTest.h"
 
 #include <QAccessible>

@@ -1,4 +1,4 @@
-#include "gui/messages/MessageUtils.h"
+#include "gui/messages/record/MessageUtils.h"
 #include "tests/messages/MessageFixture.h"
 #include "tests/support/KovTest.h"
 

@@ -1,6 +1,6 @@
-#include "gui/messages/CMessageInfo.h"
 #include "gui/messages/CMessageManager.h"
-#include "gui/messages/MessageUtils.h"
+#include "gui/messages/record/CMessageInfo.h"
+#include "gui/messages/record/MessageUtils.h"
 #include "kov_sdk_communication/CSdkRequest.h"
 #include "tests/messages/MessageFixture.h"
 #include "tests/support/KovTest.h"

@@ -1,6 +1,6 @@
-#include "gui/messages/CMessageInfo.h"
-#include "gui/messages/MessageText_p.h"
-#include "gui/messages/MessageUtils.h"
+#include "gui/messages/record/CMessageInfo.h"
+#include "gui/messages/record/MessageText_p.h"
+#include "gui/messages/record/MessageUtils.h"
 #include "tests/messages/MessageFixture.h"
 #include "tests/support/KovTest.h"
 

@@ -1,7 +1,7 @@
-#include "programs/updater/CheckRequest.h"
-#include "programs/updater/Installer.h"
-#include "programs/updater/OfferStore.h"
-#include "programs/updater/PackTool.h"
+#include "programs/updater/check/CheckRequest.h"
+#include "programs/updater/install/Installer.h"
+#include "programs/updater/publish/PackTool.h"
+#include "programs/updater/trust/OfferStore.h"
 #include "tests/support/KovTest.h"
 #include "tests/support/SampleSignature.h"
 

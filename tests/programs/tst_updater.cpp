@@ -1,6 +1,6 @@
 #include "gui/update/catalogue/CUpdaterConfig.h"
 #include "gui/update/catalogue/UpdaterExitCode.h"
-#include "programs/updater/OfferStore.h"
+#include "programs/updater/trust/OfferStore.h"
 #include "tests/support/KovTest.h"
 #include "tests/support/NginxServer.h"
 #include "tests/support/SampleSignature.h"

@@ -1,8 +1,8 @@
-#include "programs/updater/Address.h"
-#include "programs/updater/CheckOutput.h"
-#include "programs/updater/CommandLine.h"
-#include "programs/updater/OfferStore.h"
-#include "programs/updater/Trust.h"
+#include "programs/updater/base/Address.h"
+#include "programs/updater/base/CommandLine.h"
+#include "programs/updater/check/CheckOutput.h"
+#include "programs/updater/trust/OfferStore.h"
+#include "programs/updater/trust/Trust.h"
 #include "tests/support/KovTest.h"
 #include "tests/support/SampleSignature.h"
 

@@ -1,6 +1,6 @@
 #include "tests/support/SampleSignature.h"
 
-#include "programs/updater/SigningKey.h"
+#include "programs/updater/trust/SigningKey.h"
 
 #include <QFile>
 #include <QTemporaryDir>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "programs/updater/Signature.h"
+#include "programs/updater/trust/Signature.h"
 
 /// Of the role, for Tessarine Console 3.1.5-31502, valid for the life of the tests.
 Signature::Statement sampleStatement(Signature::Role role);

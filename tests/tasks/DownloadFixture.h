@@ -1,7 +1,7 @@
 #pragma once
 
-#include "gui/tasks/CDownloadThread.h"
-#include "gui/tasks/CTaskDownloadFile.h"
+#include "gui/tasks/download/CDownloadThread.h"
+#include "gui/tasks/download/CTaskDownloadFile.h"
 #include "tests/support/KovTest.h"
 #include "tests/tasks/TaskFixture.h"
 

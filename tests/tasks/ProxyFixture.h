@@ -1,7 +1,7 @@
 #pragma once
 
 #include "gui/log/Log.h"
-#include "gui/tasks/CUserAuthDialog.h"
+#include "gui/tasks/sign_in/CUserAuthDialog.h"
 #include "tests/support/Files.h"
 #include "tests/tasks/TaskFixture.h"
 

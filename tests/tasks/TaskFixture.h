@@ -2,7 +2,7 @@
 
 #include "abstract_task/CAbstractTask.h"
 #include "gui/KovGui.h"
-#include "gui/tasks/ProxyResult.h"
+#include "gui/tasks/http/ProxyResult.h"
 
 #include <QTimer>
 #include <QtTest>

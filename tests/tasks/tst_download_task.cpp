@@ -1,5 +1,5 @@
 #include "abstract_task/CTaskManager.h"
-#include "gui/GUI.h"
+#include "gui/frame/GUI.h"
 #include "tests/support/Files.h"
 #include "tests/support/LogCapture.h"
 #include "tests/tasks/DownloadFixture.h"

@@ -1,4 +1,4 @@
-#include "gui/tasks/CMd5Calculator.h"
+#include "gui/tasks/download/CMd5Calculator.h"
 #include "tests/programs/download/FaultServer.h"
 #include "tests/support/Files.h"
 #include "tests/support/NginxServer.h"

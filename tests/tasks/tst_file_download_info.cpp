@@ -1,4 +1,4 @@
-#include "gui/tasks/FileDownloadInfo.h"
+#include "gui/tasks/download/FileDownloadInfo.h"
 #include "tests/support/Files.h"
 #include "tests/support/KovTest.h"
 

@@ -1,5 +1,5 @@
-#include "gui/tasks/CHttpResponseParser.h"
-#include "gui/tasks/CTaskHttpOperation.h"
+#include "gui/tasks/http/CHttpResponseParser.h"
+#include "gui/tasks/http/CTaskHttpOperation.h"
 #include "tests/support/KovTest.h"
 #include "tests/support/NginxServer.h"
 #include "tests/tasks/HttpFixture.h"

@@ -1,5 +1,5 @@
-#include "gui/tasks/CHttpResponseParser.h"
-#include "gui/tasks/WebUtils.h"
+#include "gui/tasks/http/CHttpResponseParser.h"
+#include "gui/tasks/http/WebUtils.h"
 #include "tests/support/KovTest.h"
 #include "tests/tasks/HttpFixture.h"
 

@@ -1,6 +1,6 @@
 #include "gui/messages/CMessageManager.h"
-#include "gui/tasks/CDownloadProgressDialog.h"
-#include "gui/tasks/CTaskInteractiveDownload.h"
+#include "gui/tasks/download/CDownloadProgressDialog.h"
+#include "gui/tasks/download/CTaskInteractiveDownload.h"
 #include "kov_sdk/KovSdk.h"
 #include "tests/programs/download/FaultServer.h"
 #include "tests/support/LogCapture.h"

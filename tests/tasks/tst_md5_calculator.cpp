@@ -1,4 +1,4 @@
-#include "gui/tasks/CMd5Calculator.h"
+#include "gui/tasks/download/CMd5Calculator.h"
 #include "tests/support/KovTest.h"
 
 #include <QCryptographicHash>

@@ -1,6 +1,6 @@
-#include "gui/tasks/CAbstractProgressOperation.h"
-#include "gui/tasks/CTimeEstimator.h"
-#include "gui/tasks/FormatUtils.h"
+#include "gui/tasks/progress/CAbstractProgressOperation.h"
+#include "gui/tasks/progress/CTimeEstimator.h"
+#include "gui/tasks/progress/FormatUtils.h"
 #include "tests/support/KovTest.h"
 
 namespace {

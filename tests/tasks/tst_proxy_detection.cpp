@@ -1,7 +1,7 @@
-#include "gui/tasks/CInitAutoProxyThread.h"
-#include "gui/tasks/CTaskGetProxyInfo.h"
-#include "gui/tasks/CTaskHttpOperation.h"
 #include "gui/tasks/TaskIds.h"
+#include "gui/tasks/http/CTaskHttpOperation.h"
+#include "gui/tasks/proxy/CInitAutoProxyThread.h"
+#include "gui/tasks/proxy/CTaskGetProxyInfo.h"
 #include "tests/support/KovTest.h"
 #include "tests/tasks/ProxyFixture.h"
 

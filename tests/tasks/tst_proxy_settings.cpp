@@ -1,7 +1,7 @@
 #include "gui/platform/SecretKey.h"
-#include "gui/tasks/PasswordStore.h"
-#include "gui/tasks/ProxyAuthUtils.h"
-#include "gui/tasks/ProxyPreferences.h"
+#include "gui/tasks/proxy/ProxyPreferences.h"
+#include "gui/tasks/sign_in/PasswordStore.h"
+#include "gui/tasks/sign_in/ProxyAuthUtils.h"
 #include "tests/support/KovTest.h"
 #include "tests/tasks/ProxyFixture.h"
 

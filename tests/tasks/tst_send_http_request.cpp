@@ -1,5 +1,5 @@
-#include "gui/tasks/CHttpResponseParser.h"
-#include "gui/tasks/CTaskSendHttpRequest.h"
+#include "gui/tasks/http/CHttpResponseParser.h"
+#include "gui/tasks/http/CTaskSendHttpRequest.h"
 #include "tests/support/KovTest.h"
 #include "tests/tasks/HttpFixture.h"
 

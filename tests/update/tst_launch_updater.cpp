@@ -1,7 +1,7 @@
 #include "gui/KovGui.h"
-#include "gui/tasks/ProxyResult.h"
-#include "gui/update/CTaskLaunchUpdater.h"
-#include "gui/update/CommandLineUtils.h"
+#include "gui/tasks/http/ProxyResult.h"
+#include "gui/update/launch/CTaskLaunchUpdater.h"
+#include "gui/update/launch/CommandLineUtils.h"
 #include "tests/support/KovTest.h"
 #include "tests/support/LogCapture.h"
 

@@ -1,7 +1,7 @@
-#include "gui/update/CommandLineUtils.h"
-#include "gui/update/UpdateCommand_p.h"
-#include "gui/update/UpdateUrl_p.h"
-#include "gui/update/UpgradeUtils.h"
+#include "gui/update/launch/CommandLineUtils.h"
+#include "gui/update/launch/UpdateCommand_p.h"
+#include "gui/update/record/UpdateUrl_p.h"
+#include "gui/update/record/UpgradeUtils.h"
 #include "tests/support/KovTest.h"
 
 #include <QRandomGenerator>

@@ -1,9 +1,9 @@
-#include "gui/update/CAppVersion.h"
-#include "gui/update/CProductUpdateInfo.h"
-#include "gui/update/CustomUpdateServerInfo.h"
 #include "gui/update/UpdateTypes_p.h"
-#include "gui/update/UpdaterOutputUtils.h"
-#include "gui/update/UpgradeUtils.h"
+#include "gui/update/check/UpdaterOutputUtils.h"
+#include "gui/update/record/CAppVersion.h"
+#include "gui/update/record/CProductUpdateInfo.h"
+#include "gui/update/record/CustomUpdateServerInfo.h"
+#include "gui/update/record/UpgradeUtils.h"
 #include "tests/support/KovTest.h"
 
 #include <QSettings>

@@ -1,6 +1,6 @@
 #include "programs/download_utility/Storage.h"
 
-#include "gui/tasks/FileName.h"
+#include "gui/tasks/download/FileName.h"
 #include "programs/download_utility/Sidecar.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "gui/tasks/FileName.h"
+#include "gui/tasks/download/FileName.h"
 #include "programs/download_utility/CommandLine.h"
 #include "programs/download_utility/ResponseHead.h"
 #include "programs/download_utility/Sidecar.h"

@@ -1,0 +1,169 @@
+#include "examples/console/pages/MessagesPage.h"
+
+#include "examples/console/sample/ConsoleMessages.h"
+#include "gui/help/Help.h"
+#include "gui/messages/CMessageManager.h"
+#include "gui/messages/box/CMessageBox.h"
+#include "gui/messages/record/MessageParams.h"
+#include "gui/messages/record/MessageUtils.h"
+#include "kov_sdk/KovSdk.h"
+
+#include <QCheckBox>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QListWidget>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+using namespace ConsoleMessages;
+
+namespace {
+
+QString issuer()
+{
+    return QStringLiteral("{3f2a7d60-machine-1}");
+}
+
+} // namespace
+
+MessagesPage::MessagesPage(QWidget *parent)
+    : ConsolePage(tr("Messages"), parent)
+{
+    m_list = new QListWidget(area());
+    m_list->setObjectName(QStringLiteral("messages"));
+    m_list->setAccessibleName(tr("Messages to show"));
+    const QList<QPair<QString, int>> entries{
+        {tr("A question with three answers, of which Cancel is the default"), DeleteMachine},
+        {tr("A question that need not be asked again"), SuspendOnQuit},
+        {tr("An error with details, problem id and a solution"), MachineNotStarted},
+        {tr("A warning with a link and an embedded view"), DiskAlmostFull},
+        {tr("A countdown that answers by itself"), RestartSoon},
+        {tr("An error of a machine"), NetworkLost},
+    };
+    for (const auto &[text, code] : entries)
+        (new QListWidgetItem(text, m_list))->setData(Qt::UserRole, code);
+    m_list->setCurrentRow(0);
+    m_list->setFixedHeight(m_list->sizeHintForRow(0) * entries.size() + 2 * m_list->frameWidth() + 4);
+    connect(m_list, &QListWidget::itemActivated, this,
+            [this](QListWidgetItem *item) { show(item->data(Qt::UserRole).toInt()); });
+
+    const auto addButton = [this](const QString &text, const char *name, auto action) {
+        auto *button = new QPushButton(text, area());
+        button->setObjectName(QString::fromLatin1(name));
+        connect(button, &QPushButton::clicked, this, action);
+        return button;
+    };
+    auto *showButton = addButton(tr("&Show"), "showMessage",
+                                 [this] { show(m_list->currentItem()->data(Qt::UserRole).toInt()); });
+    auto *repeat
+        = addButton(tr("&Three Errors of One Machine"), "threeErrors", [this] { showFromOneMachine(); });
+    repeat->setToolTip(tr("Two are equal: one of them is merged, the third waits until the first is closed"));
+    auto *event = addButton(tr("&Ask Through an Event"), "askThroughEvent", [this] { askThroughEvent(); });
+    event->setToolTip(tr("The service raises an event whose parameters are the answers"));
+    auto *restore = addButton(tr("Ask A&gain"), "restoreHidden", [this] {
+        MessageUtils::restoreHiddenMessages();
+        updateHiddenCount();
+        report(tr("Every hidden message is shown again."));
+    });
+
+    auto *block = new QCheckBox(tr("&Block messaging"), area());
+    block->setObjectName(QStringLiteral("blockMessaging"));
+    block->setToolTip(tr("New messages wait; questions that the user caused are shown all the same"));
+    connect(block, &QCheckBox::toggled, CMessageManager::instance(), &CMessageManager::setMessagingBlocked);
+    m_hiddenCount = new QLabel(area());
+
+    auto *row = new QHBoxLayout;
+    for (QWidget *widget : {static_cast<QWidget *>(showButton), static_cast<QWidget *>(repeat),
+                            static_cast<QWidget *>(event), static_cast<QWidget *>(block)})
+        row->addWidget(widget);
+    row->addStretch();
+    row->addWidget(m_hiddenCount);
+    row->addWidget(restore);
+
+    auto *layout = new QVBoxLayout(area());
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(m_list);
+    layout->addLayout(row);
+    connect(CMessageManager::instance(), &CMessageManager::aboutToShowMessage, this,
+            &MessagesPage::completeBox);
+    updateHiddenCount();
+}
+
+void MessagesPage::completeBox(const Messaging::MessageData &data, QWidget *, CMessageBoxWndBase *window)
+{
+    // What only the application knows goes into the box just before it is shown.
+    auto *box = qobject_cast<CMessageBox *>(window);
+    if (!box)
+        return;
+    if (data.code == MachineNotStarted)
+        box->setDetails(
+            tr("Memory wanted: 8,192 MB\nMemory free: 5,204 MB\nLargest programs: browser (2,310 MB), "
+               "mail (1,120 MB)"));
+    if (data.code == DiskAlmostFull) {
+        auto *use = new QProgressBar;
+        use->setAccessibleName(tr("Disk space in use"));
+        use->setFormat(tr("%p % of the disk is in use"));
+        use->setValue(97);
+        box->embedView(use);
+    }
+}
+
+void MessagesPage::show(int code)
+{
+    const CSlotInfo closed(this, "1onMessageClosed(KOV_RESULT,Messaging::ButtonID,QVariant)", code);
+    MessageParams params(code, this);
+    params.setIssuerId(issuer());
+    const QStringList machine{tr("Web Server <test>")};
+    params.setShortMsgParams(machine).setLongMsgParams(machine).setAnchorClickSlot(
+        CSlotInfo(this, "1onLinkClicked(QUrl)"));
+    // A question without a close slot is answered before the call returns.
+    if (code != DeleteMachine)
+        params.setCloseMsgSlot(closed);
+    const int result = CMessageManager::instance()->showMessageBox(params);
+    if (code == DeleteMachine)
+        report(tr("Message %1: answer %2.").arg(code).arg(result));
+    else if (result == -1)
+        report(tr("Message %1 is not shown now.").arg(MessageUtils::getProblemID(code)));
+    updateHiddenCount();
+}
+
+void MessagesPage::showFromOneMachine()
+{
+    for (const QString &network : {tr("Office"), tr("Office"), tr("Laboratory")}) {
+        MessageParams params(NetworkLost, this);
+        params.setIssuerId(issuer()).setShortMsgParams({network}).setLongMsgParams({network}).setCloseMsgSlot(
+            CSlotInfo(this, "1onMessageClosed(KOV_RESULT,Messaging::ButtonID,QVariant)", network));
+        const int result = CMessageManager::instance()->showMessageBox(params);
+        report(result == -1 ? tr("%1: merged or queued.").arg(network) : tr("%1: shown.").arg(network));
+    }
+}
+
+void MessagesPage::askThroughEvent()
+{
+    t_SdkHandleWrap event;
+    KovService_CreateEvent(DeleteMachine, issuer().toUtf8().constData(), event.out());
+    KovService_AddStringParam(event, "machine", tr("Web Server").toUtf8().constData());
+    CMessageManager::instance()->showMessageBox(
+        event, issuer(), this,
+        CSlotInfo(this, "1onMessageClosed(KOV_RESULT,Messaging::ButtonID,QVariant)",
+                  QVariant(DeleteMachine)));
+}
+
+void MessagesPage::onMessageClosed(KOV_RESULT code, Messaging::ButtonID answer, const QVariant &)
+{
+    report(tr("Message %1 closed: answer %2.").arg(MessageUtils::getProblemID(code)).arg(int(answer)));
+    updateHiddenCount();
+}
+
+bool MessagesPage::onLinkClicked(const QUrl &url)
+{
+    report(tr("Link: %1").arg(url.toDisplayString()));
+    return Help::openWebPage(url);
+}
+
+void MessagesPage::updateHiddenCount()
+{
+    m_hiddenCount->setText(tr("%n hidden", nullptr, MessageUtils::getHiddenMessagesCount()));
+}

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "examples/console/pages/ConsolePage.h"
+#include "gui/messages/record/Messaging.h"
+
+#include <QPointer>
+
+class CMessageBoxWndBase;
+class QLabel;
+class QListWidget;
+
+/// Shows messages of every kind, their rules and what comes back.
+class MessagesPage : public ConsolePage
+{
+    Q_OBJECT
+
+public:
+    explicit MessagesPage(QWidget *parent = nullptr);
+
+    /// Shows the message of a code as its entry in the list does.
+    void show(int code);
+
+private:
+    Q_INVOKABLE void onMessageClosed(KOV_RESULT code, Messaging::ButtonID answer, const QVariant &params);
+    Q_INVOKABLE bool onLinkClicked(const QUrl &url);
+    void completeBox(const Messaging::MessageData &data, QWidget *parent, CMessageBoxWndBase *window);
+    void updateHiddenCount();
+    void showFromOneMachine();
+    void askThroughEvent();
+
+    QListWidget *m_list = nullptr;
+    QLabel *m_hiddenCount = nullptr;
+};

@@ -1,0 +1,40 @@
+#include "examples/console/sample/ConsoleMessages.h"
+
+using namespace ConsoleMessages;
+
+QList<Messaging::ButtonID> ConsoleMessageProvider::getPossibleDefaultButtons(int code)
+{
+    // Either answer about suspending machines may stand for good.
+    if (code == SuspendOnQuit)
+        return {Messaging::Button1, Messaging::Button2};
+    return CMessageDataProvider::getPossibleDefaultButtons(code);
+}
+
+Messaging::ButtonsMap ConsoleMessageProvider::getButtonsMap(int code)
+{
+    switch (code) {
+    case DeleteMachine:
+        return {{Messaging::Button1, {tr("&Delete"), QMessageBox::DestructiveRole}},
+                {Messaging::Button2, {tr("Move to &Trash"), QMessageBox::AcceptRole}},
+                {Messaging::Button3, {tr("Cancel"), QMessageBox::RejectRole}}};
+    case SuspendOnQuit:
+        return {{Messaging::Button1, {tr("&Suspend"), QMessageBox::YesRole}},
+                {Messaging::Button2, {tr("&Keep Running"), QMessageBox::NoRole}}};
+    case RestartSoon:
+        return {{Messaging::Button1, {tr("&Restart Now"), QMessageBox::AcceptRole}},
+                {Messaging::Button2, {tr("&Later"), QMessageBox::RejectRole}}};
+    default:
+        return CMessageDataProvider::getButtonsMap(code);
+    }
+}
+
+Messaging::ButtonID ConsoleMessageProvider::getDefaultButton(int code)
+{
+    // What cannot be undone is never one Enter away.
+    return code == DeleteMachine ? Messaging::Button3 : CMessageDataProvider::getDefaultButton(code);
+}
+
+bool ConsoleMessageProvider::hasKBArticle(int code)
+{
+    return code == MachineNotStarted;
+}

@@ -1,0 +1,54 @@
+#include "examples/console/sample/LoopbackServer.h"
+
+#include <QElapsedTimer>
+#include <QHostAddress>
+#include <QProcess>
+#include <QSaveFile>
+#include <QStandardPaths>
+#include <QTcpServer>
+#include <QTcpSocket>
+
+quint16 LoopbackServer::freePort(quint16 preferred)
+{
+    QTcpServer server;
+    if (preferred != 0 && server.listen(QHostAddress::LocalHost, preferred))
+        return preferred;
+    return server.listen(QHostAddress::LocalHost) ? server.serverPort() : 0;
+}
+
+QString LoopbackServer::program(const char *name)
+{
+    return QStandardPaths::findExecutable(QString::fromLatin1(name),
+                                          {QStringLiteral("/usr/sbin"), QStringLiteral("/usr/bin")});
+}
+
+bool LoopbackServer::save(const QString &path, const QByteArray &bytes)
+{
+    QSaveFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
+}
+
+bool LoopbackServer::waitUntilReady(QProcess *server, quint16 port)
+{
+    QElapsedTimer clock;
+    clock.start();
+    while (server->state() == QProcess::Running && clock.elapsed() < 5000) {
+        QTcpSocket socket;
+        socket.connectToHost(QHostAddress::LocalHost, port);
+        if (socket.waitForConnected(200))
+            return true;
+        server->waitForFinished(50);
+    }
+    return false;
+}
+
+void LoopbackServer::stop(QProcess *server)
+{
+    if (server->state() == QProcess::NotRunning)
+        return;
+    server->terminate();
+    if (!server->waitForFinished(3000)) {
+        server->kill();
+        server->waitForFinished(3000);
+    }
+}

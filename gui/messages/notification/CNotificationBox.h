@@ -1,0 +1,82 @@
+#pragma once
+
+#include "gui/messages/box/CMessageBoxWndBase.h"
+
+#include <QPixmap>
+
+/**
+ * A message that needs no answer: a frameless box that slides in at the corner of the screen, takes no keystroke meant
+ * for the window below it, and closes by itself after five seconds. While the mouse rests on it or the user works in it
+ * with the keyboard it stays, and for a second more.
+ *
+ * The result is 1 when the box or its alternate button was clicked, else 0; what happens while the box slides out
+ * changes nothing any more. It never carries another message.
+ *
+ * All texts are to be set before it is shown, when it gets its size. Message and description are simple rich text in
+ * which foreign text was escaped; whatever they hold, only words, bold, italics, links and line breaks are shown, and
+ * nothing is loaded. Texts too long for such a box end in an ellipsis; a tool tip has them whole.
+ */
+class KOVGUI_EXPORT CNotificationBox : public CMessageBoxWndBase
+{
+    Q_OBJECT
+    Q_PROPERTY(QString message READ message WRITE setMessage)
+    Q_PROPERTY(QString description READ description WRITE setDescription)
+    Q_PROPERTY(QString details READ details WRITE setDetails)
+    Q_PROPERTY(QPixmap icon READ icon WRITE setIcon)
+    Q_PROPERTY(QString button1 READ button1 WRITE setButton1)
+    Q_PROPERTY(bool allowHide READ allowHide WRITE setAllowHide)
+    Q_PROPERTY(bool useFixedSize READ isUseFixedSize WRITE setUseFixedSize)
+
+public:
+    explicit CNotificationBox(QWidget *parent = nullptr);
+    ~CNotificationBox() override;
+
+    /// The bold text.
+    QString message() const;
+    void setMessage(const QString &text);
+    QString description() const;
+    void setDescription(const QString &text);
+    /// Plain text, under the others.
+    QString details() const;
+    void setDetails(const QString &text);
+    QPixmap icon() const;
+    /// One larger than the box has room for is shown smaller.
+    void setIcon(const QPixmap &icon);
+
+    /// The alternate button's text; an empty one, the initial value, hides the button.
+    QString button1() const;
+    void setButton1(const QString &text);
+    /// "Close" initially; an empty text hides the button.
+    void setCloseButton(const QString &text);
+
+    /// Whether the user may choose not to see the message again; initially not.
+    bool allowHide() const;
+    void setAllowHide(bool allow);
+    /// False while the choice is not offered.
+    bool isDoNotShowAgainChecked() const override;
+
+    /// On: the size follows from the size hint alone; initially off: the texts are laid out first.
+    bool isUseFixedSize() const;
+    void setUseFixedSize(bool fixed);
+
+    QSize sizeHint() const override;
+    void done(int answer) override;
+
+public Q_SLOTS:
+    void onButtonAlternate();
+    void onButtonClose();
+    void onDoNotShowFlagToggled(bool checked);
+    /// Closes the box, unless it is in use: then as soon as it is not.
+    void onTimeout();
+
+protected:
+    void mousePressEvent(QMouseEvent *event) override;
+    void closeEvent(QCloseEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+    bool event(QEvent *event) override;
+
+private:
+    class Private;
+    const std::unique_ptr<Private> d;
+};

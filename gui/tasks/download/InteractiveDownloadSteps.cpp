@@ -1,0 +1,334 @@
+#include "gui/log/Log.h"
+#include "gui/log/LogText.h"
+#include "gui/messages/CSearchParentHelper.h"
+#include "gui/tasks/download/CTaskInteractiveDownload_p.h"
+#include "gui/tasks/download/DownloadChecks_p.h"
+#include "gui/tasks/progress/FormatUtils.h"
+
+#include <QDir>
+#include <QNetworkReply>
+#include <QStorageInfo>
+#include <QUrl>
+
+using KovGui::logText;
+
+// The steps of the task, each with what follows it.
+
+namespace {
+
+const char Tag[] = "[INTERACTIVE_DOWNLOAD]";
+/// The utility's exit code.
+constexpr int diskFull = 16;
+
+bool isTransferGood(int exitCode, int exitStatus)
+{
+    return exitCode == 0 && exitStatus == 0;
+}
+
+} // namespace
+
+KOV_RESULT CTaskInteractiveDownload::waitForResume()
+{
+    if (d->leaving) {
+        d->isWaitingForUtility = true;
+        setWaitForSubTaskCompletion();
+    }
+    return KOV_SUCCESS;
+}
+
+KOV_RESULT CTaskInteractiveDownload::showProgressDialog()
+{
+    if (d->isInBackground) {
+        KOV_LOG_TAG(Tag, 2, "Download in background. Skip progress dialog appearance.");
+        return KOV_SUCCESS;
+    }
+    CSearchParentHelper *helper = CSearchParentHelper::instance();
+    d->dialog = new CDownloadProgressDialog(
+        d->progressByFar(), helper ? helper->getParentForMessage(d->issuer, true, nullptr) : nullptr);
+    d->dialog->setFileName(d->info.destinationFileName());
+    d->dialog->setStatusText(tr("Preparing..."));
+    d->dialog->setOperation(this);
+    connect(d->dialog, &QDialog::rejected, this, &CTaskInteractiveDownload::onDownloadCancelClicked);
+    connect(d->dialog, &QObject::destroyed, this, [this] {
+        // Only a plain widget is left of it.
+        d->dialog.clear();
+        onDownloadCancelClicked();
+    });
+    connect(d->dialog, &CDownloadProgressDialog::pauseResumeClicked, this,
+            &CTaskInteractiveDownload::onDownloadPauseResumeClicked);
+    d->dialog->show();
+    return KOV_SUCCESS;
+}
+
+KOV_RESULT CTaskInteractiveDownload::prepareDownload()
+{
+    if (!d->isUsable())
+        return KOV_ERR_FAILURE;
+    if (d->isFolderReady())
+        return KOV_SUCCESS;
+    setWaitForSubTaskCompletion();
+    ask({KOV_QUESTION_DOWNLOAD_FAILED,
+         SLOT(onRetryCurrentSubtaskAnswered(KOV_RESULT, Messaging::ButtonID)),
+         {},
+         {},
+         tr("The folder <b>%1</b> cannot be written to.").arg(d->info.destinationDirectory.toHtmlEscaped())});
+    return KOV_SUCCESS;
+}
+
+KOV_RESULT CTaskInteractiveDownload::queryDownloadContentChecksum()
+{
+    if (d->isDigestGiven) {
+        KOV_LOG_TAG(Tag, 2, "Expected content checksum is [%s]. Skipping checksum query.",
+                    logText(d->info.md5).constData());
+        return KOV_SUCCESS;
+    }
+    // A folder of its own: a file of that name in the destination may be the user's.
+    d->checksumFolder = std::make_unique<QTemporaryDir>();
+    if (!d->checksumFolder->isValid()) {
+        KOV_LOG_TAG(Tag, 0, "(!)Error: no temporary folder: %s",
+                    logText(d->checksumFolder->errorString()).constData());
+        return KOV_ERR_FAILURE;
+    }
+    setWaitForSubTaskCompletion();
+    CTaskDownloadFile *transfer
+        = d->startTransfer(this, DownloadChecks::checksumUrl(d->info.url), d->checksumFolder->path(), {});
+    connect(transfer, &CTaskDownloadFile::downloadFinished, this,
+            &CTaskInteractiveDownload::onQueryDownloadContentChecksumFinished);
+    connect(transfer, &CTaskDownloadFile::sendDownloadProgressData, transfer,
+            [transfer](const DownloadProgressData &data) {
+                if (qMax(data.fileSize, data.downloadedBytes) > DownloadChecks::maximumChecksumFileSize)
+                    transfer->cancel();
+            });
+    return KOV_SUCCESS;
+}
+
+void CTaskInteractiveDownload::onQueryDownloadContentChecksumFinished(QString qsFilePath, int nExitCode,
+                                                                      int nExitStatus)
+{
+    d->transfer = nullptr;
+    if (isTransferGood(nExitCode, nExitStatus))
+        d->info.md5 = DownloadChecks::digestFromFile(qsFilePath);
+    else
+        KOV_LOG_TAG(Tag, 0, "(!)Error: failed to fetch the checksum. Exit code = [%d]", nExitCode);
+    d->checksumFolder.reset();
+    if (!d->info.md5.isEmpty()) {
+        subTaskCompleted(KOV_SUCCESS);
+        return;
+    }
+    ask({KOV_QUESTION_DOWNLOAD_FAILED,
+         SLOT(onRetryCurrentSubtaskAnswered(KOV_RESULT, Messaging::ButtonID)),
+         {},
+         {},
+         tr("The checksum of <b>%1</b> could not be fetched, so the file could not be verified. Check your "
+            "Internet connection, and try again.")
+             .arg(d->info.destinationFileName().toHtmlEscaped())});
+}
+
+KOV_RESULT CTaskInteractiveDownload::validateExistingFile()
+{
+    if (d->isThere())
+        startCalculation(&CTaskInteractiveDownload::onExistingFileMd5CalculationFinished);
+    return KOV_SUCCESS;
+}
+
+void CTaskInteractiveDownload::onExistingFileMd5CalculationFinished(bool result, QString md5)
+{
+    if (d->isEnding)
+        return;
+    if (result && md5 == d->info.md5) {
+        KOV_LOG_TAG(Tag, 2, "The file exists and is right, nothing is downloaded.");
+        clearSubTaskList();
+        subTaskCompleted(KOV_SUCCESS);
+        return;
+    }
+    KOV_LOG_TAG(Tag, 1, "The existing file [%s] has another checksum [%s] than expected [%s]",
+                logText(d->info.destinationFilePath()).constData(), logText(md5).constData(),
+                logText(d->info.md5).constData());
+    if (d->mayAskUser) {
+        ask({KOV_QUESTION_EXISTING_FILE_DAMAGED,
+             SLOT(onRetryDownloadExistingFileAnswered(KOV_RESULT, Messaging::ButtonID)),
+             {d->info.destinationFileName()}});
+        return;
+    }
+    const bool isAway = DownloadChecks::removeOrPutAside(d->info.destinationFilePath());
+    if (!isAway)
+        KOV_LOG_TAG(Tag, 0, "(!)Error: the existing file can be neither removed nor renamed.");
+    subTaskCompleted(isAway ? KOV_SUCCESS : KOV_ERR_FAILURE);
+}
+
+void CTaskInteractiveDownload::onRetryDownloadExistingFileAnswered(KOV_RESULT code, Messaging::ButtonID rc)
+{
+    if (!takeAnswer(code))
+        return;
+    if (rc == Messaging::Button1)
+        d->removeFile();
+    const bool isAway = !d->isThere();
+    subTaskCompleted(rc == Messaging::Button1 && isAway ? KOV_SUCCESS : KOV_ERR_FAILURE);
+}
+
+KOV_RESULT CTaskInteractiveDownload::queryDownloadContentLength()
+{
+    QNetworkRequest request{QUrl(d->info.url)};
+    request.setRawHeader("range", "bytes=0-");
+    // A null one would remove the header.
+    request.setRawHeader("If-Range", QByteArray(""));
+    // The download utility follows them as well.
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
+    d->request
+        = new CTaskSendHttpRequest(request, QNetworkAccessManager::HeadOperation, nullptr, QByteArray());
+    d->request->setParent(this);
+    d->request->setOption(DeleteWhenFinished, true);
+    connect(d->request, &CAbstractTask::taskFinished, this,
+            &CTaskInteractiveDownload::onQueryDownloadContentLengthFinished);
+    setWaitForSubTaskCompletion();
+    d->request->execute();
+    return KOV_SUCCESS;
+}
+
+void CTaskInteractiveDownload::onQueryDownloadContentLengthFinished(KOV_RESULT rc)
+{
+    const QNetworkReply *reply = d->request ? d->request->reply() : nullptr;
+    d->request = nullptr;
+    if (KOV_FAILED(rc) && !(reply && DownloadChecks::isHeadUnsupported(*reply))) {
+        ask({KOV_QUESTION_DOWNLOAD_FAILED,
+             SLOT(onRetryCurrentSubtaskAnswered(KOV_RESULT, Messaging::ButtonID)),
+             {d->info.destinationFileName()}});
+        return;
+    }
+    const qint64 length = KOV_SUCCEEDED(rc) && reply ? DownloadChecks::contentLength(*reply) : -1;
+    KOV_LOG_TAG(Tag, 2, "Content length of the download content is %lld", length);
+    if (length > 0)
+        d->info.size = length;
+    d->reportProgress(d->progressByFar());
+    subTaskCompleted(KOV_SUCCESS);
+}
+
+KOV_RESULT CTaskInteractiveDownload::checkFreeSpace()
+{
+    const QStorageInfo storage(d->info.destinationDirectory);
+    const qint64 free = storage.bytesAvailable();
+    const qint64 byFar = d->info.downloadedByFar();
+    KOV_LOG_TAG(
+        Tag, 2,
+        "Calculating free disk space in [%s]. Available: %lld, Total expected: %lld, Downloaded by far: %lld",
+        logText(d->info.destinationDirectory).constData(), free, d->info.size, byFar);
+    if (!storage.isValid() || DownloadChecks::isSpaceEnough(free, d->info.size, byFar))
+        return KOV_SUCCESS;
+    KOV_LOG_TAG(Tag, 0, "(!)Error: Not enough free disk space!");
+    setWaitForSubTaskCompletion();
+    askForSpace(SLOT(onRetryCurrentSubtaskAnswered(KOV_RESULT, Messaging::ButtonID)), d->info.size - byFar,
+                free);
+    return KOV_SUCCESS;
+}
+
+void CTaskInteractiveDownload::askForSpace(const char *slot, qint64 needed, qint64 free)
+{
+    ask({KOV_QUESTION_NOT_ENOUGH_DISK_SPACE,
+         slot,
+         {QDir::toNativeSeparators(d->info.destinationDirectory), FormatUtils::dataSize(needed),
+          FormatUtils::dataSize(free)},
+         false});
+}
+
+KOV_RESULT CTaskInteractiveDownload::downloadFile()
+{
+    // A pause may have come between the end of the transfer and the news of it.
+    if (d->isThere())
+        return KOV_SUCCESS;
+    setWaitForSubTaskCompletion();
+    CTaskDownloadFile::DownloadOptions options = CTaskDownloadFile::Reconnect;
+    options.setFlag(CTaskDownloadFile::BackgroundDownload, d->isInBackground);
+    CTaskDownloadFile *transfer = d->startTransfer(this, d->info.url, d->info.destinationDirectory, options);
+    connect(transfer, &CTaskDownloadFile::sendDownloadProgressData, this,
+            [this](const DownloadProgressData &data) { d->reportProgress(data); });
+    connect(transfer, &CTaskDownloadFile::stateChanged, this,
+            &CTaskInteractiveDownload::updateProgressDialog);
+    connect(transfer, &CTaskDownloadFile::downloadFinished, this,
+            &CTaskInteractiveDownload::onDownloadFinished);
+    return KOV_SUCCESS;
+}
+
+void CTaskInteractiveDownload::onDownloadFinished(QString path, int exitCode, int exitStatus)
+{
+    KOV_LOG_TAG(Tag, 2, "Downloaded file path = [%s]", logText(path).constData());
+    KOV_LOG_TAG(Tag, 2, "Process exit code = [%d]. Process exit status = [%d]", exitCode, exitStatus);
+    if (isPaused()) {
+        KOV_LOG_TAG(Tag, 2, "Waiting for download to resume, skip download finish processing");
+        return;
+    }
+    d->transfer = nullptr;
+    if (isTransferGood(exitCode, exitStatus)) {
+        subTaskCompleted(KOV_SUCCESS);
+        return;
+    }
+    const char *slot = SLOT(onRetryDownloadAnswered(KOV_RESULT, Messaging::ButtonID, bool));
+    if (exitCode == diskFull) {
+        const qint64 free = QStorageInfo(d->info.destinationDirectory).bytesAvailable();
+        askForSpace(slot, qMax(qint64(0), d->info.size - d->info.downloadedByFar()), free);
+        return;
+    }
+    ask({KOV_QUESTION_DOWNLOAD_FAILED, slot, {d->info.destinationFileName()}, false});
+}
+
+KOV_RESULT CTaskInteractiveDownload::validateDownloadedFile()
+{
+    startCalculation(&CTaskInteractiveDownload::onDownloadedFileMd5CalculationFinished);
+    return KOV_SUCCESS;
+}
+
+void CTaskInteractiveDownload::onDownloadedFileMd5CalculationFinished(bool result, QString md5)
+{
+    if (d->isEnding)
+        return;
+    if (result && md5 == d->info.md5) {
+        KOV_LOG_TAG(Tag, 2, "Checksum [%s] validation completed successfully.", logText(md5).constData());
+        subTaskCompleted(KOV_SUCCESS);
+        return;
+    }
+    if (!result)
+        KOV_LOG_TAG(Tag, 0, "(!)Error: Failed to calculate MD5 checksum");
+    else
+        KOV_LOG_TAG(Tag, 0, "(!)Error: MD5 checksum [%s] doesn't match to expected one [%s]",
+                    logText(md5).constData(), logText(d->info.md5).constData());
+    if (!d->mayAskUser && !isPaused())
+        d->removeFile();
+    ask({KOV_QUESTION_DOWNLOAD_DAMAGED,
+         SLOT(onRetryDownloadAnswered(KOV_RESULT, Messaging::ButtonID, bool)),
+         {d->info.destinationFileName()},
+         true});
+}
+
+void CTaskInteractiveDownload::onRetryDownloadAnswered(KOV_RESULT code, Messaging::ButtonID rc,
+                                                       bool removeBrokenFile)
+{
+    if (!takeAnswer(code))
+        return;
+    if (removeBrokenFile)
+        d->removeFile();
+    if (rc != Messaging::Button1) {
+        subTaskCompleted(KOV_ERR_FAILURE);
+        return;
+    }
+    if (getCurrentSubTask() == ValidateDownloadedFile) {
+        insertAfterSubTask(ValidateDownloadedFile, ValidateDownloadedFile);
+        insertAfterSubTask(ValidateDownloadedFile, DownloadFile);
+        // The server may have a new file, with a new digest.
+        if (!d->isDigestGiven) {
+            d->info.md5.clear();
+            insertAfterSubTask(ValidateDownloadedFile, QueryDownloadContentChecksum);
+        }
+        subTaskCompleted(KOV_SUCCESS);
+        return;
+    }
+    repeatCurrentStep();
+}
+
+void CTaskInteractiveDownload::onRetryCurrentSubtaskAnswered(KOV_RESULT code, Messaging::ButtonID rc)
+{
+    if (!takeAnswer(code))
+        return;
+    if (rc == Messaging::Button1)
+        repeatCurrentStep();
+    else
+        subTaskCompleted(KOV_ERR_FAILURE);
+}

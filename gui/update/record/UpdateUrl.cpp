@@ -1,0 +1,42 @@
+#include "gui/update/record/UpdateUrl_p.h"
+
+#include "gui/log/LogText.h"
+
+#include <QRegularExpression>
+#include <QUrl>
+
+#include <algorithm>
+
+namespace {
+
+const int longestAddress = 2048;
+
+bool isForbidden(QChar c)
+{
+    return c.isSpace() || c.unicode() < 0x20 || c.unicode() == 0x7f || c == QLatin1Char('"')
+           || c == QLatin1Char('\'') || c == QLatin1Char('\\');
+}
+
+} // namespace
+
+QString UpdateUrl::checked(const QString &address)
+{
+    if (address.size() > longestAddress || std::any_of(address.begin(), address.end(), isForbidden))
+        return QString();
+    const QUrl url(address, QUrl::StrictMode);
+    const bool isWeb = url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https");
+    if (!url.isValid() || !isWeb || url.host().isEmpty() || url.host().startsWith(QLatin1Char('-')))
+        return QString();
+    if (!url.password().isEmpty())
+        return QString();
+    return QString::fromLatin1(url.toEncoded());
+}
+
+QByteArray UpdateUrl::forLog(const QString &text)
+{
+    // Up to the last "@" before the path: a password may hold one.
+    static const QRegularExpression userInformation(QStringLiteral("(://)[^/?#\\s]*@"));
+    QString masked = text;
+    masked.replace(userInformation, QStringLiteral("\\1***@"));
+    return KovGui::logText(masked);
+}

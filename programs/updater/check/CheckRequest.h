@@ -1,0 +1,36 @@
+#pragma once
+
+#include "gui/update/catalogue/CUpdaterConfig.h"
+#include "programs/updater/base/CommandLine.h"
+#include "programs/updater/check/CatalogueFetch.h"
+#include "programs/updater/check/UpdateChoice.h"
+#include "programs/updater/package/PackageManifest.h"
+
+/// What to ask, and where.
+struct CheckRequest
+{
+    FetchRequest fetch;
+    UpdateCriteria criteria;
+    /// False when the configuration says that the product is not to be updated.
+    bool isEnabled = true;
+};
+
+struct CheckRequestResult
+{
+    /// UpdateFound stands for success.
+    ExitCode code = ExitCode::UpdateFound;
+    QString fault;
+    CheckRequest request;
+};
+
+/**
+ * Puts the request together: the command line counts before the configuration, the configuration before the
+ * installation that the program lies in, that one before what the program was built with. The installed product is the
+ * configuration's product of the name asked for, or its first one; without one, the installation's.
+ *
+ * @param installed  the manifest of the installation; null when the program lies in none
+ *
+ * A pure function but for the defaults of locale and operating system, which the system tells.
+ */
+CheckRequestResult makeCheckRequest(const CommandLine &commandLine, const CUpdaterConfig *configuration,
+                                    const PackageManifest *installed = nullptr);

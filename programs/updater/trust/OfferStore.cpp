@@ -1,0 +1,137 @@
+#include "programs/updater/trust/OfferStore.h"
+
+#include "programs/updater/base/ErrorLine.h"
+#include "programs/updater/base/PrivateFile.h"
+#include "programs/updater/trust/Signature.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFile>
+#include <QLockFile>
+#include <QStandardPaths>
+#include <QUrl>
+
+namespace {
+
+constexpr int lockTimeoutMilliseconds = 10000;
+constexpr qint64 maximumRecordSize = 64 * 1024;
+
+/// A product's name may hold anything that a path must not.
+QString recordPath(const QString &folder, const char *kind, const QString &product)
+{
+    const QByteArray digest = QCryptographicHash::hash(product.toUtf8(), QCryptographicHash::Sha256).toHex();
+    return QDir(folder).filePath(QLatin1String(kind) + QLatin1String(digest));
+}
+
+QString counterPath(const QString &folder, const QString &product)
+{
+    return recordPath(folder, "counter-", product);
+}
+
+QString offerPath(const QString &folder, const QString &product)
+{
+    return recordPath(folder, "offer-", product);
+}
+
+QByteArray offerHeading(const QString &packageFileName)
+{
+    return QUrl::toPercentEncoding(packageFileName) + '\n';
+}
+
+/// Empty when there is none.
+QByteArray readRecord(const QString &path, QString *fault)
+{
+    QFile file(path);
+    if (!file.exists())
+        return QByteArray();
+    if (!file.open(QIODevice::ReadOnly))
+        *fault = QStringLiteral("%1 cannot be read: %2").arg(path, file.errorString());
+    return file.isOpen() ? file.read(maximumRecordSize) : QByteArray();
+}
+
+quint64 readCounter(const QString &path, QString *fault)
+{
+    const QByteArray record = readRecord(path, fault);
+    bool ok = false;
+    const quint64 counter = record.trimmed().toULongLong(&ok);
+    if (!ok && QFile::exists(path) && fault->isEmpty())
+        *fault = QStringLiteral("%1 holds no counter").arg(path);
+    return counter;
+}
+
+QString cannotWrite(const QString &path, const QString &reason)
+{
+    return reason.isEmpty() ? reason : QStringLiteral("%1 cannot be written: %2").arg(path, reason);
+}
+
+/// The turn of one writer.
+class Turn
+{
+public:
+    explicit Turn(const QString &folder)
+        : m_lock(QDir(folder).filePath(QStringLiteral("lock")))
+        , m_fault(cannotWrite(folder, PrivateFile::makeFolder(folder)))
+    {
+        if (m_fault.isEmpty() && !m_lock.tryLock(lockTimeoutMilliseconds))
+            m_fault = cannotWrite(folder, QStringLiteral("its lock cannot be taken"));
+    }
+
+    QString fault() const { return m_fault; }
+
+private:
+    QLockFile m_lock;
+    QString m_fault;
+};
+
+} // namespace
+
+OfferStore::OfferStore(const QString &folder)
+    : m_folder(!folder.isEmpty() ? folder
+                                 : QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)
+                                       + QStringLiteral("/tessarine/updater"))
+{ }
+
+quint64 OfferStore::catalogueCounter(const QString &product) const
+{
+    QString fault;
+    const quint64 counter = readCounter(counterPath(m_folder, product), &fault);
+    if (!fault.isEmpty())
+        printError(fault);
+    return counter;
+}
+
+QString OfferStore::setCatalogueCounter(const QString &product, quint64 counter)
+{
+    const Turn turn(m_folder);
+    if (!turn.fault().isEmpty())
+        return turn.fault();
+    const QString path = counterPath(m_folder, product);
+    QString damage;
+    const quint64 known = readCounter(path, &damage);
+    // Another check may have seen a newer catalogue meanwhile.
+    if (damage.isEmpty() && counter <= known)
+        return QString();
+    const QByteArray record = QByteArray::number(counter) + '\n';
+    return cannotWrite(path, PrivateFile::replace(path, record.constData(), record.size()));
+}
+
+QByteArray OfferStore::packageSignature(const QString &product, const QString &packageFileName) const
+{
+    QString fault;
+    const QByteArray record = readRecord(offerPath(m_folder, product), &fault);
+    if (!fault.isEmpty())
+        printError(fault);
+    const QByteArray heading = offerHeading(packageFileName);
+    return record.startsWith(heading) ? record.mid(heading.size()) : QByteArray();
+}
+
+QString OfferStore::setOffer(const QString &product, const QString &packageFileName,
+                             const QByteArray &signatureFile)
+{
+    const Turn turn(m_folder);
+    if (!turn.fault().isEmpty())
+        return turn.fault();
+    const QString path = offerPath(m_folder, product);
+    const QByteArray record = offerHeading(packageFileName) + signatureFile;
+    return cannotWrite(path, PrivateFile::replace(path, record.constData(), record.size()));
+}

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "gui/update/catalogue/UpdaterExitCode.h"
+#include "programs/updater/trust/Signature.h"
+
+/// What is asked of every signature.
+struct TrustCriteria
+{
+    QVector<Signature::PublicKey> keys;
+    QString product;
+    QDateTime now;
+};
+
+struct TrustVerdict
+{
+    /// UpdateFound stands for a file that is to be trusted; else CatalogueNotTrusted or CatalogueOutdated.
+    ExitCode code = ExitCode::CatalogueNotTrusted;
+    /// One sentence without a full stop, empty for a file to be trusted.
+    QString fault;
+    /// Of a file to be trusted.
+    Signature::Statement statement;
+};
+
+/// Whether a catalogue is the publisher's, for the product, still valid, and not older than one that was seen before.
+/// Pure.
+TrustVerdict judgeCatalogue(const QByteArray &catalogue, const QByteArray &signatureFile,
+                            const TrustCriteria &criteria, quint64 highestCounter);
+
+/// Whether a signature promises the package that a catalogue offers: of that product, version and size, still valid. The
+/// package itself is verified when it is installed. Pure.
+TrustVerdict judgePackage(const QByteArray &signatureFile, const TrustCriteria &criteria,
+                          const VersionNumber &version, qint64 size);
