@@ -1,5 +1,5 @@
-#include "gui/update/catalogue/CUpdaterConfig.h"
-#include "gui/update/catalogue/UpdaterExitCode.h"
+#include "gui/data_model/documents/CUpdaterConfig.h"
+#include "gui/update/launch/UpdaterExitCode.h"
 #include "programs/updater/trust/OfferStore.h"
 #include "tests/support/KovTest.h"
 #include "tests/support/NginxServer.h"

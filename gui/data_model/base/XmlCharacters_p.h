@@ -18,7 +18,12 @@ constexpr bool isAllowed(uint codePoint)
 inline int decodeUtf8(const char *begin, const char *end, uint *codePoint)
 {
     const uint first = uchar(*begin);
-    const int length = first < 0x80 ? 1 : first < 0xC2 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : first < 0xF5 ? 4 : 0;
+    const int length = first < 0x80   ? 1
+                       : first < 0xC2 ? 0
+                       : first < 0xE0 ? 2
+                       : first < 0xF0 ? 3
+                       : first < 0xF5 ? 4
+                                      : 0;
     if (length == 0 || end - begin < length)
         return 0;
     *codePoint = length == 1 ? first : first & (0x7Fu >> length);

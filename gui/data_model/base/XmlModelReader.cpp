@@ -1,6 +1,9 @@
 #include "gui/data_model/base/XmlPath_p.h"
 #include "gui/data_model/base/XmlReader_p.h"
 
+#include <algorithm>
+#include <tuple>
+
 namespace {
 
 bool isTag(std::string_view tag, QLatin1String name)
@@ -62,7 +65,8 @@ public:
             }
         }
         if (m_reader.hasFault())
-            addError(QStringLiteral("line %1: %2").arg(m_reader.line()).arg(m_reader.fault()), m_faultPath);
+            addError(QStringLiteral("line %1: %2").arg(m_reader.line()).arg(m_reader.fault()),
+                     m_faultPath.isEmpty() ? QStringLiteral("/") : m_faultPath);
     }
 
 private:
@@ -85,8 +89,11 @@ private:
         if (m_reader.takeStrayText())
             addWarning(QStringLiteral("text between the tags is not kept"), m_path.text());
         noteFault();
-        if (!isFull() && !m_reader.hasFault())
+        if (!isFull() && !m_reader.hasFault()) {
             reportMissing(counts.constData());
+            if (!description.constUnknown(object).isEmpty())
+                settleUnknown(object);
+        }
         m_class = outer;
     }
 
@@ -112,12 +119,12 @@ private:
         if (field.model) {
             readElement(field.model(), field.add(object));
         } else {
-            bool isEscaped = false;
-            if (!m_reader.attributes().isEmpty())
-                isEscaped = readAttributesOfValue(index, occurrence, object);
             std::string_view text;
+            const bool isEscaped = isMarkedAsEscaped(field);
             if (m_reader.readText(&text) && !readValue(*field.type, text, isEscaped, field.add(object)))
                 addTagError(field, QLatin1String("does not hold ") + QLatin1String(field.type->expected));
+            if (!m_reader.attributes().isEmpty())
+                keepAttributesOfValue(index, occurrence, object);
             noteFault();
         }
         m_path.leave();
@@ -148,7 +155,8 @@ private:
                 const QByteArray text = m_reader.decoded(attribute);
                 if (!readValue(*known->type, {text.constData(), std::size_t(text.size())}, false,
                                known->add(object)))
-                    addTagError(*known, QLatin1String("does not hold ") + QLatin1String(known->type->expected));
+                    addTagError(*known,
+                                QLatin1String("does not hold ") + QLatin1String(known->type->expected));
             } else if (attribute.name != "dyn_lists") {
                 keep(object, {XmlUnknown::Kind::Attribute, -1, 0, copyOf(attribute.name), {}, 0, 0},
                      attribute.source);
@@ -156,19 +164,31 @@ private:
         }
     }
 
-    /// @return the value is escaped
-    bool readAttributesOfValue(int field, int occurrence, void *object)
+    bool isMarkedAsEscaped(const XmlField &field) const
     {
-        bool isEscaped = false;
         for (const XmlReader::Attribute &attribute : m_reader.attributes()) {
-            if (attribute.name == "escaped" && m_class->fields[field].type->form != XmlType::Form::Parsed)
-                isEscaped = attribute.value == "true";
-            else
-                keep(object,
-                     {XmlUnknown::Kind::AttributeOfValue, field, occurrence, copyOf(attribute.name), {}, 0, 0},
-                     attribute.source);
+            if (isEscapeMark(field, attribute))
+                return attribute.value == "true";
         }
-        return isEscaped;
+        return false;
+    }
+
+    static bool isEscapeMark(const XmlField &field, const XmlReader::Attribute &attribute)
+    {
+        return attribute.name == "escaped" && field.type->form != XmlType::Form::Parsed;
+    }
+
+    /// Of the element that was read last. An empty value that need not stand is not written, nor are its attributes.
+    void keepAttributesOfValue(int index, int occurrence, void *object)
+    {
+        const XmlField &field = m_class->fields[index];
+        for (const XmlReader::Attribute &attribute : m_reader.attributes()) {
+            if (!isEscapeMark(field, attribute) && field.occurrences(object) > 0)
+                keep(
+                    object,
+                    {XmlUnknown::Kind::AttributeOfValue, index, occurrence, copyOf(attribute.name), {}, 0, 0},
+                    attribute.source);
+        }
     }
 
     void keepElement(void *object, int field, int index)
@@ -177,15 +197,24 @@ private:
         const XmlReader::Source source = m_reader.skip();
         noteFault(name);
         keep(object,
-             {XmlUnknown::Kind::Element, field, index, copyOf(name.substr(0, 64)), {}, source.elements, source.depth},
+             {XmlUnknown::Kind::Element,
+              field,
+              index,
+              copyOf(name.substr(0, 64)),
+              {},
+              source.elements,
+              source.depth},
              source.bytes);
     }
 
     void keep(void *object, XmlUnknown::Entry entry, std::string_view source)
     {
-        if (int(source.size()) > m_unknownLeft) {
-            addWarning(QStringLiteral("'%1' is not known, and too large to be kept").arg(shortName(
-                           {entry.name.constData(), std::size_t(entry.name.size())})),
+        // An element has attributes of its own as well.
+        const int attributes = m_reader.attributes().size();
+        const bool isAttribute = entry.kind != XmlUnknown::Kind::Element;
+        if (int(source.size()) > m_unknownLeft || (isAttribute && attributes > XmlLimits::attributes - 2)) {
+            addWarning(QStringLiteral("'%1' is not known, and too much to be kept")
+                           .arg(shortName({entry.name.constData(), std::size_t(entry.name.size())})),
                        m_path.text());
             return;
         }
@@ -193,6 +222,31 @@ private:
         m_unknownLeft -= int(source.size()) + 32;
         entry.source = copyOf(source);
         m_class->unknown(object).m_entries.append(entry);
+    }
+
+    /// Brings what is kept into the order, and behind the children, that writing will give it.
+    void settleUnknown(void *object)
+    {
+        QVector<XmlUnknown::Entry> &entries = m_class->unknown(object).m_entries;
+        for (XmlUnknown::Entry &entry : entries) {
+            if (entry.kind != XmlUnknown::Kind::Element)
+                continue;
+            const int field = entry.field;
+            while (entry.field >= 0 && !isWritten(m_class->fields[entry.field], object))
+                --entry.field;
+            if (entry.field != field)
+                entry.index = entry.field < 0 ? 0 : m_class->fields[entry.field].occurrences(object) - 1;
+        }
+        std::stable_sort(entries.begin(), entries.end(),
+                         [](const XmlUnknown::Entry &left, const XmlUnknown::Entry &right) {
+                             return std::tie(left.kind, left.field, left.index)
+                                    < std::tie(right.kind, right.field, right.index);
+                         });
+    }
+
+    static bool isWritten(const XmlField &field, const void *object)
+    {
+        return field.occurs != XmlOccurs::Attribute && field.occurrences(object) > 0;
     }
 
     void reportMissing(const int *counts)
@@ -213,14 +267,17 @@ private:
         addError(QStringLiteral("tag '%1' %2").arg(field.name, text), m_path.text());
     }
 
-    void addTagError(const XmlField &field, const char *text) { addTagError(field, QString::fromLatin1(text)); }
+    void addTagError(const XmlField &field, const char *text)
+    {
+        addTagError(field, QString::fromLatin1(text));
+    }
 
     void addError(const QString &text, const QString &path)
     {
         if (isFull())
             return;
-        m_report->errors.append(
-            XmlText::oneLine(QStringLiteral("Error in class '%1': %2").arg(QLatin1String(m_class->name), text)));
+        m_report->errors.append(XmlText::oneLine(
+            QStringLiteral("Error in class '%1': %2").arg(QLatin1String(m_class->name), text)));
         m_report->errorPlaces.append({XmlText::oneLine(path), m_reader.line()});
     }
 
@@ -228,8 +285,8 @@ private:
     {
         if (m_report->warnings.size() >= XmlReport::maximumEntries)
             return;
-        m_report->warnings.append(
-            XmlText::oneLine(QStringLiteral("Warning in class '%1': %2").arg(QLatin1String(m_class->name), text)));
+        m_report->warnings.append(XmlText::oneLine(
+            QStringLiteral("Warning in class '%1': %2").arg(QLatin1String(m_class->name), text)));
         m_report->warningPlaces.append({XmlText::oneLine(path), m_reader.line()});
     }
 

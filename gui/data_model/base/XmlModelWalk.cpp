@@ -44,7 +44,7 @@ public:
             if (field.isPersonal)
                 field.clear(object);
             for (int index = 0; field.model && index < field.count(object); ++index)
-                clear(field.model(), const_cast<void *>(field.at(object, index)));
+                clear(field.model(), field.edit(object, index));
         }
         description.unknown(object).clear();
     }

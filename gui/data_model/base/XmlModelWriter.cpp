@@ -79,7 +79,8 @@ private:
         if (XmlText::isAllowed(text) && XmlText::normalized(text) == text)
             m_writer.attribute(field.name, text);
         else
-            addError(description, QStringLiteral("tag '%1' does not hold a text for an attribute").arg(field.name));
+            addError(description,
+                     QStringLiteral("tag '%1' does not hold a text for an attribute").arg(field.name));
     }
 
     void writeValue(const XmlClass &description, const XmlField &field, const void *value)
@@ -96,7 +97,7 @@ private:
         }
         const QString &text = *static_cast<const QString *>(value);
         const bool isPlain = XmlText::isAllowed(text)
-            && (type.form == XmlType::Form::Exact || XmlText::normalized(text) == text);
+                             && (type.form == XmlType::Form::Exact || XmlText::normalized(text) == text);
         if (isPlain)
             return m_writer.text(text.toUtf8());
         m_writer.attribute(QLatin1String("escaped"), QStringLiteral("true"));
@@ -117,7 +118,8 @@ private:
     {
         if (m_report->errors.size() >= XmlReport::maximumEntries)
             return;
-        m_report->errors.append(QStringLiteral("Error in class '%1': %2").arg(QLatin1String(description.name), text));
+        m_report->errors.append(
+            QStringLiteral("Error in class '%1': %2").arg(QLatin1String(description.name), text));
         m_report->errorPlaces.append({m_path.text(), 0});
     }
 

@@ -33,6 +33,7 @@ struct XmlField
     const XmlClass &(*model)();
     int (*count)(const void *object);
     const void *(*at)(const void *object, int index);
+    void *(*edit)(void *object, int index);
     /// A place for one more value; for a single value its place.
     void *(*add)(void *object);
     void (*clear)(void *object);
@@ -83,6 +84,7 @@ struct Container
 
     static int count(const Value &value) { return isPresent(value) ? 1 : 0; }
     static const void *at(const Value &value, int) { return &value; }
+    static void *edit(Value &value, int) { return &value; }
     static void *add(Value &value) { return &value; }
 };
 
@@ -91,6 +93,7 @@ struct Container<std::optional<Value>>
 {
     static int count(const std::optional<Value> &value) { return value ? 1 : 0; }
     static const void *at(const std::optional<Value> &value, int) { return &*value; }
+    static void *edit(std::optional<Value> &value, int) { return &*value; }
     static void *add(std::optional<Value> &value) { return &value.emplace(); }
 };
 
@@ -99,6 +102,7 @@ struct Container<QVector<Value>>
 {
     static int count(const QVector<Value> &values) { return values.size(); }
     static const void *at(const QVector<Value> &values, int index) { return values.constData() + index; }
+    static void *edit(QVector<Value> &values, int index) { return values.data() + index; }
     static void *add(QVector<Value> &values)
     {
         values.append(Value());
@@ -116,6 +120,7 @@ struct Field<Member>
     static const Value &of(const void *object) { return static_cast<const Model *>(object)->*Member; }
     static int count(const void *object) { return Container<Value>::count(of(object)); }
     static const void *at(const void *object, int index) { return Container<Value>::at(of(object), index); }
+    static void *edit(void *object, int index) { return Container<Value>::edit(of(object), index); }
     static void *add(void *object) { return Container<Value>::add(of(object)); }
     static void clear(void *object) { of(object) = Value(); }
 };
@@ -129,8 +134,16 @@ template <auto Member>
 XmlField xmlValue(const char *name, XmlOccurs occurs, const XmlType &type, XmlPrivacy privacy)
 {
     using Field = XmlAccess::Field<Member>;
-    return {QLatin1String(name), occurs, privacy == XmlPrivacy::Personal, &type, nullptr, &Field::count, &Field::at,
-            &Field::add, &Field::clear};
+    return {QLatin1String(name),
+            occurs,
+            privacy == XmlPrivacy::Personal,
+            &type,
+            nullptr,
+            &Field::count,
+            &Field::at,
+            &Field::edit,
+            &Field::add,
+            &Field::clear};
 }
 
 /// A child that is a model itself, or several.
@@ -138,14 +151,20 @@ template <auto Member>
 XmlField xmlModel(const char *name, XmlOccurs occurs, const XmlClass &(*model)())
 {
     using Field = XmlAccess::Field<Member>;
-    return {QLatin1String(name), occurs, false, nullptr, model, &Field::count, &Field::at, &Field::add,
-            &Field::clear};
+    return {QLatin1String(name), occurs,     false,        nullptr,     model,
+            &Field::count,       &Field::at, &Field::edit, &Field::add, &Field::clear};
 }
 
 template <class Model, int count>
-XmlClass xmlClassOf(const char *name, const char *element, const XmlLimits &limits, const XmlField (&fields)[count])
+XmlClass xmlClassOf(const char *name, const char *element, const XmlLimits &limits,
+                    const XmlField (&fields)[count])
 {
-    return {name, QLatin1String(element), limits, fields, count,
-            [](void *object) -> XmlUnknown & { return static_cast<Model *>(object)->unknown; },
-            [](const void *object) -> const XmlUnknown & { return static_cast<const Model *>(object)->unknown; }};
+    return {
+        name,
+        QLatin1String(element),
+        limits,
+        fields,
+        count,
+        [](void *object) -> XmlUnknown & { return static_cast<Model *>(object)->unknown; },
+        [](const void *object) -> const XmlUnknown & { return static_cast<const Model *>(object)->unknown; }};
 }

@@ -432,14 +432,15 @@ bool XmlReader::decodeReference(std::string_view reference, QByteArray *bytes)
         }
     }
     const bool isHexadecimal = reference.substr(0, 2) == "#x";
-    const std::string_view digits = reference.substr(std::min<std::size_t>(isHexadecimal ? 2 : 1, reference.size()));
+    const std::string_view digits
+        = reference.substr(std::min<std::size_t>(isHexadecimal ? 2 : 1, reference.size()));
     if (reference.substr(0, 1) != "#" || digits.empty())
         return false;
     char32_t codePoint = 0;
     for (const char c : digits) {
-        const int digit = c >= '0' && c <= '9' ? c - '0'
-            : isHexadecimal && (c | 0x20) >= 'a' && (c | 0x20) <= 'f' ? (c | 0x20) - 'a' + 10
-                                                                      : -1;
+        const int digit = c >= '0' && c <= '9'                                      ? c - '0'
+                          : isHexadecimal && (c | 0x20) >= 'a' && (c | 0x20) <= 'f' ? (c | 0x20) - 'a' + 10
+                                                                                    : -1;
         if (digit < 0 || codePoint > 0x10FFFF)
             return false;
         codePoint = codePoint * (isHexadecimal ? 16 : 10) + char32_t(digit);

@@ -44,7 +44,8 @@ private:
 
         bool operator==(const Entry &other) const
         {
-            return kind == other.kind && field == other.field && index == other.index && source == other.source;
+            return kind == other.kind && field == other.field && index == other.index
+                   && source == other.source;
         }
     };
 

@@ -145,7 +145,8 @@ bool equalDateTimes(const void *left, const void *right)
     const QDateTime &b = *static_cast<const QDateTime *>(right);
     if (!a.isValid() || !b.isValid())
         return a.isValid() == b.isValid();
-    return std::floor(double(a.toMSecsSinceEpoch()) / 1000) == std::floor(double(b.toMSecsSinceEpoch()) / 1000);
+    return std::floor(double(a.toMSecsSinceEpoch()) / 1000)
+           == std::floor(double(b.toMSecsSinceEpoch()) / 1000);
 }
 
 bool isLoneSurrogate(const QString &text, int i)
@@ -179,8 +180,8 @@ const XmlType XmlTypes::exact = {Form::Exact, "a text", nullptr, nullptr, &equal
 const XmlType XmlTypes::truth = {Form::Parsed, "true or false", &parseTruth, &printTruth, &equalValues<bool>};
 const XmlType XmlTypes::uint32 = {Form::Parsed, "a number from 0 to 4294967295", &parseNumber<quint32>,
                                   &printNumber<quint32>, &equalValues<quint32>};
-const XmlType XmlTypes::int32 = {Form::Parsed, "a number from -2147483648 to 2147483647", &parseNumber<qint32>,
-                                 &printNumber<qint32>, &equalValues<qint32>};
+const XmlType XmlTypes::int32 = {Form::Parsed, "a number from -2147483648 to 2147483647",
+                                 &parseNumber<qint32>, &printNumber<qint32>, &equalValues<qint32>};
 const XmlType XmlTypes::size = {Form::Parsed, "a number from 0 to 9223372036854775807", &parseNumber<qint64>,
                                 &printSize, &equalValues<qint64>};
 const XmlType XmlTypes::real
@@ -212,7 +213,8 @@ QString XmlText::escaped(const QString &text)
         if (c == QLatin1Char('\\'))
             result += QLatin1String("\\\\");
         else if (i < first || i > last || c == QLatin1Char('\r') || !isAllowedAt(text, i))
-            result += QLatin1String("\\u") + QString::number(c.unicode(), 16).rightJustified(4, QLatin1Char('0'));
+            result += QLatin1String("\\u")
+                      + QString::number(c.unicode(), 16).rightJustified(4, QLatin1Char('0'));
         else
             result += c;
     }

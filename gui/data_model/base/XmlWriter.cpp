@@ -105,14 +105,29 @@ void XmlWriter::appendEscaped(const QByteArray &utf8, bool isAttribute)
     for (const char *c = run; c < end; ++c) {
         const char *escape = nullptr;
         switch (*c) {
-        case '&': escape = "&amp;"; break;
-        case '<': escape = "&lt;"; break;
-        case '>': escape = "&gt;"; break;
-        case '\r': escape = "&#13;"; break;
-        case '"': escape = isAttribute ? "&quot;" : nullptr; break;
-        case '\n': escape = isAttribute ? "&#10;" : nullptr; break;
-        case '\t': escape = isAttribute ? "&#9;" : nullptr; break;
-        default: break;
+        case '&':
+            escape = "&amp;";
+            break;
+        case '<':
+            escape = "&lt;";
+            break;
+        case '>':
+            escape = "&gt;";
+            break;
+        case '\r':
+            escape = "&#13;";
+            break;
+        case '"':
+            escape = isAttribute ? "&quot;" : nullptr;
+            break;
+        case '\n':
+            escape = isAttribute ? "&#10;" : nullptr;
+            break;
+        case '\t':
+            escape = isAttribute ? "&#9;" : nullptr;
+            break;
+        default:
+            break;
         }
         if (escape) {
             m_document.append(run, int(c - run)).append(escape);

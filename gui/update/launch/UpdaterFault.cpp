@@ -1,6 +1,6 @@
 #include "gui/update/launch/UpdaterFault_p.h"
 
-#include "gui/update/catalogue/UpdaterExitCode.h"
+#include "gui/update/launch/UpdaterExitCode.h"
 
 #include <QCoreApplication>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "gui/update/catalogue/UpdaterExitCode.h"
+#include "gui/update/launch/UpdaterExitCode.h"
 
 #include <QStringList>
 
