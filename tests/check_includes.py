@@ -54,7 +54,7 @@ ALLOWED = {
     'gui/update': UPDATES + ['gui/update/check', 'gui/update/dialogs', 'gui/update/install'],
     # init() fills the implementation registry, so it names the classes of every folder.
     'gui': LIBRARY,
-    'programs/download_utility': ['gui/tasks/download/FileName.h'],
+    'programs/download_utility': ['gui/tasks/download/FileName.h', 'gui/tasks/download/DownloadExitCode.h'],
     'programs/updater/base': UPDATER[:-1],
     'programs/updater/package': UPDATER,
     'programs/updater/trust': UPDATER,

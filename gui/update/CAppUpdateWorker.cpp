@@ -86,8 +86,7 @@ public:
 
     bool isPackageOnDisk() const
     {
-        return !pending.download.destinationDirectory.isEmpty()
-               && isOnDisk(pending.download.destinationFilePath());
+        return isOnDisk(pending.download.destinationFilePath());
     }
 
     void load(CProductUpdateInfo::UpdateType type)
@@ -107,11 +106,10 @@ public:
         pendingIsSmart = isSmart;
     }
 
-    /// An empty folder would mean the user's home folder.
     void ensureFolder()
     {
         if (pending.download.destinationDirectory.isEmpty() && !pending.download.url.isEmpty())
-            pending.download.destinationDirectory = UpgradeUtils::updatesFolder();
+            pending.download.chooseDirectory(UpgradeUtils::updatesFolder());
     }
 
     void recordCheck(KOV_RESULT result)

@@ -4,7 +4,7 @@
 #include "gui/frame/GUI.h"
 #include "gui/log/Log.h"
 #include "gui/log/LogText.h"
-#include "gui/messages/CMessageManager.h"
+#include "gui/messages/CTaskQuestion.h"
 #include "gui/tasks/TaskIds.h"
 #include "gui/tasks/download/CMd5Calculator.h"
 #include "gui/tasks/download/CTaskInteractiveDownload.h"
@@ -33,12 +33,6 @@ namespace {
 
 const char logTag[] = "[APP_UPDATE]";
 
-/// The messages of an update have an issuer of their own: they neither wait behind others nor make others wait.
-QString messageIssuer()
-{
-    return QStringLiteral("ProductUpdate");
-}
-
 bool isDigest(const QString &text)
 {
     static const QRegularExpression pattern(QStringLiteral("\\A[0-9A-Fa-f]{32}\\z"));
@@ -60,18 +54,13 @@ public:
         : q(owner)
     { }
 
-    QString path() const
-    {
-        // Without a folder the path would be one in the user's home.
-        const QString folder = info.download.destinationDirectory;
-        return folder.isEmpty() ? QString() : info.download.destinationFilePath();
-    }
+    QString path() const { return info.download.destinationFilePath(); }
     bool hasPackage() const { return QFileInfo(path()).isFile(); }
 
     void open(CBaseDialog *window, const char *answerSlot);
     void takeOffer(int answer);
-    void showMessage(KOV_RESULT code, const QStringList &parameters, const char *closeSlot);
-    bool takeAnswer();
+    void ask(KOV_RESULT code, const QStringList &parameters,
+             void (CTaskInstallProductUpdate::*answered)(KOV_RESULT, Messaging::ButtonID));
     void confirmCancelSmartInstall();
     /// Runs the step under way again, with others before it.
     void repeat(const QList<int> &before = QList<int>());
@@ -98,12 +87,10 @@ public:
     bool userSawDownload = false;
     bool terminating = false;
 
-    /// The message whose end the task waits for, 0 for none, and what it ends with then.
-    KOV_RESULT openMessage = 0;
+    CTaskQuestion question{UpgradeUtils::messageIssuer()};
+    /// What the task ends with after the message about a failure.
     KOV_RESULT resultAfterMessage = KOV_SUCCESS;
     bool mayRetry = false;
-    /// A stored answer comes back from within the asking. Trying again on it would never end.
-    bool showingMessage = false;
 };
 
 void CTaskInstallProductUpdate::Private::open(CBaseDialog *window, const char *answerSlot)
@@ -130,32 +117,23 @@ void CTaskInstallProductUpdate::Private::takeOffer(int answer)
     }
 }
 
-void CTaskInstallProductUpdate::Private::showMessage(KOV_RESULT code, const QStringList &parameters,
-                                                     const char *closeSlot)
+void CTaskInstallProductUpdate::Private::ask(KOV_RESULT code, const QStringList &parameters,
+                                             void (CTaskInstallProductUpdate::*answered)(KOV_RESULT,
+                                                                                         Messaging::ButtonID))
 {
-    openMessage = code;
-    showingMessage = true;
     MessageParams message(code);
-    message.setIssuerId(messageIssuer())
-        .setLongMsgParams(parameters)
-        .setCloseMsgSlot(CSlotInfo(q, closeSlot));
+    message.setLongMsgParams(parameters);
     if (code == KOV_ERR_UPDATE_INSTALLATION_FAILED && !mayRetry)
         message.addButton(Messaging::Button1, {CTaskInstallProductUpdate::tr("OK"), QMessageBox::AcceptRole});
-    const QPointer<CTaskInstallProductUpdate> guard(q);
-    CMessageManager::instance()->showMessageBox(message);
-    if (guard)
-        showingMessage = false;
-}
-
-bool CTaskInstallProductUpdate::Private::takeAnswer()
-{
-    return std::exchange(openMessage, 0) != 0;
+    question.ask(message, [this, answered](KOV_RESULT shown, Messaging::ButtonID answer) {
+        (q->*answered)(shown, answer);
+    });
 }
 
 void CTaskInstallProductUpdate::Private::confirmCancelSmartInstall()
 {
-    showMessage(KOV_QUESTION_CANCEL_SMART_INSTALL, QStringList(),
-                "1onConfirmCancelSmartInstallAnswered(KOV_RESULT, Messaging::ButtonID)");
+    ask(KOV_QUESTION_CANCEL_SMART_INSTALL, QStringList(),
+        &CTaskInstallProductUpdate::onConfirmCancelSmartInstallAnswered);
 }
 
 void CTaskInstallProductUpdate::Private::repeat(const QList<int> &before)
@@ -172,8 +150,8 @@ void CTaskInstallProductUpdate::Private::failInstallation(KOV_RESULT result, con
     resultAfterMessage = result;
     mayRetry = retry;
     const bool updaterMissing = result == KOV_ERR_UPDATER_MISSING;
-    showMessage(updaterMissing ? result : KOV_ERR_UPDATE_INSTALLATION_FAILED, {reason},
-                "1onInstallationErrorClosed(KOV_RESULT, Messaging::ButtonID)");
+    ask(updaterMissing ? result : KOV_ERR_UPDATE_INSTALLATION_FAILED, {reason},
+        &CTaskInstallProductUpdate::onInstallationErrorClosed);
 }
 
 void CTaskInstallProductUpdate::Private::failUnverifiable()
@@ -249,11 +227,7 @@ void CTaskInstallProductUpdate::Private::release()
         download->disconnect(q);
     if (launcher)
         launcher->disconnect(q);
-    const KOV_RESULT code = std::exchange(openMessage, 0);
-    if (code == 0)
-        return;
-    CMessageManager::instance()->clearMessageQueue(messageIssuer());
-    CMessageManager::instance()->closeSpecificMessageBox(messageIssuer(), code);
+    question.close();
 }
 
 CTaskInstallProductUpdate::CTaskInstallProductUpdate(const CProductUpdateInfo &info, const TaskParams &params)
@@ -264,7 +238,7 @@ CTaskInstallProductUpdate::CTaskInstallProductUpdate(const CProductUpdateInfo &i
     d->params = params;
     d->downloadsInBackground = params.downloadInBackground;
     if (info.download.destinationDirectory.isEmpty())
-        d->info.download.destinationDirectory = UpgradeUtils::updatesFolder();
+        d->info.download.chooseDirectory(UpgradeUtils::updatesFolder());
 }
 
 CTaskInstallProductUpdate::~CTaskInstallProductUpdate()
@@ -315,8 +289,8 @@ void CTaskInstallProductUpdate::terminate(int result)
 
 void CTaskInstallProductUpdate::bringToFront()
 {
-    if (d->openMessage != 0)
-        CMessageManager::instance()->raiseSpecificMessageBox(messageIssuer(), d->openMessage);
+    if (d->question.isOpen())
+        d->question.raise();
     else if (d->dialog)
         raise(d->dialog);
     else if (d->progress)
@@ -447,9 +421,7 @@ void CTaskInstallProductUpdate::onUpdateDownloadFinished(KOV_RESULT result)
 
 void CTaskInstallProductUpdate::onConfirmCancelSmartInstallAnswered(KOV_RESULT, Messaging::ButtonID answer)
 {
-    if (!d->takeAnswer())
-        return;
-    if (answer == Messaging::Button1 || d->showingMessage) {
+    if (answer == Messaging::Button1) {
         d->choice = Cancel;
         subTaskCompleted(KOV_ERR_CANCELLED);
     } else {
@@ -490,15 +462,14 @@ KOV_RESULT CTaskInstallProductUpdate::checkRunningApps()
     if (apps.isEmpty())
         return KOV_SUCCESS;
     setWaitForSubTaskCompletion();
-    d->showMessage(KOV_QUESTION_CLOSE_APPLICATIONS, {apps.join(QLatin1Char('\n'))},
-                   "1onCheckRunningAppsAnswered(KOV_RESULT, Messaging::ButtonID)");
+    d->ask(KOV_QUESTION_CLOSE_APPLICATIONS, {apps.join(QLatin1Char('\n'))},
+           &CTaskInstallProductUpdate::onCheckRunningAppsAnswered);
     return KOV_SUCCESS;
 }
 
 void CTaskInstallProductUpdate::onCheckRunningAppsAnswered(KOV_RESULT, Messaging::ButtonID answer)
 {
-    if (d->takeAnswer())
-        onCheckRunningAppsFinished(d->showingMessage ? Messaging::ButtonNone : answer);
+    onCheckRunningAppsFinished(answer);
 }
 
 void CTaskInstallProductUpdate::onCheckRunningAppsFinished(int answer)
@@ -545,9 +516,8 @@ void CTaskInstallProductUpdate::onPackageDigestCalculated(bool ok, const QString
                     KovGui::logText(d->path()).constData(), qPrintable(digest),
                     qPrintable(d->info.download.md5));
         QFile::remove(d->path());
-        d->showMessage(d->downloaded ? KOV_QUESTION_DOWNLOAD_DAMAGED : KOV_QUESTION_EXISTING_FILE_DAMAGED,
-                       {d->info.download.destinationFileName()},
-                       "1onDownloadRetryAnswered(KOV_RESULT, Messaging::ButtonID)");
+        d->ask(d->downloaded ? KOV_QUESTION_DOWNLOAD_DAMAGED : KOV_QUESTION_EXISTING_FILE_DAMAGED,
+               {d->info.download.destinationFileName()}, &CTaskInstallProductUpdate::onDownloadRetryAnswered);
         return;
     }
     QString updateMode;
@@ -562,9 +532,7 @@ void CTaskInstallProductUpdate::onPackageDigestCalculated(bool ok, const QString
 
 void CTaskInstallProductUpdate::onDownloadRetryAnswered(KOV_RESULT, Messaging::ButtonID answer)
 {
-    if (!d->takeAnswer())
-        return;
-    if (answer != Messaging::Button1 || d->showingMessage) {
+    if (answer != Messaging::Button1) {
         subTaskCompleted(KOV_ERR_FAILURE);
         return;
     }
@@ -593,9 +561,7 @@ void CTaskInstallProductUpdate::onUpdateInstallationFinished(KOV_RESULT result)
 
 void CTaskInstallProductUpdate::onInstallationErrorClosed(KOV_RESULT, Messaging::ButtonID answer)
 {
-    if (!d->takeAnswer())
-        return;
-    if (d->mayRetry && answer == Messaging::Button1 && !d->showingMessage)
+    if (d->mayRetry && answer == Messaging::Button1)
         d->repeat();
     else
         subTaskCompleted(d->resultAfterMessage);

@@ -189,4 +189,9 @@ QString updatesFolder()
     return path;
 }
 
+QString messageIssuer()
+{
+    return QStringLiteral("ProductUpdate");
+}
+
 } // namespace UpgradeUtils

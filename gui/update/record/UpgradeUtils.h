@@ -68,4 +68,7 @@ KOVGUI_EXPORT QString defaultCatalogueUrl(int applicationMode);
  */
 KOVGUI_EXPORT QString updatesFolder();
 
+/// Whose the messages of the update cycle are: they neither wait behind others nor make others wait.
+KOVGUI_EXPORT QString messageIssuer();
+
 } // namespace UpgradeUtils

@@ -60,6 +60,12 @@ bool isOurs(const struct stat &status)
     return S_ISREG(status.st_mode) && status.st_nlink == 1 && status.st_uid == geteuid();
 }
 
+bool isOthers(int folder, const std::string &name)
+{
+    struct stat status = {};
+    return fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 && status.st_uid != geteuid();
+}
+
 Result foreignFile(const std::string &name)
 {
     return Result(ExitCode::ForeignFile, "a link or a foreign file is in the way: " + name);
@@ -112,7 +118,10 @@ Result Storage::Private::openPart()
     for (int attempt = 0; attempt < 10; ++attempt) {
         part = Descriptor(openat(folder.number(), partName.c_str(), O_RDWR | O_CREAT | noFollow, 0666));
         if (!part.isOpen()) {
-            const bool isForeign = errno == ELOOP || errno == EISDIR || errno == ENXIO;
+            const int error = errno;
+            const bool isForeign = error == ELOOP || error == EISDIR || error == ENXIO
+                                   || (error == EACCES && isOthers(folder.number(), partName));
+            errno = error;
             return isForeign ? foreignFile(partName) : systemError("cannot open the part file");
         }
         struct stat status = {};
