@@ -58,12 +58,13 @@ class Field:
         is_text = self.kind is not None and self.kind.cpp_type == 'QString'
         require(self.where, privacy or not is_text, 'a text says by privacy whether it tells about a person')
         require(self.where, not attribute or self.type_name == 'text', 'an attribute is a text')
-        require(self.where, self.kind or not privacy, 'the parts of an element have a privacy, it has none')
+        self.has_privacy = bool(privacy)
 
     def resolve(self, classes):
         if not self.kind:
             self.model = classes.get(self.type_name)
             require(self.where, self.model, f'no type and no class described before has the name {self.type_name}')
+            require(self.where, not self.has_privacy, 'the parts of an element have a privacy, it has none')
             require(self.where, self.model.element == self.tag, f'the element of {self.type_name} has another tag')
 
     @property
