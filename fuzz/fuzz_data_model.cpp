@@ -1,20 +1,13 @@
 // Any bytes as any of the documents: what is taken is well-formed to QXmlStreamReader too, and reading, writing and reading
 // give the same object. The first byte chooses the class.
+#include "fuzz/FuzzTarget.h"
 #include "gui/data_model/documents/CPackedProblemReport.h"
 #include "gui/data_model/documents/CUpdaterConfig.h"
 
 #include <QXmlStreamReader>
 #include <algorithm>
-#include <cstdint>
-#include <cstdlib>
 
 namespace {
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 /// The declaration and names outside ASCII are taken as they come.
 bool isComparable(const QByteArray &document)
@@ -55,7 +48,7 @@ void check(const QByteArray &document)
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+KOV_FUZZ_TARGET(bytes)
 {
     static constexpr void (*checks[])(const QByteArray &) = {check<CPackedProblemReport>,
                                                              check<CAppConfig>,
@@ -72,8 +65,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
                                                              check<CUpdates>,
                                                              check<CUpdaterConfig>,
                                                              check<CReportAttachment>};
-    if (size > 0)
-        checks[data[0] % std::size(checks)](
-            QByteArray(reinterpret_cast<const char *>(data + 1), int(size - 1)));
-    return 0;
+    if (!bytes.isEmpty())
+        checks[uchar(bytes.at(0)) % std::size(checks)](bytes.mid(1));
 }

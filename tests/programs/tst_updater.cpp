@@ -1,5 +1,5 @@
 #include "gui/data_model/documents/CUpdaterConfig.h"
-#include "gui/update/launch/UpdaterExitCode.h"
+#include "programs/updater/base/ExitCode.h"
 #include "programs/updater/trust/OfferStore.h"
 #include "tests/support/KovTest.h"
 #include "tests/support/NginxServer.h"

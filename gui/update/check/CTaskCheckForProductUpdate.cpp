@@ -32,6 +32,8 @@ namespace {
 const char logTag[] = "[APP_UPDATE]";
 const char registryKey[] = "CTaskCheckForProductUpdate";
 
+using Updater::ExitCode;
+
 bool saysExitCode(int exitCode, ExitCode expected)
 {
     return exitCode == int(expected);

@@ -6,38 +6,26 @@
 #include "gui/log/LogText.h"
 #include "gui/messages/CTaskQuestion.h"
 #include "gui/tasks/TaskIds.h"
-#include "gui/tasks/download/CMd5Calculator.h"
 #include "gui/tasks/download/CTaskInteractiveDownload.h"
 #include "gui/update/dialogs/CConfirmUpdateInstallationDialog.h"
 #include "gui/update/dialogs/CUpdateDialog.h"
 #include "gui/update/dialogs/UpdateDialogLook_p.h"
+#include "gui/update/install/PackageCheck_p.h"
 #include "gui/update/install/StalePackages_p.h"
-#include "gui/update/launch/CTaskLaunchUpdater.h"
-#include "gui/update/launch/UpdateCommand_p.h"
-#include "gui/update/launch/UpdaterFault_p.h"
+#include "gui/update/install/UpdaterRun_p.h"
 #include "gui/update/record/UpdateUrl_p.h"
 #include "gui/update/record/UpgradeUtils.h"
-#include "gui/window/CProgressDialog.h"
+#include "gui/window/CBaseDialog.h"
 
-#include <QApplication>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
-#include <QIcon>
 #include <QPointer>
-#include <QRegularExpression>
 
 #include <utility>
 
 namespace {
 
 const char logTag[] = "[APP_UPDATE]";
-
-bool isDigest(const QString &text)
-{
-    static const QRegularExpression pattern(QStringLiteral("\\A[0-9A-Fa-f]{32}\\z"));
-    return pattern.match(text).hasMatch();
-}
 
 void raise(QWidget *window)
 {
@@ -67,10 +55,8 @@ public:
     void failInstallation(KOV_RESULT result, const QString &reason, bool mayRetry);
     void failUnverifiable();
     void launchUpdater(const QString &updaterPath);
-    void showProgress();
 
-    void closeWindow(QPointer<CBaseDialog> &window);
-    void releaseLauncher();
+    void closeDialog();
     void release();
 
     CTaskInstallProductUpdate *const q;
@@ -78,14 +64,15 @@ public:
     TaskParams params;
     UserChoice choice = NotAsked;
     QPointer<CBaseDialog> dialog;
-    QPointer<CBaseDialog> progress;
     QPointer<CTaskInteractiveDownload> download;
-    QPointer<CMd5Calculator> calculator;
-    QPointer<CTaskLaunchUpdater> launcher;
+    PackageCheck packageCheck{nullptr};
+    UpdaterRun updater;
     bool downloadsInBackground = false;
     bool downloaded = false;
     bool userSawDownload = false;
     bool terminating = false;
+    bool confirmsInstall = true;
+    bool installed = false;
 
     CTaskQuestion question{UpgradeUtils::messageIssuer()};
     /// What the task ends with after the message about a failure.
@@ -105,7 +92,7 @@ void CTaskInstallProductUpdate::Private::open(CBaseDialog *window, const char *a
 void CTaskInstallProductUpdate::Private::takeOffer(int answer)
 {
     KOV_LOG_TAG(logTag, 2, "Install Update Answer: [%d]", answer);
-    closeWindow(dialog);
+    closeDialog();
     if (answer == CUpdateDialog::InstallNow) {
         choice = InstallNow;
         q->subTaskCompleted(KOV_SUCCESS);
@@ -165,68 +152,34 @@ void CTaskInstallProductUpdate::Private::failUnverifiable()
 
 void CTaskInstallProductUpdate::Private::launchUpdater(const QString &updaterPath)
 {
-    CTaskLaunchUpdater::TaskParams launch;
-    launch.commandLine = UpdateCommand::install(updaterPath, QFileInfo(path()).absoluteFilePath());
-    KOV_LOG_TAG(logTag, 2, "Update install command: %s", UpdateUrl::forLog(launch.commandLine).constData());
-    launcher = new CTaskLaunchUpdater(launch);
-    launcher->setParent(q);
+    CTaskLaunchUpdater *launcher = updater.create(updaterPath, path(), q);
     if (!params.onAppStart)
-        showProgress();
-    QObject::connect(launcher, SIGNAL(taskFinished(KOV_RESULT)), q,
-                     SLOT(onUpdateInstallationFinished(KOV_RESULT)));
+        updater.showProgress();
+    QObject::connect(launcher, &CAbstractTask::taskFinished, q,
+                     &CTaskInstallProductUpdate::onUpdateInstallationFinished);
     q->attachChildTask(launcher);
+    UpgradeUtils::setUpdateHandedOver(info);
     launcher->execute();
 }
 
-void CTaskInstallProductUpdate::Private::showProgress()
+void CTaskInstallProductUpdate::Private::closeDialog()
 {
-    const QString appName = KovGui::getAppGuiName();
-    auto *window = new CProgressDialog;
-    window->setObjectName(QStringLiteral("UpdateInstallProgress"));
-    window->setWindowTitle(appName);
-    window->setWindowIcon(QApplication::windowIcon());
-    window->setLabelText(CTaskInstallProductUpdate::tr("Installing the update of @@PRODUCT_NAME...")
-                             .replace(QLatin1String("@@PRODUCT_NAME"), appName));
-    window->setRange(0, 100);
-    window->setValue(0);
-    window->setCancelButtonVisible(false);
-    QObject::connect(launcher, SIGNAL(progress(int)), window, SLOT(setValue(int)));
-    progress = window;
-    window->show();
-}
-
-void CTaskInstallProductUpdate::Private::closeWindow(QPointer<CBaseDialog> &window)
-{
-    if (!window)
+    if (!dialog)
         return;
     // It may be in the middle of telling that it was closed.
-    window->disconnect(q);
-    window->hide();
-    window->deleteLater();
-    window.clear();
-}
-
-void CTaskInstallProductUpdate::Private::releaseLauncher()
-{
-    if (!launcher)
-        return;
-    launcher->disconnect(q);
-    launcher->deleteLater();
-    launcher.clear();
+    dialog->disconnect(q);
+    dialog->hide();
+    dialog->deleteLater();
+    dialog.clear();
 }
 
 void CTaskInstallProductUpdate::Private::release()
 {
-    closeWindow(dialog);
-    closeWindow(progress);
-    if (calculator) {
-        calculator->disconnect(q);
-        calculator->cancel();
-    }
+    closeDialog();
+    updater.letGo();
+    packageCheck.cancel();
     if (download)
         download->disconnect(q);
-    if (launcher)
-        launcher->disconnect(q);
     question.close();
 }
 
@@ -237,6 +190,7 @@ CTaskInstallProductUpdate::CTaskInstallProductUpdate(const CProductUpdateInfo &i
     d->info = info;
     d->params = params;
     d->downloadsInBackground = params.downloadInBackground;
+    connect(&d->packageCheck, &PackageCheck::finished, this, &CTaskInstallProductUpdate::onPackageChecked);
     if (info.download.destinationDirectory.isEmpty())
         d->info.download.chooseDirectory(UpgradeUtils::updatesFolder());
 }
@@ -276,6 +230,31 @@ bool CTaskInstallProductUpdate::isInBackgroundDownload() const
     return isRunning() && d->downloadsInBackground && d->download;
 }
 
+bool CTaskInstallProductUpdate::isSilent() const
+{
+    return isRunning() && d->downloadsInBackground && !d->downloaded;
+}
+
+bool CTaskInstallProductUpdate::isOffering() const
+{
+    return d->dialog;
+}
+
+bool CTaskInstallProductUpdate::isInstalling() const
+{
+    return d->updater.isUnderWay();
+}
+
+bool CTaskInstallProductUpdate::isInstalled() const
+{
+    return d->installed;
+}
+
+void CTaskInstallProductUpdate::setConfirmInstall(bool confirm)
+{
+    d->confirmsInstall = confirm;
+}
+
 QString CTaskInstallProductUpdate::getInstallationPath() const
 {
     return d->path();
@@ -293,8 +272,8 @@ void CTaskInstallProductUpdate::bringToFront()
         d->question.raise();
     else if (d->dialog)
         raise(d->dialog);
-    else if (d->progress)
-        raise(d->progress);
+    else if (d->updater.window())
+        raise(d->updater.window());
     else
         CAbstractTask::bringToFront();
 }
@@ -322,7 +301,7 @@ QList<int> CTaskInstallProductUpdate::getDefaultSubTaskList() const
         steps << ConfirmUpdateDownload;
     if (absent && (d->params.smartInstall || !d->params.onAppStart))
         steps << DownloadUpdate;
-    if (!d->params.smartInstall)
+    if (!d->params.smartInstall && (d->confirmsInstall || !d->params.onAppStart))
         steps << ConfirmUpdateInstall;
     if (!criticalApps().isEmpty())
         steps << CheckRunningApps;
@@ -332,7 +311,7 @@ QList<int> CTaskInstallProductUpdate::getDefaultSubTaskList() const
 QList<int> CTaskInstallProductUpdate::getNonTerminatableSubTasks() const
 {
     // The questions of that step may be cut.
-    return d->launcher ? QList<int>{InstallUpdate} : QList<int>();
+    return d->updater.isUnderWay() ? QList<int>{InstallUpdate} : QList<int>();
 }
 
 void CTaskInstallProductUpdate::finish(int result)
@@ -378,8 +357,7 @@ KOV_RESULT CTaskInstallProductUpdate::downloadUpdate()
         return KOV_ERR_FAILURE;
     }
     const bool background = d->downloadsInBackground;
-    if (!isDigest(d->info.download.md5)) {
-        KOV_LOG_TAG(logTag, 0, "(!)Error: the update has no digest, so its package cannot be verified.");
+    if (!PackageCheck::isPossible(d->info.download)) {
         if (background)
             return KOV_ERR_FAILURE;
         setWaitForSubTaskCompletion();
@@ -391,7 +369,8 @@ KOV_RESULT CTaskInstallProductUpdate::downloadUpdate()
     d->download
         = new CTaskInteractiveDownload(d->info.download, d->info.download.md5, background, !background);
     d->download->setParent(this);
-    connect(d->download, SIGNAL(taskFinished(KOV_RESULT)), this, SLOT(onUpdateDownloadFinished(KOV_RESULT)));
+    connect(d->download, &CAbstractTask::taskFinished, this,
+            &CTaskInstallProductUpdate::onUpdateDownloadFinished);
     attachChildTask(d->download);
     d->download->execute();
     return KOV_SUCCESS;
@@ -490,8 +469,7 @@ KOV_RESULT CTaskInstallProductUpdate::installUpdate()
         return KOV_SUCCESS;
     }
     setWaitForSubTaskCompletion();
-    if (!isDigest(d->info.download.md5)) {
-        KOV_LOG_TAG(logTag, 0, "(!)Error: the update has no digest, so its package cannot be verified.");
+    if (!PackageCheck::isPossible(d->info.download)) {
         d->failUnverifiable();
         return KOV_SUCCESS;
     }
@@ -500,22 +478,13 @@ KOV_RESULT CTaskInstallProductUpdate::installUpdate()
         d->repeat({DownloadUpdate});
         return KOV_SUCCESS;
     }
-    d->calculator = new CMd5Calculator(d->path(), this);
-    connect(d->calculator, SIGNAL(finished(bool, QString)), this,
-            SLOT(onPackageDigestCalculated(bool, QString)));
-    d->calculator->start();
+    d->packageCheck.start(d->info.download);
     return KOV_SUCCESS;
 }
 
-void CTaskInstallProductUpdate::onPackageDigestCalculated(bool ok, const QString &digest)
+void CTaskInstallProductUpdate::onPackageChecked(bool isIntact)
 {
-    if (!isRunning())
-        return;
-    if (!ok || digest.compare(d->info.download.md5, Qt::CaseInsensitive) != 0) {
-        KOV_LOG_TAG(logTag, 0, "(!)Error: the package [%s] is damaged: its digest is [%s] instead of [%s].",
-                    KovGui::logText(d->path()).constData(), qPrintable(digest),
-                    qPrintable(d->info.download.md5));
-        QFile::remove(d->path());
+    if (!isIntact) {
         d->ask(d->downloaded ? KOV_QUESTION_DOWNLOAD_DAMAGED : KOV_QUESTION_EXISTING_FILE_DAMAGED,
                {d->info.download.destinationFileName()}, &CTaskInstallProductUpdate::onDownloadRetryAnswered);
         return;
@@ -542,21 +511,14 @@ void CTaskInstallProductUpdate::onDownloadRetryAnswered(KOV_RESULT, Messaging::B
 
 void CTaskInstallProductUpdate::onUpdateInstallationFinished(KOV_RESULT result)
 {
-    const int exitCode = d->launcher->exitCode();
-    const QProcess::ExitStatus exitStatus = d->launcher->exitStatus();
-    KOV_LOG_TAG(logTag, 2,
-                "Updater execution has finished with result [%d] exit code [%d] and exit status [%d]", result,
-                exitCode, int(exitStatus));
-    d->closeWindow(d->progress);
-    d->releaseLauncher();
-    // The exit code of a crash is the number of a signal.
-    if (KOV_SUCCEEDED(result) && exitStatus == QProcess::NormalExit && exitCode == 0)
+    const UpdaterRun::Outcome outcome = d->updater.take(result);
+    d->installed = outcome.isInstalled;
+    if (d->installed)
         subTaskCompleted(KOV_SUCCESS);
     else if (d->terminating)
         subTaskCompleted(KOV_ERR_UPDATE_INSTALLATION_FAILED);
     else
-        d->failInstallation(KOV_ERR_UPDATE_INSTALLATION_FAILED,
-                            UpdaterFault::explanation(result, exitCode, exitStatus), true);
+        d->failInstallation(KOV_ERR_UPDATE_INSTALLATION_FAILED, outcome.reason, true);
 }
 
 void CTaskInstallProductUpdate::onInstallationErrorClosed(KOV_RESULT, Messaging::ButtonID answer)
