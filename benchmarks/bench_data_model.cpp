@@ -28,12 +28,9 @@ static QByteArray makeDocument()
     CUpdProductVersion version;
     for (int i = 0; i < Records; ++i) {
         CUpdate update;
-        update.updateName = QStringLiteral("Tessarine Console 3.1.%1").arg(i);
-        update.updateDescription
-            = QStringLiteral("Machines start faster.\nA lost connection is reported <once> & not %1 "
-                             "times.\nSnapshots can be named, in Grüße and 日本語 too.\n")
-                  .arg(i);
-        update.filePath = QStringLiteral("https://updates.example/Setup-3.1.%1.exe").arg(i);
+        update.updateName = QStringLiteral("Update %1").arg(i);
+        update.updateDescription = QStringLiteral("Grüße, 日本語 & <%1>").arg(i);
+        update.filePath = QStringLiteral("stable/Setup-3.1.%1.exe").arg(i);
         update.fileSize = 123456789 + i;
         update.localeName = QStringLiteral("de_DE");
         update.osType = QStringLiteral("windows");
@@ -41,7 +38,7 @@ static QByteArray makeDocument()
         update.distributorName = QStringLiteral("Tessarine");
         update.status = QStringLiteral("released");
         update.checkSum = QStringLiteral("00112233445566778899aabbccddeeff");
-        update.uuidElement = QStringLiteral("5b1cb8a8-57a4-4a43-9bd6-%1").arg(i, 12, 16, QLatin1Char('0'));
+        update.uuidElement = QStringLiteral("5b1cb8a8-%1").arg(i, 8, 16, QLatin1Char('0'));
         version.updates.append(update);
     }
     CUpdProduct product;
