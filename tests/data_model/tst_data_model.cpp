@@ -68,7 +68,7 @@ QByteArray bytesOf(const char *prefix, const char *repeated, int count, const ch
 QString randomText(QRandomGenerator *random)
 {
     static const QString units = QString::fromUtf8("ab <>&\"'\\u0]\t\n\r\x01") + QChar(0xA0) + QChar(0xD83D)
-                                 + QChar(0xDE00) + QChar(0xFFFE);
+                                 + QChar(0xDE00) + QChar(0xFFFE) + QChar(0xFEFF);
     QString text;
     for (int i = random->bounded(6); i > 0; --i)
         text += units.at(random->bounded(units.size()));

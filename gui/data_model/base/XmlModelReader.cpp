@@ -13,7 +13,10 @@ bool isTag(std::string_view tag, QLatin1String name)
 
 QString textOf(std::string_view utf8)
 {
-    return QString::fromUtf8(utf8.data(), int(utf8.size()));
+    // The decoder takes a byte order mark for one of a file.
+    static constexpr std::string_view mark = "\xEF\xBB\xBF";
+    const QString text = QString::fromUtf8(utf8.data(), int(utf8.size()));
+    return utf8.substr(0, mark.size()) == mark ? QChar(QChar::ByteOrderMark) + text : text;
 }
 
 /// Foreign names may be as long as the document.
@@ -78,6 +81,7 @@ private:
         std::fill(counts.begin(), counts.end(), 0);
         int last = -1;
         while (!isFull() && m_reader.enterChild()) {
+            noteStrayText();
             const int field = fieldOf(m_reader.tag(), last);
             if (field < 0) {
                 keepElement(object, last, last < 0 ? 0 : counts[last] - 1);
@@ -86,8 +90,7 @@ private:
             readField(field, counts[field]++, object);
             last = field;
         }
-        if (m_reader.takeStrayText())
-            addWarning(QStringLiteral("text between the tags is not kept"), m_path.text());
+        noteStrayText();
         noteFault();
         if (!isFull() && !m_reader.hasFault()) {
             reportMissing(counts.constData());
@@ -288,6 +291,12 @@ private:
         m_report->warnings.append(XmlText::oneLine(
             QStringLiteral("Warning in class '%1': %2").arg(QLatin1String(m_class->name), text)));
         m_report->warningPlaces.append({XmlText::oneLine(path), m_reader.line()});
+    }
+
+    void noteStrayText()
+    {
+        if (m_reader.takeStrayText())
+            addWarning(QStringLiteral("text between the tags is not kept"), m_path.text());
     }
 
     /// Remembers where the reader was when its first fault appeared.

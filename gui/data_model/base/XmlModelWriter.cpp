@@ -1,6 +1,10 @@
 #include "gui/data_model/base/XmlPath_p.h"
 #include "gui/data_model/base/XmlWriter_p.h"
 
+#include <algorithm>
+#include <limits>
+#include <tuple>
+
 /// An object on its way into one document.
 class XmlModelWriter
 {
@@ -21,36 +25,37 @@ public:
     }
 
 private:
+    using Entries = QVector<XmlUnknown::Entry>;
+
     void writeElement(const XmlClass &description, const void *object)
     {
         m_writer.startElement(description.element);
         writeAttributes(description, object);
-        const QVector<XmlUnknown::Entry> &unknown = description.constUnknown(object).m_entries;
-        writeUnknown(unknown, -1, true);
+        const Entries &unknown = description.constUnknown(object).m_entries;
+        Entries::const_iterator element = unknown.cbegin();
+        Entries::const_iterator attribute
+            = std::find_if(unknown.cbegin(), unknown.cend(), [](const XmlUnknown::Entry &entry) {
+                  return entry.kind == XmlUnknown::Kind::AttributeOfValue;
+              });
+        writeUnknown(unknown, &element, -1, 0);
         for (int i = 0; i < description.fieldCount && m_writer.fault().isEmpty(); ++i) {
             const XmlField &field = description.fields[i];
-            if (field.occurs == XmlOccurs::Attribute)
-                continue;
-            const int count = field.occurrences(object);
+            const int count = field.occurs == XmlOccurs::Attribute ? 0 : field.occurrences(object);
             for (int index = 0; index < count; ++index) {
                 m_path.enter(field, index);
                 if (field.model) {
                     writeElement(field.model(), field.at(object, index));
                 } else {
                     m_writer.startElement(field.name);
-                    for (const XmlUnknown::Entry &entry : unknown) {
-                        if (entry.kind == XmlUnknown::Kind::AttributeOfValue && entry.field == i
-                            && entry.index == index)
-                            m_writer.attributeSource(entry.source);
-                    }
+                    writeAttributesOfValue(unknown, &attribute, i, index);
                     writeValue(description, field, field.at(object, index));
                     m_writer.endElement(field.name);
                 }
                 m_path.leave();
-                writeUnknown(unknown, i, index + 1 == count, index);
+                writeUnknown(unknown, &element, i, index);
             }
-            if (count == 0)
-                writeUnknown(unknown, i, true);
+            // Also what followed a repetition that has gone.
+            writeUnknown(unknown, &element, i, std::numeric_limits<int>::max());
         }
         m_writer.endElement(description.element);
     }
@@ -104,13 +109,27 @@ private:
         m_writer.text(XmlText::escaped(text).toUtf8());
     }
 
-    /// What follows the field's repetition, and with isLast also what followed one that has gone.
-    void writeUnknown(const QVector<XmlUnknown::Entry> &entries, int field, bool isLast, int index = 0)
+    static bool isAtMost(const XmlUnknown::Entry &entry, int field, int index)
     {
-        for (const XmlUnknown::Entry &entry : entries) {
-            if (entry.kind == XmlUnknown::Kind::Element && entry.field == field
-                && (entry.index == index || (isLast && entry.index > index)))
-                m_writer.child(entry.source, entry.elements, entry.depth);
+        return std::tie(entry.field, entry.index) <= std::tie(field, index);
+    }
+
+    /// The next elements up to those behind the field's repetition. The entries have the order of the document.
+    void writeUnknown(const Entries &entries, Entries::const_iterator *next, int field, int index)
+    {
+        for (; *next != entries.cend() && (*next)->kind == XmlUnknown::Kind::Element; ++*next) {
+            if (!isAtMost(**next, field, index))
+                return;
+            m_writer.child((*next)->source, (*next)->elements, (*next)->depth);
+        }
+    }
+
+    /// Those of values that have gone are left out.
+    void writeAttributesOfValue(const Entries &entries, Entries::const_iterator *next, int field, int index)
+    {
+        for (; *next != entries.cend() && isAtMost(**next, field, index); ++*next) {
+            if (!isAtMost(**next, field, index - 1))
+                m_writer.attributeSource((*next)->source);
         }
     }
 

@@ -49,5 +49,6 @@ private:
         }
     };
 
+    /// In the order of kind, field and index.
     QVector<Entry> m_entries;
 };
