@@ -3,11 +3,12 @@
 #include "examples/console/sample/ConsoleUpdateWorker.h"
 #include "examples/console/tour/Tour.h"
 #include "gui/KovGui.h"
-#include "gui/frame/LibraryVersion_p.h"
+#include "gui/frame/LibraryVersion.h"
 #include "gui/help/Help.h"
 #include "gui/log/LogText.h"
 #include "gui/messages/box/CMessageBox.h"
 #include "gui/update/CAppUpdateLogic.h"
+#include "gui/update/record/UpgradeUtils.h"
 #include "kov_sdk/KovSdk.h"
 
 #include <QApplication>
@@ -63,6 +64,8 @@ int runConsole(Body body)
     {
         ConsoleWindow window;
         window.show();
+        // The event loop runs by then: this version has come up.
+        QTimer::singleShot(0, &window, &UpgradeUtils::confirmRunningVersion);
         ConsoleUpdateWorker::goOnAtStart();
         result = body(&window);
     }
@@ -101,6 +104,8 @@ int main(int argc, char *argv[])
     usePrivateSettings(argc, argv);
     QApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    // 150 % is 150 %, not 200.
+    QGuiApplication::setHighDpiScaleFactorRoundingPolicy(Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
     QApplication application(argc, argv);
     application.setApplicationVersion(QString::fromLatin1(LibraryVersion::text()));
 

@@ -1,6 +1,6 @@
 #include "examples/console/sample/ConsoleUpdateWorker.h"
 
-#include "gui/frame/LibraryVersion_p.h"
+#include "gui/frame/LibraryVersion.h"
 #include "gui/update/CAppUpdateLogic.h"
 #include "gui/update/dialogs/CUpdateDialog.h"
 #include "gui/update/record/UpgradeUtils.h"

@@ -24,7 +24,7 @@ public:
     /// The text with the seconds that are left in place of every placeholder.
     QString filled(QString text) const;
     /// See CMessageBox::setCountdownStopsWhenTouched().
-    bool stopsWhenTouched = false;
+    bool stopsWhenTouched = true;
 
 Q_SIGNALS:
     void ticked();

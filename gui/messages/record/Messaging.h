@@ -91,6 +91,9 @@ public:
     t_SdkHandleWrap eventHandle;
     /// Tells that a problem report was generated.
     bool reportGenerated = false;
+    /// The user has just asked for what it tells; a spontaneous message counts as not asked for whatever stands here.
+    /// See CBaseDialog::setAskedFor().
+    bool askedFor = true;
 };
 
 } // namespace Messaging

@@ -9,8 +9,8 @@
 class CAbstractTask;
 
 /**
- * Shows how far a download is, with buttons to pause, resume and cancel it. It decides nothing: the buttons are
- * signals, and what it shows is what it was told.
+ * Shows how far a download is, with buttons to pause, resume and cancel it. It decides nothing: the buttons
+ * are signals, and what it shows is what it was told.
  *
  * Cancel, Escape and the title bar hide the window and emit rejected().
  *
@@ -28,8 +28,8 @@ public:
     void setFileName(const QString &name);
     /// Whether this task is paused is shown; the window follows it. Null: never paused. Owns nothing.
     void setOperation(const CAbstractTask *operation);
-    /// Shown instead of the amounts while something else than the transfer goes on, with a bar that only says "busy";
-    /// empty: the amounts.
+    /// Shown instead of the amounts while something else than the transfer goes on, with a bar that only says
+    /// "busy"; empty: the amounts.
     void setStatusText(const QString &text);
     /// At first "Preparing...".
     QString statusText() const;

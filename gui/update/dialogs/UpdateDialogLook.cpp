@@ -1,7 +1,7 @@
 #include "gui/update/dialogs/UpdateDialogLook_p.h"
 
 #include "gui/frame/Application.h"
-#include "gui/frame/LibraryVersion_p.h"
+#include "gui/frame/LibraryVersion.h"
 #include "gui/update/record/CProductUpdateInfo.h"
 
 #include <QApplication>

@@ -43,6 +43,10 @@ KOVGUI_EXPORT void setUpdateHandedOver(const CProductUpdateInfo &info);
 /// @param info  receives the update
 KOVGUI_EXPORT bool takeInstalledUpdate(CProductUpdateInfo *info);
 
+/// To be called once, when the application has come up: it runs, and its installation need not go back to the version
+/// before. Told by the updater program in the background; does nothing without one.
+KOVGUI_EXPORT void confirmRunningVersion();
+
 /// The user chose not to be offered this update again. An empty id is never skipped and never stored.
 KOVGUI_EXPORT bool isUpdateSkipped(const QString &transactionId);
 KOVGUI_EXPORT void setUpdateSkipped(const QString &transactionId, bool skipped);

@@ -89,6 +89,7 @@ const QVector<Option> &options()
         {"--config", "FILE", "Configuration instead of updater.xml beside the program",
          text(&CommandLine::configurationFile)},
         {"--product", "NAME", "Look for an update of this product", text(&CommandLine::product)},
+        {"--line", "LINE", "Line of the catalogue, such as console/v3", text(&CommandLine::line)},
         {"--current-version", "A.B.C.D", "The version that is installed", applyCurrentVersion},
         {"--locale", "NAME", "Locale of the installation, such as de_DE", text(&CommandLine::locale)},
         {"--os", "NAME", "Operating system: windows, linux, macos", text(&CommandLine::os)},
@@ -180,6 +181,5 @@ QString helpText()
             = QStringLiteral("%1 %2").arg(QLatin1String(option.name), QLatin1String(option.valueName));
         text += QStringLiteral("  %1 %2\n").arg(syntax, -26).arg(QLatin1String(option.help));
     }
-    text += QStringLiteral("\nFor those who publish: updater sign, updater generate-key\n");
     return text;
 }

@@ -20,6 +20,8 @@ struct CommandLine
     QString url;
     QString configurationFile;
     QString product;
+    /// Of the catalogue; empty for the one that its address tells.
+    QString line;
     std::optional<VersionNumber> currentVersion;
     QString locale;
     QString os;
@@ -41,5 +43,5 @@ struct CommandLine
 /// @return empty, or what is wrong as one sentence without a full stop; the command line is not usable then
 QString parseCommandLine(const QStringList &arguments, CommandLine *commandLine);
 
-/// The text of --help, ending with a line feed.
+/// The text of --help, without the commands, ending with a line feed.
 QString helpText();

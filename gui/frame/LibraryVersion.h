@@ -4,8 +4,7 @@
 
 #include <QtGlobal>
 
-/// The version that this library was built as. In one translation unit: a build that differs in nothing else
-/// differs in one object file.
+/// The version of the library that the host runs with, in four numbers as an update compares them. Any thread.
 namespace LibraryVersion {
 
 struct Numbers
