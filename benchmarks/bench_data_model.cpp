@@ -1,5 +1,5 @@
-// A document of 5,000 records of 12 fields: read into its classes and written again, beside QDomDocument, which only makes
-// a tree of it, and beside the bare tokens of QXmlStreamReader, which makes nothing of it.
+// A document of 5,000 records of 12 fields: read into its classes and written again, beside QDomDocument,
+// which only makes a tree of it, and beside the bare tokens of QXmlStreamReader, which makes nothing of it.
 
 #include "gui/data_model/documents/CUpdates.h"
 

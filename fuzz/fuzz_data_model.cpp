@@ -1,5 +1,5 @@
-// Any bytes as any of the documents: what is taken is well-formed to QXmlStreamReader too, and reading, writing and reading
-// give the same object. The first byte chooses the class.
+// Any bytes as any of the documents: what is taken is well-formed to QXmlStreamReader too, and reading,
+// writing and reading give the same object. The first byte chooses the class.
 #include "fuzz/FuzzTarget.h"
 #include "gui/data_model/documents/CPackedProblemReport.h"
 #include "gui/data_model/documents/CUpdaterConfig.h"

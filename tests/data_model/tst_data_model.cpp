@@ -119,7 +119,7 @@ void fill(const XmlClass &description, void *object, QRandomGenerator *random)
 
 Q_DECLARE_METATYPE(ReadFunction)
 
-/// The documents as classes: what they take, what they say, what they keep, and what a hostile document costs.
+/// The documents as classes: what they take, say and keep, and what a hostile document costs.
 class tst_DataModel : public QObject
 {
     Q_OBJECT

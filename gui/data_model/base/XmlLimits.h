@@ -1,8 +1,8 @@
 #pragma once
 
 /**
- * What a document may cost. Reading refuses what passes a limit, and writing refuses to write what reading would
- * refuse. Each description names its own (the descriptions in documents/).
+ * What a document may cost. Reading refuses what passes a limit, and writing refuses to write what reading
+ * would refuse. Each description names its own (the descriptions in documents/).
  */
 struct XmlLimits
 {

@@ -181,7 +181,8 @@ private:
         return attribute.name == "escaped" && field.type->form != XmlType::Form::Parsed;
     }
 
-    /// Of the element that was read last. An empty value that need not stand is not written, nor are its attributes.
+    /// Of the element that was read last. An empty value that need not stand is not written, nor are its
+    /// attributes.
     void keepAttributesOfValue(int index, int occurrence, void *object)
     {
         const XmlField &field = m_class->fields[index];

@@ -114,7 +114,8 @@ private:
         return std::tie(entry.field, entry.index) <= std::tie(field, index);
     }
 
-    /// The next elements up to those behind the field's repetition. The entries have the order of the document.
+    /// The next elements up to those behind the field's repetition. The entries have the order of the
+    /// document.
     void writeUnknown(const Entries &entries, Entries::const_iterator *next, int field, int index)
     {
         for (; *next != entries.cend() && (*next)->kind == XmlUnknown::Kind::Element; ++*next) {

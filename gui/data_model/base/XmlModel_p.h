@@ -8,13 +8,14 @@
 #include <optional>
 
 /**
- * The one mechanism behind the XML model classes. A generated class describes its element by an XmlClass: names, limits
- * and a table of its children. Reading, writing, comparing and their messages follow from the table.
+ * The one mechanism behind the XML model classes. A generated class describes its element by an XmlClass:
+ * names, limits and a table of its children. Reading, writing, comparing and their messages follow from the
+ * table.
  *
- * A child that is not repeated may stand once only: of two values, none is the right one. What the table does not name
- * is kept in the model's XmlUnknown. A class with repeated children names their tags in the attribute "dyn_lists" when
- * it is written. A text that its plain form would not bring back is written escaped and marked by the attribute
- * "escaped" (XmlText).
+ * A child that is not repeated may stand once only: of two values, none is the right one. What the table does
+ * not name is kept in the model's XmlUnknown. A class with repeated children names their tags in the
+ * attribute "dyn_lists" when it is written. A text that its plain form would not bring back is written
+ * escaped and marked by the attribute "escaped" (XmlText).
  */
 
 enum class XmlOccurs { Required, Optional, Repeated, Attribute };

@@ -8,14 +8,14 @@
 #include <string_view>
 
 /**
- * A forward reader of XML 1.0 over the bytes of a whole document, for the model classes. QXmlStreamReader needs for the
- * bare tokens alone what reading a document into its classes may cost (docs/benchmarks.md), and cannot return an
- * element as it stands in the file.
+ * A forward reader of XML 1.0 over the bytes of a whole document, for the model classes. QXmlStreamReader
+ * needs for the bare tokens alone what reading a document into its classes may cost (docs/benchmarks.md), and
+ * cannot return an element as it stands in the file.
  *
- * It takes less than the standard: UTF-8 only, no document type declaration and so no entities but the five that are
- * built in and character references, and nothing beyond the limits. Names outside ASCII are taken as they come, and
- * prefixes are parts of names. One pass, no recursion; any bytes are safe. After the first fault every call returns
- * false at once.
+ * It takes less than the standard: UTF-8 only, no document type declaration and so no entities but the five
+ * that are built in and character references, and nothing beyond the limits. Names outside ASCII are taken as
+ * they come, and prefixes are parts of names. One pass, no recursion; any bytes are safe. After the first
+ * fault every call returns false at once.
  */
 class XmlReader
 {
@@ -54,8 +54,8 @@ public:
     QByteArray decoded(const Attribute &attribute);
     /// Text stood between the children of an element since the last call.
     bool takeStrayText();
-    /// The text of the current element, which is left; an element inside it is a fault. The view is valid until the
-    /// next call. Line ends are line feeds, but for those that were written as references.
+    /// The text of the current element, which is left; an element inside it is a fault. The view is valid
+    /// until the next call. Line ends are line feeds, but for those that were written as references.
     bool readText(std::string_view *text);
     /// Leaves the current element with all that it holds.
     Source skip();

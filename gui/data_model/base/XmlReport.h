@@ -4,14 +4,15 @@
 #include <QVector>
 
 /**
- * What reading or writing an XML model had to say: one line an entry, at most maximumEntries of each kind (reading
- * stops at the last error). The texts may quote names from the file; they hold no line feeds.
+ * What reading or writing an XML model had to say: one line an entry, at most maximumEntries of each kind
+ * (reading stops at the last error). The texts may quote names from the file; they hold no line feeds.
  */
 struct XmlReport
 {
     static constexpr int maximumEntries = 100;
 
-    /// Where in the document: "/TessarineUpdates/Product[2]/Version[1]/Major". Counted from 1 where tags repeat.
+    /// Where in the document: "/TessarineUpdates/Product[2]/Version[1]/Major". Counted from 1 where tags
+    /// repeat.
     struct Place
     {
         QString path;

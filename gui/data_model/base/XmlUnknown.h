@@ -4,11 +4,11 @@
 #include <QVector>
 
 /**
- * The elements and attributes of a document that its class does not know, as they stood, and where. A model keeps
- * them, so that a document of a newer version is still whole after this one has read and written it.
+ * The elements and attributes of a document that its class does not know, as they stood, and where. A model
+ * keeps them, so that a document of a newer version is still whole after this one has read and written it.
  *
- * They keep their place behind the known child that they followed, also when that child has gone meanwhile. Comments
- * and processing instructions are kept inside an unknown element only. A value type.
+ * They keep their place behind the known child that they followed, also when that child has gone meanwhile.
+ * Comments and processing instructions are kept inside an unknown element only. A value type.
  */
 class XmlUnknown
 {

@@ -89,7 +89,8 @@ bool printReal(const void *value, QByteArray *text)
     return false;
 }
 
-/// QLocale's parsers look at the time zone file five times a date, which would be half of reading a catalogue.
+/// QLocale's parsers look at the time zone file five times a date, which would be half of reading a
+/// catalogue.
 bool parseDateTime(std::string_view text, void *value)
 {
     static constexpr std::string_view form = "0000-00-00 00:00:00";

@@ -6,15 +6,16 @@
 #include <string_view>
 
 /**
- * A kind of plain value: its written form, and what is one. Written forms are the same in every locale and time zone.
- * The void pointers are to the C++ type that the kind has in a model class.
+ * A kind of plain value: its written form, and what is one. Written forms are the same in every locale and
+ * time zone. The void pointers are to the C++ type that the kind has in a model class.
  */
 struct XmlType
 {
     enum class Form {
         /// By parse and print, from ASCII text without blanks around it.
         Parsed,
-        /// QString, for people: what is read is trimmed and has line feeds as line ends, unless it is escaped.
+        /// QString, for people: what is read is trimmed and has line feeds as line ends, unless it is
+        /// escaped.
         Text,
         /// QString, for machines (names, paths): every character counts.
         Exact
@@ -55,8 +56,8 @@ namespace XmlText {
 /// How a text for people is read: line ends become line feeds, blanks around it go.
 QString normalized(const QString &text);
 
-/// The characters that XML allows, with "\uXXXX" for the others (a code unit each), for carriage returns and for blanks
-/// at both ends; a backslash is doubled.
+/// The characters that XML allows, with "\uXXXX" for the others (a code unit each), for carriage returns and
+/// for blanks at both ends; a backslash is doubled.
 QString escaped(const QString &text);
 /// The way back. False if a backslash stands for nothing.
 bool unescape(QString *text);

@@ -6,8 +6,8 @@
 #include <QString>
 
 /**
- * Writes XML 1.0 in UTF-8, a line a tag and four blanks a level, and holds the limits that a reader of the document
- * has. After the first fault the calls do nothing.
+ * Writes XML 1.0 in UTF-8, a line a tag and four blanks a level, and holds the limits that a reader of the
+ * document has. After the first fault the calls do nothing.
  */
 class XmlWriter
 {

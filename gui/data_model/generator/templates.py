@@ -23,10 +23,11 @@ public:
     /// @param report  if given, receives the errors
     /// @return empty if read() would refuse the document: a value without a written form, a limit passed
     QByteArray write(XmlReport *report = nullptr) const;
-    /// Where the objects differ, as XmlReport::Place names it; empty if they are equal. Repeated elements are compared
-    /// in their order.
+    /// Where the objects differ, as XmlReport::Place names it; empty if they are equal. Repeated elements are
+    /// compared in their order.
     QStringList differingPaths(const {name} &other) const;
-    /// The values that tell about a person, or may: those of the marked tags, and all that the class does not know.
+    /// The values that tell about a person, or may: those of the marked tags, and all that the class does not
+    /// know.
     QVector<XmlPersonalValue> personalValues() const;
     /// Empties them.
     void clearPersonalValues();
