@@ -18,15 +18,18 @@ WINDOWS = FRAME + ['gui/help', 'gui/window']
 BOXES = WINDOWS + ['gui/messages/record', 'gui/messages/box', 'gui/messages/notification']
 MESSAGES = BOXES + ['gui/messages']
 TASKS = MESSAGES + ['gui/tasks', 'gui/tasks/progress', 'gui/tasks/sign_in', 'gui/tasks/http']
-UPDATES = TASKS + ['gui/tasks/download', 'gui/update/record', 'gui/update/launch', 'gui/update/catalogue']
+UPDATES = TASKS + ['gui/tasks/download', 'gui/update/record', 'gui/update/launch', 'gui/data_model/base',
+                   'gui/data_model/documents']
 LIBRARY = UPDATES + ['gui/tasks/proxy', 'gui/tasks/location', 'gui/update', 'gui/update/check', 'gui/update/dialogs',
                      'gui/update/install']
-UPDATER = ['gui/KovVersion.h', 'gui/platform/unix/Descriptor.h', 'gui/update/catalogue',
+UPDATER = ['gui/KovVersion.h', 'gui/platform/unix/Descriptor.h', 'gui/data_model/base', 'gui/data_model/documents',
            'gui/update/launch/UpdaterExitCode.h', 'gui/tasks/download/FileName.h', 'programs/updater/base']
 ALLOWED = {
     'kov_sdk': [],
     'abstract_task': ['kov_sdk/KovTypes.h'],
     'kov_sdk_communication': ['kov_sdk'],
+    'gui/data_model/base': ['gui/KovGuiGlobal.h'],
+    'gui/data_model/documents': ['gui/KovGuiGlobal.h', 'gui/data_model/base'],
     'gui/platform': ['gui/KovGuiGlobal.h'],
     'gui/log': ['kov_sdk/KovTypes.h', 'gui/platform', 'gui/KovGuiGlobal.h'],
     'gui/frame': ['kov_sdk/KovTypes.h', 'gui/platform', 'gui/log', 'gui/KovGuiGlobal.h', 'gui/KovVersion.h'],
@@ -43,9 +46,8 @@ ALLOWED = {
     'gui/tasks/proxy': TASKS,
     'gui/tasks/location': TASKS,
     'gui/tasks/download': TASKS,
-    'gui/update/catalogue': ['gui/KovGuiGlobal.h'],
     'gui/update/record': TASKS + ['gui/tasks/download'],
-    'gui/update/launch': TASKS + ['gui/tasks/download', 'gui/update/record', 'gui/update/catalogue'],
+    'gui/update/launch': TASKS + ['gui/tasks/download', 'gui/update/record'],
     'gui/update/check': UPDATES,
     'gui/update/dialogs': UPDATES,
     'gui/update/install': UPDATES + ['gui/update/dialogs'],

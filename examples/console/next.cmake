@@ -19,7 +19,7 @@ target_include_directories(NextVersion PRIVATE ${CMAKE_BINARY_DIR}/generated-nex
 target_compile_definitions(NextVersion PRIVATE KovGui_EXPORTS)
 target_link_libraries(NextVersion PRIVATE Qt5::Core)
 add_library(KovGuiNext SHARED EXCLUDE_FROM_ALL
-    $<TARGET_OBJECTS:NextVersion> $<TARGET_OBJECTS:UpdateCatalogue>
+    $<TARGET_OBJECTS:NextVersion> $<TARGET_OBJECTS:DataModel>
     $<FILTER:$<TARGET_OBJECTS:KovGui>,EXCLUDE,/LibraryVersion\\.cpp>)
 target_link_libraries(KovGuiNext PRIVATE $<TARGET_PROPERTY:KovGui,LINK_LIBRARIES>)
 set_target_properties(KovGuiNext PROPERTIES

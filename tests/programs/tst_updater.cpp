@@ -1,4 +1,4 @@
-#include "gui/update/catalogue/CUpdaterConfig.h"
+#include "gui/data_model/documents/CUpdaterConfig.h"
 #include "programs/updater/base/ExitCode.h"
 #include "programs/updater/trust/OfferStore.h"
 #include "tests/support/KovTest.h"

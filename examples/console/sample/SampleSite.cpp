@@ -1,7 +1,7 @@
 #include "examples/console/sample/SampleSite.h"
 
 #include "examples/console/sample/LoopbackServer.h"
-#include "gui/update/catalogue/CUpdates.h"
+#include "gui/data_model/documents/CUpdates.h"
 #include "gui/update/record/CProductUpdateInfo.h"
 
 #include <QCoreApplication>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "gui/update/catalogue/CUpdaterConfig.h"
+#include "gui/data_model/documents/CUpdaterConfig.h"
 #include "programs/updater/base/CommandLine.h"
 #include "programs/updater/base/RejectedVersion.h"
 #include "programs/updater/check/CatalogueFetch.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "gui/update/catalogue/CUpdates.h"
+#include "gui/data_model/documents/CUpdates.h"
 #include "programs/updater/base/VersionNumber.h"
 
 #include <optional>

@@ -1,6 +1,6 @@
 #include "programs/updater/publish/SignTool.h"
 
-#include "gui/update/catalogue/CUpdates.h"
+#include "gui/data_model/documents/CUpdates.h"
 #include "programs/updater/base/Arguments.h"
 #include "programs/updater/base/ErrorLine.h"
 #include "programs/updater/package/PackageFile.h"
