@@ -3,49 +3,78 @@
 #include "gui/log/Log.h"
 #include "gui/log/LogText.h"
 
+#include <QDateTime>
+#include <QDir>
 #include <QFileInfo>
+#include <QLockFile>
+#include <QSaveFile>
 #include <QSettings>
-#include <QTemporaryFile>
-
-#include <algorithm>
+#include <QTemporaryDir>
 
 namespace {
 
-/// QSettings tells that a file is damaged only when it reads the file, which it does once a process; then it would write
-/// the rest of it over the whole. So a copy is read that it cannot know.
-bool isIntact(const QSettings &settings)
+constexpr int LockWaitMs = 10000;
+
+/// Puts the values into what a settings file holds. On a full disk QSettings says that it wrote what it only began, and it
+/// notices damage only when it reads: the outcome is looked at through another name.
+QString edit(QByteArray *content, QSettings::Format format, const QHash<QString, QVariant> &values)
 {
-    QFile file(settings.fileName());
-    if (!QFileInfo(file).isFile() || file.size() == 0)
-        return true;
-    QTemporaryFile copy;
-    if (!file.open(QIODevice::ReadOnly) || !copy.open())
-        return false;
-    const QByteArray content = file.readAll();
-    if (copy.write(content) != content.size() || !copy.flush())
-        return false;
-    return QSettings(copy.fileName(), settings.format()).status() == QSettings::NoError;
+    const QString noRoom = QStringLiteral("no room for a temporary copy");
+    const QTemporaryDir folder;
+    const QString draft = folder.filePath(QStringLiteral("draft"));
+    const QString proof = folder.filePath(QStringLiteral("proof"));
+    QFile file(draft);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) || file.write(*content) != content->size())
+        return noRoom;
+    file.close();
+
+    QStringList keys;
+    {
+        QSettings settings(draft, format);
+        settings.allKeys(); // has all of it read
+        if (settings.status() != QSettings::NoError)
+            return QStringLiteral("it holds something that is no setting");
+        for (auto value = values.begin(); value != values.end(); ++value)
+            settings.setValue(value.key(), *value);
+        keys = settings.allKeys();
+    }
+    if (!file.open(QIODevice::ReadOnly) || !QFile::copy(draft, proof))
+        return noRoom;
+    *content = file.readAll();
+    return content->endsWith('\n') && QSettings(proof, format).allKeys() == keys ? QString() : noRoom;
 }
 
-/// After a failure QSettings would go on to give, and to try to write, what could not be written.
-void putBack(QSettings *settings, const QHash<QString, QVariant> &before)
+/// Nobody ever sees half of it.
+QString replace(const QString &fileName, const QByteArray &content)
 {
-    for (auto entry = before.begin(); entry != before.end(); ++entry) {
-        if (entry->isValid()) {
-            settings->setValue(entry.key(), *entry);
-            continue;
-        }
-        // Removing a key removes everything below it.
-        settings->beginGroup(entry.key());
-        QHash<QString, QVariant> below;
-        const QStringList keys = settings->allKeys();
-        for (const QString &key : keys)
-            below.insert(key, settings->value(key));
-        settings->endGroup();
-        settings->remove(entry.key());
-        for (auto child = below.begin(); child != below.end(); ++child)
-            settings->setValue(entry.key() + QLatin1Char('/') + child.key(), *child);
+    const QDateTime before = QFileInfo(fileName).lastModified();
+    QSaveFile file(fileName);
+    // Buffered it would not notice that the last bytes found no room.
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+        return file.errorString();
+    if (file.write(content) != content.size())
+        return QStringLiteral("the disk is full");
+    // QSettings reads a file again when its size or its time has changed.
+    if (before.isValid() && file.fileTime(QFileDevice::FileModificationTime) <= before)
+        file.setFileTime(before.addMSecs(1), QFileDevice::FileModificationTime);
+    return file.commit() ? QString() : file.errorString();
+}
+
+QString writeFile(const QString &fileName, QSettings::Format format, const QHash<QString, QVariant> &values)
+{
+    // The lock under which every QSettings writes this file.
+    QLockFile lock(fileName + QStringLiteral(".lock"));
+    if (!lock.tryLock(LockWaitMs))
+        return QStringLiteral("another process holds it, or the disk is full");
+    QByteArray content;
+    QFile file(fileName);
+    if (file.exists()) {
+        if (!file.open(QIODevice::ReadOnly))
+            return file.errorString();
+        content = file.readAll();
     }
+    const QString error = edit(&content, format, values);
+    return error.isEmpty() ? replace(fileName, content) : error;
 }
 
 } // namespace
@@ -72,25 +101,20 @@ QVariant value(const QSettings &settings, const QString &key, const QVariant &de
 QString write(const QHash<QString, QVariant> &values)
 {
     QSettings settings;
+    const QString fileName = settings.fileName();
+    const auto complaint = [&](const QString &error) {
+        return error.isEmpty() ? QString() : fileName + QStringLiteral(": ") + error;
+    };
     if (settings.status() == QSettings::AccessError || !settings.isWritable())
-        return settings.fileName() + QStringLiteral(" cannot be written");
-    if (!isIntact(settings))
-        return settings.fileName() + QStringLiteral(" holds something that is no setting");
-
-    // What other files of the settings hold is not to be written here.
-    settings.setFallbacksEnabled(false);
-    QStringList keys = values.keys();
-    keys.sort();
-    QHash<QString, QVariant> before;
-    for (const QString &key : keys) {
-        before.insert(key, settings.value(key));
-        settings.setValue(key, values.value(key));
-    }
+        return complaint(QStringLiteral("it cannot be written"));
+    // Some systems keep settings elsewhere than in a file.
+    if (settings.format() == QSettings::IniFormat || fileName.endsWith(QLatin1String(".conf")))
+        return complaint(writeFile(fileName, settings.format(), values));
+    for (auto value = values.begin(); value != values.end(); ++value)
+        settings.setValue(value.key(), *value);
     settings.sync();
-    if (settings.status() == QSettings::NoError)
-        return QString();
-    putBack(&settings, before);
-    return settings.fileName() + QStringLiteral(" could not be written; the disk may be full");
+    return complaint(settings.status() == QSettings::NoError ? QString()
+                                                             : QStringLiteral("it could not be written"));
 }
 
 } // namespace SettingsFile

@@ -35,7 +35,7 @@ public:
     bool isEdited(QWidget *widget) const;
     QVector<QWidget *> inOrder() const;
     void init(QWidget *widget);
-    void fill(QWidget *widget, const Values &values);
+    void fill(QWidget *widget, const Values &values, bool isRead);
     void load(const QVector<QWidget *> &widgets, bool prepare);
     void reload(const QString &storage, const QString &path, const QWidget *except);
     void updateModified();
@@ -115,8 +115,14 @@ void CWidgetMapper::Private::init(QWidget *widget)
         initer->initWidget(widget, QVariant());
 }
 
-void CWidgetMapper::Private::fill(QWidget *widget, const Values &values)
+/// @param isRead  whether the values could be read; the widget gets what came all the same
+void CWidgetMapper::Private::fill(QWidget *widget, const Values &values, bool isRead)
 {
+    if (!isRead) {
+        KOV_LOG(0, "(!)Error: Failed to get values for control[%s]", nameOf(widget).constData());
+        MappingHelpers::dumpValues(MappingHelpers::createValuesTree(values, false),
+                                   QStringLiteral("VALUE PATHS TO GET"));
+    }
     if (!MappingHelpers::isAllValuesValid(values))
         KOV_LOG(0, "(!)Warning: Not all values are valid for control[%s]", nameOf(widget).constData());
     if (provider)
@@ -136,7 +142,7 @@ void CWidgetMapper::Private::load(const QVector<QWidget *> &widgets, bool prepar
         }
     }
     const QPointer<CWidgetMapper> alive(q);
-    const bool isRead = controller && controller->getValues(values);
+    const bool isRead = !controller || controller->getValues(values);
     const int changesBefore = changes;
     for (QWidget *widget : widgets) {
         if (alive && prepare && isMapped(widget))
@@ -145,14 +151,14 @@ void CWidgetMapper::Private::load(const QVector<QWidget *> &widgets, bool prepar
             return;
         if (!isMapped(widget))
             continue;
-        // Alone it says what is missing, and sees what the preparation of another one has changed.
-        if (!isRead || changes != changesBefore) {
+        // The preparation of another one may have changed a value.
+        if (changes != changesBefore) {
             q->setWidgetValues(widget);
             continue;
         }
         Values own = mappings.constFind(widget)->request;
         MappingHelpers::getValuesFromList(values, own);
-        fill(widget, own);
+        fill(widget, own, isRead);
     }
 }
 
@@ -288,12 +294,8 @@ void CWidgetMapper::setWidgetValues(QWidget *widget)
         return;
     }
     Values values = MappingHelpers::createValuesTree(d->mappings.constFind(widget)->request, false);
-    if (d->controller && !d->controller->getValues(values)) {
-        KOV_LOG(0, "(!)Error: Failed to get values for control[%s]", nameOf(widget).constData());
-        MappingHelpers::dumpValues(MappingHelpers::createValuesTree(values, false),
-                                   QStringLiteral("VALUE PATHS TO GET"));
-    }
-    d->fill(widget, values);
+    const bool isRead = !d->controller || d->controller->getValues(values);
+    d->fill(widget, values, isRead);
 }
 
 void CWidgetMapper::processValueChanged(QWidget *widget)

@@ -38,11 +38,17 @@ bool isInverted(const QWidget *widget)
     return widget->property(Mappings::InvertValueProp).toBool();
 }
 
-/// A settings file reads a text with a comma as a list.
-QString text(const QVariant &value)
+/// Nothing for a value that is no text.
+std::optional<QString> text(const QWidget *widget, const QVariant &value)
 {
-    return value.userType() == QMetaType::QStringList ? value.toStringList().join(QStringLiteral(", "))
-                                                      : value.toString();
+    // A settings file reads a text with a comma as a list.
+    if (value.userType() == QMetaType::QStringList)
+        return value.toStringList().join(QStringLiteral(", "));
+    if (!value.canConvert<QString>()) {
+        logUseless(widget, "text");
+        return std::nullopt;
+    }
+    return value.toString();
 }
 
 template <typename Widget>
@@ -124,10 +130,10 @@ void CDataProviderPrivate::setQLineEditValue(QWidget *widget, const Mappings::Va
     const QVariant value = getFirstValue(values);
     if (!edit || !value.isValid())
         return;
-    if (!value.canConvert<QString>())
-        logUseless(widget, "text");
-    else if (edit->text() != text(value)) // the cursor and what can be undone stay
-        edit->setText(text(value));
+    const std::optional<QString> wanted = text(widget, value);
+    // Otherwise the cursor and what can be undone stay.
+    if (wanted && edit->text() != *wanted)
+        edit->setText(*wanted);
 }
 
 QVariant CDataProviderPrivate::getQTextEditValue(QWidget *widget, const QString &, const QString &)
@@ -142,16 +148,13 @@ void CDataProviderPrivate::setQTextEditValue(QWidget *widget, const Mappings::Va
     const QVariant value = getFirstValue(values);
     if (!edit || !value.isValid())
         return;
-    if (!value.canConvert<QString>()) {
-        logUseless(widget, "text");
-        return;
-    }
-    if (edit->toPlainText() == text(value))
+    const std::optional<QString> wanted = text(widget, value);
+    if (!wanted || edit->toPlainText() == *wanted)
         return;
     const QTextCursor before = edit->textCursor();
     const int anchor = before.anchor();
     const int position = before.position();
-    edit->setPlainText(text(value));
+    edit->setPlainText(*wanted);
     QTextCursor cursor = edit->textCursor();
     cursor.movePosition(QTextCursor::End);
     const int end = cursor.position();
