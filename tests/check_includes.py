@@ -19,7 +19,8 @@ BOXES = WINDOWS + ['gui/messages/record', 'gui/messages/box', 'gui/messages/noti
 MESSAGES = BOXES + ['gui/messages']
 TASKS = MESSAGES + ['gui/tasks', 'gui/tasks/progress', 'gui/tasks/sign_in', 'gui/tasks/http']
 UPDATES = TASKS + ['gui/tasks/download', 'gui/update/record', 'gui/update/launch', 'gui/update/catalogue']
-LIBRARY = UPDATES + ['gui/tasks/proxy', 'gui/tasks/location', 'gui/update', 'gui/update/check', 'gui/update/dialogs',
+MAPPING = ['gui/mapping/values', 'gui/mapping/storage', 'gui/mapping/widgets']
+LIBRARY = UPDATES + MAPPING + ['gui/tasks/proxy', 'gui/tasks/location', 'gui/update', 'gui/update/check', 'gui/update/dialogs',
                      'gui/update/install']
 UPDATER = ['gui/KovVersion.h', 'gui/update/catalogue', 'gui/tasks/download/FileName.h', 'programs/updater/base']
 ALLOWED = {
@@ -64,8 +65,10 @@ ALLOWED = {
     'programs/updater': UPDATER + ['programs/updater/package', 'programs/updater/trust', 'programs/updater/check',
                                    'programs/updater/install', 'programs/updater/publish'],
     'examples/console/sample': LIBRARY + ['gui'],
-    'examples/console/pages': LIBRARY + ['gui', 'examples/console/sample'],
-    'examples/console/tour': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/pages'],
+    'examples/console/preferences': LIBRARY + ['gui', 'examples/console/sample'],
+    'examples/console/pages': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/preferences'],
+    'examples/console/tour': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/pages',
+                                        'examples/console/preferences'],
     'examples/console': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/pages', 'examples/console/tour'],
 }
 EVERYTHING = ('tests', 'benchmarks', 'fuzz')

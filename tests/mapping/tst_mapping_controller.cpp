@@ -161,9 +161,11 @@ private Q_SLOTS:
              [](Parts &p) {
                  p.controller.setValues({{"QSettings", {{"ask", 2}, {"b", 3}}}});
                  p.controller.revert();
+                 p.set("z", 4);
+                 QCOMPARE(p.handler->offered.size(), 1);
                  p.handler->answer(true);
              },
-             "", "ask=2", "", false},
+             "z=4", "ask=2 z=4", "", false},
             {"reverted while it asks",
              [](Parts &p) {
                  p.handler->during = [&p] { p.controller.revert(); };

@@ -19,6 +19,7 @@ public:
         ValueAddress address;
         QVariant value;
         QPointer<CMappingValueHandler> handler;
+        bool isDropped = false; ///< everything was reverted meanwhile: the answer is of no interest any more
     };
     struct Answer
     {
@@ -48,11 +49,9 @@ public:
     /// The value that the handler holds.
     std::optional<Offer> held;
     /// The value that the handler is being asked about, and its answer when it comes before the call returns.
-    const Offer *asked = nullptr;
+    Offer *asked = nullptr;
     std::optional<Answer> earlyAnswer;
     bool committing = false;
-    /// How often everything was dropped.
-    int reverts = 0;
 };
 
 QVariant CMappingController::Private::waitingValue(const QString &storage, const QString &path) const
@@ -144,8 +143,7 @@ void CMappingController::Private::offer(const ValueAddress &address,
         return;
     }
 
-    const Offer offered{address, value, handler};
-    const int revertsBefore = reverts;
+    Offer offered{address, value, handler};
     asked = &offered;
     earlyAnswer.reset();
     const bool taken = offered.handler->handleValue(address.storage, address.path, value);
@@ -153,10 +151,10 @@ void CMappingController::Private::offer(const ValueAddress &address,
         return;
     asked = nullptr;
     const std::optional<Answer> answer = std::exchange(earlyAnswer, std::nullopt);
-    if (reverts != revertsBefore)
-        return;
-    if (!taken)
+    if (!taken && !offered.isDropped)
         pass(address, value);
+    else if (!taken)
+        return;
     else if (answer)
         settle(offered, answer->accepted, answer->value);
     else if (!offered.handler || offered.handler != handler)
@@ -175,6 +173,8 @@ void CMappingController::Private::pass(const ValueAddress &address, const QVaria
 
 void CMappingController::Private::settle(const Offer &offered, bool accepted, const QVariant &value)
 {
+    if (offered.isDropped)
+        return;
     const ValueAddress &address = offered.address;
     const bool isLatest
         = MappingHelpers::getValueByPath(waiting, address.path, address.storage) == offered.value;
@@ -303,10 +303,13 @@ bool CMappingController::isModified(const Mappings::Values &instead) const
 
 void CMappingController::revert()
 {
-    ++d->reverts;
     d->waiting.clear();
     d->passed.clear();
-    d->held.reset();
+    // The handler still has its question open: the next value is offered after that.
+    if (d->held)
+        d->held->isDropped = true;
+    if (d->asked)
+        d->asked->isDropped = true;
     if (d->model)
         d->model->revert();
 }

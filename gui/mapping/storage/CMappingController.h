@@ -61,7 +61,8 @@ public:
     bool isModified(const Mappings::Values &instead = Mappings::Values()) const;
 
 public Q_SLOTS:
-    /// Drops the values that wait to be committed, even the one that the handler holds, and reverts the model.
+    /// Drops the values that wait to be committed and reverts the model. The value that the handler holds is dropped
+    /// whatever the answer; until then no other is offered.
     void revert();
 
 Q_SIGNALS:
