@@ -331,6 +331,18 @@ private Q_SLOTS:
         QSettings().setValue("line", "stored");
         QSettings().setValue("spin", 1500000);
         Form form;
+        struct Choices : CWidgetIniter
+        {
+            void initWidget(QWidget *widget, const QVariant &) override
+            {
+                auto *box = qobject_cast<QComboBox *>(widget);
+                if (box && box->count() == 0)
+                    box->addItem("The first entry becomes the current one", 1);
+            }
+        } choices;
+        form.mapper = std::make_unique<CWidgetMapper>(*form.controller, *form.provider, &choices);
+        QSettings().setValue("choice", 2);
+        form.add<QComboBox>("choice");
         auto *line = form.add<QLineEdit>("line");
         auto *spin = form.add<QSpinBox>("spin", {{"divisor", 1048576}, {"keyboardTracking", false}});
         auto *text = form.add<QTextEdit>("text");

@@ -53,3 +53,8 @@ void PreferencesPage::open()
     m_loaded = false;
     m_model.load();
 }
+
+PreferencesDialog *PreferencesPage::dialog() const
+{
+    return m_dialog;
+}

@@ -15,7 +15,8 @@ class PreferencesPage : public ConsolePage
 public:
     explicit PreferencesPage(QWidget *parent = nullptr);
 
-    PreferencesDialog *dialog() const { return m_dialog; }
+    /// The open dialog, null when there is none.
+    PreferencesDialog *dialog() const;
     PreferencesModel &model() { return m_model; }
     bool isLoaded() const { return m_loaded; }
 

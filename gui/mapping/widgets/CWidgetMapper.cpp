@@ -111,8 +111,14 @@ QVector<QWidget *> CWidgetMapper::Private::inOrder() const
 
 void CWidgetMapper::Private::init(QWidget *widget)
 {
-    if (initer)
-        initer->initWidget(widget, QVariant());
+    if (!initer)
+        return;
+    // A list of choices that gets its first entry chooses it, which is nobody's wish.
+    const QPointer<QWidget> alive(widget);
+    const bool wasBlocked = widget->blockSignals(true);
+    initer->initWidget(widget, QVariant());
+    if (alive)
+        widget->blockSignals(wasBlocked);
 }
 
 /// @param isRead  whether the values could be read; the widget gets what came all the same
