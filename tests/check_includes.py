@@ -20,7 +20,8 @@ MESSAGES = BOXES + ['gui/messages']
 TASKS = MESSAGES + ['gui/tasks', 'gui/tasks/progress', 'gui/tasks/sign_in', 'gui/tasks/http']
 UPDATES = TASKS + ['gui/tasks/download', 'gui/update/record', 'gui/update/launch', 'gui/data_model/base',
                    'gui/data_model/documents']
-LIBRARY = UPDATES + ['gui/tasks/proxy', 'gui/tasks/location', 'gui/update', 'gui/update/check', 'gui/update/dialogs',
+MAPPING = ['gui/mapping/values', 'gui/mapping/storage', 'gui/mapping/widgets']
+LIBRARY = UPDATES + MAPPING + ['gui/tasks/proxy', 'gui/tasks/location', 'gui/update', 'gui/update/check', 'gui/update/dialogs',
                      'gui/update/install']
 UPDATER = ['gui/KovVersion.h', 'gui/platform/unix/Descriptor.h', 'gui/data_model/base', 'gui/data_model/documents',
            'gui/update/launch/UpdaterExitCode.h', 'gui/tasks/download/FileName.h', 'programs/updater/base']
@@ -35,6 +36,9 @@ ALLOWED = {
     'gui/frame': ['kov_sdk/KovTypes.h', 'gui/platform', 'gui/log', 'gui/KovGuiGlobal.h', 'gui/KovVersion.h'],
     'gui/help': FRAME,
     'gui/window': FRAME,
+    'gui/mapping/values': FRAME,
+    'gui/mapping/storage': FRAME + ['gui/mapping/values'],
+    'gui/mapping/widgets': FRAME + ['gui/mapping/values', 'gui/mapping/storage'],
     'gui/messages/record': FRAME + ['gui/help'],
     'gui/messages/box': WINDOWS + ['gui/messages/record'],
     'gui/messages/notification': WINDOWS + ['gui/messages/record', 'gui/messages/box'],
@@ -66,8 +70,10 @@ ALLOWED = {
                                    'programs/updater/install', 'programs/updater/publish'],
     'examples/minimal': LIBRARY + ['gui'],
     'examples/console/sample': LIBRARY + ['gui'],
-    'examples/console/pages': LIBRARY + ['gui', 'examples/console/sample'],
-    'examples/console/tour': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/pages'],
+    'examples/console/preferences': LIBRARY + ['gui', 'examples/console/sample'],
+    'examples/console/pages': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/preferences'],
+    'examples/console/tour': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/pages',
+                                        'examples/console/preferences'],
     'examples/console': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/pages', 'examples/console/tour'],
 }
 EVERYTHING = ('tests', 'benchmarks', 'fuzz')

@@ -5,6 +5,7 @@
 class LogPage;
 class MessagesPage;
 class NetworkPage;
+class PreferencesPage;
 class QListWidget;
 class QStackedWidget;
 class TasksPage;
@@ -21,6 +22,7 @@ public:
     UpdatesPage *updates() const { return m_updates; }
     NetworkPage *network() const { return m_network; }
     MessagesPage *messages() const { return m_messages; }
+    PreferencesPage *preferences() const { return m_preferences; }
     TasksPage *tasks() const { return m_tasks; }
     LogPage *log() const { return m_log; }
     void showPage(QWidget *page);
@@ -33,6 +35,7 @@ private:
     UpdatesPage *m_updates = nullptr;
     NetworkPage *m_network = nullptr;
     MessagesPage *m_messages = nullptr;
+    PreferencesPage *m_preferences = nullptr;
     TasksPage *m_tasks = nullptr;
     LogPage *m_log = nullptr;
 };
