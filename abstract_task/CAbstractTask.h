@@ -201,12 +201,38 @@ protected:
      */
     void attachChildTask(CAbstractTask *child);
 
+    /**
+     * Runs a nested task as the step's work: connects its taskFinished to the slot, attaches it, waits for
+     * subTaskCompleted() and executes it. For the end of a step's method, or later while that step waits:
+     *
+     *     return runChild(new CTaskTransfer(url), &CTaskFetch::onTransferFinished);
+     *
+     * @param child  becomes a child object of this task when it has no parent; null fails
+     * @param slot   a method of this class or any function that takes the result; it ends by calling
+     *               subTaskCompleted()
+     * @return KOV_SUCCESS, or KOV_ERR_FAILURE with a line in the log when there is no child
+     */
+    template <typename Slot>
+    KOV_RESULT runChild(CAbstractTask *child, Slot slot)
+    {
+        if constexpr (std::is_member_function_pointer_v<Slot>) {
+            using Derived = typename QtPrivate::FunctionPointer<Slot>::Object;
+            if (child)
+                connect(child, &CAbstractTask::taskFinished, static_cast<Derived *>(this), slot);
+        } else if (child) {
+            connect(child, &CAbstractTask::taskFinished, this, slot);
+        }
+        return startChild(child);
+    }
+
     /// For destructors of derived classes, as their first statement: a task that still runs is finished with
     /// KOV_ERR_CANCELLED, with the finish() of that class, while all of its members exist. Callbacks get a
     /// null task.
     void endBeforeDestruction();
 
 private:
+    KOV_RESULT startChild(CAbstractTask *child);
+
     friend class CTaskManager;
     class Private;
     const std::unique_ptr<Private> d;

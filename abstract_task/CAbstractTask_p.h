@@ -33,13 +33,14 @@ public:
     void close(KOV_RESULT outcome, CAbstractTask *task);
     void endTerminated();
     void terminateChildren(KOV_RESULT outcome);
-    template <typename Action>
-    void forEachChild(Action action);
+    void forEachChild(const std::function<void(CAbstractTask *)> &action);
     void detachFromParent();
     void edit(std::function<void()> change);
     bool isStepUnderWay() const { return inStep || (waiting && !completed); }
     bool isCalledFromOtherThread(const char *operation) const;
     const StepTable &stepTable() const;
+    /// For the log.
+    const void *asAddress() const { return q; }
 
     /// Tells a caller further up the stack that the task was deleted beneath it; costs no allocation.
     class Watch

@@ -264,8 +264,8 @@ void CTaskManager::callBack(const CSlotInfo &slot, KOV_RESULT result, CAbstractT
     if (slot.isEmpty() || slot.invoke(result, task))
         return;
     if (slot.receiver())
-        Tasks::log(0, "(!)Error: Can't call slot %s with a task's result %.8X", qUtf8Printable(slot.slot()),
+        Tasks::log(0, "(!)Error: Can't call slot %s with a task's result %.8X", qUtf8Printable(slot.name()),
                    unsigned(result));
     else
-        Tasks::log(3, "The receiver of slot %s is gone", qUtf8Printable(slot.slot()));
+        Tasks::log(3, "The receiver of slot %s is gone", qUtf8Printable(slot.name()));
 }

@@ -21,7 +21,8 @@ TASKS = MESSAGES + ['gui/tasks', 'gui/tasks/progress', 'gui/tasks/sign_in', 'gui
 UPDATES = TASKS + ['gui/tasks/download', 'gui/update/record', 'gui/update/launch', 'gui/update/catalogue']
 LIBRARY = UPDATES + ['gui/tasks/proxy', 'gui/tasks/location', 'gui/update', 'gui/update/check', 'gui/update/dialogs',
                      'gui/update/install']
-UPDATER = ['gui/KovVersion.h', 'gui/update/catalogue', 'gui/tasks/download/FileName.h', 'programs/updater/base']
+UPDATER = ['gui/KovVersion.h', 'gui/platform/unix/Descriptor.h', 'gui/update/catalogue',
+           'gui/update/launch/UpdaterExitCode.h', 'gui/tasks/download/FileName.h', 'programs/updater/base']
 ALLOWED = {
     'kov_sdk': [],
     'abstract_task': ['kov_sdk/KovTypes.h'],
@@ -51,7 +52,8 @@ ALLOWED = {
     'gui/update': UPDATES + ['gui/update/check', 'gui/update/dialogs', 'gui/update/install'],
     # init() fills the implementation registry, so it names the classes of every folder.
     'gui': LIBRARY,
-    'programs/download_utility': ['gui/tasks/download/FileName.h'],
+    'programs/download_utility': ['gui/platform/unix/Descriptor.h', 'gui/tasks/download/FileName.h',
+                                  'gui/tasks/download/DownloadExitCode.h'],
     'programs/updater/base': UPDATER[:-1],
     'programs/updater/package': UPDATER,
     'programs/updater/trust': UPDATER,

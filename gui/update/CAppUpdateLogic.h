@@ -32,7 +32,8 @@ public:
     /// the object under construction, which refuses everything until the worker exists.
     static CAppUpdateLogic *instance();
     /// Ends the check and the installation that run, silently, and deletes the object. What a quitting application
-    /// leaves for its next start is stored before. Not to be called from a slot of a signal of this class.
+    /// leaves for its next start is stored before; an updater program that installs is killed, unless the application
+    /// quits (QCoreApplication::aboutToQuit()): then it completes its work. Not to be called from a slot of a signal of this class.
     static void destroy();
     ~CAppUpdateLogic() override;
 

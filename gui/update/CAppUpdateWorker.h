@@ -13,6 +13,7 @@
 class CAppUpdateLogic;
 class CTaskCheckForProductUpdate;
 class CTaskInstallProductUpdate;
+struct InstallRequest;
 
 /**
  * The behaviour behind CAppUpdateLogic: the timers of the checks, what is done with a found update, the installation
@@ -33,12 +34,19 @@ class CTaskInstallProductUpdate;
  * user asked for the check; else with a download in the background, or, where the user does not want that, after a
  * question.
  *
+ * **A newer update while an older one is under way.** An open offer is replaced by the newer one, a download in the
+ * background is given up for it. A download that the user watches and an installation go on; the newer update stays
+ * pending and is offered ten minutes after their end, whatever the user decided about the older one. After an
+ * installation the version that starts next looks for it anew.
+ *
  * **The end of an installation.** Installed: nothing is pending. Postponed: offered again by the reminder, and at the
  * next start when the package is on disk. Skipped: nothing is pending, and background checks ignore the version.
  * Cancelled: it stays pending. Failed: it stays pending, but not for the next start; at start-up it is forgotten and
  * the application quits. An installation
- * that runs when the application quits is offered at the next start if its package is on disk; an interrupted
- * download in the background goes on after the check that follows the next start.
+ * that runs when the application quits is offered at the next start if its package is on disk, unless the updater
+ * program, which goes on, has completed it by then; an interrupted
+ * download in the background goes on after the check that follows the next start. An application that calls exec()
+ * again after aboutToQuit() goes on as before.
  *
  * Timers are children: "startUpCheckTimer", "checkForUpdatesTimer", "installReminderTimer". GUI thread only.
  */
@@ -96,8 +104,8 @@ public:
     KOV_RESULT installUpdate(const CProductUpdateInfo &info, bool forceDownload, bool confirm);
     /**
      * Starts the installation of the pending update. A running download in the background is superseded when this
-     * call is for an installation in the foreground, and so is an installation of the other update type; the new one
-     * starts when the old one has ended. At start-up (isOnAppStart()) only a package on disk is installed; without
+     * call is for an installation in the foreground, and so is an installation of the other update type, but none that
+     * the updater program has begun; the new one starts when the old one has ended. At start-up (isOnAppStart()) only a package on disk is installed; without
      * one the request for it is forgotten.
      *
      * @param forceDownload  download at once, with a window, without asking
@@ -133,7 +141,6 @@ private Q_SLOTS:
     void onInstallReminderTimeout();
     void onTaskCheckForUpdatesFinished(KOV_RESULT result);
     void onTaskInstallUpdateFinished(KOV_RESULT result);
-    void onSupersededTaskEnded();
     void onInstallMajorUpdateAnswered(KOV_RESULT code, Messaging::ButtonID answer);
     void onAboutToQuit();
 
@@ -141,9 +148,10 @@ private:
     void handOn(const CTaskCheckForProductUpdate &check);
     void offerMajorUpgrade(const CProductUpdateInfo &info, bool inBackground);
     bool isDownloadInBackgroundWanted() const;
-    KOV_RESULT supersede(bool forceDownload, bool confirm);
-    KOV_RESULT startInstallation(bool inBackground, bool forceDownload, bool confirm);
+    KOV_RESULT install(InstallRequest request, bool isAskedFor);
+    KOV_RESULT startInstallation(bool inBackground, const InstallRequest &request);
     void followChoice(const CTaskInstallProductUpdate &task);
+    void offerNewerLater(const CTaskInstallProductUpdate &task);
     void failInstallation();
 
     class Private;

@@ -144,15 +144,11 @@ private:
             return;
         }
         m_child = new CTaskScripted(QStringLiteral("A: wait; Locked: wait"), QStringLiteral("child "));
-        m_child->setParent(this);
         m_child->setOption(DeleteWhenFinished, true);
-        connect(m_child, &CAbstractTask::taskFinished, this, [this](int result) {
+        runChild(m_child, [this](int result) {
             note(m_name, QStringLiteral("told"));
             subTaskCompleted(result);
         });
-        attachChildTask(m_child);
-        setWaitForSubTaskCompletion();
-        m_child->execute();
     }
 
     const QString m_name;

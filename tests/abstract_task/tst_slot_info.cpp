@@ -77,6 +77,7 @@ private Q_SLOTS:
     void calls();
     void enumerationArgument();
     void answerOnlyWhereOneIsDeclared();
+    void functions();
     void receiverThatIsGone();
     void otherThread();
 };
@@ -149,6 +150,36 @@ void tst_SlotInfo::answerOnlyWhereOneIsDeclared()
     QVERIFY(answer);
 }
 
+void tst_SlotInfo::functions()
+{
+    Receiver receiver;
+    Base *object = &receiver;
+    const QVariant twelve(12);
+    QVERIFY(CSlotInfo(&receiver, &Receiver::onPair).invoke(KOV_RESULT(7), object, twelve));
+    QCOMPARE(receiver.called, QStringLiteral("pair 7*"));
+    QVERIFY(CSlotInfo(&receiver, &Base::onInherited).invoke(KOV_RESULT(7)));
+    QCOMPARE(receiver.called, QStringLiteral("inherited 0"));
+    QVERIFY(CSlotInfo(&receiver, &Receiver::onText).invoke(1, object, twelve));
+    QCOMPARE(receiver.called, QStringLiteral("text 12"));
+    bool answer = false;
+    const CSlotInfo veto(
+        &receiver, [](int n, Receiver *who) { return n > 1 && who; }, twelve);
+    QVERIFY(veto.invokeForBool(&answer, 2, object));
+    QVERIFY(answer && !veto.isEmpty() && veto.params() == twelve);
+    // The values are checked when the call is made; what is wrong already can be asked for before.
+    QVERIFY(!veto.invoke(2, new QObject(&receiver)) && !veto.canInvoke(2));
+    QVERIFY(!CSlotInfo(&receiver, &Receiver::onInt).canInvokeForBool(1));
+    QVERIFY(!CSlotInfo(&receiver, SLOT(onMissing(int))).canInvoke(1));
+    QVERIFY(CSlotInfo(&receiver, SLOT(onInt(int))).canInvoke(1));
+
+    std::thread([&] {
+        QVERIFY(CSlotInfo(&receiver, &Receiver::onText).invoke(1, object, QVariant(QStringLiteral("far"))));
+    }).join();
+    QCOMPARE(receiver.called, QStringLiteral("text 12"));
+    QCoreApplication::processEvents();
+    QCOMPARE(receiver.called, QStringLiteral("text far"));
+}
+
 void tst_SlotInfo::receiverThatIsGone()
 {
     auto receiver = std::make_unique<Receiver>();
@@ -156,6 +187,10 @@ void tst_SlotInfo::receiverThatIsGone()
     receiver.reset();
     QVERIFY(!slot.invoke(1));
     QVERIFY(!slot.isEmpty());
+    auto context = std::make_unique<QObject>();
+    const CSlotInfo function(context.get(), [] { QFAIL("called without its context"); });
+    context.reset();
+    QVERIFY(!function.invoke(1) && !function.isEmpty());
     QVERIFY(CSlotInfo().isEmpty());
 }
 

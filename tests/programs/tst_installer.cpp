@@ -307,7 +307,7 @@ void tst_Installer::refused_data()
             QCOMPARE(QProcess::execute(s("sh"), {s("-c"), s("cd $0 && ") + s(command), m_dir->path()}), 0);
         };
     };
-    row("signature missing", ExitCode::PackageNotTrusted, "its signature is missing", shell("rm *.sig"));
+    row("signature missing", ExitCode::SignatureMissing, "its signature is missing", shell("rm *.sig"));
     row("package missing", ExitCode::PackageNotTrusted, "cannot be opened", shell("rm *.gz"));
     row("package is a link", ExitCode::PackageNotTrusted, "symbolic link",
         shell("f=`ls *.gz`; mv $f a; ln -s a $f"));

@@ -1,5 +1,5 @@
 #include "gui/update/catalogue/CUpdaterConfig.h"
-#include "gui/update/catalogue/UpdaterExitCode.h"
+#include "programs/updater/base/ExitCode.h"
 #include "programs/updater/trust/OfferStore.h"
 #include "tests/support/KovTest.h"
 #include "tests/support/NginxServer.h"

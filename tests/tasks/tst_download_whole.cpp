@@ -1,7 +1,7 @@
 #include "gui/tasks/download/CMd5Calculator.h"
-#include "tests/programs/download/FaultServer.h"
 #include "tests/support/Files.h"
 #include "tests/support/NginxServer.h"
+#include "tests/support/TestServer.h"
 #include "tests/tasks/DownloadFixture.h"
 
 #include <QCryptographicHash>
@@ -73,12 +73,12 @@ void tst_DownloadWhole::serverThatComesBack()
 void tst_DownloadWhole::passwordForTheProxy()
 {
     const QByteArray password = "p\xc3\xa4ss word";
-    FaultServer proxy([&](const FaultServer::Request &request) {
+    TestServer proxy([&](const TestServer::Request &request) {
         return request.head.contains(("me:" + password).toBase64())
-                   ? FaultServer::whole(m_content, "\"x\"")
-                   : FaultServer::Reply{"407 Proxy Authentication Required\r\n"
-                                        "Proxy-Authenticate: Basic realm=\"r\"\r\nContent-Length: 0\r\n",
-                                        "", FaultServer::End::Close, 0};
+                   ? TestServer::whole(m_content, "\"x\"")
+                   : TestServer::Reply{"407 Proxy Authentication Required\r\n"
+                                       "Proxy-Authenticate: Basic realm=\"r\"\r\nContent-Length: 0\r\n",
+                                       "", TestServer::End::Close, 0};
     });
     const auto result = [&](const QByteArray &given) {
         ChosenProxy::chosen = {QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), proxy.serverPort(),

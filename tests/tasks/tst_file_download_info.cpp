@@ -30,7 +30,9 @@ void tst_FileDownloadInfo::pathsAndSize()
     QTemporaryDir directory;
     FileDownloadInfo info;
     QCOMPARE(info.destinationDirectory, QDir::homePath());
-    QCOMPARE(info.destinationFilePartPath(), QString());
+    info.url = QStringLiteral("http://h/f");
+    info.destinationDirectory.clear();
+    QCOMPARE(info.destinationFilePath() + info.destinationFilePartPath(), QString());
     info = FileDownloadInfo(directory.path());
     info.url = QStringLiteral("http://h/a/b/setup.exe");
     QCOMPARE(info.destinationFilePath(), directory.path() + QDir::separator() + QStringLiteral("setup.exe"));

@@ -1,11 +1,12 @@
 #include "gui/messages/CMessageManager.h"
+#include "gui/messages/record/CMessageDataProvider.h"
 #include "gui/tasks/download/CDownloadProgressDialog.h"
 #include "gui/tasks/download/CTaskInteractiveDownload.h"
 #include "kov_sdk/KovSdk.h"
-#include "tests/programs/download/FaultServer.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/NginxServer.h"
 #include "tests/support/OffscreenPlatform.h"
+#include "tests/support/TestServer.h"
 #include "tests/tasks/DownloadFixture.h"
 
 #include <QCryptographicHash>
@@ -16,6 +17,20 @@
 #include <sys/mount.h>
 
 using Task = CTaskInteractiveDownload;
+
+/// A host's policy that may answer a question without asking.
+class AnsweringProvider : public CMessageDataProvider
+{
+    Q_OBJECT
+
+public:
+    Q_INVOKABLE AnsweringProvider() = default;
+    bool isMessageHasAutoAnswer(int code) override
+    {
+        return answers || CMessageDataProvider::isMessageHasAutoAnswer(code);
+    }
+    static inline bool answers = false;
+};
 
 /// The task with the real utility and the real messages.
 class tst_InteractiveDownload : public QObject
@@ -37,7 +52,7 @@ private Q_SLOTS:
 
 private:
     void answer(CMessageBoxWndBase *window, int code);
-    FaultServer::Reply serve(const FaultServer::Request &request);
+    TestServer::Reply serve(const TestServer::Request &request);
     std::unique_ptr<Task> makeTask(const QString &digest, bool isQuiet = false);
     QString filePath(const char *suffix = "") const
     {
@@ -56,7 +71,7 @@ private:
     const QString m_digest
         = QString::fromLatin1(QCryptographicHash::hash(m_content, QCryptographicHash::Md5).toHex());
     std::unique_ptr<QTemporaryDir> m_folder;
-    std::unique_ptr<FaultServer> m_server;
+    std::unique_ptr<TestServer> m_server;
     QByteArray m_behaviour; ///< of the server
     QByteArray m_checksum; ///< what it has at ".md5"
     int m_pieceSize = 0;
@@ -70,6 +85,8 @@ void tst_InteractiveDownload::initTestCase()
     ignoreOffscreenWarnings();
     KovGui::init(KAM_CONSOLE);
     KovGui::setLogVerbosity(2);
+    KovGui::staticMetaObjectHash()[QStringLiteral("CMessageDataProvider")]
+        = &AnsweringProvider::staticMetaObject;
     ChosenProxy::install();
     QCOMPARE(KovApi_LoadMessageCatalogue(MESSAGES), KOV_SUCCESS);
     connect(CMessageManager::instance(), &CMessageManager::aboutToShowMessage, this,
@@ -83,8 +100,8 @@ void tst_InteractiveDownload::init()
     KovGui::setUpdaterFilePathAndUpdateMode(QStringLiteral(DOWNLOAD_UTILITY), QString(),
                                             QStringLiteral("ctl"));
     m_folder = std::make_unique<QTemporaryDir>();
-    m_server = std::make_unique<FaultServer>(
-        [this](const FaultServer::Request &request) { return serve(request); });
+    m_server
+        = std::make_unique<TestServer>([this](const TestServer::Request &request) { return serve(request); });
     m_behaviour.clear();
     m_checksum = m_digest.toLatin1() + "  file.bin\n";
     m_pieceSize = 0;
@@ -111,33 +128,33 @@ void tst_InteractiveDownload::answer(CMessageBoxWndBase *window, int code)
         QTimer::singleShot(0, window, [window, given] { window->done(given.toInt()); });
 }
 
-FaultServer::Reply tst_InteractiveDownload::serve(const FaultServer::Request &request)
+TestServer::Reply tst_InteractiveDownload::serve(const TestServer::Request &request)
 {
     m_isDialogSeen = m_isDialogSeen || dialog();
     const auto refuse = [](const char *status) {
-        return FaultServer::Reply{status + QByteArray("\r\nContent-Length: 0\r\n"), "",
-                                  FaultServer::End::Close, 0};
+        return TestServer::Reply{status + QByteArray("\r\nContent-Length: 0\r\n"), "", TestServer::End::Close,
+                                 0};
     };
     const QByteArray line = request.head.left(request.head.indexOf("\r\n"));
     if (line.contains(".md5")) {
         if (m_behaviour == "checksum comes late")
             return m_behaviour.clear(), refuse("404 Not Found");
-        return m_checksum.isEmpty() ? refuse("404 Not Found") : FaultServer::whole(m_checksum, "\"m\"");
+        return m_checksum.isEmpty() ? refuse("404 Not Found") : TestServer::whole(m_checksum, "\"m\"");
     }
     if (line.startsWith("HEAD")) {
         if (m_behaviour == "no HEAD")
             return refuse("501 Not Implemented");
         if (m_behaviour == "fails once")
             return m_behaviour.clear(), refuse("500 Oops");
-        return {FaultServer::whole(m_content, "\"x\"").head, "", FaultServer::End::Close, 0};
+        return {TestServer::whole(m_content, "\"x\"").head, "", TestServer::End::Close, 0};
     }
     if (m_behaviour == "gone")
         return refuse("404 Not Found");
     if (m_behaviour == "damages once") {
         m_behaviour.clear();
-        return FaultServer::whole(testContent(m_content.size(), 8), "\"y\"");
+        return TestServer::whole(testContent(m_content.size(), 8), "\"y\"");
     }
-    FaultServer::Reply reply = FaultServer::honest(request, m_content, "\"x\"");
+    TestServer::Reply reply = TestServer::honest(request, m_content, "\"x\"");
     reply.pieceSize = m_pieceSize;
     return reply;
 }
@@ -217,6 +234,9 @@ void tst_InteractiveDownload::outcomes_data()
     row("no HEAD", "no HEAD", "", "*", "none", "", "0  right 1");
     row("HEAD fails once", "fails once", "", "*", "none", "1", "0 f right 1");
     row("file gone", "gone", "", "*", "none", "12", "80000009 ff none 2");
+    row("file gone, the host's policy says again", "gone", "", "*", "none", "policy", "80000009  none 2");
+    row("damaged on its way, the host's policy says again", "damages once", "", "*", "none", "policy",
+        "0  right 2");
 }
 
 void tst_InteractiveDownload::outcomes()
@@ -236,7 +256,8 @@ void tst_InteractiveDownload::outcomes()
     m_checksum = checksum.replace('*', m_digest.toLatin1().toUpper() + " *file.bin");
     QFETCH(QString, answers);
     const bool isQuiet = answers == QLatin1String("quiet");
-    m_answers = isQuiet ? QString() : answers;
+    AnsweringProvider::answers = answers == QLatin1String("policy");
+    m_answers = isQuiet || AnsweringProvider::answers ? QString() : answers;
     if (existing != QLatin1String("none"))
         QVERIFY(write(filePath(), existing == QLatin1String("right") ? m_content : "mine"));
     QVERIFY(write(filePath(".md5"), "mine as well"));
@@ -244,6 +265,7 @@ void tst_InteractiveDownload::outcomes()
     const auto task = makeTask(digest.replace(QLatin1Char('*'), m_digest.toUpper()), isQuiet);
     task->execute();
     QTRY_VERIFY_WITH_TIMEOUT(task->isFinished(), 20000);
+    AnsweringProvider::answers = false;
     QCOMPARE(QStringLiteral("%1 %2 %3 %4")
                  .arg(unsigned(task->getResult()), 0, 16)
                  .arg(m_questions, whatIsAt(filePath()))

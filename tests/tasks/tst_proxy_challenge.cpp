@@ -45,6 +45,7 @@ public:
 } // namespace
 
 Q_DECLARE_METATYPE(std::function<void(CTaskHttpOperation *, QWidget *)>)
+Q_DECLARE_METATYPE(TestServer::Reply)
 
 class tst_ProxyChallenge : public QObject
 {
@@ -113,8 +114,8 @@ void tst_ProxyChallenge::escalation()
     QFETCH(QString, saved);
     QFETCH(QStringList, answers);
     QFETCH(QStringList, attempts);
-    RecordingServer server(asksFor("u:good"));
-    QNetworkProxy proxy = server.asProxy();
+    TestServer server(asksFor("u:good"));
+    QNetworkProxy proxy = asProxy(server);
     if (!saved.isEmpty())
         QVERIFY(ProxyAuthUtils::saveProxyCredentials(proxy, saved.section(QLatin1Char(':'), 0, 0),
                                                      saved.section(QLatin1Char(':'), 1)));
@@ -128,28 +129,28 @@ void tst_ProxyChallenge::escalation()
     const auto task = request(proxy);
     QFETCH(bool, succeeds);
     QCOMPARE(resultOf(*task), succeeds ? KOV_SUCCESS : KOV_ERR_PROXY_AUTHENTICATION_REQUIRED);
-    QCOMPARE(server.attempts(), attempts);
+    QCOMPARE(attempts(server), attempts);
     QTEST(person.seen, "dialogs");
 }
 
 void tst_ProxyChallenge::laterRequestsUseWhatProvedRight()
 {
-    RecordingServer server(asksFor("u:good"));
+    TestServer server(asksFor("u:good"));
     QSignalSpy valid(CProxyAuthenticator::instance(), &CProxyAuthenticator::validCredentialsEntered);
     Person person({QStringLiteral("u:good")});
-    QCOMPARE(resultOf(*request(server.asProxy())), KOV_SUCCESS);
+    QCOMPARE(resultOf(*request(asProxy(server))), KOV_SUCCESS);
     QCOMPARE(valid.size(), 1);
     QCOMPARE(valid.first().first().toUrl(), origin);
-    QCOMPARE(CProxyAuthenticator::instance()->user(server.asProxy()), QStringLiteral("u"));
-    QCOMPARE(resultOf(*request(server.asProxy())), KOV_SUCCESS);
+    QCOMPARE(CProxyAuthenticator::instance()->user(asProxy(server)), QStringLiteral("u"));
+    QCOMPARE(resultOf(*request(asProxy(server))), KOV_SUCCESS);
     QCOMPARE(person.seen.size(), 1);
     // The same host with another port, and another type, is another proxy.
-    QNetworkProxy other = server.asProxy();
+    QNetworkProxy other = asProxy(server);
     other.setPort(1);
     QVERIFY(CProxyAuthenticator::instance()->user(other).isEmpty());
     // Not remembered: the box was not checked.
     QString user, password;
-    QVERIFY(!ProxyAuthUtils::getProxyCredentials(server.asProxy(), user, password));
+    QVERIFY(!ProxyAuthUtils::getProxyCredentials(asProxy(server), user, password));
 }
 
 void tst_ProxyChallenge::parallelRequestsAskOnce_data()
@@ -163,11 +164,11 @@ void tst_ProxyChallenge::parallelRequestsAskOnce_data()
 void tst_ProxyChallenge::parallelRequestsAskOnce()
 {
     QFETCH(QString, answer);
-    RecordingServer server(asksFor("u:good"));
+    TestServer server(asksFor("u:good"));
     int challenges = 0;
     std::vector<std::unique_ptr<Client>> clients;
     for (int i = 0; i < 3; ++i)
-        clients.push_back(std::make_unique<Client>(server.asProxy(), challenges));
+        clients.push_back(std::make_unique<Client>(asProxy(server), challenges));
     Person person({answer}, [&challenges] { return challenges == 3; });
     for (const auto &client : clients)
         client->get();
@@ -180,11 +181,11 @@ void tst_ProxyChallenge::parallelRequestsAskOnce()
 
 void tst_ProxyChallenge::differentProxiesGetTheirOwnTurn()
 {
-    RecordingServer one(asksFor("u:one"));
-    RecordingServer two(asksFor("u:two"));
+    TestServer one(asksFor("u:one"));
+    TestServer two(asksFor("u:two"));
     int challenges = 0;
-    Client first(one.asProxy(), challenges);
-    Client second(two.asProxy(), challenges);
+    Client first(asProxy(one), challenges);
+    Client second(asProxy(two), challenges);
     Person person({QStringLiteral("u:one"), QStringLiteral("u:two")}, [&] {
         if (!second.reply)
             second.get();
@@ -195,25 +196,25 @@ void tst_ProxyChallenge::differentProxiesGetTheirOwnTurn()
     QCOMPARE(first.reply->error(), QNetworkReply::NoError);
     QCOMPARE(second.reply->error(), QNetworkReply::NoError);
     // Neither proxy saw what was meant for the other.
-    QCOMPARE(one.attempts(), QStringList({QString(), QStringLiteral("u:one")}));
-    QCOMPARE(two.attempts(), QStringList({QString(), QStringLiteral("u:two")}));
+    QCOMPARE(attempts(one), QStringList({QString(), QStringLiteral("u:one")}));
+    QCOMPARE(attempts(two), QStringList({QString(), QStringLiteral("u:two")}));
 }
 
 void tst_ProxyChallenge::aRefusedAnswerIsNotSentAgain()
 {
-    RecordingServer server(asksFor("u:good"));
+    TestServer server(asksFor("u:good"));
     QVERIFY(
-        ProxyAuthUtils::saveProxyCredentials(server.asProxy(), QStringLiteral("u"), QStringLiteral("old")));
+        ProxyAuthUtils::saveProxyCredentials(asProxy(server), QStringLiteral("u"), QStringLiteral("old")));
     Person person({});
     int challenges = 0;
-    Client client(server.asProxy(), challenges);
+    Client client(asProxy(server), challenges);
     for (int i = 0; i < 3; ++i) {
         client.get();
         QTRY_VERIFY(client.reply->isFinished());
         QCOMPARE(client.reply->error(), QNetworkReply::ProxyAuthenticationRequiredError);
     }
-    QCOMPARE(resultOf(*request(server.asProxy())), KOV_ERR_PROXY_AUTHENTICATION_REQUIRED);
-    QCOMPARE(server.attempts().count(QStringLiteral("u:old")), 1);
+    QCOMPARE(resultOf(*request(asProxy(server))), KOV_ERR_PROXY_AUTHENTICATION_REQUIRED);
+    QCOMPARE(attempts(server).count(QStringLiteral("u:old")), 1);
     QCOMPARE(person.seen.size(), 4);
 }
 
@@ -233,8 +234,8 @@ void tst_ProxyChallenge::endsWhileTheQuestionIsOpen()
 {
     using End = std::function<void(CTaskHttpOperation *, QWidget *)>;
     QFETCH(End, end);
-    RecordingServer server(asksFor("u:good"));
-    const QPointer<CTaskHttpOperation> task = request(server.asProxy()).release();
+    TestServer server(asksFor("u:good"));
+    const QPointer<CTaskHttpOperation> task = request(asProxy(server)).release();
     const QPointer<QNetworkAccessManager> manager = task->findChild<QNetworkAccessManager *>();
     QElapsedTimer elapsed;
     QTimer poll;
@@ -255,13 +256,13 @@ void tst_ProxyChallenge::endsWhileTheQuestionIsOpen()
     // The manager goes, and its thread is not waited for.
     QTRY_VERIFY(!manager);
     QVERIFY2(elapsed.elapsed() < 2000, qPrintable(QString::number(elapsed.elapsed())));
-    QCOMPARE(server.attempts(), QStringList{QString()});
+    QCOMPARE(attempts(server), QStringList{QString()});
 }
 
 void tst_ProxyChallenge::timeStandsStillWhileTheUserTypes()
 {
-    RecordingServer server(asksFor("u:good"));
-    const auto task = request(server.asProxy());
+    TestServer server(asksFor("u:good"));
+    const auto task = request(asProxy(server));
     const auto *timer = task->findChild<QTimer *>(QStringLiteral("operationTimeout"));
     bool stoodStill = false;
     Person person({QStringLiteral("u:good")}, [&] { return stoodStill = !timer->isActive(); });
@@ -272,10 +273,10 @@ void tst_ProxyChallenge::timeStandsStillWhileTheUserTypes()
 void tst_ProxyChallenge::probeStopsAtTheHeaders()
 {
     // A package without end: only its headers may be fetched.
-    RecordingServer server([](const QByteArray &head) {
-        return head.contains("Proxy-Authorization")
-                   ? QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 1000000000\r\n\r\n")
-                   : asksFor("")(head);
+    TestServer server([](const TestServer::Request &request) {
+        return request.head.contains("Proxy-Authorization")
+                   ? TestServer::Reply{"200 OK\r\nContent-Length: 1000000000\r\n", {}, TestServer::End::Stay}
+                   : asksFor("")(request);
     });
     useProxy(QStringLiteral("127.0.0.1"), server.serverPort());
     Person person({QStringLiteral("u:good")});
@@ -287,26 +288,26 @@ void tst_ProxyChallenge::probeStopsAtTheHeaders()
     CTaskGetProxyInfo again(new CTaskId_GetProxyInfo(origin.toString(), true));
     QCOMPARE(resultOf(again), KOV_SUCCESS);
     QCOMPARE(again.proxy().password(), QStringLiteral("good"));
-    QCOMPARE(server.heads.size(), 2);
+    QCOMPARE(server.requests.size(), 2);
 }
 
 void tst_ProxyChallenge::probeResults_data()
 {
-    QTest::addColumn<QByteArray>("answer");
+    QTest::addColumn<TestServer::Reply>("answer");
     QTest::addColumn<KOV_RESULT>("result");
     QTest::newRow("refused by the proxy")
-        << response("407 Who are you", "Proxy-Authenticate: Basic realm=\"t\"\r\n")
+        << TestServer::page("407 Who are you", "Proxy-Authenticate: Basic realm=\"t\"\r\n")
         << KOV_ERR_PROXY_AUTHENTICATION_REQUIRED;
     QTest::newRow("refused by the server")
-        << response("401 Who are you", "WWW-Authenticate: Basic realm=\"t\"\r\n")
+        << TestServer::page("401 Who are you", "WWW-Authenticate: Basic realm=\"t\"\r\n")
         << KOV_ERR_SERVER_AUTHENTICATION_REQUIRED;
-    QTest::newRow("missing") << response("404 Not found") << KOV_SUCCESS;
+    QTest::newRow("missing") << TestServer::page("404 Not found") << KOV_SUCCESS;
 }
 
 void tst_ProxyChallenge::probeResults()
 {
-    QFETCH(QByteArray, answer);
-    RecordingServer server([answer](const QByteArray &) { return answer; });
+    QFETCH(TestServer::Reply, answer);
+    TestServer server([answer](const TestServer::Request &) { return answer; });
     useProxy(QStringLiteral("127.0.0.1"), server.serverPort());
     Person person({});
     CTaskGetProxyInfo task(new CTaskId_GetProxyInfo(origin.toString(), true));

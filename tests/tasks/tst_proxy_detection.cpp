@@ -92,16 +92,17 @@ void tst_ProxyDetection::scripts()
         text.replace("ALIVE", "127.0.0.1:" + QByteArray::number(alive.serverPort()));
         return text.replace("DEAD2", "127.0.0.1:1").replace("DEAD", "127.0.0.1:" + dead);
     };
-    RecordingServer web([&](const QByteArray &) {
-        return response("200 OK", "Content-Type: application/x-ns-proxy-autoconfig\r\nConnection: close\r\n",
-                        "function FindProxyForURL(url, host) { return " + filled(answer) + "; }");
+    TestServer web([&](const TestServer::Request &) {
+        return TestServer::page("200 OK",
+                                "Content-Type: application/x-ns-proxy-autoconfig\r\nConnection: close\r\n",
+                                "function FindProxyForURL(url, host) { return " + filled(answer) + "; }");
     });
     useScript(QStringLiteral("http://127.0.0.1:%1/proxy.pac").arg(web.serverPort()));
     // Exceptions of the environment are not the script's.
     qputenv("no_proxy", "origin.invalid");
     const auto task = detection();
     QCOMPARE(resultOf(*task), KOV_SUCCESS);
-    QCOMPARE(web.heads.size(), 1);
+    QCOMPARE(web.requests.size(), 1);
     QCOMPARE(text(task->proxy()), QString::fromLatin1(filled(proxy)));
     QCOMPARE(task->proxy().user(), QString());
     QVERIFY(!logFile().contains("secret"));
@@ -153,12 +154,7 @@ void tst_ProxyDetection::scriptServerThatNeverAnswers_data()
 void tst_ProxyDetection::scriptServerThatNeverAnswers()
 {
     QFETCH(bool, isTerminated);
-    RecordingServer silent([](const QByteArray &) { return QByteArray(); });
-    int hangUps = 0;
-    connect(&silent, &QTcpServer::newConnection, this, [&] {
-        for (auto *socket : silent.findChildren<QTcpSocket *>())
-            connect(socket, &QTcpSocket::disconnected, this, [&hangUps] { ++hangUps; });
-    });
+    TestServer silent("");
     useScript(QStringLiteral("http://127.0.0.1:%1/proxy.pac").arg(silent.serverPort()));
     const auto task = detection();
     auto *timer = task->findChild<QTimer *>(QStringLiteral("proxyDetectionTimer"));
@@ -174,7 +170,7 @@ void tst_ProxyDetection::scriptServerThatNeverAnswers()
     sinceLast.start();
     heart.start(10);
     task->execute();
-    QTRY_COMPARE(silent.heads.size(), 1);
+    QTRY_COMPARE(silent.requests.size(), 1);
     QTRY_VERIFY(beats >= 30);
     QVERIFY2(longest < 200, qPrintable(QString::number(longest)));
     QVERIFY(!task->isFinished() && timer->isActive());
@@ -186,18 +182,18 @@ void tst_ProxyDetection::scriptServerThatNeverAnswers()
     QCOMPARE(task->getResult(), isTerminated ? KOV_ERR_CANCELLED : KOV_SUCCESS);
     QCOMPARE(text(task->proxy()), QStringLiteral("none"));
     // Whoever waited for the server is gone as well.
-    QTRY_COMPARE(hangUps, 1);
+    QTRY_COMPARE(silent.disconnections, 1);
 }
 
 void tst_ProxyDetection::quitWhileTheScriptServerIsSilent()
 {
-    RecordingServer silent([](const QByteArray &) { return QByteArray(); });
+    TestServer silent("");
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
     process.start(
         QCoreApplication::applicationFilePath(),
         {QStringLiteral("--ask-and-quit"), QStringLiteral("http://127.0.0.1:%1/").arg(silent.serverPort())});
-    QTRY_COMPARE(silent.heads.size(), 1);
+    QTRY_COMPARE(silent.requests.size(), 1);
     QElapsedTimer elapsed;
     elapsed.start();
     process.write("quit\n");
@@ -208,13 +204,12 @@ void tst_ProxyDetection::quitWhileTheScriptServerIsSilent()
     QCOMPARE(process.exitStatus(), QProcess::NormalExit);
     QCOMPARE(process.exitCode(), 0);
     // Nobody is left behind who waits on.
-    QTRY_COMPARE(silent.findChildren<QTcpSocket *>().constFirst()->state(),
-                 QAbstractSocket::UnconnectedState);
+    QTRY_COMPARE(silent.disconnections, 1);
 }
 
 void tst_ProxyDetection::refusedProxyIsNotBypassed()
 {
-    RecordingServer origin([](const QByteArray &) { return response("200 OK"); });
+    TestServer origin([](const TestServer::Request &) { return TestServer::page("200 OK"); });
     const QNetworkProxy refusing(QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), deadPort());
     const QUrl url(QStringLiteral("http://127.0.0.1:%1/").arg(origin.serverPort()));
     CTaskHttpOperation task(QNetworkRequest(url), QNetworkAccessManager::GetOperation, QString(), &refusing,

@@ -88,7 +88,7 @@ private:
 
 void tst_ProxySquid::wrongSavedPasswordIsSentOnceForATunnel()
 {
-    RecordingServer origin([](const QByteArray &) { return response("200 OK"); });
+    TestServer origin([](const TestServer::Request &) { return TestServer::page("200 OK"); });
     const QUrl url(QStringLiteral("https://127.0.0.1:%1/").arg(origin.serverPort()));
     QVERIFY(ProxyAuthUtils::saveProxyCredentials(proxy(), userName, QStringLiteral("wrong")));
     const int before = m_squid.refusedUsers().size();
@@ -105,7 +105,7 @@ void tst_ProxySquid::passwordStandsNowhere()
     KovGui::setLogVerbosity(4);
     KovGui::forwardQtMessages(true);
     const QStringList strangers = filesBelow(QDir::tempPath());
-    RecordingServer origin([](const QByteArray &) { return response("200 OK"); });
+    TestServer origin([](const TestServer::Request &) { return TestServer::page("200 OK"); });
     const QUrl url(QStringLiteral("http://127.0.0.1:%1/page").arg(origin.serverPort()));
     const QString typed = userName + QLatin1Char(':');
     {
@@ -137,8 +137,8 @@ void tst_ProxySquid::passwordStandsNowhere()
     KovGui::forwardQtMessages(false);
     KovGui::setLogVerbosity(1);
 
-    QVERIFY(!origin.heads.isEmpty());
-    QByteArray texts = origin.heads.join() + processTexts() + failing.reply()->errorString().toUtf8();
+    QVERIFY(!origin.requests.isEmpty());
+    QByteArray texts = origin.requests.join() + processTexts() + failing.reply()->errorString().toUtf8();
     QSettings().sync();
     int settingsFiles = 0;
     for (const QString &path : filesBelow(QDir::tempPath())) {

@@ -1,6 +1,7 @@
 #include "gui/platform/SecretKey.h"
 
 #include "gui/platform/KnownFolders.h"
+#include "gui/platform/unix/Descriptor.h"
 
 #include <QByteArray>
 #include <QEventLoop>
@@ -37,44 +38,27 @@ std::string keyFolder()
     return folder.empty() ? folder : folder + "/tessarine";
 }
 
-class Descriptor
-{
-public:
-    explicit Descriptor(int number)
-        : m_number(number)
-    { }
-    Descriptor(const Descriptor &) = delete;
-    Descriptor &operator=(const Descriptor &) = delete;
-    ~Descriptor()
-    {
-        if (m_number >= 0)
-            close(m_number);
-    }
-    operator int() const { return m_number; }
-
-private:
-    int m_number;
-};
-
 enum class FileState { Read, Missing, Refused };
 
 FileState readKeyFile(const std::string &path, SecretKey &key)
 {
     // Non-blocking, so that a planted pipe cannot hold us.
     const Descriptor file(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
-    if (file < 0)
+    if (!file.isOpen())
         return errno == ENOENT ? FileState::Missing : FileState::Refused;
     struct stat status;
-    if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode) || status.st_uid != geteuid()
+    if (fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_uid != geteuid()
         || (status.st_mode & 077) != 0 || status.st_size != off_t(key.size()))
         return FileState::Refused;
-    return read(file, key.data(), key.size()) == ssize_t(key.size()) ? FileState::Read : FileState::Refused;
+    return read(file.number(), key.data(), key.size()) == ssize_t(key.size()) ? FileState::Read
+                                                                              : FileState::Refused;
 }
 
 bool writeWhole(const std::string &path, const SecretKey &key)
 {
     const Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-    return file >= 0 && write(file, key.data(), key.size()) == ssize_t(key.size()) && fsync(file) == 0;
+    return file.isOpen() && writeAll(file.number(), reinterpret_cast<const char *>(key.data()), key.size())
+           && fsync(file.number()) == 0;
 }
 
 /// Two programs that start at once agree on the file of whoever came first.

@@ -7,6 +7,7 @@
 #include "gui/log/Log.h"
 #include "gui/tasks/TaskIds.h"
 #include "gui/tasks/download/CDownloadThread.h"
+#include "gui/tasks/download/DownloadExitCode.h"
 #include "gui/tasks/http/ProxyResult.h"
 
 #include <QCoreApplication>
@@ -16,12 +17,6 @@
 namespace {
 
 const int mostReconnects = 11;
-
-/// The utility's exit codes that waiting may cure: no connection, interrupted.
-bool isWorthReconnect(int errorCode)
-{
-    return errorCode == 25 || errorCode == 31;
-}
 
 int reconnectDelay(int reconnectCount)
 {
@@ -204,8 +199,8 @@ void CTaskDownloadFile::onDownloadFinished(const QString &path, int errorCode, i
     if (d->state != Downloading)
         return;
     const bool isCanceled = canceled != 0 || d->isCanceled;
-    if (!isCanceled && isWorthReconnect(errorCode) && d->options.testFlag(Reconnect)
-        && d->reconnectCount < mostReconnects) {
+    if (!isCanceled && DownloadUtility::isWorthAnotherTry(DownloadUtility::ExitCode(errorCode))
+        && d->options.testFlag(Reconnect) && d->reconnectCount < mostReconnects) {
         d->lastPath = path;
         d->lastError = errorCode;
         waitForReconnect();

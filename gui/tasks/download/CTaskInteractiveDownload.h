@@ -2,7 +2,7 @@
 
 #include "abstract_task/CAbstractTask.h"
 #include "gui/KovGuiGlobal.h"
-#include "gui/messages/record/Messaging.h"
+#include "gui/messages/CTaskQuestion.h"
 #include "gui/tasks/download/FileDownloadInfo.h"
 
 #include <memory>
@@ -89,6 +89,10 @@ private Q_SLOTS:
     void updateProgressDialog();
 
 private:
+    /// What follows an answer: the step again, or the download again with or without what came of it.
+    CTaskQuestion::Answered retryStep();
+    CTaskQuestion::Answered retryDownload(bool removeBrokenFile);
+
     Q_INVOKABLE KOV_RESULT waitForResume();
     Q_INVOKABLE KOV_RESULT showProgressDialog();
     Q_INVOKABLE KOV_RESULT validateExistingFile();
@@ -99,15 +103,13 @@ private:
     Q_INVOKABLE KOV_RESULT downloadFile();
     Q_INVOKABLE KOV_RESULT validateDownloadedFile();
 
-    struct Question;
-    void ask(const Question &question);
-    bool takeAnswer(KOV_RESULT code);
-    void closeQuestion();
+    /// Asks about the step under way; in a pause, or where nobody may be asked, it answers itself.
+    void ask(const MessageParams &question, const CTaskQuestion::Answered &answered);
     void repeatCurrentStep();
     void startCalculation(void (CTaskInteractiveDownload::*whenFinished)(bool, QString));
     void stopTransfer();
     void onTransferGone();
-    void askForSpace(const char *slot, qint64 needed, qint64 free);
+    void askForSpace(const CTaskQuestion::Answered &answered, qint64 needed, qint64 free);
     void closeDialog();
 
     class Private;

@@ -25,17 +25,18 @@ public:
     static bool isSafeFileName(const QString &name);
 
     QString destinationFileName() const;
-    /// Directory, separator, name; empty when the name is empty. An empty directory counts as the home
-    /// directory.
+    /// Directory, separator, name; empty when the name is empty, or no directory is chosen.
     QString destinationFilePath() const;
     /// The same with ".kovupd-part" appended: what is downloaded so far.
     QString destinationFilePartPath() const;
+    /// Makes this the directory when none is chosen yet: never is a file looked for, or written, by its name alone.
+    void chooseDirectory(const QString &directory);
     /// Bytes on disk: of the finished file if it exists, else of the partial file, else 0.
     qint64 downloadedByFar() const;
 
     /// The address, or the path of a local file.
     QString url;
-    QString destinationDirectory;
+    QString destinationDirectory; ///< empty: not chosen yet
     /// MD5 digest in hexadecimal digits; empty when unknown.
     QString md5;
     /// Bytes; 0 when unknown.

@@ -94,7 +94,6 @@ protected:
 private Q_SLOTS:
     void onCheckForUpdatesCanceled();
     void onCheckForUpdateFinished(KOV_RESULT result);
-    void onMessageClosed();
     void onNoConnectionQuestionClosed(KOV_RESULT code, Messaging::ButtonID answer);
 
 private:
@@ -107,7 +106,6 @@ private:
     void takeUpdate(const QByteArray &output);
     void handleNoConnection();
     void completeWith(KOV_RESULT result, bool withMessage, const QString &reason = QString());
-    void showMessage(KOV_RESULT code, const char *closeSlot, const QString &reason = QString());
 
     class Private;
     const std::unique_ptr<Private> d;

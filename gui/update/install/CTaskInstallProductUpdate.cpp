@@ -4,46 +4,28 @@
 #include "gui/frame/GUI.h"
 #include "gui/log/Log.h"
 #include "gui/log/LogText.h"
-#include "gui/messages/CMessageManager.h"
+#include "gui/messages/CTaskQuestion.h"
 #include "gui/tasks/TaskIds.h"
-#include "gui/tasks/download/CMd5Calculator.h"
 #include "gui/tasks/download/CTaskInteractiveDownload.h"
 #include "gui/update/dialogs/CConfirmUpdateInstallationDialog.h"
 #include "gui/update/dialogs/CUpdateDialog.h"
 #include "gui/update/dialogs/UpdateDialogLook_p.h"
+#include "gui/update/install/PackageCheck_p.h"
 #include "gui/update/install/StalePackages_p.h"
-#include "gui/update/launch/CTaskLaunchUpdater.h"
-#include "gui/update/launch/UpdateCommand_p.h"
-#include "gui/update/launch/UpdaterFault_p.h"
+#include "gui/update/install/UpdaterRun_p.h"
 #include "gui/update/record/UpdateUrl_p.h"
 #include "gui/update/record/UpgradeUtils.h"
-#include "gui/window/CProgressDialog.h"
+#include "gui/window/CBaseDialog.h"
 
-#include <QApplication>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
-#include <QIcon>
 #include <QPointer>
-#include <QRegularExpression>
 
 #include <utility>
 
 namespace {
 
 const char logTag[] = "[APP_UPDATE]";
-
-/// The messages of an update have an issuer of their own: they neither wait behind others nor make others wait.
-QString messageIssuer()
-{
-    return QStringLiteral("ProductUpdate");
-}
-
-bool isDigest(const QString &text)
-{
-    static const QRegularExpression pattern(QStringLiteral("\\A[0-9A-Fa-f]{32}\\z"));
-    return pattern.match(text).hasMatch();
-}
 
 void raise(QWidget *window)
 {
@@ -60,28 +42,21 @@ public:
         : q(owner)
     { }
 
-    QString path() const
-    {
-        // Without a folder the path would be one in the user's home.
-        const QString folder = info.download.destinationDirectory;
-        return folder.isEmpty() ? QString() : info.download.destinationFilePath();
-    }
+    QString path() const { return info.download.destinationFilePath(); }
     bool hasPackage() const { return QFileInfo(path()).isFile(); }
 
     void open(CBaseDialog *window, const char *answerSlot);
     void takeOffer(int answer);
-    void showMessage(KOV_RESULT code, const QStringList &parameters, const char *closeSlot);
-    bool takeAnswer();
+    void ask(KOV_RESULT code, const QStringList &parameters,
+             void (CTaskInstallProductUpdate::*answered)(KOV_RESULT, Messaging::ButtonID));
     void confirmCancelSmartInstall();
     /// Runs the step under way again, with others before it.
     void repeat(const QList<int> &before = QList<int>());
     void failInstallation(KOV_RESULT result, const QString &reason, bool mayRetry);
     void failUnverifiable();
     void launchUpdater(const QString &updaterPath);
-    void showProgress();
 
-    void closeWindow(QPointer<CBaseDialog> &window);
-    void releaseLauncher();
+    void closeDialog();
     void release();
 
     CTaskInstallProductUpdate *const q;
@@ -89,21 +64,20 @@ public:
     TaskParams params;
     UserChoice choice = NotAsked;
     QPointer<CBaseDialog> dialog;
-    QPointer<CBaseDialog> progress;
     QPointer<CTaskInteractiveDownload> download;
-    QPointer<CMd5Calculator> calculator;
-    QPointer<CTaskLaunchUpdater> launcher;
+    PackageCheck packageCheck{nullptr};
+    UpdaterRun updater;
     bool downloadsInBackground = false;
     bool downloaded = false;
     bool userSawDownload = false;
     bool terminating = false;
+    bool confirmsInstall = true;
+    bool installed = false;
 
-    /// The message whose end the task waits for, 0 for none, and what it ends with then.
-    KOV_RESULT openMessage = 0;
+    CTaskQuestion question{UpgradeUtils::messageIssuer()};
+    /// What the task ends with after the message about a failure.
     KOV_RESULT resultAfterMessage = KOV_SUCCESS;
     bool mayRetry = false;
-    /// A stored answer comes back from within the asking. Trying again on it would never end.
-    bool showingMessage = false;
 };
 
 void CTaskInstallProductUpdate::Private::open(CBaseDialog *window, const char *answerSlot)
@@ -118,7 +92,7 @@ void CTaskInstallProductUpdate::Private::open(CBaseDialog *window, const char *a
 void CTaskInstallProductUpdate::Private::takeOffer(int answer)
 {
     KOV_LOG_TAG(logTag, 2, "Install Update Answer: [%d]", answer);
-    closeWindow(dialog);
+    closeDialog();
     if (answer == CUpdateDialog::InstallNow) {
         choice = InstallNow;
         q->subTaskCompleted(KOV_SUCCESS);
@@ -130,32 +104,23 @@ void CTaskInstallProductUpdate::Private::takeOffer(int answer)
     }
 }
 
-void CTaskInstallProductUpdate::Private::showMessage(KOV_RESULT code, const QStringList &parameters,
-                                                     const char *closeSlot)
+void CTaskInstallProductUpdate::Private::ask(KOV_RESULT code, const QStringList &parameters,
+                                             void (CTaskInstallProductUpdate::*answered)(KOV_RESULT,
+                                                                                         Messaging::ButtonID))
 {
-    openMessage = code;
-    showingMessage = true;
     MessageParams message(code);
-    message.setIssuerId(messageIssuer())
-        .setLongMsgParams(parameters)
-        .setCloseMsgSlot(CSlotInfo(q, closeSlot));
+    message.setLongMsgParams(parameters);
     if (code == KOV_ERR_UPDATE_INSTALLATION_FAILED && !mayRetry)
         message.addButton(Messaging::Button1, {CTaskInstallProductUpdate::tr("OK"), QMessageBox::AcceptRole});
-    const QPointer<CTaskInstallProductUpdate> guard(q);
-    CMessageManager::instance()->showMessageBox(message);
-    if (guard)
-        showingMessage = false;
-}
-
-bool CTaskInstallProductUpdate::Private::takeAnswer()
-{
-    return std::exchange(openMessage, 0) != 0;
+    question.ask(message, [this, answered](KOV_RESULT shown, Messaging::ButtonID answer) {
+        (q->*answered)(shown, answer);
+    });
 }
 
 void CTaskInstallProductUpdate::Private::confirmCancelSmartInstall()
 {
-    showMessage(KOV_QUESTION_CANCEL_SMART_INSTALL, QStringList(),
-                "1onConfirmCancelSmartInstallAnswered(KOV_RESULT, Messaging::ButtonID)");
+    ask(KOV_QUESTION_CANCEL_SMART_INSTALL, QStringList(),
+        &CTaskInstallProductUpdate::onConfirmCancelSmartInstallAnswered);
 }
 
 void CTaskInstallProductUpdate::Private::repeat(const QList<int> &before)
@@ -172,8 +137,8 @@ void CTaskInstallProductUpdate::Private::failInstallation(KOV_RESULT result, con
     resultAfterMessage = result;
     mayRetry = retry;
     const bool updaterMissing = result == KOV_ERR_UPDATER_MISSING;
-    showMessage(updaterMissing ? result : KOV_ERR_UPDATE_INSTALLATION_FAILED, {reason},
-                "1onInstallationErrorClosed(KOV_RESULT, Messaging::ButtonID)");
+    ask(updaterMissing ? result : KOV_ERR_UPDATE_INSTALLATION_FAILED, {reason},
+        &CTaskInstallProductUpdate::onInstallationErrorClosed);
 }
 
 void CTaskInstallProductUpdate::Private::failUnverifiable()
@@ -187,73 +152,35 @@ void CTaskInstallProductUpdate::Private::failUnverifiable()
 
 void CTaskInstallProductUpdate::Private::launchUpdater(const QString &updaterPath)
 {
-    CTaskLaunchUpdater::TaskParams launch;
-    launch.commandLine = UpdateCommand::install(updaterPath, QFileInfo(path()).absoluteFilePath());
-    KOV_LOG_TAG(logTag, 2, "Update install command: %s", UpdateUrl::forLog(launch.commandLine).constData());
-    launcher = new CTaskLaunchUpdater(launch);
-    launcher->setParent(q);
+    CTaskLaunchUpdater *launcher = updater.create(updaterPath, path(), q);
     if (!params.onAppStart)
-        showProgress();
-    QObject::connect(launcher, SIGNAL(taskFinished(KOV_RESULT)), q,
-                     SLOT(onUpdateInstallationFinished(KOV_RESULT)));
+        updater.showProgress();
+    QObject::connect(launcher, &CAbstractTask::taskFinished, q,
+                     &CTaskInstallProductUpdate::onUpdateInstallationFinished);
     q->attachChildTask(launcher);
+    UpgradeUtils::setUpdateHandedOver(info);
     launcher->execute();
 }
 
-void CTaskInstallProductUpdate::Private::showProgress()
+void CTaskInstallProductUpdate::Private::closeDialog()
 {
-    const QString appName = KovGui::getAppGuiName();
-    auto *window = new CProgressDialog;
-    window->setObjectName(QStringLiteral("UpdateInstallProgress"));
-    window->setWindowTitle(appName);
-    window->setWindowIcon(QApplication::windowIcon());
-    window->setLabelText(CTaskInstallProductUpdate::tr("Installing the update of @@PRODUCT_NAME...")
-                             .replace(QLatin1String("@@PRODUCT_NAME"), appName));
-    window->setRange(0, 100);
-    window->setValue(0);
-    window->setCancelButtonVisible(false);
-    QObject::connect(launcher, SIGNAL(progress(int)), window, SLOT(setValue(int)));
-    progress = window;
-    window->show();
-}
-
-void CTaskInstallProductUpdate::Private::closeWindow(QPointer<CBaseDialog> &window)
-{
-    if (!window)
+    if (!dialog)
         return;
     // It may be in the middle of telling that it was closed.
-    window->disconnect(q);
-    window->hide();
-    window->deleteLater();
-    window.clear();
-}
-
-void CTaskInstallProductUpdate::Private::releaseLauncher()
-{
-    if (!launcher)
-        return;
-    launcher->disconnect(q);
-    launcher->deleteLater();
-    launcher.clear();
+    dialog->disconnect(q);
+    dialog->hide();
+    dialog->deleteLater();
+    dialog.clear();
 }
 
 void CTaskInstallProductUpdate::Private::release()
 {
-    closeWindow(dialog);
-    closeWindow(progress);
-    if (calculator) {
-        calculator->disconnect(q);
-        calculator->cancel();
-    }
+    closeDialog();
+    updater.letGo();
+    packageCheck.cancel();
     if (download)
         download->disconnect(q);
-    if (launcher)
-        launcher->disconnect(q);
-    const KOV_RESULT code = std::exchange(openMessage, 0);
-    if (code == 0)
-        return;
-    CMessageManager::instance()->clearMessageQueue(messageIssuer());
-    CMessageManager::instance()->closeSpecificMessageBox(messageIssuer(), code);
+    question.close();
 }
 
 CTaskInstallProductUpdate::CTaskInstallProductUpdate(const CProductUpdateInfo &info, const TaskParams &params)
@@ -263,8 +190,9 @@ CTaskInstallProductUpdate::CTaskInstallProductUpdate(const CProductUpdateInfo &i
     d->info = info;
     d->params = params;
     d->downloadsInBackground = params.downloadInBackground;
+    connect(&d->packageCheck, &PackageCheck::finished, this, &CTaskInstallProductUpdate::onPackageChecked);
     if (info.download.destinationDirectory.isEmpty())
-        d->info.download.destinationDirectory = UpgradeUtils::updatesFolder();
+        d->info.download.chooseDirectory(UpgradeUtils::updatesFolder());
 }
 
 CTaskInstallProductUpdate::~CTaskInstallProductUpdate()
@@ -302,6 +230,31 @@ bool CTaskInstallProductUpdate::isInBackgroundDownload() const
     return isRunning() && d->downloadsInBackground && d->download;
 }
 
+bool CTaskInstallProductUpdate::isSilent() const
+{
+    return isRunning() && d->downloadsInBackground && !d->downloaded;
+}
+
+bool CTaskInstallProductUpdate::isOffering() const
+{
+    return d->dialog;
+}
+
+bool CTaskInstallProductUpdate::isInstalling() const
+{
+    return d->updater.isUnderWay();
+}
+
+bool CTaskInstallProductUpdate::isInstalled() const
+{
+    return d->installed;
+}
+
+void CTaskInstallProductUpdate::setConfirmInstall(bool confirm)
+{
+    d->confirmsInstall = confirm;
+}
+
 QString CTaskInstallProductUpdate::getInstallationPath() const
 {
     return d->path();
@@ -315,12 +268,12 @@ void CTaskInstallProductUpdate::terminate(int result)
 
 void CTaskInstallProductUpdate::bringToFront()
 {
-    if (d->openMessage != 0)
-        CMessageManager::instance()->raiseSpecificMessageBox(messageIssuer(), d->openMessage);
+    if (d->question.isOpen())
+        d->question.raise();
     else if (d->dialog)
         raise(d->dialog);
-    else if (d->progress)
-        raise(d->progress);
+    else if (d->updater.window())
+        raise(d->updater.window());
     else
         CAbstractTask::bringToFront();
 }
@@ -348,7 +301,7 @@ QList<int> CTaskInstallProductUpdate::getDefaultSubTaskList() const
         steps << ConfirmUpdateDownload;
     if (absent && (d->params.smartInstall || !d->params.onAppStart))
         steps << DownloadUpdate;
-    if (!d->params.smartInstall)
+    if (!d->params.smartInstall && (d->confirmsInstall || !d->params.onAppStart))
         steps << ConfirmUpdateInstall;
     if (!criticalApps().isEmpty())
         steps << CheckRunningApps;
@@ -358,7 +311,7 @@ QList<int> CTaskInstallProductUpdate::getDefaultSubTaskList() const
 QList<int> CTaskInstallProductUpdate::getNonTerminatableSubTasks() const
 {
     // The questions of that step may be cut.
-    return d->launcher ? QList<int>{InstallUpdate} : QList<int>();
+    return d->updater.isUnderWay() ? QList<int>{InstallUpdate} : QList<int>();
 }
 
 void CTaskInstallProductUpdate::finish(int result)
@@ -404,8 +357,7 @@ KOV_RESULT CTaskInstallProductUpdate::downloadUpdate()
         return KOV_ERR_FAILURE;
     }
     const bool background = d->downloadsInBackground;
-    if (!isDigest(d->info.download.md5)) {
-        KOV_LOG_TAG(logTag, 0, "(!)Error: the update has no digest, so its package cannot be verified.");
+    if (!PackageCheck::isPossible(d->info.download)) {
         if (background)
             return KOV_ERR_FAILURE;
         setWaitForSubTaskCompletion();
@@ -417,7 +369,8 @@ KOV_RESULT CTaskInstallProductUpdate::downloadUpdate()
     d->download
         = new CTaskInteractiveDownload(d->info.download, d->info.download.md5, background, !background);
     d->download->setParent(this);
-    connect(d->download, SIGNAL(taskFinished(KOV_RESULT)), this, SLOT(onUpdateDownloadFinished(KOV_RESULT)));
+    connect(d->download, &CAbstractTask::taskFinished, this,
+            &CTaskInstallProductUpdate::onUpdateDownloadFinished);
     attachChildTask(d->download);
     d->download->execute();
     return KOV_SUCCESS;
@@ -447,9 +400,7 @@ void CTaskInstallProductUpdate::onUpdateDownloadFinished(KOV_RESULT result)
 
 void CTaskInstallProductUpdate::onConfirmCancelSmartInstallAnswered(KOV_RESULT, Messaging::ButtonID answer)
 {
-    if (!d->takeAnswer())
-        return;
-    if (answer == Messaging::Button1 || d->showingMessage) {
+    if (answer == Messaging::Button1) {
         d->choice = Cancel;
         subTaskCompleted(KOV_ERR_CANCELLED);
     } else {
@@ -490,15 +441,14 @@ KOV_RESULT CTaskInstallProductUpdate::checkRunningApps()
     if (apps.isEmpty())
         return KOV_SUCCESS;
     setWaitForSubTaskCompletion();
-    d->showMessage(KOV_QUESTION_CLOSE_APPLICATIONS, {apps.join(QLatin1Char('\n'))},
-                   "1onCheckRunningAppsAnswered(KOV_RESULT, Messaging::ButtonID)");
+    d->ask(KOV_QUESTION_CLOSE_APPLICATIONS, {apps.join(QLatin1Char('\n'))},
+           &CTaskInstallProductUpdate::onCheckRunningAppsAnswered);
     return KOV_SUCCESS;
 }
 
 void CTaskInstallProductUpdate::onCheckRunningAppsAnswered(KOV_RESULT, Messaging::ButtonID answer)
 {
-    if (d->takeAnswer())
-        onCheckRunningAppsFinished(d->showingMessage ? Messaging::ButtonNone : answer);
+    onCheckRunningAppsFinished(answer);
 }
 
 void CTaskInstallProductUpdate::onCheckRunningAppsFinished(int answer)
@@ -519,8 +469,7 @@ KOV_RESULT CTaskInstallProductUpdate::installUpdate()
         return KOV_SUCCESS;
     }
     setWaitForSubTaskCompletion();
-    if (!isDigest(d->info.download.md5)) {
-        KOV_LOG_TAG(logTag, 0, "(!)Error: the update has no digest, so its package cannot be verified.");
+    if (!PackageCheck::isPossible(d->info.download)) {
         d->failUnverifiable();
         return KOV_SUCCESS;
     }
@@ -529,25 +478,15 @@ KOV_RESULT CTaskInstallProductUpdate::installUpdate()
         d->repeat({DownloadUpdate});
         return KOV_SUCCESS;
     }
-    d->calculator = new CMd5Calculator(d->path(), this);
-    connect(d->calculator, SIGNAL(finished(bool, QString)), this,
-            SLOT(onPackageDigestCalculated(bool, QString)));
-    d->calculator->start();
+    d->packageCheck.start(d->info.download);
     return KOV_SUCCESS;
 }
 
-void CTaskInstallProductUpdate::onPackageDigestCalculated(bool ok, const QString &digest)
+void CTaskInstallProductUpdate::onPackageChecked(bool isIntact)
 {
-    if (!isRunning())
-        return;
-    if (!ok || digest.compare(d->info.download.md5, Qt::CaseInsensitive) != 0) {
-        KOV_LOG_TAG(logTag, 0, "(!)Error: the package [%s] is damaged: its digest is [%s] instead of [%s].",
-                    KovGui::logText(d->path()).constData(), qPrintable(digest),
-                    qPrintable(d->info.download.md5));
-        QFile::remove(d->path());
-        d->showMessage(d->downloaded ? KOV_QUESTION_DOWNLOAD_DAMAGED : KOV_QUESTION_EXISTING_FILE_DAMAGED,
-                       {d->info.download.destinationFileName()},
-                       "1onDownloadRetryAnswered(KOV_RESULT, Messaging::ButtonID)");
+    if (!isIntact) {
+        d->ask(d->downloaded ? KOV_QUESTION_DOWNLOAD_DAMAGED : KOV_QUESTION_EXISTING_FILE_DAMAGED,
+               {d->info.download.destinationFileName()}, &CTaskInstallProductUpdate::onDownloadRetryAnswered);
         return;
     }
     QString updateMode;
@@ -562,9 +501,7 @@ void CTaskInstallProductUpdate::onPackageDigestCalculated(bool ok, const QString
 
 void CTaskInstallProductUpdate::onDownloadRetryAnswered(KOV_RESULT, Messaging::ButtonID answer)
 {
-    if (!d->takeAnswer())
-        return;
-    if (answer != Messaging::Button1 || d->showingMessage) {
+    if (answer != Messaging::Button1) {
         subTaskCompleted(KOV_ERR_FAILURE);
         return;
     }
@@ -574,28 +511,19 @@ void CTaskInstallProductUpdate::onDownloadRetryAnswered(KOV_RESULT, Messaging::B
 
 void CTaskInstallProductUpdate::onUpdateInstallationFinished(KOV_RESULT result)
 {
-    const int exitCode = d->launcher->exitCode();
-    const QProcess::ExitStatus exitStatus = d->launcher->exitStatus();
-    KOV_LOG_TAG(logTag, 2,
-                "Updater execution has finished with result [%d] exit code [%d] and exit status [%d]", result,
-                exitCode, int(exitStatus));
-    d->closeWindow(d->progress);
-    d->releaseLauncher();
-    // The exit code of a crash is the number of a signal.
-    if (KOV_SUCCEEDED(result) && exitStatus == QProcess::NormalExit && exitCode == 0)
+    const UpdaterRun::Outcome outcome = d->updater.take(result);
+    d->installed = outcome.isInstalled;
+    if (d->installed)
         subTaskCompleted(KOV_SUCCESS);
     else if (d->terminating)
         subTaskCompleted(KOV_ERR_UPDATE_INSTALLATION_FAILED);
     else
-        d->failInstallation(KOV_ERR_UPDATE_INSTALLATION_FAILED,
-                            UpdaterFault::explanation(result, exitCode, exitStatus), true);
+        d->failInstallation(KOV_ERR_UPDATE_INSTALLATION_FAILED, outcome.reason, true);
 }
 
 void CTaskInstallProductUpdate::onInstallationErrorClosed(KOV_RESULT, Messaging::ButtonID answer)
 {
-    if (!d->takeAnswer())
-        return;
-    if (d->mayRetry && answer == Messaging::Button1 && !d->showingMessage)
+    if (d->mayRetry && answer == Messaging::Button1)
         d->repeat();
     else
         subTaskCompleted(d->resultAfterMessage);

@@ -29,7 +29,8 @@ class CConfirmUpdateInstallationDialog;
  * with the record's digest before every installation, wherever it came from; one that is damaged is removed and offered
  * to be downloaded again, one that has gone is downloaded again. A record without a digest is never installed.
  *
- * While the updater runs terminate() waits for it. Destroying the task kills it; it puts back what it was replacing.
+ * The settings keep what is handed to the updater (UpgradeUtils::takeInstalledUpdate()). While it runs terminate()
+ * waits for it. Destroying the task kills it; it puts back what it was replacing.
  *
  * At most one installation exists at a time. The class is replaceable: what is registered under
  * "CTaskInstallProductUpdate" is created, which needs Q_OBJECT and an invokable constructor with these parameters.
@@ -86,6 +87,16 @@ public:
     bool isSmartInstallMode() const;
     /// True while the download runs and was asked for without a window.
     virtual bool isInBackgroundDownload() const;
+    /// Nothing of it can be seen yet: it downloads, or is about to, in the background.
+    bool isSilent() const;
+    /// Its dialog asks whether to download, or to install.
+    bool isOffering() const;
+    /// The updater program has the package. Such a task is not to be superseded.
+    bool isInstalling() const;
+    /// The updater program has installed it, also when the task was told to end meanwhile.
+    bool isInstalled() const;
+    /// False leaves out the offer of a package that is there already at start-up. Initially true.
+    void setConfirmInstall(bool confirm);
     /// The package file; empty when the update names none that is safe, or there is no folder for it.
     QString getInstallationPath() const;
 
@@ -116,7 +127,7 @@ private Q_SLOTS:
     void onConfirmUpdateInstallSimpleAnswered(int answer);
     void onCheckRunningAppsAnswered(KOV_RESULT code, Messaging::ButtonID answer);
     void onCheckRunningAppsFinished(int answer);
-    void onPackageDigestCalculated(bool ok, const QString &digest);
+    void onPackageChecked(bool isIntact);
     void onUpdateInstallationFinished(KOV_RESULT result);
     void onInstallationErrorClosed(KOV_RESULT code = KOV_SUCCESS,
                                    Messaging::ButtonID answer = Messaging::ButtonNone);

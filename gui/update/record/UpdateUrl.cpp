@@ -1,8 +1,8 @@
 #include "gui/update/record/UpdateUrl_p.h"
 
 #include "gui/log/LogText.h"
+#include "gui/tasks/http/WebUtils.h"
 
-#include <QRegularExpression>
 #include <QUrl>
 
 #include <algorithm>
@@ -34,9 +34,5 @@ QString UpdateUrl::checked(const QString &address)
 
 QByteArray UpdateUrl::forLog(const QString &text)
 {
-    // Up to the last "@" before the path: a password may hold one.
-    static const QRegularExpression userInformation(QStringLiteral("(://)[^/?#\\s]*@"));
-    QString masked = text;
-    masked.replace(userInformation, QStringLiteral("\\1***@"));
-    return KovGui::logText(masked);
+    return KovGui::logText(WebUtils::withMaskedUrls(text));
 }

@@ -17,7 +17,7 @@ namespace UpdateUrl {
  */
 KOVGUI_EXPORT QString checked(const QString &address);
 
-/// Text for the log: escaped, and the user information of every address in it replaced by "***".
+/// Text for the log: escaped, and the addresses in it masked (WebUtils::withMaskedUrls()).
 KOVGUI_EXPORT QByteArray forLog(const QString &text);
 
 } // namespace UpdateUrl

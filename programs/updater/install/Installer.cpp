@@ -158,7 +158,9 @@ private:
         PackageFile file;
         const InstallResult result = file.open(m_request.packageFile + QStringLiteral(".sig"));
         if (!result.ok())
-            return distrust(QStringLiteral("its signature is missing (%1)").arg(result.fault));
+            return refuse(ExitCode::SignatureMissing,
+                          QStringLiteral("the package is not trusted: its signature is missing (%1)")
+                              .arg(result.fault));
         // One byte more than any signature has: a longer file is refused as one.
         signature->resize(Signature::maximumFileSize + 1);
         signature->resize(int(qMax<qint64>(0, file.read(signature->data(), signature->size()))));

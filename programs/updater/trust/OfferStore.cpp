@@ -1,12 +1,13 @@
 #include "programs/updater/trust/OfferStore.h"
 
 #include "programs/updater/base/ErrorLine.h"
-#include "programs/updater/base/PrivateFile.h"
+#include "programs/updater/base/Files.h"
 #include "programs/updater/trust/Signature.h"
 
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QLockFile>
 #include <QStandardPaths>
 #include <QUrl>
@@ -15,6 +16,8 @@ namespace {
 
 constexpr int lockTimeoutMilliseconds = 10000;
 constexpr qint64 maximumRecordSize = 64 * 1024;
+/// Of a product: the package that waits to be installed is among the last ones that were offered.
+constexpr int maximumOffers = 16;
 
 /// A product's name may hold anything that a path must not.
 QString recordPath(const QString &folder, const char *kind, const QString &product)
@@ -28,9 +31,21 @@ QString counterPath(const QString &folder, const QString &product)
     return recordPath(folder, "counter-", product);
 }
 
-QString offerPath(const QString &folder, const QString &product)
+/// One record a package: a newer offer leaves those before it as they are.
+QString offerPath(const QString &folder, const QString &product, const QString &packageFileName)
 {
-    return recordPath(folder, "offer-", product);
+    const QByteArray digest
+        = QCryptographicHash::hash(packageFileName.toUtf8(), QCryptographicHash::Sha256).toHex();
+    return recordPath(folder, "offer-", product) + QLatin1Char('-') + QLatin1String(digest);
+}
+
+void forgetOldOffers(const QString &folder, const QString &product)
+{
+    const QString names = QFileInfo(recordPath(folder, "offer-", product)).fileName() + QLatin1String("-*");
+    QDir records(folder, names, QDir::Time, QDir::Files);
+    const QStringList newestFirst = records.entryList();
+    for (int i = maximumOffers; i < newestFirst.size(); ++i)
+        records.remove(newestFirst.at(i));
 }
 
 QByteArray offerHeading(const QString &packageFileName)
@@ -70,7 +85,7 @@ class Turn
 public:
     explicit Turn(const QString &folder)
         : m_lock(QDir(folder).filePath(QStringLiteral("lock")))
-        , m_fault(cannotWrite(folder, PrivateFile::makeFolder(folder)))
+        , m_fault(cannotWrite(folder, Files::makePrivateFolder(folder)))
     {
         if (m_fault.isEmpty() && !m_lock.tryLock(lockTimeoutMilliseconds))
             m_fault = cannotWrite(folder, QStringLiteral("its lock cannot be taken"));
@@ -112,13 +127,13 @@ QString OfferStore::setCatalogueCounter(const QString &product, quint64 counter)
     if (damage.isEmpty() && counter <= known)
         return QString();
     const QByteArray record = QByteArray::number(counter) + '\n';
-    return cannotWrite(path, PrivateFile::replace(path, record.constData(), record.size()));
+    return cannotWrite(path, Files::replacePrivate(path, record.constData(), record.size()));
 }
 
 QByteArray OfferStore::packageSignature(const QString &product, const QString &packageFileName) const
 {
     QString fault;
-    const QByteArray record = readRecord(offerPath(m_folder, product), &fault);
+    const QByteArray record = readRecord(offerPath(m_folder, product, packageFileName), &fault);
     if (!fault.isEmpty())
         printError(fault);
     const QByteArray heading = offerHeading(packageFileName);
@@ -131,7 +146,9 @@ QString OfferStore::setOffer(const QString &product, const QString &packageFileN
     const Turn turn(m_folder);
     if (!turn.fault().isEmpty())
         return turn.fault();
-    const QString path = offerPath(m_folder, product);
+    const QString path = offerPath(m_folder, product, packageFileName);
     const QByteArray record = offerHeading(packageFileName) + signatureFile;
-    return cannotWrite(path, PrivateFile::replace(path, record.constData(), record.size()));
+    const QString fault = cannotWrite(path, Files::replacePrivate(path, record.constData(), record.size()));
+    forgetOldOffers(m_folder, product);
+    return fault;
 }

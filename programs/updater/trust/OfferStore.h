@@ -6,7 +6,7 @@
 /**
  * What the updater remembers between its runs, per user and product, in the private folder
  * "$XDG_DATA_HOME/tessarine/updater" (or below ~/.local/share): the highest counter of a catalogue that it has seen,
- * and the signature of the package that the last check offered. Several processes may use it at once. A
+ * and the signature of each package that a check offered, the last 16 of them. Several processes may use it at once. A
  * record that cannot be read is reported on standard error.
  */
 class OfferStore
@@ -23,7 +23,8 @@ public:
     /// The signature file that belongs to the package that was offered for the product under this file name; empty when
     /// none was.
     QByteArray packageSignature(const QString &product, const QString &packageFileName) const;
-    /// Replaces the product's offer. @return as of setCatalogueCounter()
+    /// Replaces the offer of this file name only: an older package may be under way to its installation.
+    /// @return as of setCatalogueCounter()
     QString setOffer(const QString &product, const QString &packageFileName, const QByteArray &signatureFile);
 
 private:

@@ -1,6 +1,6 @@
 #include "programs/updater/trust/SigningKey.h"
 
-#include "programs/updater/base/PrivateFile.h"
+#include "programs/updater/base/Files.h"
 
 #include <QFile>
 #include <cstring>
@@ -81,7 +81,7 @@ QString SigningKey::create(const QString &path)
     std::memcpy(text.bytes, heading, headingSize);
     sodium_bin2hex(text.bytes + headingSize, hexSize + 1, seed.bytes, sizeof(seed.bytes));
     text.bytes[fileSize - 1] = '\n';
-    const QString fault = PrivateFile::create(path, text.bytes, qint64(fileSize));
+    const QString fault = Files::createPrivate(path, text.bytes, qint64(fileSize));
     if (fault.isEmpty())
         setSeed(seed.bytes);
     return fault;

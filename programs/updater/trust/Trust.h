@@ -1,6 +1,6 @@
 #pragma once
 
-#include "gui/update/catalogue/UpdaterExitCode.h"
+#include "programs/updater/base/ExitCode.h"
 #include "programs/updater/trust/Signature.h"
 
 /// What is asked of every signature.

@@ -1,12 +1,12 @@
-#include "tests/programs/download/FaultServer.h"
 #include "tests/programs/download/UtilityRun.h"
 #include "tests/support/KovTest.h"
 #include "tests/support/NginxServer.h"
 #include "tests/support/SquidServer.h"
 #include "tests/support/TestAuthority.h"
+#include "tests/support/TestServer.h"
 
-using Reply = FaultServer::Reply;
-using Request = FaultServer::Request;
+using Reply = TestServer::Reply;
+using Request = TestServer::Request;
 
 namespace {
 
@@ -16,7 +16,7 @@ const QByteArray file = testContent(300 * 1024, 1);
 
 Reply honest(const Request &request)
 {
-    return FaultServer::honest(request, file, "\"one\"");
+    return TestServer::honest(request, file, "\"one\"");
 }
 
 } // namespace
@@ -74,9 +74,9 @@ void tst_DownloadServers::init()
 
 void tst_DownloadServers::passwordReachesOnlyTheProxy()
 {
-    FaultServer origin([](const Request &request) {
-        Reply reply = FaultServer::honest(request, file, "\"one\"", request.number == 1 ? 200 * 1024 : -1);
-        reply.end = request.number == 1 ? FaultServer::End::Stall : FaultServer::End::Close;
+    TestServer origin([](const Request &request) {
+        Reply reply = TestServer::honest(request, file, "\"one\"", request.number == 1 ? 200 * 1024 : -1);
+        reply.end = request.number == 1 ? TestServer::End::Stay : TestServer::End::Close;
         return reply;
     });
     UtilityRun run(origin.url(), path("out"), throughProxy());
@@ -103,7 +103,7 @@ void tst_DownloadServers::passwordReachesOnlyTheProxy()
 
 void tst_DownloadServers::wrongPasswordIsSentOnce()
 {
-    FaultServer origin(honest);
+    TestServer origin(honest);
     for (const QByteArray &url : {origin.url(), secureUrl("localhost")}) {
         init();
         UtilityRun run(url, path("out"), throughProxy());
@@ -119,7 +119,7 @@ void tst_DownloadServers::wrongPasswordIsSentOnce()
 
 void tst_DownloadServers::noWayAroundTheProxy()
 {
-    FaultServer origin(honest);
+    TestServer origin(honest);
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("no_proxy"), QStringLiteral("*"));
     environment.insert(QStringLiteral("http_proxy"), QStringLiteral("http://127.0.0.1:1"));

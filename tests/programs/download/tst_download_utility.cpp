@@ -2,14 +2,14 @@
 #include "programs/download_utility/CommandLine.h"
 #include "programs/download_utility/ResponseHead.h"
 #include "programs/download_utility/Sidecar.h"
-#include "tests/programs/download/FaultServer.h"
 #include "tests/programs/download/UtilityRun.h"
 #include "tests/support/KovTest.h"
+#include "tests/support/TestServer.h"
 
 #include <QRegularExpression>
 
-using Reply = FaultServer::Reply;
-using Request = FaultServer::Request;
+using Reply = TestServer::Reply;
+using Request = TestServer::Request;
 
 namespace {
 
@@ -23,13 +23,13 @@ QByteArray file()
 
 Reply honest(const Request &request)
 {
-    return FaultServer::honest(request, file(), tag);
+    return TestServer::honest(request, file(), tag);
 }
 
 Reply stalling(const Request &request)
 {
-    Reply reply = FaultServer::honest(request, file(), tag, 1000);
-    reply.end = FaultServer::End::Stall;
+    Reply reply = TestServer::honest(request, file(), tag, 1000);
+    reply.end = TestServer::End::Stay;
     return reply;
 }
 
@@ -168,7 +168,7 @@ void tst_DownloadUtility::filesInTheWay()
 {
     QFETCH(QString, command);
     QFETCH(int, exitCode);
-    FaultServer server(honest);
+    TestServer server(honest);
     QProcess shell;
     shell.setWorkingDirectory(m_folder->path());
     shell.start(QStringLiteral("sh"),
@@ -190,7 +190,7 @@ void tst_DownloadUtility::filesInTheWay()
 
 void tst_DownloadUtility::oneWriterOnly()
 {
-    FaultServer server(stalling);
+    TestServer server(stalling);
     UtilityRun first(server.url(), m_folder->path());
     first.start();
     QTRY_COMPARE(fileContent(path(".kovupd-part")).size(), 1000);
@@ -200,8 +200,8 @@ void tst_DownloadUtility::oneWriterOnly()
 
 void tst_DownloadUtility::partOfAnotherFile()
 {
-    FaultServer server([](const Request &request) {
-        return FaultServer::honest(request, file(), tag, request.number == 1 ? 100000 : -1);
+    TestServer server([](const Request &request) {
+        return TestServer::honest(request, file(), tag, request.number == 1 ? 100000 : -1);
     });
     QCOMPARE(UtilityRun(server.url("/old/file.bin"), m_folder->path(), "--retries 0").run(), 31);
     // The tag is the same by chance: only the address tells them apart.
@@ -212,7 +212,7 @@ void tst_DownloadUtility::partOfAnotherFile()
 
 void tst_DownloadUtility::progress()
 {
-    FaultServer server([](const Request &request) {
+    TestServer server([](const Request &request) {
         Reply reply = honest(request);
         reply.pieceSize = 500;
         return reply;
@@ -237,7 +237,7 @@ void tst_DownloadUtility::progress()
 
 void tst_DownloadUtility::nobodyReads()
 {
-    FaultServer server(stalling);
+    TestServer server(stalling);
     UtilityRun run(server.url(), m_folder->path());
     const QString script = QStringLiteral("(\"$@\"; echo $? >%1) | head -c 1").arg(path(".code"));
     run.process.setArguments(
@@ -251,9 +251,9 @@ void tst_DownloadUtility::nobodyReads()
 
 void tst_DownloadUtility::loginStaysWithItsServer()
 {
-    FaultServer foreign(
-        [](const Request &request) { return FaultServer::honest(request, file(), tag, 100000); });
-    FaultServer server([&foreign](const Request &request) {
+    TestServer foreign(
+        [](const Request &request) { return TestServer::honest(request, file(), tag, 100000); });
+    TestServer server([&foreign](const Request &request) {
         return request.head.contains("\r\nAuthorization: ")
                    ? Reply{"302 To\r\nContent-Length: 0\r\nLocation: " + foreign.url("/token?query-secret")
                                + "\r\n",
@@ -277,13 +277,20 @@ void tst_DownloadUtility::noConnection()
 {
     QByteArray url;
     {
-        FaultServer gone;
+        TestServer gone;
         url = gone.url();
     }
     UtilityRun run(url, m_folder->path());
     QCOMPARE(run.run(), 25);
     QVERIFY(QDir(m_folder->path()).isEmpty());
     QCOMPARE(UtilityRun("http://name.invalid/file.bin", m_folder->path()).run(), 25);
+    // What is a path to one reader is a login to another.
+    for (const char *address :
+         {"http:/joe:secret@127.0.0.1/file.bin", "http:///joe:secret@127.0.0.1/file.bin"}) {
+        UtilityRun odd(address, m_folder->path());
+        QCOMPARE(odd.run(), 10);
+        QVERIFY(!odd.errors.contains("secret"));
+    }
     QCOMPARE(UtilityRun("ftp://127.0.0.1/file.bin", m_folder->path()).run(), 10);
     QCOMPARE(UtilityRun("http://127.0.0.1/a/..%2f", m_folder->path()).run(), 11);
 }

@@ -1,5 +1,8 @@
 #include "programs/updater/base/unix/Files.h"
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <cerrno>
 #include <cstring>
 #include <dirent.h>
@@ -24,7 +27,59 @@ InstallResult removeContent(Descriptor folder)
     return InstallResult();
 }
 
+QString reason()
+{
+    return QString::fromLocal8Bit(std::strerror(errno));
+}
+
+Descriptor openPath(const QString &path)
+{
+    return Descriptor(::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+}
+
 } // namespace
+
+QString Files::makePrivateFolder(const QString &path)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    if (::mkdir(QFile::encodeName(path).constData(), 0700) != 0 && errno != EEXIST)
+        return reason();
+    const Descriptor folder = openPath(path);
+    struct stat status = {};
+    if (!folder.isOpen() || ::fstat(folder.number(), &status) != 0)
+        return reason();
+    if (status.st_uid != ::geteuid())
+        return QStringLiteral("it belongs to another user");
+    return (status.st_mode & 077) == 0 || ::fchmod(folder.number(), 0700) == 0 ? QString() : reason();
+}
+
+QString Files::createPrivate(const QString &path, const char *data, qint64 size)
+{
+    const QFileInfo info(path);
+    const Descriptor folder = openPath(info.absolutePath());
+    const bool ok
+        = folder.isOpen()
+          && writeNew(folder.number(), QFile::encodeName(info.fileName()).constData(), data, size).ok()
+          && ::fsync(folder.number()) == 0;
+    return ok ? QString() : reason();
+}
+
+QString Files::replacePrivate(const QString &path, const char *data, qint64 size)
+{
+    const QFileInfo info(path);
+    const QByteArray name = QFile::encodeName(info.fileName());
+    const QByteArray draft = name + ".new";
+    const Descriptor folder = openPath(info.absolutePath());
+    // What an interrupted writer left, or a link that somebody put there.
+    ::unlinkat(folder.number(), draft.constData(), 0);
+    if (!folder.isOpen() || !writeNew(folder.number(), draft.constData(), data, size).ok())
+        return reason();
+    if (::renameat(folder.number(), draft.constData(), folder.number(), name.constData()) == 0)
+        return ::fsync(folder.number()) == 0 ? QString() : reason();
+    const QString fault = reason();
+    ::unlinkat(folder.number(), draft.constData(), 0);
+    return fault;
+}
 
 InstallResult Files::systemFault(const QString &what)
 {
@@ -66,18 +121,26 @@ std::optional<QByteArray> Files::read(int folder, const char *name, qint64 limit
     return content;
 }
 
+InstallResult Files::writeNew(int folder, const char *name, const char *data, qint64 size)
+{
+    const Descriptor file(openat(folder, name, O_WRONLY | O_CREAT | O_EXCL | safely, mode_t(0600)));
+    if (!file.isOpen())
+        return systemFault(QStringLiteral("a file cannot be made"));
+    InstallResult result = writeAll(file.number(), data, size);
+    if (result.ok())
+        result = sync(file.number());
+    const int error = errno;
+    if (!result.ok())
+        unlinkat(folder, name, 0);
+    errno = error;
+    return result;
+}
+
 InstallResult Files::writeAll(int file, const char *data, qint64 size)
 {
-    while (size > 0) {
-        const ssize_t count = ::write(file, data, size_t(size));
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            return systemFault(QStringLiteral("a file cannot be written"));
-        data += count;
-        size -= count;
-    }
-    return InstallResult();
+    return KovGui::Platform::writeAll(file, data, size_t(size))
+               ? InstallResult()
+               : systemFault(QStringLiteral("a file cannot be written"));
 }
 
 InstallResult Files::sync(int descriptor)

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "gui/platform/unix/Descriptor.h"
+#include "programs/updater/base/Files.h"
 #include "programs/updater/base/InstallResult.h"
-#include "programs/updater/base/unix/Descriptor.h"
 
 #include <QByteArray>
 #include <fcntl.h>
 #include <optional>
+
+using KovGui::Platform::Descriptor;
 
 /// Files and folders by their names inside an open folder; no link is ever followed.
 namespace Files {
@@ -20,6 +23,9 @@ Descriptor openFolder(int folder, const char *name);
 bool exists(int folder, const char *name);
 /// The content of a regular file; nothing when there is none or it is larger than the limit.
 std::optional<QByteArray> read(int folder, const char *name, qint64 limit);
+/// Writes a file that is not there yet, readable for the user only; its content stands on the medium. Nothing is left
+/// of one that could not be written.
+InstallResult writeNew(int folder, const char *name, const char *data, qint64 size);
 InstallResult writeAll(int file, const char *data, qint64 size);
 /// Returns when the file or folder stands on the medium.
 InstallResult sync(int descriptor);

@@ -172,13 +172,9 @@ InstallResult Installation::Private::syncFolders() const
 
 InstallResult Installation::Private::replaceRecord(const char *name, const QByteArray &text)
 {
-    const Descriptor file(
-        openat(own.number(), draftName, O_WRONLY | O_CREAT | O_TRUNC | Files::safely, mode_t(0600)));
-    if (!file.isOpen())
-        return Files::systemFault(QStringLiteral("the updater's records cannot be written"));
-    InstallResult result = Files::writeAll(file.number(), text.constData(), text.size());
+    InstallResult result = Files::remove(own.number(), draftName);
     if (result.ok())
-        result = Files::sync(file.number());
+        result = Files::writeNew(own.number(), draftName, text.constData(), text.size());
     if (result.ok())
         result = moved(move(own.number(), draftName, own.number(), name));
     return result.ok() ? Files::sync(own.number()) : result;

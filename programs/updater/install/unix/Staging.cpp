@@ -1,7 +1,5 @@
 #include "programs/updater/install/unix/Staging.h"
 
-#include "programs/updater/base/unix/Files.h"
-
 #include <cerrno>
 #include <sys/stat.h>
 
