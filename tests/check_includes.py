@@ -19,7 +19,10 @@ BOXES = WINDOWS + ['gui/messages/record', 'gui/messages/box', 'gui/messages/noti
 MESSAGES = BOXES + ['gui/messages']
 TASKS = MESSAGES + ['gui/tasks', 'gui/tasks/progress', 'gui/tasks/sign_in', 'gui/tasks/http']
 UPDATES = TASKS + ['gui/tasks/download', 'gui/update/record', 'gui/update/launch', 'gui/update/catalogue']
-LIBRARY = UPDATES + ['gui/tasks/proxy', 'gui/tasks/location', 'gui/update', 'gui/update/check', 'gui/update/dialogs',
+WIZARD = FRAME + ['gui/content', 'gui/wizard/actions', 'gui/wizard/model']
+WIZARDS = ['gui/content', 'gui/wizard', 'gui/wizard/actions', 'gui/wizard/model', 'gui/wizard/widgets',
+           'gui/wizard/declarative']
+LIBRARY = WIZARDS + UPDATES + ['gui/tasks/proxy', 'gui/tasks/location', 'gui/update', 'gui/update/check', 'gui/update/dialogs',
                      'gui/update/install']
 UPDATER = ['gui/KovVersion.h', 'gui/platform/unix/Descriptor.h', 'gui/update/catalogue',
            'gui/update/launch/UpdaterExitCode.h', 'gui/tasks/download/FileName.h', 'programs/updater/base']
@@ -32,6 +35,12 @@ ALLOWED = {
     'gui/frame': ['kov_sdk/KovTypes.h', 'gui/platform', 'gui/log', 'gui/KovGuiGlobal.h', 'gui/KovVersion.h'],
     'gui/help': FRAME,
     'gui/window': FRAME,
+    'gui/content': FRAME,
+    'gui/wizard': FRAME,
+    'gui/wizard/actions': FRAME,
+    'gui/wizard/model': FRAME + ['gui/content', 'gui/wizard/actions'],
+    'gui/wizard/widgets': WIZARD + ['gui/window'],
+    'gui/wizard/declarative': WIZARD + ['gui/window', 'gui/wizard'],
     'gui/messages/record': FRAME + ['gui/help'],
     'gui/messages/box': WINDOWS + ['gui/messages/record'],
     'gui/messages/notification': WINDOWS + ['gui/messages/record', 'gui/messages/box'],
@@ -63,8 +72,9 @@ ALLOWED = {
     'programs/updater': UPDATER + ['programs/updater/package', 'programs/updater/trust', 'programs/updater/check',
                                    'programs/updater/install', 'programs/updater/publish'],
     'examples/console/sample': LIBRARY + ['gui'],
-    'examples/console/pages': LIBRARY + ['gui', 'examples/console/sample'],
-    'examples/console/tour': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/pages'],
+    'examples/console/wizard': LIBRARY,
+    'examples/console/pages': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/wizard'],
+    'examples/console/tour': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/pages', 'examples/console/wizard'],
     'examples/console': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/pages', 'examples/console/tour'],
 }
 EVERYTHING = ('tests', 'benchmarks', 'fuzz')

@@ -5,17 +5,17 @@
 #include "gui/wizard/model/CAbstractWizardPageFactory.h"
 #include "gui/wizard/model/CAbstractWizardPageFlow.h"
 #include "gui/wizard/model/CWizardController.h"
+#include "tests/support/EventLog.h"
 
 #include <QMap>
 #include <QSet>
-#include <QStringList>
 
 #include <functional>
 
 /// Five pages in a row, each of which does what it is told and tells what happens to it.
 struct SampleWizard
 {
-    QStringList log;
+    EventLog log;
     /// What a page does, by "id trait": "2 incomplete", "2 invalid", "2 refuses", "2 late", "2 again" (is rolled back too
     /// when it is returned to), "2 missing" (the factory makes none), "2 hasty" (finishes while it is entered).
     QSet<QString> traits;
@@ -30,7 +30,10 @@ struct SampleWizard
     void say(const char *what, int id, int direction = -1)
     {
         const char *const directions[] = {"", " on", " back"};
-        log << QStringLiteral("%1 %2%3").arg(QLatin1String(what)).arg(id).arg(QLatin1String(directions[direction + 1]));
+        log.add(QStringLiteral("%1 %2%3")
+                    .arg(QLatin1String(what))
+                    .arg(id)
+                    .arg(QLatin1String(directions[direction + 1])));
     }
     void runHook(const char *call, int id)
     {
@@ -131,8 +134,9 @@ public:
                 [&](CAbstractWizardPage *page) { wizard.say("entering", page->pageId()); });
         connect(this, &CAbstractWizardModel::currentPageIdChanged,
                 [&](int id, int direction) { wizard.say("id", id, direction); });
-        connect(this, &CAbstractWizardModel::currentPageChanged,
-                [&](CAbstractWizardPage *page, int direction) { wizard.say("page", page->pageId(), direction); });
+        connect(
+            this, &CAbstractWizardModel::currentPageChanged,
+            [&](CAbstractWizardPage *page, int direction) { wizard.say("page", page->pageId(), direction); });
     }
 
     using CAbstractWizardModel::addPage;

@@ -85,7 +85,10 @@ void CAbstractWizardModel::setPageFactory(CAbstractWizardPageFactory &factory)
 
 void CAbstractWizardModel::setPageFlow(CAbstractWizardPageFlow &flow)
 {
+    const QPointer<CAbstractWizardModel> self(this);
     d->rollbackWorker.stop();
+    if (!self)
+        return;
     d->unwire();
     replace(d->pageFlow, flow);
     flow.setWizardModel(*this);

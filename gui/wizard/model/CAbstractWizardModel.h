@@ -28,7 +28,8 @@ class CWizardController;
  * dropped. Slots may delete the model, a page or the controller.
  *
  * Errors (a page that the factory does not make, a page destroyed while it is entered) are logged and leave the wizard
- * where it was: the page that had been left already is entered again, as if its user had gone on and come back.
+ * where it was: the page that had been left already is entered again, as if its user had gone on and come back, and what
+ * was asked for meanwhile is dropped.
  *
  * On the GUI thread only. Its destructor emits nothing.
  */

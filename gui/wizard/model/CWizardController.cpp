@@ -159,8 +159,7 @@ void CWizardController::postFacebook()
 
 void CWizardController::requestCustomAction(int type)
 {
-    if (CAbstractWizardActionHandler *handler
-        = d->handlerOrLog("CWizardController::requestCustomAction"))
+    if (CAbstractWizardActionHandler *handler = d->handlerOrLog("CWizardController::requestCustomAction"))
         handler->handleCustomAction(type);
 }
 

@@ -80,7 +80,7 @@ CAbstractWizardPage *CAbstractWizardModelPrivate::goToPage(int id, GUI::Directio
     const QPointer<CAbstractWizardModel> model(q);
     m_moving = true;
     rollbackWorker.stop();
-    const QPointer<CAbstractWizardPage> target(move(id, direction));
+    const QPointer<CAbstractWizardPage> target(model ? move(id, direction) : nullptr);
     if (!model)
         return nullptr;
     m_moving = false;
@@ -92,7 +92,7 @@ CAbstractWizardPage *CAbstractWizardModelPrivate::move(int id, GUI::DirectionTyp
 {
     const QPointer<CAbstractWizardModel> model(q);
     const QPointer<CAbstractWizardPage> old(q->currentPage());
-    const QStack<int> history = pageFlow->history();
+    const QStack<int> history = pageFlow ? pageFlow->history() : QStack<int>();
     if (old)
         leave(old, direction);
     const QPointer<CAbstractWizardPage> target(model ? addPage(id) : nullptr);
@@ -108,8 +108,11 @@ CAbstractWizardPage *CAbstractWizardModelPrivate::move(int id, GUI::DirectionTyp
         pageFlow->setHistory(history);
     if (old)
         enter(old, old->pageId(), direction == GUI::Forward ? GUI::Backward : GUI::Forward);
-    if (model)
-        updateActions();
+    if (!model)
+        return nullptr;
+    // A page that goes on by itself each time it is entered would fail for ever.
+    m_putOff.clear();
+    updateActions();
     return nullptr;
 }
 
@@ -151,8 +154,10 @@ void CAbstractWizardModelPrivate::announce(CAbstractWizardPage *page, int id, GU
 
 void CAbstractWizardModelPrivate::restart()
 {
-    rollbackWorker.stop();
     const QPointer<CAbstractWizardModel> model(q);
+    rollbackWorker.stop();
+    if (!model || !pageFlow)
+        return;
     const QPointer<CAbstractWizardPage> old(q->currentPage());
     const int current = pageFlow->currentPageId();
     const QStack<int> history = pageFlow->history();
