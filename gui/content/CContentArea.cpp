@@ -1,15 +1,14 @@
 #include "gui/content/CContentArea.h"
 
 #include "gui/content/CContentInfo.h"
-#include "gui/content/CContentProvider.h"
 #include "gui/content/CContentWatcher.h"
 #include "gui/content/ContentScene_p.h"
-#include "gui/log/Log.h"
 
 #include <QApplication>
 #include <QParallelAnimationGroup>
 #include <QPointer>
 #include <QPropertyAnimation>
+#include <QQmlContext>
 #include <QQuickItem>
 #include <QStyle>
 #include <QWidget>
@@ -66,6 +65,8 @@ void CContentArea::Private::endAnimation()
     delete animation;
     if (leaving) {
         leaving->setVisible(false);
+        // Its bindings may look at what goes before it does.
+        delete leaving->findChild<QQmlContext *>(QString(), Qt::FindDirectChildrenOnly);
         leaving->deleteLater();
     }
     leaving.clear();

@@ -57,7 +57,8 @@ CContentView::CContentView(QWidget *parent)
     if (!d->container) {
         const auto errors = d->scene->errors();
         for (const QQmlError &error : errors)
-            KOV_LOG(0, "(!)Error: Qt Quick cannot be used: %s", KovGui::logText(error.toString()).constData());
+            KOV_LOG(0, "(!)Error: Qt Quick cannot be used: %s",
+                    KovGui::logText(error.toString()).constData());
         d->complaint = new QLabel(tr("The QML modules of Qt Quick are not installed."), this);
         d->complaint->setObjectName(QStringLiteral("complaint"));
         d->complaint->setWordWrap(true);

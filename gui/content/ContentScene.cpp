@@ -53,6 +53,8 @@ void ContentScene::load()
 
 QQuickItem *ContentScene::make(QQmlComponent &component)
 {
+    if (!component.isReady())
+        return nullptr;
     auto *context = new QQmlContext(qmlContext(m_container), this);
     context->setContextProperty(QStringLiteral("contentInfo"), m_info);
     context->setContextProperty(QStringLiteral("contentProvider"), m_info->provider());

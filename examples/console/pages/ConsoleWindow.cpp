@@ -5,6 +5,7 @@
 #include "examples/console/pages/NetworkPage.h"
 #include "examples/console/pages/TasksPage.h"
 #include "examples/console/pages/UpdatesPage.h"
+#include "examples/console/pages/WizardsPage.h"
 #include "gui/KovGui.h"
 
 #include <QHBoxLayout>
@@ -30,6 +31,7 @@ ConsoleWindow::ConsoleWindow(QWidget *parent)
     addPage(tr("Network"), m_network = new NetworkPage(m_updates->site(), m_pages));
     addPage(tr("Messages"), m_messages = new MessagesPage(m_pages));
     addPage(tr("Tasks"), m_tasks = new TasksPage(m_pages));
+    addPage(tr("Wizards"), m_wizards = new WizardsPage(m_pages));
     addPage(tr("Log"), m_log = new LogPage(m_pages));
     connect(m_names, &QListWidget::currentRowChanged, m_pages, &QStackedWidget::setCurrentIndex);
     m_names->setCurrentRow(0);

@@ -9,6 +9,7 @@ class QListWidget;
 class QStackedWidget;
 class TasksPage;
 class UpdatesPage;
+class WizardsPage;
 
 /// Tessarine Console: one window, a page a subsystem.
 class ConsoleWindow : public QMainWindow
@@ -22,6 +23,7 @@ public:
     NetworkPage *network() const { return m_network; }
     MessagesPage *messages() const { return m_messages; }
     TasksPage *tasks() const { return m_tasks; }
+    WizardsPage *wizards() const { return m_wizards; }
     LogPage *log() const { return m_log; }
     void showPage(QWidget *page);
 
@@ -34,5 +36,6 @@ private:
     NetworkPage *m_network = nullptr;
     MessagesPage *m_messages = nullptr;
     TasksPage *m_tasks = nullptr;
+    WizardsPage *m_wizards = nullptr;
     LogPage *m_log = nullptr;
 };

@@ -56,6 +56,7 @@ void Tour::run()
         networkSteps();
         messageSteps();
         taskSteps();
+        wizardSteps();
         logSteps();
         offerSteps();
         downloadSteps();

@@ -65,6 +65,8 @@ private:
     /// A check that shows nothing: true when it began, ended, and no window came.
     bool quietCheck(const QString &button);
     void networkSteps();
+    void wizardSteps();
+    void wizardSteps(const char *face, const char *button);
     void logSteps();
 
     /// Calls the function on the GUI thread and returns what it returned.

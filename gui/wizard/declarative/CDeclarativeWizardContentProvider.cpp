@@ -29,13 +29,13 @@ public:
     QList<QAction *> buttons{};
 };
 
-/// The keyboard goes to the page, as in every wizard; without something to enter there, to the frame.
+/// The keyboard goes to the page, as in every wizard; without something to enter there, to the button that goes on.
 void CDeclarativeWizardContentProvider::Private::takeFocus() const
 {
     QQuickItem *const scene = pageArea ? pageArea->contentItem() : nullptr;
     CContentView *const view = scene ? CContentView::of(scene->window()) : nullptr;
-    if (view && !view->focusFirst(scene))
-        view->focusFirst(area ? area->contentItem() : nullptr);
+    if (view && !view->focusFirst(scene) && area && area->contentItem())
+        QMetaObject::invokeMethod(area->contentItem(), "focusDefault");
 }
 
 CDeclarativeWizardContentProvider::CDeclarativeWizardContentProvider(CContentArea *area,

@@ -22,6 +22,17 @@ FocusScope {
         if (action.visible && action.enabled)
             action.trigger();
     }
+    // For a page with nothing to enter.
+    function focusDefault() {
+        for (let i = 0; i < buttonRow.count; ++i) {
+            const button = buttonRow.itemAt(i);
+            if (button.isDefault && button.visible && button.enabled) {
+                button.forceActiveFocus(Qt.OtherFocusReason);
+                return;
+            }
+        }
+        frame.forceActiveFocus(Qt.OtherFocusReason);
+    }
     Keys.onReturnPressed: goOn()
     Keys.onEnterPressed: goOn()
 
@@ -62,6 +73,7 @@ FocusScope {
         WizardButton { action: frame.help }
         Item { Layout.fillWidth: true }
         Repeater {
+            id: buttonRow
             model: contentProvider.wizardActions
             delegate: WizardButton {
                 action: modelData === frame.help ? null : modelData
