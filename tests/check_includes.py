@@ -21,7 +21,10 @@ TASKS = MESSAGES + ['gui/tasks', 'gui/tasks/progress', 'gui/tasks/sign_in', 'gui
 UPDATES = TASKS + ['gui/tasks/download', 'gui/update/record', 'gui/update/launch', 'gui/data_model/base',
                    'gui/data_model/documents']
 MAPPING = ['gui/mapping/values', 'gui/mapping/storage', 'gui/mapping/widgets']
-LIBRARY = UPDATES + MAPPING + ['gui/tasks/proxy', 'gui/tasks/location', 'gui/update', 'gui/update/check', 'gui/update/dialogs',
+WIZARD = FRAME + ['gui/content', 'gui/wizard/actions', 'gui/wizard/model']
+WIZARDS = ['gui/content', 'gui/wizard', 'gui/wizard/actions', 'gui/wizard/model', 'gui/wizard/widgets',
+           'gui/wizard/declarative']
+LIBRARY = UPDATES + MAPPING + WIZARDS + ['gui/tasks/proxy', 'gui/tasks/location', 'gui/update', 'gui/update/check', 'gui/update/dialogs',
                      'gui/update/install']
 UPDATER = ['gui/KovVersion.h', 'gui/platform/unix/Descriptor.h', 'gui/data_model/base', 'gui/data_model/documents',
            'gui/update/launch/UpdaterExitCode.h', 'gui/tasks/download/FileName.h', 'programs/updater/base']
@@ -39,6 +42,12 @@ ALLOWED = {
     'gui/mapping/values': FRAME,
     'gui/mapping/storage': FRAME + ['gui/mapping/values'],
     'gui/mapping/widgets': FRAME + ['gui/mapping/values', 'gui/mapping/storage'],
+    'gui/content': FRAME,
+    'gui/wizard': FRAME,
+    'gui/wizard/actions': FRAME,
+    'gui/wizard/model': FRAME + ['gui/content', 'gui/wizard/actions'],
+    'gui/wizard/widgets': WIZARD + ['gui/window'],
+    'gui/wizard/declarative': WIZARD + ['gui/window', 'gui/wizard'],
     'gui/messages/record': FRAME + ['gui/help'],
     'gui/messages/box': WINDOWS + ['gui/messages/record'],
     'gui/messages/notification': WINDOWS + ['gui/messages/record', 'gui/messages/box'],
@@ -71,9 +80,11 @@ ALLOWED = {
     'examples/minimal': LIBRARY + ['gui'],
     'examples/console/sample': LIBRARY + ['gui'],
     'examples/console/preferences': LIBRARY + ['gui', 'examples/console/sample'],
-    'examples/console/pages': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/preferences'],
+    'examples/console/wizard': LIBRARY,
+    'examples/console/pages': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/preferences',
+                                         'examples/console/wizard'],
     'examples/console/tour': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/pages',
-                                        'examples/console/preferences'],
+                                        'examples/console/preferences', 'examples/console/wizard'],
     'examples/console': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/pages', 'examples/console/tour'],
 }
 EVERYTHING = ('tests', 'benchmarks', 'fuzz')

@@ -160,4 +160,19 @@ enum TaskTypes {
 };
 Q_ENUM_NS(TaskTypes)
 
+/// Why a wizard changes its page: by going on (or starting), or by going back.
+enum DirectionType {
+    Forward = 0,
+    Backward = 1,
+};
+Q_ENUM_NS(DirectionType)
+
+/// How new content takes the place of the old one in a content area.
+enum ContentAnimationType {
+    ContentAnimationNone = 0,
+    ContentAnimationForward = 1, ///< it comes from where reading goes on
+    ContentAnimationBackward = 2, ///< it comes from where reading began
+};
+Q_ENUM_NS(ContentAnimationType)
+
 } // namespace GUI
