@@ -67,10 +67,11 @@ Q_SIGNALS:
 private Q_SLOTS:
     void onValueChanged();
     void onTextEditorValueChanged();
-    void onEdited();
 
 private:
+    void watch(QWidget *widget);
     void report(QWidget *widget);
+    void noteTyping(QWidget *widget);
 
     const std::unique_ptr<CDataProviderPrivate> d;
 };
