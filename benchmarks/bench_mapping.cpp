@@ -1,5 +1,5 @@
-// Forms of 50, 200 and 1,000 widgets bound to settings, beside KConfigDialogManager and QDataWidgetMapper: binding, one
-// keystroke with a fresh answer whether anything is changed, loading and submitting.
+// Forms of 50, 200 and 1,000 widgets bound to settings, beside KConfigDialogManager and QDataWidgetMapper:
+// binding, one keystroke with a fresh answer whether anything is changed, loading and submitting.
 
 #include "gui/mapping/storage/CMappingController.h"
 #include "gui/mapping/storage/CMappingModel.h"

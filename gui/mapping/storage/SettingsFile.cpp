@@ -24,8 +24,9 @@ int settingsIn(const QByteArray &content)
     return count;
 }
 
-/// Puts the values into what a settings file holds. On a full disk QSettings says that it wrote what it only began, so the
-/// outcome is counted; and it notices damage only when it reads a file for the first time, which a copy always is.
+/// Puts the values into what a settings file holds. On a full disk QSettings says that it wrote what it only
+/// began, so the outcome is counted; and it notices damage only when it reads a file for the first time,
+/// which a copy always is.
 QString edit(QByteArray *content, QSettings::Format format, const QHash<QString, QVariant> &values)
 {
     const QString noRoom = QStringLiteral("no room for a temporary copy");

@@ -17,7 +17,8 @@ struct WidgetKind
     static const WidgetKind &of(const QWidget *widget);
 };
 
-/// A dynamic property of the widget. QObject::property() looks through all others first, which takes its time.
+/// A dynamic property of the widget. QObject::property() looks through all others first, which takes its
+/// time.
 QVariant bindingProperty(const QWidget *widget, const char *name);
 
 /// The accessor of a widget: a method of one of the given objects, the first that has it.
