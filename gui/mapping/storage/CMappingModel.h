@@ -15,10 +15,10 @@ class CMappingModelPrivate;
  * The model itself knows the storage "QSettings", the application's QSettings. A derived model adds its own,
  * which may submit them asynchronously:
  *
- *     QVariant getValue(storage, path) const override;          // mine: cachedValue(), else the base
- *     void setValue(storage, path, value) override;             // mine: cacheValue(); then, for all, the base
- *     void submitStorage(storage) override;                     // mine: startSubmit(), later valuesStored(), endSubmit()
- *     QStringList getAllStorages() const override;              // the base's and mine
+ *     QVariant getValue(storage, path) const override; // mine: cachedValue(), else the base
+ *     void setValue(storage, path, value) override; // mine: cacheValue(); then, for all, the base
+ *     void submitStorage(storage) override; // mine: startSubmit(), later valuesStored(), endSubmit()
+ *     QStringList getAllStorages() const override; // the base's and mine
  *
  * What is set is kept until its storage was submitted: getValue() gives it meanwhile, a failed submission
  * keeps it, and the next submit() tries again. Only success or revert() forgets it.
