@@ -6,179 +6,12 @@
 #include "abstract_task/Tasks.h"
 #include "abstract_task/TasksLog_p.h"
 
-#include <QMetaMethod>
-#include <QPointer>
 #include <QThread>
-
-namespace {
-
-const void *address(const CAbstractTask *task)
-{
-    return task;
-}
-
-} // namespace
-
-const StepTable &CAbstractTask::Private::stepTable() const
-{
-    if (!table)
-        table = &StepTable::of(q->metaObject());
-    return *table;
-}
-
-bool CAbstractTask::Private::isCalledFromOtherThread(const char *operation) const
-{
-    if (QThread::currentThread() == q->thread())
-        return false;
-    Tasks::log(0, "(!)Error: %s of task %p is called from another thread, ignored", operation, address(q));
-    return true;
-}
-
-void CAbstractTask::Private::schedule()
-{
-    CTaskManager::instance()->schedule(q);
-}
-
-void CAbstractTask::Private::edit(std::function<void()> change)
-{
-    if (started)
-        change();
-    else
-        earlyEdits.push_back(std::move(change));
-}
-
-void CAbstractTask::Private::start()
-{
-    started = true;
-    if (!hasOwnList)
-        steps = q->getDefaultSubTaskList();
-    for (const std::function<void()> &change : std::exchange(earlyEdits, {}))
-        change();
-}
-
-void CAbstractTask::Private::run()
-{
-    if (inStep)
-        return;
-    const Watch watching(this);
-    while (state == Running) {
-        if (terminating) {
-            endTerminated();
-            return;
-        }
-        if (paused || (waiting && !completed))
-            return;
-        if (!started)
-            start();
-
-        if (std::exchange(waiting, false)) {
-            if (KOV_FAILED(completion)) {
-                end(completion);
-                return;
-            }
-            if (completion > 0)
-                result = completion;
-        }
-        if (next >= steps.size()) {
-            end(result);
-            return;
-        }
-
-        current = qAsConst(steps).at(next++);
-        completed = false;
-        inStep = true;
-        Q_EMIT q->subTaskStarted(current);
-        if (watching.isDeleted())
-            return;
-        const bool isWanted = state == Running && !terminating;
-        const KOV_RESULT returned = isWanted ? q->performSubTask() : KOV_SUCCESS;
-        if (watching.isDeleted())
-            return;
-        inStep = false;
-
-        if (KOV_FAILED(returned) || (completed && !waiting)) {
-            waiting = completed = true;
-            if (KOV_FAILED(returned))
-                completion = returned;
-        } else if (!waiting && returned > 0) {
-            result = returned;
-        }
-    }
-}
-
-void CAbstractTask::Private::end(KOV_RESULT outcome)
-{
-    state = Finishing;
-    q->finish(outcome);
-}
-
-void CAbstractTask::Private::endTerminated()
-{
-    if (waiting && !completed && q->getNonTerminatableSubTasks().contains(current)) {
-        Tasks::log(2, "Task %p is terminated after its step %d", address(q), current);
-        return;
-    }
-    const Watch watching(this);
-    terminateChildren(terminationResult);
-    // A child that has to end its own step first wakes this task when it is done.
-    if (!watching.isDeleted() && state == Running && children.isEmpty())
-        end(terminationResult);
-}
-
-template <typename Action>
-void CAbstractTask::Private::forEachChild(Action action)
-{
-    if (children.isEmpty())
-        return;
-    // A child that is told something may end, and take others or this task with it.
-    QVector<QPointer<CAbstractTask>> tasks;
-    children.forEach([&tasks](const Private *child) {
-        tasks.append(child->q);
-        return true;
-    });
-    for (const QPointer<CAbstractTask> &task : qAsConst(tasks)) {
-        if (task)
-            action(task.data());
-    }
-}
-
-void CAbstractTask::Private::terminateChildren(KOV_RESULT outcome)
-{
-    forEachChild([outcome](CAbstractTask *child) { child->terminate(outcome); });
-}
-
-void CAbstractTask::Private::detachFromParent()
-{
-    childLink.remove();
-    Private *former = std::exchange(parent, nullptr);
-    if (former && former->state == Running && former->terminating)
-        former->schedule();
-}
-
-void CAbstractTask::Private::close(KOV_RESULT outcome, CAbstractTask *task)
-{
-    const Watch watching(this);
-    state = Finished;
-    result = outcome;
-    waiting = false;
-    if (Tasks::isLogged(3))
-        Tasks::log(3, "Task %p finished with result %.8X", address(q), unsigned(outcome));
-    const QVector<CSlotInfo> slotsToCall = std::exchange(callbacks, {});
-    detachFromParent();
-    CTaskManager::taskEnded(q);
-    terminateChildren(KOV_ERR_CANCELLED);
-    if (!watching.isDeleted())
-        Q_EMIT q->taskFinished(outcome);
-    for (const CSlotInfo &slot : slotsToCall)
-        CTaskManager::callBack(slot, outcome, watching.isDeleted() ? nullptr : task);
-    if (!watching.isDeleted() && task && (managed || deleteWhenFinished))
-        task->deleteLater();
-}
 
 CAbstractTask::CAbstractTask(CTaskGenericId *id)
     : d(new Private(this, id))
 {
-    Tasks::log(3, "Task %p created", address(this));
+    Tasks::log(3, "Task %p created", d->asAddress());
 }
 
 CAbstractTask::CAbstractTask(const QList<int> &subTasks, CTaskGenericId *id)
@@ -190,11 +23,13 @@ CAbstractTask::CAbstractTask(const QList<int> &subTasks, CTaskGenericId *id)
 
 CAbstractTask::~CAbstractTask()
 {
-    Tasks::log(3, "Task %p destroyed", address(this));
+    Tasks::log(3, "Task %p destroyed", d->asAddress());
     if (isRunning()) {
         // The derived part is gone: a child that ends now must not enter its slots.
         d->forEachChild([this](CAbstractTask *child) { disconnect(child, nullptr, this, nullptr); });
         d->close(KOV_ERR_CANCELLED, nullptr);
+    } else if (isFinished()) {
+        d->announce();
     }
     d->detachFromParent();
     d->children.forEach([](Private *child) {
@@ -210,17 +45,17 @@ void CAbstractTask::execute()
         return;
     if (thread() != CTaskManager::instance()->thread()) {
         Tasks::log(0, "(!)Error: Task %p does not live on the task manager's thread, not executed",
-                   address(this));
+                   d->asAddress());
         return;
     }
     if (d->state != Private::Created) {
         if (!d->terminating)
-            Tasks::log(0, "(!)Error: Task %p is executed a second time, ignored", address(this));
+            Tasks::log(0, "(!)Error: Task %p is executed a second time, ignored", d->asAddress());
         return;
     }
     d->state = Private::Running;
     if (Tasks::isLogged(3))
-        Tasks::log(3, "Task %p is a %s of kind %s, executed", address(this), metaObject()->className(),
+        Tasks::log(3, "Task %p is a %s of kind %s, executed", d->asAddress(), metaObject()->className(),
                    qUtf8Printable(Tasks::typeName(type())));
     CTaskManager::instance()->taskStarted(this);
     d->schedule();
@@ -251,7 +86,7 @@ void CAbstractTask::setOption(Option option, bool on)
     if (option != DeleteWhenFinished)
         return;
     d->deleteWhenFinished = on;
-    if (on && isFinished())
+    if (d->isDeletionDue() && !d->inStep)
         deleteLater();
 }
 
@@ -266,7 +101,7 @@ void CAbstractTask::setId(CTaskGenericId *id)
     if (d->state == Private::Created)
         d->id = std::move(given);
     else
-        Tasks::log(0, "(!)Error: Task %p was executed, its identifier stays", address(this));
+        Tasks::log(0, "(!)Error: Task %p was executed, its identifier stays", d->asAddress());
 }
 
 QString CAbstractTask::subTaskToString(int subTask) const
@@ -353,7 +188,7 @@ void CAbstractTask::finish(int result)
     if (d->isCalledFromOtherThread("finish()"))
         return;
     if (isFinished())
-        Tasks::log(1, "Task %p is finished a second time, ignored", address(this));
+        Tasks::log(1, "(!)Warning: Task %p is finished a second time, ignored", d->asAddress());
     else
         d->close(result, d->dying ? nullptr : this);
 }
@@ -372,12 +207,12 @@ void CAbstractTask::subTaskCompleted(int result)
     if (d->isCalledFromOtherThread("subTaskCompleted()"))
         return;
     if (d->state != Private::Running) {
-        Tasks::log(3, "Task %p does not run, completion %.8X ignored", address(this), unsigned(result));
+        Tasks::log(3, "Task %p does not run, completion %.8X ignored", d->asAddress(), unsigned(result));
         return;
     }
     if (!d->isStepUnderWay() || d->completed) {
-        Tasks::log(1, "Task %p: step %d is completed already, result %.8X ignored", address(this), d->current,
-                   unsigned(result));
+        Tasks::log(1, "(!)Warning: Task %p: step %d is completed already, result %.8X ignored",
+                   d->asAddress(), d->current, unsigned(result));
         return;
     }
     d->completed = true;
@@ -399,7 +234,7 @@ KOV_RESULT CAbstractTask::performSubTask()
                    qUtf8Printable(subTaskToString(d->current)));
         return KOV_ERR_FAILURE;
     }
-    Tasks::log(4, "Task %p: step %s", address(this), step->key.constData());
+    Tasks::log(4, "Task %p: step %s", d->asAddress(), step->key.constData());
     // Called without QMetaMethod::invoke, which compares type names at every call: the table has checked them
     // once.
     KOV_RESULT result = KOV_ERR_FAILURE;
@@ -423,8 +258,8 @@ void CAbstractTask::insertAfterSubTask(int after, int subTask)
     d->edit([this, after, subTask] {
         const int found = d->current == after && d->next > 0 ? d->next - 1 : d->steps.indexOf(after, d->next);
         if (found < 0)
-            Tasks::log(1, "Task %p: there is no step %d to come, %d is put last", address(this), after,
-                       subTask);
+            Tasks::log(1, "(!)Warning: Task %p: there is no step %d to come, %d is put last", d->asAddress(),
+                       after, subTask);
         d->steps.insert(found < 0 ? d->steps.size() : found + 1, subTask);
     });
 }
@@ -455,7 +290,7 @@ void CAbstractTask::setWaitForSubTaskCompletion()
     if (d->inStep)
         d->waiting = true;
     else
-        Tasks::log(1, "Task %p runs no step that could wait", address(this));
+        Tasks::log(1, "(!)Warning: Task %p runs no step that could wait", d->asAddress());
 }
 
 void CAbstractTask::attachChildTask(CAbstractTask *child)
@@ -465,6 +300,21 @@ void CAbstractTask::attachChildTask(CAbstractTask *child)
     child->d->detachFromParent();
     child->d->parent = d.get();
     d->children.append(child->d->childLink);
+}
+
+KOV_RESULT CAbstractTask::startChild(CAbstractTask *child)
+{
+    if (!child) {
+        Tasks::log(0, "(!)Error: Task %p has no child that it could run", d->asAddress());
+        return KOV_ERR_FAILURE;
+    }
+    if (!child->parent())
+        child->setParent(this);
+    attachChildTask(child);
+    if (!d->isStepUnderWay() || d->inStep)
+        setWaitForSubTaskCompletion();
+    child->execute();
+    return KOV_SUCCESS;
 }
 
 void CAbstractTask::endBeforeDestruction()

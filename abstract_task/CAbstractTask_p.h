@@ -31,15 +31,19 @@ public:
     /// The last act: out of the register, the signal, the callbacks. @param task what callbacks get, null
     /// when dying
     void close(KOV_RESULT outcome, CAbstractTask *task);
+    /// Emits taskFinished, once.
+    void announce();
+    bool isDeletionDue() const { return state == Finished && (managed || deleteWhenFinished); }
     void endTerminated();
     void terminateChildren(KOV_RESULT outcome);
-    template <typename Action>
-    void forEachChild(Action action);
+    void forEachChild(const std::function<void(CAbstractTask *)> &action);
     void detachFromParent();
     void edit(std::function<void()> change);
     bool isStepUnderWay() const { return inStep || (waiting && !completed); }
     bool isCalledFromOtherThread(const char *operation) const;
     const StepTable &stepTable() const;
+    /// For the log.
+    const void *asAddress() const { return q; }
 
     /// Tells a caller further up the stack that the task was deleted beneath it; costs no allocation.
     class Watch
@@ -82,6 +86,7 @@ public:
     bool terminating = false;
     bool deleteWhenFinished = false;
     bool dying = false;
+    bool announced = false;
     KOV_RESULT completion = KOV_SUCCESS;
     KOV_RESULT terminationResult = KOV_SUCCESS;
     /// The last positive code until the end, then the result.

@@ -12,11 +12,16 @@ constexpr int MaxParameters = 10;
 
 QByteArray normalisedSignature(const QString &slot)
 {
+    // The same place calls back again and again.
+    static thread_local std::pair<QString, QByteArray> last;
+    if (last.first == slot)
+        return last.second;
     QByteArray text = slot.trimmed().toUtf8();
     // The SLOT and SIGNAL macros put the kind of method in front.
     if (!text.isEmpty() && text.at(0) >= '0' && text.at(0) <= '2')
         text.remove(0, 1);
-    return QMetaObject::normalizedSignature(text.constData());
+    last = {slot, QMetaObject::normalizedSignature(text.constData())};
+    return last.second;
 }
 
 /// "QMap<int,QString>,int" holds two types: commas inside a template's brackets do not count.
@@ -112,40 +117,104 @@ CSlotInfo::CSlotInfo(QObject *receiver, const char *slot, const QVariant &params
     : CSlotInfo(receiver, QString::fromUtf8(slot), params, flag)
 { }
 
+CSlotInfo::CSlotInfo(QObject *receiver, const std::shared_ptr<const Function> &function,
+                     const QVariant &params, bool flag)
+    : CSlotInfo(receiver, QString(), params, flag)
+{
+    m_function = function;
+}
+
+/// A call whose checks are done.
+struct CSlotInfo::Call
+{
+    QMetaMethod method;
+    int count = 0;
+    int types[MaxParameters];
+    const void *values[MaxParameters];
+    QVariant converted[MaxParameters];
+};
+
+QString CSlotInfo::name() const
+{
+    if (!m_function)
+        return m_slot;
+    const char *receiver = m_receiver ? m_receiver->metaObject()->className() : "a receiver that is gone";
+    return QStringLiteral("a function of %1").arg(QLatin1String(receiver));
+}
+
+/// Null when all is well, else the reason why the slot cannot be called.
+const char *CSlotInfo::prepare(const QVector<Argument> &arguments, bool wantsAnswer, Call *call) const
+{
+    if (!m_function) {
+        call->method = findMethod(m_receiver->metaObject(), normalisedSignature(m_slot));
+        if (!call->method.isValid())
+            return "no such slot";
+    }
+    call->count = m_function ? m_function->parameterTypes.size() : call->method.parameterCount();
+    if (call->count > arguments.size() || call->count > MaxParameters)
+        return "it takes more arguments than are given";
+    for (int i = 0; i < call->count; ++i) {
+        call->types[i] = m_function ? m_function->parameterTypes.at(i) : call->method.parameterType(i);
+        call->values[i] = fit(arguments.at(i), call->types[i], &call->converted[i]);
+        if (!call->values[i])
+            return "the type of an argument does not match";
+    }
+    const bool answers = m_function ? m_function->answers : call->method.returnType() == QMetaType::Bool;
+    if (wantsAnswer && (m_receiver->thread() != QThread::currentThread() || !answers))
+        return "it gives no answer";
+    return nullptr;
+}
+
+bool CSlotInfo::canInvokeWith(const QVector<Argument> &arguments, bool wantsAnswer) const
+{
+    Call call;
+    return m_receiver && !isEmpty() && !prepare(arguments, wantsAnswer, &call);
+}
+
 bool CSlotInfo::invokeWith(const QVector<Argument> &arguments, bool *answer) const
 {
     QObject *receiver = m_receiver.data();
-    if (!receiver || m_slot.isEmpty())
+    if (!receiver || isEmpty())
         return false;
-
-    const QMetaMethod method = findMethod(receiver->metaObject(), normalisedSignature(m_slot));
-    const auto refuse = [&](const char *reason) {
-        Tasks::log(1, "Can't call slot %s of %s: %s", qUtf8Printable(m_slot),
+    Call call;
+    if (const char *reason = prepare(arguments, answer != nullptr, &call)) {
+        Tasks::log(1, "(!)Warning: Can't call slot %s of %s: %s", qUtf8Printable(name()),
                    receiver->metaObject()->className(), reason);
         return false;
-    };
-    if (!method.isValid())
-        return refuse("no such slot");
-    const int count = method.parameterCount();
-    if (count > arguments.size() || count > MaxParameters)
-        return refuse("it takes more arguments than are given");
-
-    QVarLengthArray<QVariant, MaxParameters> converted(count);
-    QGenericArgument values[MaxParameters];
-    for (int i = 0; i < count; ++i) {
-        const int type = method.parameterType(i);
-        const void *data = fit(arguments.at(i), type, &converted[i]);
-        if (!data)
-            return refuse("the type of an argument does not match");
-        values[i] = QGenericArgument(QMetaType::typeName(type), const_cast<void *>(data));
+    }
+    const bool sameThread = receiver->thread() == QThread::currentThread();
+    if (m_function && sameThread) {
+        // The record may go while its function runs.
+        const std::shared_ptr<const Function> function = m_function;
+        const bool answered = function->call(call.values);
+        if (answer)
+            *answer = answered;
+        return true;
+    }
+    if (m_function) {
+        QVector<QVariant> copies;
+        for (int i = 0; i < call.count; ++i)
+            copies.append(QVariant(call.types[i], call.values[i]));
+        const auto callLater = [function = m_function, copies] {
+            const void *values[MaxParameters];
+            for (int i = 0; i < copies.size(); ++i)
+                values[i] = copies.at(i).constData();
+            function->call(values);
+        };
+        return QMetaObject::invokeMethod(receiver, callLater, Qt::QueuedConnection);
     }
 
-    const bool sameThread = receiver->thread() == QThread::currentThread();
-    if (answer != nullptr && (!sameThread || method.returnType() != QMetaType::Bool))
-        return refuse("it gives no answer");
-    const QGenericReturnArgument result
-        = answer ? QGenericReturnArgument("bool", answer) : QGenericReturnArgument();
-    return method.invoke(receiver, sameThread ? Qt::DirectConnection : Qt::QueuedConnection, result,
-                         values[0], values[1], values[2], values[3], values[4], values[5], values[6],
-                         values[7], values[8], values[9]);
+    if (sameThread) {
+        // As QMetaMethod::invoke would, which compares all types by their names once more.
+        void *values[MaxParameters + 1] = {answer};
+        for (int i = 0; i < call.count; ++i)
+            values[i + 1] = const_cast<void *>(call.values[i]);
+        receiver->qt_metacall(QMetaObject::InvokeMetaMethod, call.method.methodIndex(), values);
+        return true;
+    }
+    QGenericArgument values[MaxParameters];
+    for (int i = 0; i < call.count; ++i)
+        values[i] = QGenericArgument(QMetaType::typeName(call.types[i]), const_cast<void *>(call.values[i]));
+    return call.method.invoke(receiver, Qt::QueuedConnection, values[0], values[1], values[2], values[3],
+                              values[4], values[5], values[6], values[7], values[8], values[9]);
 }

@@ -1,28 +1,15 @@
 // A package, either any bytes or an archive that is put together as the bytes tell: the reader tells its target of files
 // that the manifest lists, in its order, each with its size and digest, or refuses.
+#include "fuzz/FuzzTarget.h"
 #include "programs/updater/package/PackageReader.h"
 
 #include <QCryptographicHash>
 #include <archive.h>
 #include <archive_entry.h>
-#include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <fuzzer/FuzzedDataProvider.h>
 
-/// Qt's reader of JSON loses some bytes of a document that breaks off inside an object.
-extern "C" const char *__lsan_default_suppressions()
-{
-    return "leak:libQt5Core";
-}
-
 namespace {
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 class Bytes : public PackageSource
 {
@@ -151,13 +138,12 @@ std::string archiveFrom(FuzzedDataProvider &provider)
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+KOV_FUZZ_TARGET(input)
 {
-    FuzzedDataProvider provider(data, size);
+    FuzzedDataProvider provider(reinterpret_cast<const uint8_t *>(input.constData()), size_t(input.size()));
     const std::string bytes
         = provider.ConsumeBool() ? archiveFrom(provider) : provider.ConsumeRemainingBytesAsString();
     Bytes source(bytes);
     Witness witness;
     require(readPackage(source, witness).ok() == witness.hasEnded());
-    return 0;
 }

@@ -1,18 +1,11 @@
 // Any bytes as an update catalogue: read, written and read again, chosen from, resolved and reported.
+#include "fuzz/FuzzTarget.h"
 #include "programs/updater/base/Address.h"
 #include "programs/updater/check/CheckOutput.h"
 
 #include <QUrl>
-#include <cstdint>
-#include <cstdlib>
 
 namespace {
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 void report(const ChosenUpdate &chosen)
 {
@@ -33,14 +26,14 @@ void report(const ChosenUpdate &chosen)
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+KOV_FUZZ_TARGET(document)
 {
     CUpdates catalogue;
     XmlReport messages;
-    const bool ok = catalogue.read(QByteArray(reinterpret_cast<const char *>(data), int(size)), &messages);
+    const bool ok = catalogue.read(document, &messages);
     require(ok == messages.errors.isEmpty());
     if (!ok)
-        return 0;
+        return;
     const QByteArray written = catalogue.write();
     CUpdates copy;
     require(copy.read(written) && copy.write() == written);
@@ -54,5 +47,4 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
                 report({{3, 1, 5, 31502}, update});
         }
     }
-    return 0;
 }

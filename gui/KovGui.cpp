@@ -14,6 +14,7 @@
 #include "gui/update/UpdateTypes_p.h"
 #include "gui/update/check/CTaskCheckForProductUpdate.h"
 #include "gui/update/install/CTaskInstallProductUpdate.h"
+#include "gui/wizard/declarative/DeclarativeTypes_p.h"
 #include "kov_sdk/KovSdk.h"
 
 #include <QCoreApplication>
@@ -50,6 +51,7 @@ void registerValueTypes()
     qRegisterMetaType<KOV_RESULT>("KOV_RESULT");
     qRegisterMetaType<Messaging::ButtonID>("Messaging::ButtonID");
     registerUpdateTypes();
+    registerDeclarativeTypes();
 }
 
 void forwardLog(unsigned level, const char *text)

@@ -2,6 +2,7 @@
 
 #include "gui/frame/Clock.h"
 #include "gui/log/Log.h"
+#include "gui/update/record/UpdatePreferences.h"
 #include "gui/update/record/UpdateSettings_p.h"
 #include "gui/update/record/UpgradeUtils.h"
 
@@ -11,17 +12,15 @@
 
 namespace {
 
-const int millisecondsPerMinute = 60 * 1000;
-const int longestPeriod = 60 * millisecondsPerMinute;
+constexpr int millisecondsPerMinute = 60 * 1000;
+constexpr int longestPeriod = 60 * millisecondsPerMinute;
 
-enum Period { Daily = 1, Weekly = 2, Monthly = 3 };
-
-QDateTime nextCheck(const QDateTime &last, int period)
+QDateTime nextCheck(const QDateTime &last, UpdatePreferences::CheckPeriod period)
 {
     switch (period) {
-    case Daily:
+    case UpdatePreferences::Daily:
         return last.addDays(1);
-    case Weekly:
+    case UpdatePreferences::Weekly:
         return last.addDays(7);
     default:
         return last.addMonths(1);
@@ -41,13 +40,13 @@ int CheckSchedule::timerPeriod()
 
 bool CheckSchedule::isDue(int defaultPeriod)
 {
-    const int period = QSettings().value(UpdateSettings::checkForUpdates, defaultPeriod).toInt();
-    if (period < Daily || period > Monthly)
+    const UpdatePreferences::CheckPeriod period = UpdatePreferences::checkPeriod(defaultPeriod);
+    if (period == UpdatePreferences::Never)
         return false;
     const QDateTime now = Clock::now();
     const QDateTime last = UpgradeUtils::lastCheckedOn();
-    // Only a clock that was set back leaves a time so far ahead. Less than a day is let be: it delays one check, and
-    // the hour that comes twice in autumn is no mistake.
+    // Only a clock that was set back leaves a time so far ahead. Less than a day is let be: it delays one
+    // check, and the hour that comes twice in autumn is no mistake.
     if (last.isValid() && last <= now.addDays(1))
         return now >= nextCheck(last, period);
     UpgradeUtils::setLastCheckedOn(now);

@@ -16,6 +16,9 @@ namespace {
 // So much of what is on disk arrives once more with every continuation and is compared.
 const std::uint64_t overlapSize = 16 * 1024;
 const unsigned mostStartOvers = 3;
+// A loss of power costs at most what came since the last sync.
+const std::uint64_t syncStep = 64 * 1024 * 1024;
+const std::chrono::seconds syncInterval(30);
 // A longer wait is the caller's: it can show it and can be told to stop.
 const unsigned longestWait = 60;
 
@@ -271,6 +274,12 @@ Result Download::head(const ResponseHead &head)
 Result Download::beginWhole(const ResponseHead &head)
 {
     const bool isSameFile = head.entityTag == m_state.entityTag && head.lastModified == m_state.lastModified;
+    const bool hasValidator = !head.entityTag.empty() || !head.lastModified.empty();
+    const bool isDigestKnown = !m_options.md5.empty() || !m_options.sha256.empty();
+    const bool isOtherSize
+        = m_state.size && !head.isChunked && head.contentLength && *head.contentLength != *m_state.size;
+    if (m_hasState && isSameFile && hasValidator && isOtherSize && !isDigestKnown)
+        return Result(ExitCode::BadResponse, "the server tells two lengths for one version of the file");
     if (m_requestedFrom > 0 && isSameFile) {
         note("the server cannot continue the file; starting over");
         m_state.trustsRanges = false;
@@ -344,6 +353,7 @@ Result Download::recordState(bool isSynced)
             return result;
     }
     m_state.synced = isSynced ? m_storage.partSize() : 0;
+    m_lastSync = std::chrono::steady_clock::now();
     return m_storage.writeSidecar(m_state.toText());
 }
 
@@ -373,7 +383,12 @@ Result Download::body(const char *data, std::size_t size)
         return Result(ExitCode::BadResponse, "the server sends more than it promised");
     const Result result = m_storage.append(data + compared, size - compared);
     m_digests.advance(m_storage.partSize());
-    return result.ok() ? tick() : result;
+    if (!result.ok())
+        return result;
+    const bool isSyncDue = m_storage.partSize() - m_state.synced >= syncStep
+                           || std::chrono::steady_clock::now() - m_lastSync >= syncInterval;
+    const Result synced = isSyncDue ? recordState(true) : Result();
+    return synced.ok() ? tick() : synced;
 }
 
 Result Download::verify()

@@ -7,6 +7,7 @@
 #include "programs/download_utility/Sidecar.h"
 #include "programs/download_utility/Storage.h"
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -65,6 +66,7 @@ private:
     HttpConnection m_connection;
     Sidecar m_state;
     bool m_hasState = false; ///< m_state describes the part file
+    std::chrono::steady_clock::time_point m_lastSync = std::chrono::steady_clock::now();
 
     std::uint64_t m_requestedFrom = 0;
     std::uint64_t m_overlapLeft = 0;

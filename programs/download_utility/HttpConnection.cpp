@@ -6,9 +6,9 @@
 #include <curl/curl.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
 #include <new>
+#include <string_view>
 
 using SteadyClock = std::chrono::steady_clock;
 
@@ -16,6 +16,8 @@ namespace {
 
 const int mostRedirects = 10;
 const std::size_t longestHead = 256 * 1024;
+// A short one is read to its end, so that the connection can be used again.
+const std::size_t longestRedirectBody = 64 * 1024;
 const long receiveBuffer = 256 * 1024;
 const int pollInterval = 200; // milliseconds
 
@@ -25,7 +27,7 @@ bool isRedirect(int status)
 }
 
 /// Gives failures of the library below a code of ours.
-ExitCode exitCode(CURLcode code, long systemErrno)
+ExitCode exitCode(CURLcode code)
 {
     switch (code) {
     case CURLE_COULDNT_RESOLVE_PROXY:
@@ -35,9 +37,6 @@ ExitCode exitCode(CURLcode code, long systemErrno)
     case CURLE_PROXY:
         return ExitCode::NoConnection;
     case CURLE_SSL_CONNECT_ERROR:
-        // A peer that went away in the middle of the handshake says nothing about trust.
-        return systemErrno == ECONNRESET || systemErrno == EPIPE ? ExitCode::NoConnection
-                                                                 : ExitCode::NotTrusted;
     case CURLE_PEER_FAILED_VERIFICATION:
     case CURLE_SSL_CACERT_BADFILE:
     case CURLE_SSL_CERTPROBLEM:
@@ -59,6 +58,17 @@ ExitCode exitCode(CURLcode code, long systemErrno)
     default:
         return ExitCode::InternalError;
     }
+}
+
+/// A peer that went away in the middle of the handshake says nothing about trust. The library below tells it
+/// from a refusal in words only.
+bool isHandshakeCut(CURLcode code, const char *errorText)
+{
+    if (code != CURLE_SSL_CONNECT_ERROR)
+        return false;
+    const std::string_view text(errorText);
+    const auto says = [text](std::string_view part) { return text.find(part) != text.npos; };
+    return says("SSL_ERROR_SYSCALL") || says("unexpected eof") || says("reset by peer") || says("roken pipe");
 }
 
 class HeaderList
@@ -118,6 +128,8 @@ public:
     ResponseHead head;
     Result failure; ///< of a call-back; the library below only learns that there was one
     std::size_t headSize = 0;
+    bool isHeadComplete = false; ///< its empty line has arrived
+    std::size_t redirectBodySize = 0;
     bool isHeadHandedOver = false;
     bool isRequestSent = false;
     bool hasConnected = false;
@@ -177,7 +189,7 @@ void HttpConnection::Private::setUpProxy(const std::string &password)
         return;
     const bool isAddress6 = options.proxyHost.find(':') != std::string::npos;
     const std::string host = isAddress6 ? "[" + options.proxyHost + "]" : options.proxyHost;
-    set(CURLOPT_PROXY, ("http://" + host).c_str());
+    set(CURLOPT_PROXY, ((options.isSocksProxy ? "socks5h://" : "http://") + host).c_str());
     set(CURLOPT_PROXYPORT, static_cast<long>(options.proxyPort));
     set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
     if (!options.proxyUser)
@@ -190,26 +202,33 @@ void HttpConnection::Private::setUpProxy(const std::string &password)
 
 std::size_t HttpConnection::Private::onHeader(char *data, std::size_t, std::size_t size, void *self)
 {
+    // No activity: a head that comes line by line must be complete within the limit of a silence.
     auto *d = static_cast<Private *>(self);
-    d->lastActivity = SteadyClock::now();
     d->headSize += size;
     if (d->headSize > longestHead) {
         d->failure = Result(ExitCode::BadResponse, "the server's answer has no end of headers");
         return 0;
     }
     // What follows a chunked body looks like a header too.
-    if (!d->isHeadHandedOver)
-        d->head.addLine(std::string_view(data, size));
+    const std::string_view line(data, size);
+    if (!d->isHeadHandedOver) {
+        d->head.addLine(line);
+        d->isHeadComplete = line == "\r\n" || line == "\n";
+    }
     return size;
 }
 
 std::size_t HttpConnection::Private::onBody(char *data, std::size_t, std::size_t size, void *self)
 {
     auto *d = static_cast<Private *>(self);
+    if (isRedirect(d->head.status)) {
+        d->redirectBodySize += size;
+        return d->redirectBodySize <= longestRedirectBody ? size : 0;
+    }
     d->lastActivity = SteadyClock::now();
     if (d->failure.ok())
         d->failure = d->handOverHead();
-    if (d->failure.ok() && !isRedirect(d->head.status))
+    if (d->failure.ok())
         d->failure = d->sink->body(data, size);
     return d->failure.ok() ? size : 0;
 }
@@ -268,11 +287,14 @@ Result HttpConnection::Private::run(Sink &sink)
 Result HttpConnection::Private::outcome(CURLcode code)
 {
     long tunnelStatus = 0;
-    long systemErrno = 0;
     curl_easy_getinfo(easy, CURLINFO_HTTP_CONNECTCODE, &tunnelStatus);
-    curl_easy_getinfo(easy, CURLINFO_OS_ERRNO, &systemErrno);
-    if (code == CURLE_OK)
+    if (code == CURLE_OK && !isHeadComplete)
+        return Result(ExitCode::Interrupted, "the connection ended inside the head of the answer");
+    if (code == CURLE_OK || redirectBodySize > longestRedirectBody)
         return handOverHead();
+    // The library below has room for lines of 100 KiB.
+    if (code == CURLE_OUT_OF_MEMORY && isRequestSent && !isHeadComplete)
+        return Result(ExitCode::BadResponse, "a line in the head of the answer is too long");
     if (code == CURLE_OUT_OF_MEMORY)
         throw std::bad_alloc();
     // The proxy's answer to the wish for a tunnel never passes through head().
@@ -282,7 +304,9 @@ Result HttpConnection::Private::outcome(CURLcode code)
         return Result(ExitCode::NoConnection, "the proxy does not reach the server");
     if (tunnelStatus >= 400)
         return Result(ExitCode::AccessDenied, "the proxy does not allow this address");
-    const ExitCode ours = exitCode(code, systemErrno);
+    if (isHandshakeCut(code, errorText))
+        return Result(ExitCode::Interrupted, "the connection ended while its encryption was agreed on");
+    const ExitCode ours = exitCode(code);
     // Only here does the longer text add something; elsewhere it may quote what the server sent.
     const bool wantsDetail = ours == ExitCode::NotTrusted && errorText[0] != '\0';
     return Result(ours, Text::printable(wantsDetail ? errorText : curl_easy_strerror(code)));
@@ -290,9 +314,7 @@ Result HttpConnection::Private::outcome(CURLcode code)
 
 Result HttpConnection::Private::redirectTarget(const Url &from, Url &target) const
 {
-    char *location = nullptr;
-    curl_easy_getinfo(easy, CURLINFO_REDIRECT_URL, &location);
-    const auto url = location ? Url::parse(location) : std::nullopt;
+    const auto url = head.location.empty() ? std::nullopt : Url::parse(head.location, &from);
     if (!url)
         return Result(ExitCode::RedirectRefused, "the server redirects to something that is no HTTP address");
     if (from.isSecure() && !url->isSecure())
@@ -322,7 +344,8 @@ Result HttpConnection::Private::askOnce(const Question &question, const Url &ori
     head = ResponseHead();
     failure = Result();
     headSize = 0;
-    isHeadHandedOver = isRequestSent = false;
+    redirectBodySize = 0;
+    isHeadComplete = isHeadHandedOver = isRequestSent = false;
     errorText[0] = '\0';
     lastActivity = SteadyClock::now();
     curl_multi_add_handle(multi, easy);

@@ -20,11 +20,26 @@ std::string part(CURLU *handle, CURLUPart which, unsigned flags = 0)
     return copy;
 }
 
+/// With one slash or three some read "user:password@host" as a path, and show it, where others log in with
+/// it.
+bool hasPlainSlashes(const std::string &text)
+{
+    const std::size_t scheme
+        = text.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+.-");
+    if (scheme == 0 || scheme == text.npos || text[scheme] != ':')
+        return true;
+    return text.compare(scheme, 3, "://") == 0 && text.compare(scheme, 4, ":///") != 0;
+}
+
 } // namespace
 
-std::optional<Url> Url::parse(const std::string &text)
+std::optional<Url> Url::parse(const std::string &text, const Url *base)
 {
     const Handle handle(curl_url(), &curl_url_cleanup);
+    if (base && (!handle || curl_url_set(handle.get(), CURLUPART_URL, base->text.c_str(), 0) != CURLUE_OK))
+        return std::nullopt;
+    if (!hasPlainSlashes(text))
+        return std::nullopt;
     // Guessing a scheme or accepting any other would let a local file or a mail server be "downloaded".
     if (!handle || curl_url_set(handle.get(), CURLUPART_URL, text.c_str(), CURLU_URLENCODE) != CURLUE_OK)
         return std::nullopt;

@@ -6,20 +6,13 @@
 #include "gui/messages/CSearchParentHelper.h"
 #include "gui/messages/record/CMessageDataProvider.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/Policies.h"
 
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTemporaryFile>
-
-/// Puts a class under the name of the policy that it implements.
-template <typename Policy, typename Implementation = Policy>
-void registerPolicy()
-{
-    KovGui::staticMetaObjectHash().insert(QString::fromLatin1(Policy::staticMetaObject.className()),
-                                          &Implementation::staticMetaObject);
-}
 
 struct CatalogueCode
 {

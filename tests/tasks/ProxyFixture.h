@@ -3,17 +3,17 @@
 #include "gui/log/Log.h"
 #include "gui/tasks/sign_in/CUserAuthDialog.h"
 #include "tests/support/Files.h"
+#include "tests/support/TestServer.h"
 #include "tests/tasks/TaskFixture.h"
 
 #include <QApplication>
 #include <QCheckBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QNetworkProxy>
 #include <QPointer>
 #include <QPushButton>
 #include <QSettings>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTimer>
 #include <QtTest>
 
@@ -48,65 +48,33 @@ inline void useProxy(const QString &host, quint16 port)
     setPreference("Proxy Http Port", QString::number(port));
 }
 
-/// A server that keeps what it was asked, header by header, and answers each request by a function.
-class RecordingServer : public QTcpServer
+inline QNetworkProxy asProxy(const TestServer &server)
 {
-public:
-    using Answer = std::function<QByteArray(const QByteArray &head)>;
-    explicit RecordingServer(const Answer &answer)
-    {
-        connect(this, &QTcpServer::newConnection, this, [this, answer] {
-            ++connections;
-            QTcpSocket *socket = nextPendingConnection();
-            connect(socket, &QTcpSocket::readyRead, this, [this, socket, answer] {
-                QByteArray text = socket->property("rest").toByteArray() + socket->readAll();
-                for (int end; (end = text.indexOf("\r\n\r\n")) >= 0; text.remove(0, end + 4)) {
-                    heads << text.left(end + 4);
-                    socket->write(answer(heads.last()));
-                }
-                // The inside of a tunnel.
-                if (text.startsWith('\x16'))
-                    return socket->abort();
-                socket->setProperty("rest", text);
-            });
-        });
-        listen(QHostAddress::LocalHost);
-    }
+    return {QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), server.serverPort()};
+}
 
-    QNetworkProxy asProxy() const
-    {
-        return {QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), serverPort()};
-    }
-    /// The decoded credentials of each request; empty for a request without.
-    QStringList attempts() const
-    {
-        QStringList list;
-        for (const QByteArray &head : heads) {
-            const auto match = QRegularExpression(QStringLiteral("Proxy-Authorization: Basic (\\S+)"))
-                                   .match(QString::fromLatin1(head));
-            list << QString::fromUtf8(QByteArray::fromBase64(match.captured(1).toLatin1()));
-        }
-        return list;
-    }
-
-    QByteArrayList heads;
-    int connections = 0;
-};
-
-inline QByteArray response(const char *status, const QByteArray &headers = QByteArray(),
-                           const QByteArray &body = "body")
+/// The decoded credentials of each request; empty for a request without.
+inline QStringList attempts(const TestServer &server)
 {
-    return QByteArray("HTTP/1.1 ") + status + "\r\n" + headers
-           + "Content-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body;
+    QStringList list;
+    for (const QByteArray &head : server.requests) {
+        const auto match = QRegularExpression(QStringLiteral("Proxy-Authorization: Basic (\\S+)"))
+                               .match(QString::fromLatin1(head));
+        list << QString::fromUtf8(QByteArray::fromBase64(match.captured(1).toLatin1()));
+    }
+    return list;
 }
 
 /// Passes on only what carries these credentials; answers in the server's place.
-inline RecordingServer::Answer asksFor(const QByteArray &credentials)
+inline TestServer::Handler asksFor(const QByteArrayList &credentials)
 {
-    return [credentials](const QByteArray &head) {
-        const bool isKnown = head.contains("Proxy-Authorization: Basic " + credentials.toBase64() + "\r\n");
-        return isKnown ? response("200 OK")
-                       : response("407 Who are you", "Proxy-Authenticate: Basic realm=\"test\"\r\n");
+    return [credentials](const TestServer::Request &request) {
+        const bool isKnown
+            = std::any_of(credentials.begin(), credentials.end(), [&request](const QByteArray &known) {
+                  return request.head.contains("Proxy-Authorization: Basic " + known.toBase64() + "\r\n");
+              });
+        return isKnown ? TestServer::page("200 OK")
+                       : TestServer::page("407 Who are you", "Proxy-Authenticate: Basic realm=\"test\"\r\n");
     };
 }
 
@@ -134,8 +102,11 @@ private:
             return;
         m_answered = dialog;
         const QString title = dialog->findChild<QLabel *>(QStringLiteral("m_lblTitle"))->text();
-        seen << (title.contains(QLatin1String("incorrect")) ? QStringLiteral("retry")
-                                                            : QStringLiteral("ask"));
+        const bool isRetry = title.contains(QLatin1String("incorrect"));
+        seen << (isRetry ? QStringLiteral("retry") : QStringLiteral("ask"));
+        // What is typed again must not stand there in clear text.
+        if (isRetry && dialog->focusWidget()->objectName() != QLatin1String("m_lePassword"))
+            seen << QStringLiteral("wrong field");
         QString answer = m_answers.isEmpty() ? QStringLiteral("cancel") : m_answers.takeFirst();
         if (answer == QLatin1String("cancel"))
             return QTest::keyClick(dialog, Qt::Key_Escape);
@@ -146,8 +117,7 @@ private:
         const int colon = answer.indexOf(QLatin1Char(':'));
         dialog->setUsername(answer.left(colon));
         auto *password = dialog->findChild<QLineEdit *>(QStringLiteral("m_lePassword"));
-        password->clear();
-        QTest::keyClicks(password, answer.mid(colon + 1));
+        password->setText(answer.mid(colon + 1));
         QTest::keyClick(password, Qt::Key_Return);
     }
 

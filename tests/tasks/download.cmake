@@ -8,12 +8,8 @@ kov_add_test(NAME tst_md5_calculator SOURCES tst_md5_calculator.cpp LIBS KovGui 
 
 # With the real utility and real servers.
 if(KOV_BUILD_PROGRAMS)
-    kov_add_test(NAME tst_download_whole SOURCES tst_download_whole.cpp DownloadFixture.h TaskFixture.h
-        ${CMAKE_SOURCE_DIR}/tests/programs/download/FaultServer.cpp LIBS KovGui NginxServer LABELS tasks servers)
-    target_compile_definitions(tst_download_whole PRIVATE DOWNLOAD_UTILITY="$<TARGET_FILE:download_utility>")
-    add_dependencies(tst_download_whole download_utility)
     kov_add_test(NAME tst_interactive_download SOURCES tst_interactive_download.cpp DownloadFixture.h TaskFixture.h
-        ${CMAKE_SOURCE_DIR}/tests/programs/download/FaultServer.cpp LIBS KovGui NginxServer LABELS tasks servers)
+        LIBS KovGui NginxServer TestServer LABELS tasks servers)
     target_compile_definitions(tst_interactive_download PRIVATE DOWNLOAD_UTILITY="$<TARGET_FILE:download_utility>"
         MESSAGES="${CMAKE_SOURCE_DIR}/kov_sdk/messages.json")
     add_dependencies(tst_interactive_download download_utility)

@@ -1,14 +1,14 @@
 # No session bus: the key for passwords is then a file in the test's own folder, never in the desktop's key store.
 set(without_key_store DBUS_SESSION_BUS_ADDRESS=unix:path=/nonexistent)
-kov_add_test(NAME tst_proxy_challenge SOURCES tst_proxy_challenge.cpp ProxyFixture.h LIBS KovGui LABELS tasks
+kov_add_test(NAME tst_proxy_challenge SOURCES tst_proxy_challenge.cpp ProxyFixture.h LIBS KovGui TestServer LABELS tasks
     ENVIRONMENT ${without_key_store})
-kov_add_test(NAME tst_proxy_detection SOURCES tst_proxy_detection.cpp ProxyFixture.h LIBS KovGui LABELS tasks
+kov_add_test(NAME tst_proxy_detection SOURCES tst_proxy_detection.cpp ProxyFixture.h LIBS KovGui TestServer LABELS tasks
     ENVIRONMENT ${without_key_store})
 kov_add_test(NAME tst_proxy_list SOURCES tst_proxy_list.cpp ${CMAKE_SOURCE_DIR}/gui/platform/ProxyList.cpp
     LIBS Qt5::Widgets LABELS tasks)
 kov_add_test(NAME tst_proxy_settings
     SOURCES tst_proxy_settings.cpp ProxyFixture.h ${CMAKE_SOURCE_DIR}/gui/platform/unix/KnownFolders.cpp
-        ${CMAKE_SOURCE_DIR}/gui/platform/unix/SecretKey.cpp
-    LIBS KovGui qt5keychain LABELS tasks ENVIRONMENT ${without_key_store})
-kov_add_test(NAME tst_proxy_squid SOURCES tst_proxy_squid.cpp ProxyFixture.h LIBS KovGui NginxServer
+        ${CMAKE_SOURCE_DIR}/gui/platform/unix/Module.cpp ${CMAKE_SOURCE_DIR}/gui/platform/unix/SecretKey.cpp
+    LIBS KovGui ${CMAKE_DL_LIBS} TestServer LABELS tasks ENVIRONMENT ${without_key_store})
+kov_add_test(NAME tst_proxy_squid SOURCES tst_proxy_squid.cpp ProxyFixture.h LIBS KovGui NginxServer TestServer
     LABELS tasks servers ENVIRONMENT ${without_key_store})

@@ -75,18 +75,18 @@ private Q_SLOTS:
     void newQuestionReplacesTheOld()
     {
         QLocale::setDefault(QLocale(QLocale::German, QLocale::Austria));
-        RawServer silent;
-        RawServer answers(
+        TestServer silent("");
+        TestServer answers(
             "HTTP/1.1 200 OK\r\nContent-Length: 46\r\n\r\n<r><Result>0</Result><Country>SE</Country></r>");
         const LogCapture log(3);
         QSignalSpy finished(locator, &CIpGeoLocator::finished);
         locator->setUrl(QString());
         locator->locate();
         QVERIFY(log.text().contains("Empty URL"));
-        locator->setUrl(silent.url());
+        locator->setUrl(urlOf(silent));
         locator->locate();
         QTRY_VERIFY(!silent.received.isEmpty());
-        locator->setUrl(answers.url(s("geo")));
+        locator->setUrl(urlOf(answers, "/geo"));
         locator->locate();
         // A view may ask again from the very slot that hears of the answer.
         connect(locator, &CIpGeoLocator::finished, &silent, [&] {

@@ -107,9 +107,9 @@ private Q_SLOTS:
         for (const char *answer :
              {"", "220 mail.example\r\n", "HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nhalf",
               "HTTP/1.1 404 No\r\nContent-Length: 19\r\n\r\nno\n01-01 forged line"}) {
-            RawServer server(answer, true);
+            TestServer server(answer, TestServer::End::Close);
             const LogCapture log(3);
-            Get task(server.url());
+            Get task(urlOf(server));
             QVERIFY2(resultOf(task) == KOV_ERR_FAILURE, answer);
             QVERIFY(!log.text().contains("\n01-01"));
         }
@@ -165,7 +165,9 @@ private Q_SLOTS:
         QFETCH(int, forgiven);
         NginxServer server;
         QVERIFY(server.start(m_root.path(), m_authority.issue(subject, s("DNS:h.example")), s("ssl")));
-        TunnelProxy tunnel(server.port());
+        TestServer tunnel([&server](const TestServer::Request &) {
+            return TestServer::Reply{"200 Connected\r\n", {}, TestServer::End::Stay, 0, server.port()};
+        });
         const QNetworkProxy proxy(QNetworkProxy::HttpProxy, s("127.0.0.1"), tunnel.serverPort());
         QNetworkRequest request(QUrl(s("https://%1/page").arg(host)));
         QSslConfiguration ssl = QSslConfiguration::defaultConfiguration();
@@ -255,9 +257,9 @@ private Q_SLOTS:
 
     void timeOut()
     {
-        RawServer silent;
+        TestServer silent("");
         const LogCapture log(3);
-        Get task(silent.url(s("?NewPassword=sesame")));
+        Get task(urlOf(silent, "/?NewPassword=sesame"));
         QSignalSpy finished(&task, &CAbstractTask::taskFinished);
         auto *timer = task.findChild<QTimer *>(s("operationTimeout"));
         const auto userIsTyping = [&task](bool typing) {
@@ -278,8 +280,8 @@ private Q_SLOTS:
         timer->start(0);
         QVERIFY(finished.wait());
         QCOMPARE(task.getResult(), KOV_ERR_FAILURE);
-        QVERIFY(log.text().contains("(!)Http error: Internal timeout. Url: "
-                                    + silent.url(s("?NewPassword=xxx")).toUtf8()));
+        QVERIFY(
+            log.text().contains("(!)Http error: Internal timeout. Url: " + silent.url("/?NewPassword=xxx")));
         QTRY_COMPARE(silent.disconnections, 1);
         userIsTyping(false);
         QVERIFY(!timer->isActive());
@@ -288,8 +290,8 @@ private Q_SLOTS:
     void endOfTheTaskEndsTheTransfer()
     {
         const QString file = m_root.filePath(s("half"));
-        RawServer slow("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nhalf");
-        auto deleted = std::make_unique<Get>(slow.url(), file);
+        TestServer slow("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nhalf");
+        auto deleted = std::make_unique<Get>(urlOf(slow), file);
         deleted->execute();
         QTRY_VERIFY(!slow.received.isEmpty());
         QVERIFY(QFile::exists(file));

@@ -74,13 +74,15 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("masked");
         const auto row = [](const char *url, const char *masked) { QTest::newRow(url) << s(masked); };
-        row("http://user:pw@h:8080/p?a=1&b=#f", "http://h:8080/p?a=1&b=#f");
-        row("http://h/?a=1&Password=pw&NEWPASSWORD=pw&z", "http://h/?a=1&Password=xxx&NEWPASSWORD=xxx&z");
+        row("http://user:pw@h:8080/p?a=1&b=#f", "http://h:8080/p?a=xxx&b=#f");
+        row("http://h/?a=1&Password=pw&NEWPASSWORD=pw&z", "http://h/?a=xxx&Password=xxx&NEWPASSWORD=xxx&z");
         row("http://h/?P%61ssword=pw&password=", "http://h/?Password=xxx&password=xxx");
         row("http://h/?name=J%20D&E-Mail=j%40h.example&email=x@y",
             "http://h/?name=J***&E-Mail=j***@h.example&email=x***@y");
-        row("http://h/?Email=a@b%26x&OldPassword=old", "http://h/?Email=a***@b%26x&OldPassword=old");
+        row("http://h/?Email=a@b%26x&OldPassword=old", "http://h/?Email=a***@b%26x&OldPassword=xxx");
+        row("https://token@h/f", "https://h/f");
         row("http://user:pw/word@h/", "");
+        row("http:/user:pw@h/f", "");
     }
 
     void maskedUrl() { QTEST(WebUtils::maskedUrl(QUrl(s(QTest::currentDataTag()))), "masked"); }
@@ -94,6 +96,8 @@ private Q_SLOTS:
         row("No http://u-name@h/a b?Password=sésame - replied", "No http://h/a b?Password=xxx - replied");
         row("<a href=\"https://x:y@other/?NewPassword=1\">p-word</a>",
             "<a href=\"https://other/?NewPassword=xxx\">xxx</a>");
+        row("get http:/joe:pw@h/f \'http://u:p\'x\"y@h/?t=1&amp;u=2\'>",
+            "get http://*** \'http://h/?t=xxx&amp;u=xxx\'>");
         row("/a?Password=sésame, s%C3%A9same, u-name", "/a?Password=xxx, xxx, ***");
     }
 

@@ -57,17 +57,17 @@ private Q_SLOTS:
         QFETCH(unsigned, result);
         QFETCH(QString, receiver);
         const QByteArray answer("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nok");
-        RawServer server(answer);
-        RawServer proxy(answer);
+        TestServer server(answer);
+        TestServer proxy(answer);
         ChosenProxy::install(task);
         ChosenProxy::result = KOV_RESULT(found);
         if (hasProxy)
             ChosenProxy::chosen = {QNetworkProxy::HttpProxy, s("127.0.0.1"), proxy.serverPort()};
         const LogCapture log(3);
-        CTaskSendHttpRequest request(server.url(s("page")), {}, nullptr, QNetworkAccessManager::GetOperation,
+        CTaskSendHttpRequest request(urlOf(server, "/page"), {}, nullptr, QNetworkAccessManager::GetOperation,
                                      QByteArray());
         QCOMPARE(unsigned(resultOf(request)), result);
-        QCOMPARE(proxy.received.startsWith("GET " + server.url(s("page")).toUtf8()), receiver == s("proxy"));
+        QCOMPARE(proxy.received.startsWith("GET " + server.url("/page")), receiver == s("proxy"));
         QCOMPARE(server.connections, receiver == s("server") ? 1 : 0);
         QCOMPARE(request.reply() != nullptr, !receiver.isEmpty());
         QCOMPARE(log.text().contains("[TASK_HTTP_REQUEST]")
@@ -77,10 +77,10 @@ private Q_SLOTS:
 
     void answerIsParsedAndStays()
     {
-        RawServer server("HTTP/1.1 200 OK\r\nContent-Length: 25\r\n\r\n<r><Result>1</Result></r>");
+        TestServer server("HTTP/1.1 200 OK\r\nContent-Length: 25\r\n\r\n<r><Result>1</Result></r>");
         CHttpResponseParser parser;
         QNetworkRequest post(
-            WebUtils::withQueryItems(QUrl(server.url(s("?a=1"))), {{s("k&"), s("x=y&z+%41 é")}}));
+            WebUtils::withQueryItems(QUrl(urlOf(server, "/?a=1")), {{s("k&"), s("x=y&z+%41 é")}}));
         post.setHeader(QNetworkRequest::ContentTypeHeader, s("text/plain"));
         auto request = std::make_unique<CTaskSendHttpRequest>(post, QNetworkAccessManager::PostOperation,
                                                               &parser, "the body");
@@ -99,10 +99,10 @@ private Q_SLOTS:
 
     void endReachesTheTransfer()
     {
-        RawServer silent;
+        TestServer silent("");
         const auto start = [&silent] {
             auto request
-                = std::make_unique<CTaskSendHttpRequest>(silent.url(), WebUtils::QueryItems(), nullptr,
+                = std::make_unique<CTaskSendHttpRequest>(urlOf(silent), WebUtils::QueryItems(), nullptr,
                                                          QNetworkAccessManager::GetOperation, QByteArray());
             silent.received.clear();
             request->execute();

@@ -6,6 +6,7 @@
 #include "examples/console/pages/PreferencesPage.h"
 #include "examples/console/pages/TasksPage.h"
 #include "examples/console/pages/UpdatesPage.h"
+#include "examples/console/pages/WizardsPage.h"
 #include "gui/KovGui.h"
 
 #include <QHBoxLayout>
@@ -32,6 +33,7 @@ ConsoleWindow::ConsoleWindow(QWidget *parent)
     addPage(tr("Messages"), m_messages = new MessagesPage(m_pages));
     addPage(tr("Preferences"), m_preferences = new PreferencesPage(m_pages));
     addPage(tr("Tasks"), m_tasks = new TasksPage(m_pages));
+    addPage(tr("Wizards"), m_wizards = new WizardsPage(m_pages));
     addPage(tr("Log"), m_log = new LogPage(m_pages));
     connect(m_names, &QListWidget::currentRowChanged, m_pages, &QStackedWidget::setCurrentIndex);
     m_names->setCurrentRow(0);

@@ -10,6 +10,7 @@ class QListWidget;
 class QStackedWidget;
 class TasksPage;
 class UpdatesPage;
+class WizardsPage;
 
 /// Tessarine Console: one window, a page a subsystem.
 class ConsoleWindow : public QMainWindow
@@ -24,6 +25,7 @@ public:
     MessagesPage *messages() const { return m_messages; }
     PreferencesPage *preferences() const { return m_preferences; }
     TasksPage *tasks() const { return m_tasks; }
+    WizardsPage *wizards() const { return m_wizards; }
     LogPage *log() const { return m_log; }
     void showPage(QWidget *page);
 
@@ -37,5 +39,6 @@ private:
     MessagesPage *m_messages = nullptr;
     PreferencesPage *m_preferences = nullptr;
     TasksPage *m_tasks = nullptr;
+    WizardsPage *m_wizards = nullptr;
     LogPage *m_log = nullptr;
 };

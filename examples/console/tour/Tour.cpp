@@ -57,6 +57,7 @@ void Tour::run()
         messageSteps();
         preferencesSteps();
         taskSteps();
+        wizardSteps();
         logSteps();
         offerSteps();
         downloadSteps();

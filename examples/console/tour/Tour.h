@@ -66,6 +66,8 @@ private:
     bool quietCheck(const QString &button);
     void networkSteps();
     void preferencesSteps();
+    void wizardSteps();
+    void wizardSteps(const char *face, const char *button);
     void logSteps();
 
     /// Calls the function on the GUI thread and returns what it returned.

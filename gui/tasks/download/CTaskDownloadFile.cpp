@@ -7,6 +7,7 @@
 #include "gui/log/Log.h"
 #include "gui/tasks/TaskIds.h"
 #include "gui/tasks/download/CDownloadThread.h"
+#include "gui/tasks/download/DownloadExitCode.h"
 #include "gui/tasks/http/ProxyResult.h"
 
 #include <QCoreApplication>
@@ -16,12 +17,6 @@
 namespace {
 
 const int mostReconnects = 11;
-
-/// The utility's exit codes that waiting may cure: no connection, interrupted.
-bool isWorthReconnect(int errorCode)
-{
-    return errorCode == 25 || errorCode == 31;
-}
 
 int reconnectDelay(int reconnectCount)
 {
@@ -148,7 +143,11 @@ KOV_RESULT CTaskDownloadFile::getProxyInfo()
 {
     setWaitForSubTaskCompletion();
     const CSlotInfo whenFinished(this, "1onProxyDetectionFinished(KOV_RESULT, CAbstractTask*)");
-    CTaskManager::instance()->runTask(new CTaskId_GetProxyInfo(d->url, true), whenFinished, true);
+    // Not shared: it may ask for a password, and its question goes with the download.
+    CAbstractTask *search
+        = CTaskManager::instance()->runTask(new CTaskId_GetProxyInfo(d->url, true), whenFinished, false);
+    if (search && !search->isFinished())
+        attachChildTask(search);
     return KOV_SUCCESS;
 }
 
@@ -168,7 +167,8 @@ void CTaskDownloadFile::onProxyDetectionFinished(KOV_RESULT result, CAbstractTas
     }
     if (const auto *found = qobject_cast<ProxyResult *>(task))
         d->proxy = found->proxy();
-    subTaskCompleted(result);
+    // That nobody had to be asked for credentials is no news of the download.
+    subTaskCompleted(KOV_SUCCESS);
 }
 
 KOV_RESULT CTaskDownloadFile::download()
@@ -204,8 +204,8 @@ void CTaskDownloadFile::onDownloadFinished(const QString &path, int errorCode, i
     if (d->state != Downloading)
         return;
     const bool isCanceled = canceled != 0 || d->isCanceled;
-    if (!isCanceled && isWorthReconnect(errorCode) && d->options.testFlag(Reconnect)
-        && d->reconnectCount < mostReconnects) {
+    if (!isCanceled && DownloadUtility::isWorthAnotherTry(DownloadUtility::ExitCode(errorCode))
+        && d->options.testFlag(Reconnect) && d->reconnectCount < mostReconnects) {
         d->lastPath = path;
         d->lastError = errorCode;
         waitForReconnect();

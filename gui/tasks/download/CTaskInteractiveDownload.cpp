@@ -3,7 +3,6 @@
 #include "gui/frame/GUI.h"
 #include "gui/log/Log.h"
 #include "gui/log/LogText.h"
-#include "gui/messages/CMessageManager.h"
 #include "gui/tasks/TaskIds.h"
 #include "gui/tasks/download/CTaskInteractiveDownload_p.h"
 #include "gui/tasks/download/DownloadChecks_p.h"
@@ -60,11 +59,9 @@ QString CTaskInteractiveDownload::Private::statusText(int step) const
 
 bool CTaskInteractiveDownload::Private::isUsable() const
 {
-    const QUrl url(info.url);
-    const bool isHttp = url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https");
-    if (!isHttp || info.destinationFileName().isEmpty()) {
+    if (!WebUtils::isOpenAddress(info.url) || info.destinationFileName().isEmpty()) {
         KOV_LOG_TAG(Tag, 0, "(!)Error: the address names no file that can be downloaded: %s",
-                    logText(WebUtils::maskedUrl(url)).constData());
+                    logText(WebUtils::maskedUrl(QUrl(info.url))).constData());
         return false;
     }
     if (isDigestGiven && DownloadChecks::digestFrom(info.md5.toLatin1()) != info.md5) {
@@ -118,8 +115,7 @@ CTaskInteractiveDownload::CTaskInteractiveDownload(const FileDownloadInfo &info,
     , d(new Private)
 {
     d->info = info;
-    if (d->info.destinationDirectory.isEmpty())
-        d->info.destinationDirectory = QDir::homePath();
+    d->info.chooseDirectory(QDir::homePath());
     d->info.md5 = (expectedDigest.isEmpty() ? info.md5 : expectedDigest).toLower();
     d->isDigestGiven = !d->info.md5.isEmpty();
     d->isInBackground = inBackground;
@@ -150,8 +146,7 @@ void CTaskInteractiveDownload::bringToFront()
         d->dialog->raise();
         d->dialog->activateWindow();
     }
-    if (d->question)
-        CMessageManager::instance()->raiseSpecificMessageBox(d->issuer, d->question);
+    d->question.raise();
     CAbstractTask::bringToFront();
 }
 
@@ -182,7 +177,7 @@ void CTaskInteractiveDownload::finish(int result)
     if (d->isEnding)
         return;
     d->isEnding = true;
-    closeQuestion();
+    d->question.close();
     closeDialog();
     if (d->calculator) {
         d->calculator->disconnect(this);
@@ -200,7 +195,7 @@ void CTaskInteractiveDownload::finish(int result)
     CAbstractTask::finish(result);
 }
 
-void CTaskInteractiveDownload::ask(const Question &question)
+void CTaskInteractiveDownload::ask(const MessageParams &question, const CTaskQuestion::Answered &answered)
 {
     if (isPaused()) {
         repeatCurrentStep();
@@ -210,28 +205,7 @@ void CTaskInteractiveDownload::ask(const Question &question)
         subTaskCompleted(KOV_ERR_FAILURE);
         return;
     }
-    d->question = question.code;
-    MessageParams params(question.code, d->dialog);
-    params.setIssuerId(d->issuer)
-        .setLongMsgParams(question.params)
-        .setLongMsg(question.longText)
-        .setCloseMsgSlot(CSlotInfo(this, question.slot, question.slotParam));
-    CMessageManager::instance()->showMessageBox(params);
-}
-
-bool CTaskInteractiveDownload::takeAnswer(KOV_RESULT code)
-{
-    if (d->isEnding || !d->question || d->question != code)
-        return false;
-    d->question = KOV_SUCCESS;
-    return true;
-}
-
-void CTaskInteractiveDownload::closeQuestion()
-{
-    const KOV_RESULT open = std::exchange(d->question, KOV_SUCCESS);
-    if (open)
-        CMessageManager::instance()->closeSpecificMessageBox(d->issuer, open);
+    d->question.ask(MessageParams(question).setParent(d->dialog), answered);
 }
 
 void CTaskInteractiveDownload::repeatCurrentStep()
@@ -296,5 +270,5 @@ void CTaskInteractiveDownload::onDownloadPauseResumeClicked()
 void CTaskInteractiveDownload::updateProgressDialog()
 {
     if (d->dialog)
-        d->dialog->setStatusText(d->statusText(getCurrentSubTask()));
+        d->dialog->setStatusText(d->statusText(getCurrentSubTask()), getCurrentSubTask() == DownloadFile);
 }

@@ -8,18 +8,6 @@
 
 #include <QPointer>
 #include <QTemporaryDir>
-#include <QUuid>
-#include <QVariant>
-
-/// Answered by "Try Again" or anything else.
-struct CTaskInteractiveDownload::Question
-{
-    KOV_RESULT code;
-    const char *slot;
-    QStringList params;
-    QVariant slotParam = {};
-    QString longText = {}; ///< instead of the catalogue's
-};
 
 class CTaskInteractiveDownload::Private
 {
@@ -50,10 +38,8 @@ public:
     bool isWaitingForUtility = false;
     std::unique_ptr<QTemporaryDir> checksumFolder;
 
-    /// Of this task alone: its questions neither wait for others nor hold them up.
-    const QString issuer = QUuid::createUuid().toString();
-    /// The one that is open; 0: none.
-    KOV_RESULT question = KOV_SUCCESS;
+    /// Of an issuer of its own: its messages neither wait for others nor hold them up.
+    CTaskQuestion question;
 
     bool isEnding = false;
     bool isDying = false;

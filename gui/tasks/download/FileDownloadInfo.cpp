@@ -7,8 +7,16 @@
 #include <QUrl>
 
 FileDownloadInfo::FileDownloadInfo(const QString &destinationDirectory)
-    : destinationDirectory(destinationDirectory.isEmpty() ? QDir::homePath() : destinationDirectory)
-{ }
+    : destinationDirectory(destinationDirectory)
+{
+    chooseDirectory(QDir::homePath());
+}
+
+void FileDownloadInfo::chooseDirectory(const QString &directory)
+{
+    if (destinationDirectory.isEmpty())
+        destinationDirectory = directory;
+}
 
 bool FileDownloadInfo::isSafeFileName(const QString &name)
 {
@@ -29,16 +37,21 @@ QString FileDownloadInfo::destinationFileName() const
 QString FileDownloadInfo::destinationFilePath() const
 {
     const QString name = destinationFileName();
-    if (name.isEmpty())
+    if (name.isEmpty() || destinationDirectory.isEmpty())
         return QString();
-    return (destinationDirectory.isEmpty() ? QDir::homePath() : destinationDirectory) + QDir::separator()
-           + name;
+    return destinationDirectory + QDir::separator() + name;
 }
 
 QString FileDownloadInfo::destinationFilePartPath() const
 {
     const QString path = destinationFilePath();
     return path.isEmpty() ? QString() : path + QLatin1String(FileName::partSuffix);
+}
+
+bool FileDownloadInfo::isCutOff() const
+{
+    const QString path = destinationFilePath();
+    return !path.isEmpty() && !QFileInfo(path).isFile() && QFileInfo(destinationFilePartPath()).isFile();
 }
 
 qint64 FileDownloadInfo::downloadedByFar() const

@@ -3,6 +3,7 @@
 #include "gui/messages/CSearchParentHelper.h"
 #include "gui/tasks/download/CTaskInteractiveDownload_p.h"
 #include "gui/tasks/download/DownloadChecks_p.h"
+#include "gui/tasks/download/DownloadExitCode.h"
 #include "gui/tasks/progress/FormatUtils.h"
 
 #include <QDir>
@@ -17,8 +18,6 @@ using KovGui::logText;
 namespace {
 
 const char Tag[] = "[INTERACTIVE_DOWNLOAD]";
-/// The utility's exit code.
-constexpr int diskFull = 16;
 
 bool isTransferGood(int exitCode, int exitStatus)
 {
@@ -44,7 +43,8 @@ KOV_RESULT CTaskInteractiveDownload::showProgressDialog()
     }
     CSearchParentHelper *helper = CSearchParentHelper::instance();
     d->dialog = new CDownloadProgressDialog(
-        d->progressByFar(), helper ? helper->getParentForMessage(d->issuer, true, nullptr) : nullptr);
+        d->progressByFar(),
+        helper ? helper->getParentForMessage(d->question.issuer(), true, nullptr) : nullptr);
     d->dialog->setFileName(d->info.destinationFileName());
     d->dialog->setStatusText(tr("Preparing..."));
     d->dialog->setOperation(this);
@@ -67,11 +67,10 @@ KOV_RESULT CTaskInteractiveDownload::prepareDownload()
     if (d->isFolderReady())
         return KOV_SUCCESS;
     setWaitForSubTaskCompletion();
-    ask({KOV_QUESTION_DOWNLOAD_FAILED,
-         SLOT(onRetryCurrentSubtaskAnswered(KOV_RESULT, Messaging::ButtonID)),
-         {},
-         {},
-         tr("The folder <b>%1</b> cannot be written to.").arg(d->info.destinationDirectory.toHtmlEscaped())});
+    ask(MessageParams(KOV_QUESTION_DOWNLOAD_FAILED)
+            .setLongMsg(tr("The folder <b>%1</b> cannot be written to.")
+                            .arg(d->info.destinationDirectory.toHtmlEscaped())),
+        retryStep());
     return KOV_SUCCESS;
 }
 
@@ -115,13 +114,12 @@ void CTaskInteractiveDownload::onQueryDownloadContentChecksumFinished(QString qs
         subTaskCompleted(KOV_SUCCESS);
         return;
     }
-    ask({KOV_QUESTION_DOWNLOAD_FAILED,
-         SLOT(onRetryCurrentSubtaskAnswered(KOV_RESULT, Messaging::ButtonID)),
-         {},
-         {},
-         tr("The checksum of <b>%1</b> could not be fetched, so the file could not be verified. Check your "
-            "Internet connection, and try again.")
-             .arg(d->info.destinationFileName().toHtmlEscaped())});
+    ask(MessageParams(KOV_QUESTION_DOWNLOAD_FAILED)
+            .setLongMsg(
+                tr("The checksum of <b>%1</b> could not be fetched, so the file could not be verified. "
+                   "Check your Internet connection, and try again.")
+                    .arg(d->info.destinationFileName().toHtmlEscaped())),
+        retryStep());
 }
 
 KOV_RESULT CTaskInteractiveDownload::validateExistingFile()
@@ -145,9 +143,11 @@ void CTaskInteractiveDownload::onExistingFileMd5CalculationFinished(bool result,
                 logText(d->info.destinationFilePath()).constData(), logText(md5).constData(),
                 logText(d->info.md5).constData());
     if (d->mayAskUser) {
-        ask({KOV_QUESTION_EXISTING_FILE_DAMAGED,
-             SLOT(onRetryDownloadExistingFileAnswered(KOV_RESULT, Messaging::ButtonID)),
-             {d->info.destinationFileName()}});
+        ask(MessageParams(KOV_QUESTION_EXISTING_FILE_DAMAGED)
+                .setLongMsgParams({d->info.destinationFileName()}),
+            [this](KOV_RESULT code, Messaging::ButtonID rc) {
+                onRetryDownloadExistingFileAnswered(code, rc);
+            });
         return;
     }
     const bool isAway = DownloadChecks::removeOrPutAside(d->info.destinationFilePath());
@@ -156,10 +156,8 @@ void CTaskInteractiveDownload::onExistingFileMd5CalculationFinished(bool result,
     subTaskCompleted(isAway ? KOV_SUCCESS : KOV_ERR_FAILURE);
 }
 
-void CTaskInteractiveDownload::onRetryDownloadExistingFileAnswered(KOV_RESULT code, Messaging::ButtonID rc)
+void CTaskInteractiveDownload::onRetryDownloadExistingFileAnswered(KOV_RESULT, Messaging::ButtonID rc)
 {
-    if (!takeAnswer(code))
-        return;
     if (rc == Messaging::Button1)
         d->removeFile();
     const bool isAway = !d->isThere();
@@ -190,9 +188,8 @@ void CTaskInteractiveDownload::onQueryDownloadContentLengthFinished(KOV_RESULT r
     const QNetworkReply *reply = d->request ? d->request->reply() : nullptr;
     d->request = nullptr;
     if (KOV_FAILED(rc) && !(reply && DownloadChecks::isHeadUnsupported(*reply))) {
-        ask({KOV_QUESTION_DOWNLOAD_FAILED,
-             SLOT(onRetryCurrentSubtaskAnswered(KOV_RESULT, Messaging::ButtonID)),
-             {d->info.destinationFileName()}});
+        ask(MessageParams(KOV_QUESTION_DOWNLOAD_FAILED).setLongMsgParams({d->info.destinationFileName()}),
+            retryStep());
         return;
     }
     const qint64 length = KOV_SUCCEEDED(rc) && reply ? DownloadChecks::contentLength(*reply) : -1;
@@ -216,18 +213,17 @@ KOV_RESULT CTaskInteractiveDownload::checkFreeSpace()
         return KOV_SUCCESS;
     KOV_LOG_TAG(Tag, 0, "(!)Error: Not enough free disk space!");
     setWaitForSubTaskCompletion();
-    askForSpace(SLOT(onRetryCurrentSubtaskAnswered(KOV_RESULT, Messaging::ButtonID)), d->info.size - byFar,
-                free);
+    askForSpace(retryStep(), d->info.size - byFar, free);
     return KOV_SUCCESS;
 }
 
-void CTaskInteractiveDownload::askForSpace(const char *slot, qint64 needed, qint64 free)
+void CTaskInteractiveDownload::askForSpace(const CTaskQuestion::Answered &answered, qint64 needed,
+                                           qint64 free)
 {
-    ask({KOV_QUESTION_NOT_ENOUGH_DISK_SPACE,
-         slot,
-         {QDir::toNativeSeparators(d->info.destinationDirectory), FormatUtils::dataSize(needed),
-          FormatUtils::dataSize(free)},
-         false});
+    ask(MessageParams(KOV_QUESTION_NOT_ENOUGH_DISK_SPACE)
+            .setLongMsgParams({QDir::toNativeSeparators(d->info.destinationDirectory),
+                               FormatUtils::dataSize(needed), FormatUtils::dataSize(free)}),
+        answered);
 }
 
 KOV_RESULT CTaskInteractiveDownload::downloadFile()
@@ -261,13 +257,18 @@ void CTaskInteractiveDownload::onDownloadFinished(QString path, int exitCode, in
         subTaskCompleted(KOV_SUCCESS);
         return;
     }
-    const char *slot = SLOT(onRetryDownloadAnswered(KOV_RESULT, Messaging::ButtonID, bool));
-    if (exitCode == diskFull) {
-        const qint64 free = QStorageInfo(d->info.destinationDirectory).bytesAvailable();
-        askForSpace(slot, qMax(qint64(0), d->info.size - d->info.downloadedByFar()), free);
+    // Not by this task, which would not hear of it: the application ends, and there is nobody to ask.
+    if (exitStatus != 0 && !path.isEmpty()) {
+        subTaskCompleted(KOV_ERR_CANCELLED);
         return;
     }
-    ask({KOV_QUESTION_DOWNLOAD_FAILED, slot, {d->info.destinationFileName()}, false});
+    if (exitCode == int(DownloadUtility::ExitCode::DiskFull)) {
+        const qint64 free = QStorageInfo(d->info.destinationDirectory).bytesAvailable();
+        askForSpace(retryDownload(false), qMax(qint64(0), d->info.size - d->info.downloadedByFar()), free);
+        return;
+    }
+    ask(MessageParams(KOV_QUESTION_DOWNLOAD_FAILED).setLongMsgParams({d->info.destinationFileName()}),
+        retryDownload(false));
 }
 
 KOV_RESULT CTaskInteractiveDownload::validateDownloadedFile()
@@ -292,17 +293,20 @@ void CTaskInteractiveDownload::onDownloadedFileMd5CalculationFinished(bool resul
                     logText(md5).constData(), logText(d->info.md5).constData());
     if (!d->mayAskUser && !isPaused())
         d->removeFile();
-    ask({KOV_QUESTION_DOWNLOAD_DAMAGED,
-         SLOT(onRetryDownloadAnswered(KOV_RESULT, Messaging::ButtonID, bool)),
-         {d->info.destinationFileName()},
-         true});
+    ask(MessageParams(KOV_QUESTION_DOWNLOAD_DAMAGED).setLongMsgParams({d->info.destinationFileName()}),
+        retryDownload(true));
 }
 
-void CTaskInteractiveDownload::onRetryDownloadAnswered(KOV_RESULT code, Messaging::ButtonID rc,
+CTaskQuestion::Answered CTaskInteractiveDownload::retryDownload(bool removeBrokenFile)
+{
+    return [this, removeBrokenFile](KOV_RESULT code, Messaging::ButtonID rc) {
+        onRetryDownloadAnswered(code, rc, removeBrokenFile);
+    };
+}
+
+void CTaskInteractiveDownload::onRetryDownloadAnswered(KOV_RESULT, Messaging::ButtonID rc,
                                                        bool removeBrokenFile)
 {
-    if (!takeAnswer(code))
-        return;
     if (removeBrokenFile)
         d->removeFile();
     if (rc != Messaging::Button1) {
@@ -323,10 +327,13 @@ void CTaskInteractiveDownload::onRetryDownloadAnswered(KOV_RESULT code, Messagin
     repeatCurrentStep();
 }
 
-void CTaskInteractiveDownload::onRetryCurrentSubtaskAnswered(KOV_RESULT code, Messaging::ButtonID rc)
+CTaskQuestion::Answered CTaskInteractiveDownload::retryStep()
 {
-    if (!takeAnswer(code))
-        return;
+    return [this](KOV_RESULT code, Messaging::ButtonID rc) { onRetryCurrentSubtaskAnswered(code, rc); };
+}
+
+void CTaskInteractiveDownload::onRetryCurrentSubtaskAnswered(KOV_RESULT, Messaging::ButtonID rc)
+{
     if (rc == Messaging::Button1)
         repeatCurrentStep();
     else

@@ -4,6 +4,7 @@
 #include "gui/log/LogText.h"
 #include "gui/tasks/http/CTaskHttpOperation.h"
 #include "gui/tasks/http/HttpResponse_p.h"
+#include "gui/tasks/http/WebUtils.h"
 
 #include <QFile>
 
@@ -34,7 +35,8 @@ int CHttpResponseParser::Private::take(const HttpResponse &response, QVariant &r
         return response.error;
     }
     for (const auto &[tag, text] : response.elements) {
-        KOV_LOG(3, "Received element %s - %s", logText(tag).constData(), logText(text).constData());
+        KOV_LOG(3, "Received element %s - %s", logText(tag).constData(),
+                logText(WebUtils::withMaskedUrls(text)).constData());
         values[tag] = text;
     }
     bool isNumber = false;

@@ -1,7 +1,7 @@
 #include "gui/tasks/http/WebUtils.h"
 
 #include "gui/frame/Application.h"
-#include "gui/frame/LibraryVersion_p.h"
+#include "gui/frame/LibraryVersion.h"
 
 #include <QRegularExpression>
 #include <QSysInfo>
@@ -25,40 +25,57 @@ QString encoded(const QString &text)
     return QString::fromLatin1(QUrl::toPercentEncoding(text));
 }
 
-/// A value as it stands in the query, masked where its key says so.
+bool isPerson(const QString &key)
+{
+    return isOneOf(key, {QLatin1String("Name"), QLatin1String("Email"), QLatin1String("E-mail")});
+}
+
+bool isPassword(const QString &key)
+{
+    return isOneOf(key, {QLatin1String("Password"), QLatin1String("NewPassword")});
+}
+
+/// A value as it stands in the query.
 QString maskedValue(const QString &key, const QString &value)
 {
     const QString plainKey = QUrl::fromPercentEncoding(key.toUtf8());
-    if (isOneOf(plainKey, {QLatin1String("Password"), QLatin1String("NewPassword")}))
-        return QStringLiteral("xxx");
-    if (isOneOf(plainKey, {QLatin1String("Name"), QLatin1String("Email"), QLatin1String("E-mail")}))
+    if (value.isEmpty() && !isPassword(plainKey))
+        return value;
+    if (isPerson(plainKey))
         return WebUtils::maskedEMail(QUrl::fromPercentEncoding(value.toUtf8()));
-    return value;
+    return QStringLiteral("xxx");
 }
 
 /// Replaces what the URL's masked form hides, in its encoded and its decoded form.
 void maskValues(QString &text, const QUrl &url)
 {
-    // A shorter one hides nothing and would spoil every text.
-    constexpr int shortestValue = 3;
-    const auto mask = [&text](const QString &value, const QString &masked) {
-        if (value.size() >= shortestValue && value != masked)
+    // Shorter ones hide nothing and would spoil every text.
+    constexpr int shortestSecret = 3;
+    constexpr int shortestValue = 8;
+    const auto mask = [&text](const QString &value, const QString &masked, int shortest) {
+        if (value.size() >= shortest && value != masked)
             text.replace(value, masked);
     };
     for (auto format : {QUrl::FullyEncoded, QUrl::FullyDecoded}) {
-        mask(url.userName(format), QStringLiteral("***"));
-        mask(url.password(format), QStringLiteral("xxx"));
-        for (const auto &[key, value] : QUrlQuery(url).queryItems(format))
-            mask(value, maskedValue(key, value));
+        mask(url.userName(format), QStringLiteral("***"), shortestSecret);
+        mask(url.password(format), QStringLiteral("xxx"), shortestSecret);
+        for (const auto &[key, value] : QUrlQuery(url).queryItems(format)) {
+            const bool isSecret = isPerson(key) || isPassword(key);
+            mask(value, maskedValue(key, value), isSecret ? shortestSecret : shortestValue);
+        }
     }
 }
 
 void maskOtherUrls(QString &text)
 {
-    static const QRegularExpression anyUrl(QStringLiteral("[A-Za-z][A-Za-z0-9+.-]*://[^\\s\"'<>]+"));
+    // User information reaches to the last "@" before the path: a password may hold one, and quotes.
+    static const QRegularExpression anyUrl(
+        QStringLiteral("([A-Za-z][A-Za-z0-9+.-]*:)/+(?:[^/?#\\s]*@)?[^\\s\"'<>]*"));
     int from = 0;
     for (auto match = anyUrl.match(text); match.hasMatch(); match = anyUrl.match(text, from)) {
-        const QString masked = WebUtils::maskedUrl(QUrl(match.captured()));
+        QString masked = WebUtils::maskedUrl(QUrl(match.captured()));
+        if (masked.isEmpty())
+            masked = match.captured(1) + QStringLiteral("//***");
         text.replace(match.capturedStart(), match.capturedLength(), masked);
         from = match.capturedStart() + masked.size();
     }
@@ -80,7 +97,7 @@ QString maskedEMail(const QString &address)
 
 QString maskedUrl(const QUrl &url)
 {
-    if (!url.isValid())
+    if (!url.isValid() || (url.host().isEmpty() && url.toString().contains(QLatin1Char('@'))))
         return QString();
     QUrl masked = url;
     masked.setUserInfo(QString());
@@ -106,6 +123,13 @@ QString withMaskedUrls(const QString &text, const QUrl &url)
     maskOtherUrls(result);
     maskValues(result, url);
     return result;
+}
+
+bool isOpenAddress(const QString &address)
+{
+    const QUrl url(address);
+    const bool isWeb = url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https");
+    return url.isValid() && isWeb && !url.host().isEmpty() && url.userInfo().isEmpty();
 }
 
 QueryItems productInfo(const QString &localeName)

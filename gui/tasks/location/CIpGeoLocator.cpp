@@ -73,7 +73,8 @@ CIpGeoLocator::LocationError CIpGeoLocator::Private::take(const CTaskSendHttpReq
     if (isAnswer)
         values = parser->getValues();
     for (auto it = values.cbegin(); it != values.cend(); ++it)
-        KOV_LOG(2, "%s : %s", logText(it.key()).constData(), logText(it.value().toString()).constData());
+        KOV_LOG(2, "%s : %s", logText(it.key()).constData(),
+                logText(WebUtils::withMaskedUrls(it.value().toString())).constData());
     if (found != NoError)
         KOV_LOG(0, "IP Geolocation failed with error: %s", textOf(found));
     return found;

@@ -4,15 +4,17 @@
 #include "gui/frame/Application.h"
 #include "gui/frame/GUI.h"
 #include "gui/frame/ImplementationRegistry_p.h"
+#include "gui/frame/LibraryVersion_p.h"
 #include "gui/help/Help.h"
 #include "gui/log/Log.h"
 #include "gui/log/LogText.h"
-#include "gui/messages/CMessageManager.h"
+#include "gui/messages/CSearchParentHelper.h"
+#include "gui/messages/CTaskQuestion.h"
 #include "gui/tasks/TaskIds.h"
-#include "gui/update/catalogue/UpdaterExitCode.h"
 #include "gui/update/check/UpdaterOutputUtils.h"
 #include "gui/update/launch/CTaskLaunchUpdater.h"
 #include "gui/update/launch/UpdateCommand_p.h"
+#include "gui/update/launch/UpdaterExitCode.h"
 #include "gui/update/launch/UpdaterFault_p.h"
 #include "gui/update/record/CustomUpdateServerInfo.h"
 #include "gui/update/record/UpdateUrl_p.h"
@@ -24,6 +26,7 @@
 #include <QIcon>
 #include <QPointer>
 #include <QTimer>
+#include <QUrl>
 
 #include <utility>
 
@@ -32,15 +35,11 @@ namespace {
 const char logTag[] = "[APP_UPDATE]";
 const char registryKey[] = "CTaskCheckForProductUpdate";
 
+using Updater::ExitCode;
+
 bool saysExitCode(int exitCode, ExitCode expected)
 {
     return exitCode == int(expected);
-}
-
-/// The messages of a check have an issuer of their own: they neither wait behind others nor make others wait.
-QString messageIssuer()
-{
-    return QStringLiteral("ProductUpdate");
 }
 
 CTaskCheckForProductUpdate *createRegistered(CTaskCheckForProductUpdate::Options options)
@@ -88,10 +87,7 @@ public:
     QPointer<CTaskLaunchUpdater> launcher;
     QString catalogueUrl;
     QString commandLine;
-    /// The message whose end the check waits for, 0 for none, and what the check ends with then.
-    KOV_RESULT openMessage = 0;
-    KOV_RESULT resultAfterMessage = KOV_SUCCESS;
-    bool showingMessage = false;
+    CTaskQuestion question{UpgradeUtils::messageIssuer()};
 
     void hideProgress()
     {
@@ -115,20 +111,11 @@ public:
         launcher.clear();
     }
 
-    void closeMessage()
-    {
-        const KOV_RESULT code = std::exchange(openMessage, 0);
-        if (code == 0)
-            return;
-        CMessageManager::instance()->clearMessageQueue(messageIssuer());
-        CMessageManager::instance()->closeSpecificMessageBox(messageIssuer(), code);
-    }
-
     void release()
     {
         releaseLauncher();
         hideProgress();
-        closeMessage();
+        question.close();
     }
 };
 
@@ -198,7 +185,7 @@ void CTaskCheckForProductUpdate::setCheckInBackground(bool inBackground)
     if (inBackground || !isCheckInBackground())
         return;
     d->options.setFlag(CheckInBackground, false);
-    if (isRunning() && d->openMessage == 0)
+    if (isRunning() && !d->question.isOpen())
         showProgress();
 }
 
@@ -216,8 +203,8 @@ KOV_RESULT CTaskCheckForProductUpdate::getCustomUpdateServerUrl(QString &url)
 
 void CTaskCheckForProductUpdate::bringToFront()
 {
-    if (d->openMessage != 0) {
-        CMessageManager::instance()->raiseSpecificMessageBox(messageIssuer(), d->openMessage);
+    if (d->question.isOpen()) {
+        d->question.raise();
     } else if (d->progress) {
         d->progress->raise();
         d->progress->activateWindow();
@@ -255,6 +242,7 @@ KOV_RESULT CTaskCheckForProductUpdate::showProgress()
     progress->setCancelButtonVisible(!isSmartInstallMode());
     connect(progress, SIGNAL(canceled()), this, SLOT(onCheckForUpdatesCanceled()));
     d->progress = progress;
+    CSearchParentHelper::makeTransient(progress, d->question.issuer());
     progress->show();
     return KOV_SUCCESS;
 }
@@ -279,7 +267,9 @@ KOV_RESULT CTaskCheckForProductUpdate::checkForUpdates()
     if (!url.isEmpty() && UpdateUrl::checked(url).isEmpty()) {
         KOV_LOG_TAG(logTag, 0, "(!)Error: the update catalogue's address [%s] cannot be used.",
                     UpdateUrl::forLog(url).constData());
-        completeWith(KOV_ERR_UPDATE_SERVER_NOT_REACHABLE, isInteractive());
+        completeWith(KOV_ERR_UPDATER_FAILED, isInteractive(),
+                     tr("The address of the update server, %1, cannot be used. Correct it in the settings.")
+                         .arg(QString::fromUtf8(UpdateUrl::forLog(url))));
         return KOV_SUCCESS;
     }
     url = UpdateUrl::checked(url);
@@ -312,6 +302,7 @@ void CTaskCheckForProductUpdate::launch()
     // A build without the class that finds proxies would only report, at every check, that there is none.
     if (KovGui::staticMetaObjectHash().contains(QStringLiteral("CTaskGetProxyInfo")))
         params.proxyUrl = d->catalogueUrl;
+    params.mayAskForPassword = !isCheckInBackground();
     d->launcher = new CTaskLaunchUpdater(params);
     connect(d->launcher, SIGNAL(taskFinished(KOV_RESULT)), this, SLOT(onCheckForUpdateFinished(KOV_RESULT)));
     d->launcher->execute();
@@ -333,7 +324,8 @@ void CTaskCheckForProductUpdate::onCheckForUpdateFinished(KOV_RESULT result)
     if (ranToItsEnd && saysExitCode(exitCode, ExitCode::UpdateFound))
         takeUpdate(output);
     else if (ranToItsEnd && saysExitCode(exitCode, ExitCode::NoUpdate))
-        completeWith(KOV_NO_UPDATE_AVAILABLE, isInteractive() && !d->options.testFlag(DoNotShowUpToDate));
+        completeWith(KOV_NO_UPDATE_AVAILABLE, isInteractive() && !d->options.testFlag(DoNotShowUpToDate),
+                     QString::fromLatin1(LibraryVersion::text()));
     else if (ranToItsEnd && saysExitCode(exitCode, ExitCode::NoConnection))
         handleNoConnection();
     else
@@ -358,12 +350,15 @@ void CTaskCheckForProductUpdate::takeUpdate(const QByteArray &output)
 void CTaskCheckForProductUpdate::handleNoConnection()
 {
     if (isSmartInstallMode()) {
-        d->resultAfterMessage = KOV_ERR_UPDATE_SERVER_NOT_REACHABLE;
-        showMessage(KOV_QUESTION_NO_CONNECTION,
-                    "1onNoConnectionQuestionClosed(KOV_RESULT, Messaging::ButtonID)");
+        d->question.ask(MessageParams(KOV_QUESTION_NO_CONNECTION),
+                        [this](KOV_RESULT code, Messaging::ButtonID answer) {
+                            onNoConnectionQuestionClosed(code, answer);
+                        });
         return;
     }
-    completeWith(KOV_ERR_UPDATE_SERVER_NOT_REACHABLE, isInteractive());
+    const QString server = QUrl(d->catalogueUrl).host();
+    completeWith(KOV_ERR_UPDATE_SERVER_NOT_REACHABLE, isInteractive(),
+                 server.isEmpty() ? tr("The update server") : server);
 }
 
 void CTaskCheckForProductUpdate::completeWith(KOV_RESULT result, bool withMessage, const QString &reason)
@@ -373,37 +368,16 @@ void CTaskCheckForProductUpdate::completeWith(KOV_RESULT result, bool withMessag
         return;
     }
     d->hideProgress();
-    d->resultAfterMessage = result;
-    showMessage(result, "1onMessageClosed()", reason);
-}
-
-void CTaskCheckForProductUpdate::showMessage(KOV_RESULT code, const char *closeSlot, const QString &reason)
-{
-    d->openMessage = code;
-    d->showingMessage = true;
-    MessageParams params(code);
-    params.setIssuerId(messageIssuer()).setCloseMsgSlot(CSlotInfo(this, closeSlot));
+    MessageParams message(result);
     if (!reason.isEmpty())
-        params.setLongMsgParams({reason});
-    const QPointer<CTaskCheckForProductUpdate> guard(this);
-    CMessageManager::instance()->showMessageBox(params);
-    if (guard)
-        d->showingMessage = false;
-}
-
-void CTaskCheckForProductUpdate::onMessageClosed()
-{
-    if (std::exchange(d->openMessage, 0) != 0)
-        subTaskCompleted(d->resultAfterMessage);
+        message.setLongMsgParams({reason});
+    d->question.ask(message, [this, result](KOV_RESULT, Messaging::ButtonID) { subTaskCompleted(result); });
 }
 
 void CTaskCheckForProductUpdate::onNoConnectionQuestionClosed(KOV_RESULT, Messaging::ButtonID answer)
 {
-    if (std::exchange(d->openMessage, 0) == 0)
-        return;
-    // A stored answer comes back from within the asking. Trying again on it would never end.
-    if (answer != Messaging::Button1 || d->showingMessage) {
-        subTaskCompleted(d->resultAfterMessage);
+    if (answer != Messaging::Button1) {
+        subTaskCompleted(KOV_ERR_UPDATE_SERVER_NOT_REACHABLE);
         return;
     }
     if (!isCheckInBackground())

@@ -1,49 +1,19 @@
-#include "gui/update/install/CTaskInstallProductUpdate.h"
-
 #include "gui/frame/Application.h"
 #include "gui/frame/GUI.h"
 #include "gui/log/Log.h"
 #include "gui/log/LogText.h"
-#include "gui/messages/CMessageManager.h"
+#include "gui/messages/CSearchParentHelper.h"
 #include "gui/tasks/TaskIds.h"
-#include "gui/tasks/download/CMd5Calculator.h"
-#include "gui/tasks/download/CTaskInteractiveDownload.h"
 #include "gui/update/dialogs/CConfirmUpdateInstallationDialog.h"
 #include "gui/update/dialogs/CUpdateDialog.h"
 #include "gui/update/dialogs/UpdateDialogLook_p.h"
-#include "gui/update/install/StalePackages_p.h"
-#include "gui/update/launch/CTaskLaunchUpdater.h"
-#include "gui/update/launch/UpdateCommand_p.h"
-#include "gui/update/launch/UpdaterFault_p.h"
-#include "gui/update/record/UpdateUrl_p.h"
-#include "gui/update/record/UpgradeUtils.h"
-#include "gui/window/CProgressDialog.h"
-
-#include <QApplication>
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
-#include <QIcon>
-#include <QPointer>
-#include <QRegularExpression>
+#include "gui/update/install/CTaskInstallProductUpdate_p.h"
 
 #include <utility>
 
 namespace {
 
 const char logTag[] = "[APP_UPDATE]";
-
-/// The messages of an update have an issuer of their own: they neither wait behind others nor make others wait.
-QString messageIssuer()
-{
-    return QStringLiteral("ProductUpdate");
-}
-
-bool isDigest(const QString &text)
-{
-    static const QRegularExpression pattern(QStringLiteral("\\A[0-9A-Fa-f]{32}\\z"));
-    return pattern.match(text).hasMatch();
-}
 
 void raise(QWidget *window)
 {
@@ -53,64 +23,12 @@ void raise(QWidget *window)
 
 } // namespace
 
-class CTaskInstallProductUpdate::Private
-{
-public:
-    explicit Private(CTaskInstallProductUpdate *owner)
-        : q(owner)
-    { }
-
-    QString path() const
-    {
-        // Without a folder the path would be one in the user's home.
-        const QString folder = info.download.destinationDirectory;
-        return folder.isEmpty() ? QString() : info.download.destinationFilePath();
-    }
-    bool hasPackage() const { return QFileInfo(path()).isFile(); }
-
-    void open(CBaseDialog *window, const char *answerSlot);
-    void takeOffer(int answer);
-    void showMessage(KOV_RESULT code, const QStringList &parameters, const char *closeSlot);
-    bool takeAnswer();
-    void confirmCancelSmartInstall();
-    /// Runs the step under way again, with others before it.
-    void repeat(const QList<int> &before = QList<int>());
-    void failInstallation(KOV_RESULT result, const QString &reason, bool mayRetry);
-    void failUnverifiable();
-    void launchUpdater(const QString &updaterPath);
-    void showProgress();
-
-    void closeWindow(QPointer<CBaseDialog> &window);
-    void releaseLauncher();
-    void release();
-
-    CTaskInstallProductUpdate *const q;
-    CProductUpdateInfo info;
-    TaskParams params;
-    UserChoice choice = NotAsked;
-    QPointer<CBaseDialog> dialog;
-    QPointer<CBaseDialog> progress;
-    QPointer<CTaskInteractiveDownload> download;
-    QPointer<CMd5Calculator> calculator;
-    QPointer<CTaskLaunchUpdater> launcher;
-    bool downloadsInBackground = false;
-    bool downloaded = false;
-    bool userSawDownload = false;
-    bool terminating = false;
-
-    /// The message whose end the task waits for, 0 for none, and what it ends with then.
-    KOV_RESULT openMessage = 0;
-    KOV_RESULT resultAfterMessage = KOV_SUCCESS;
-    bool mayRetry = false;
-    /// A stored answer comes back from within the asking. Trying again on it would never end.
-    bool showingMessage = false;
-};
-
 void CTaskInstallProductUpdate::Private::open(CBaseDialog *window, const char *answerSlot)
 {
     dialog = window;
     QObject::connect(window, SIGNAL(finished(int)), q, answerSlot);
     q->setWaitForSubTaskCompletion();
+    CSearchParentHelper::makeTransient(window, UpgradeUtils::messageIssuer());
     window->open();
     raise(window);
 }
@@ -118,7 +36,7 @@ void CTaskInstallProductUpdate::Private::open(CBaseDialog *window, const char *a
 void CTaskInstallProductUpdate::Private::takeOffer(int answer)
 {
     KOV_LOG_TAG(logTag, 2, "Install Update Answer: [%d]", answer);
-    closeWindow(dialog);
+    closeDialog();
     if (answer == CUpdateDialog::InstallNow) {
         choice = InstallNow;
         q->subTaskCompleted(KOV_SUCCESS);
@@ -130,32 +48,23 @@ void CTaskInstallProductUpdate::Private::takeOffer(int answer)
     }
 }
 
-void CTaskInstallProductUpdate::Private::showMessage(KOV_RESULT code, const QStringList &parameters,
-                                                     const char *closeSlot)
+void CTaskInstallProductUpdate::Private::ask(KOV_RESULT code, const QStringList &parameters,
+                                             void (CTaskInstallProductUpdate::*answered)(KOV_RESULT,
+                                                                                         Messaging::ButtonID))
 {
-    openMessage = code;
-    showingMessage = true;
     MessageParams message(code);
-    message.setIssuerId(messageIssuer())
-        .setLongMsgParams(parameters)
-        .setCloseMsgSlot(CSlotInfo(q, closeSlot));
+    message.setLongMsgParams(parameters);
     if (code == KOV_ERR_UPDATE_INSTALLATION_FAILED && !mayRetry)
         message.addButton(Messaging::Button1, {CTaskInstallProductUpdate::tr("OK"), QMessageBox::AcceptRole});
-    const QPointer<CTaskInstallProductUpdate> guard(q);
-    CMessageManager::instance()->showMessageBox(message);
-    if (guard)
-        showingMessage = false;
-}
-
-bool CTaskInstallProductUpdate::Private::takeAnswer()
-{
-    return std::exchange(openMessage, 0) != 0;
+    question.ask(message, [this, answered](KOV_RESULT shown, Messaging::ButtonID answer) {
+        (q->*answered)(shown, answer);
+    });
 }
 
 void CTaskInstallProductUpdate::Private::confirmCancelSmartInstall()
 {
-    showMessage(KOV_QUESTION_CANCEL_SMART_INSTALL, QStringList(),
-                "1onConfirmCancelSmartInstallAnswered(KOV_RESULT, Messaging::ButtonID)");
+    ask(KOV_QUESTION_CANCEL_SMART_INSTALL, QStringList(),
+        &CTaskInstallProductUpdate::onConfirmCancelSmartInstallAnswered);
 }
 
 void CTaskInstallProductUpdate::Private::repeat(const QList<int> &before)
@@ -172,88 +81,50 @@ void CTaskInstallProductUpdate::Private::failInstallation(KOV_RESULT result, con
     resultAfterMessage = result;
     mayRetry = retry;
     const bool updaterMissing = result == KOV_ERR_UPDATER_MISSING;
-    showMessage(updaterMissing ? result : KOV_ERR_UPDATE_INSTALLATION_FAILED, {reason},
-                "1onInstallationErrorClosed(KOV_RESULT, Messaging::ButtonID)");
+    ask(updaterMissing ? result : KOV_ERR_UPDATE_INSTALLATION_FAILED, {reason},
+        &CTaskInstallProductUpdate::onInstallationErrorClosed);
 }
 
 void CTaskInstallProductUpdate::Private::failUnverifiable()
 {
-    failInstallation(
-        KOV_ERR_FAILURE,
-        CTaskInstallProductUpdate::tr("The update server does not tell how to verify that the update is "
-                                      "complete. Look for updates again later."),
-        false);
+    failInstallation(KOV_ERR_FAILURE,
+                     CTaskInstallProductUpdate::tr(
+                         "The update server does not tell how to verify that the update is complete. "
+                         "Look for updates again later."),
+                     false);
 }
 
 void CTaskInstallProductUpdate::Private::launchUpdater(const QString &updaterPath)
 {
-    CTaskLaunchUpdater::TaskParams launch;
-    launch.commandLine = UpdateCommand::install(updaterPath, QFileInfo(path()).absoluteFilePath());
-    KOV_LOG_TAG(logTag, 2, "Update install command: %s", UpdateUrl::forLog(launch.commandLine).constData());
-    launcher = new CTaskLaunchUpdater(launch);
-    launcher->setParent(q);
+    CTaskLaunchUpdater *launcher = updater.create(updaterPath, path(), q);
     if (!params.onAppStart)
-        showProgress();
-    QObject::connect(launcher, SIGNAL(taskFinished(KOV_RESULT)), q,
-                     SLOT(onUpdateInstallationFinished(KOV_RESULT)));
+        updater.showProgress();
+    QObject::connect(launcher, &CAbstractTask::taskFinished, q,
+                     &CTaskInstallProductUpdate::onUpdateInstallationFinished);
     q->attachChildTask(launcher);
+    UpgradeUtils::setUpdateHandedOver(info);
     launcher->execute();
 }
 
-void CTaskInstallProductUpdate::Private::showProgress()
+void CTaskInstallProductUpdate::Private::closeDialog()
 {
-    const QString appName = KovGui::getAppGuiName();
-    auto *window = new CProgressDialog;
-    window->setObjectName(QStringLiteral("UpdateInstallProgress"));
-    window->setWindowTitle(appName);
-    window->setWindowIcon(QApplication::windowIcon());
-    window->setLabelText(CTaskInstallProductUpdate::tr("Installing the update of @@PRODUCT_NAME...")
-                             .replace(QLatin1String("@@PRODUCT_NAME"), appName));
-    window->setRange(0, 100);
-    window->setValue(0);
-    window->setCancelButtonVisible(false);
-    QObject::connect(launcher, SIGNAL(progress(int)), window, SLOT(setValue(int)));
-    progress = window;
-    window->show();
-}
-
-void CTaskInstallProductUpdate::Private::closeWindow(QPointer<CBaseDialog> &window)
-{
-    if (!window)
+    if (!dialog)
         return;
     // It may be in the middle of telling that it was closed.
-    window->disconnect(q);
-    window->hide();
-    window->deleteLater();
-    window.clear();
-}
-
-void CTaskInstallProductUpdate::Private::releaseLauncher()
-{
-    if (!launcher)
-        return;
-    launcher->disconnect(q);
-    launcher->deleteLater();
-    launcher.clear();
+    dialog->disconnect(q);
+    dialog->hide();
+    dialog->deleteLater();
+    dialog.clear();
 }
 
 void CTaskInstallProductUpdate::Private::release()
 {
-    closeWindow(dialog);
-    closeWindow(progress);
-    if (calculator) {
-        calculator->disconnect(q);
-        calculator->cancel();
-    }
+    closeDialog();
+    updater.letGo();
+    packageCheck.cancel();
     if (download)
         download->disconnect(q);
-    if (launcher)
-        launcher->disconnect(q);
-    const KOV_RESULT code = std::exchange(openMessage, 0);
-    if (code == 0)
-        return;
-    CMessageManager::instance()->clearMessageQueue(messageIssuer());
-    CMessageManager::instance()->closeSpecificMessageBox(messageIssuer(), code);
+    question.close();
 }
 
 CTaskInstallProductUpdate::CTaskInstallProductUpdate(const CProductUpdateInfo &info, const TaskParams &params)
@@ -263,8 +134,9 @@ CTaskInstallProductUpdate::CTaskInstallProductUpdate(const CProductUpdateInfo &i
     d->info = info;
     d->params = params;
     d->downloadsInBackground = params.downloadInBackground;
+    connect(&d->packageCheck, &PackageCheck::finished, this, &CTaskInstallProductUpdate::onPackageChecked);
     if (info.download.destinationDirectory.isEmpty())
-        d->info.download.destinationDirectory = UpgradeUtils::updatesFolder();
+        d->info.download.chooseDirectory(UpgradeUtils::updatesFolder());
 }
 
 CTaskInstallProductUpdate::~CTaskInstallProductUpdate()
@@ -302,6 +174,31 @@ bool CTaskInstallProductUpdate::isInBackgroundDownload() const
     return isRunning() && d->downloadsInBackground && d->download;
 }
 
+bool CTaskInstallProductUpdate::isSilent() const
+{
+    return isRunning() && d->downloadsInBackground && !d->downloaded;
+}
+
+bool CTaskInstallProductUpdate::isOffering() const
+{
+    return d->dialog;
+}
+
+bool CTaskInstallProductUpdate::isInstalling() const
+{
+    return d->updater.isUnderWay();
+}
+
+bool CTaskInstallProductUpdate::isInstalled() const
+{
+    return d->installed;
+}
+
+void CTaskInstallProductUpdate::setConfirmInstall(bool confirm)
+{
+    d->confirmsInstall = confirm;
+}
+
 QString CTaskInstallProductUpdate::getInstallationPath() const
 {
     return d->path();
@@ -315,12 +212,12 @@ void CTaskInstallProductUpdate::terminate(int result)
 
 void CTaskInstallProductUpdate::bringToFront()
 {
-    if (d->openMessage != 0)
-        CMessageManager::instance()->raiseSpecificMessageBox(messageIssuer(), d->openMessage);
+    if (d->question.isOpen())
+        d->question.raise();
     else if (d->dialog)
         raise(d->dialog);
-    else if (d->progress)
-        raise(d->progress);
+    else if (d->updater.window())
+        raise(d->updater.window());
     else
         CAbstractTask::bringToFront();
 }
@@ -348,7 +245,7 @@ QList<int> CTaskInstallProductUpdate::getDefaultSubTaskList() const
         steps << ConfirmUpdateDownload;
     if (absent && (d->params.smartInstall || !d->params.onAppStart))
         steps << DownloadUpdate;
-    if (!d->params.smartInstall)
+    if (!d->params.smartInstall && (d->confirmsInstall || !d->params.onAppStart))
         steps << ConfirmUpdateInstall;
     if (!criticalApps().isEmpty())
         steps << CheckRunningApps;
@@ -358,245 +255,11 @@ QList<int> CTaskInstallProductUpdate::getDefaultSubTaskList() const
 QList<int> CTaskInstallProductUpdate::getNonTerminatableSubTasks() const
 {
     // The questions of that step may be cut.
-    return d->launcher ? QList<int>{InstallUpdate} : QList<int>();
+    return d->updater.isUnderWay() ? QList<int>{InstallUpdate} : QList<int>();
 }
 
 void CTaskInstallProductUpdate::finish(int result)
 {
     d->release();
     CAbstractTask::finish(result);
-}
-
-KOV_RESULT CTaskInstallProductUpdate::removeOldUpdates()
-{
-    const QFileInfo package(d->path());
-    if (d->path().isEmpty())
-        return KOV_SUCCESS;
-    QDir folder(package.absolutePath());
-    const QStringList names = folder.entryList(QDir::Files | QDir::Hidden | QDir::NoSymLinks);
-    for (const QString &name : StalePackages::among(names, package.fileName())) {
-        const bool removed = folder.remove(name);
-        KOV_LOG_TAG(logTag, 2, "Remove unneeded update [%s]: %s",
-                    KovGui::logText(folder.filePath(name)).constData(), removed ? "OK" : "FAILED");
-    }
-    return KOV_SUCCESS;
-}
-
-KOV_RESULT CTaskInstallProductUpdate::confirmUpdateDownload()
-{
-    auto *window = new CUpdateDialog(d->params.smartInstall ? CUpdateDialog::DownloadAndInstall
-                                                            : CUpdateDialog::Download);
-    window->setNotificationFor(d->info);
-    d->open(window, SLOT(onConfirmUpdateDownloadAnswered(int)));
-    return KOV_SUCCESS;
-}
-
-void CTaskInstallProductUpdate::onConfirmUpdateDownloadAnswered(int answer)
-{
-    d->takeOffer(answer);
-}
-
-KOV_RESULT CTaskInstallProductUpdate::downloadUpdate()
-{
-    if (d->path().isEmpty()) {
-        KOV_LOG_TAG(logTag, 0, "(!)Error: the update [%s] names no package that can be downloaded.",
-                    UpdateUrl::forLog(d->info.download.url).constData());
-        return KOV_ERR_FAILURE;
-    }
-    const bool background = d->downloadsInBackground;
-    if (!isDigest(d->info.download.md5)) {
-        KOV_LOG_TAG(logTag, 0, "(!)Error: the update has no digest, so its package cannot be verified.");
-        if (background)
-            return KOV_ERR_FAILURE;
-        setWaitForSubTaskCompletion();
-        d->failUnverifiable();
-        return KOV_SUCCESS;
-    }
-    setWaitForSubTaskCompletion();
-    UpgradeUtils::setDownloadingUpdateInBackground(background);
-    d->download
-        = new CTaskInteractiveDownload(d->info.download, d->info.download.md5, background, !background);
-    d->download->setParent(this);
-    connect(d->download, SIGNAL(taskFinished(KOV_RESULT)), this, SLOT(onUpdateDownloadFinished(KOV_RESULT)));
-    attachChildTask(d->download);
-    d->download->execute();
-    return KOV_SUCCESS;
-}
-
-void CTaskInstallProductUpdate::onUpdateDownloadFinished(KOV_RESULT result)
-{
-    d->download->disconnect(this);
-    d->download->deleteLater();
-    d->download.clear();
-    // Cut off by the application's end it goes on at the next start.
-    if (d->terminating)
-        return;
-    if (d->downloadsInBackground)
-        UpgradeUtils::setDownloadingUpdateInBackground(false);
-    if (result == KOV_ERR_CANCELLED) {
-        d->choice = Cancel;
-        if (d->params.smartInstall) {
-            d->confirmCancelSmartInstall();
-            return;
-        }
-    }
-    d->downloaded = KOV_SUCCEEDED(result);
-    d->userSawDownload = !d->downloadsInBackground;
-    subTaskCompleted(KOV_SUCCEEDED(result) ? KOV_SUCCESS : result);
-}
-
-void CTaskInstallProductUpdate::onConfirmCancelSmartInstallAnswered(KOV_RESULT, Messaging::ButtonID answer)
-{
-    if (!d->takeAnswer())
-        return;
-    if (answer == Messaging::Button1 || d->showingMessage) {
-        d->choice = Cancel;
-        subTaskCompleted(KOV_ERR_CANCELLED);
-    } else {
-        d->repeat();
-    }
-}
-
-KOV_RESULT CTaskInstallProductUpdate::confirmUpdateInstall()
-{
-    // Nothing is there to be offered; the installation sees to that.
-    if (!d->hasPackage())
-        return KOV_SUCCESS;
-    if (d->userSawDownload) {
-        auto *window = new CConfirmUpdateInstallationDialog;
-        setDescription(window);
-        d->open(window, SLOT(onConfirmUpdateInstallSimpleAnswered(int)));
-        return KOV_SUCCESS;
-    }
-    auto *window = new CUpdateDialog(CUpdateDialog::Install);
-    window->setNotificationFor(d->info);
-    d->open(window, SLOT(onConfirmUpdateInstallAnswered(int)));
-    return KOV_SUCCESS;
-}
-
-void CTaskInstallProductUpdate::onConfirmUpdateInstallAnswered(int answer)
-{
-    d->takeOffer(answer);
-}
-
-void CTaskInstallProductUpdate::onConfirmUpdateInstallSimpleAnswered(int answer)
-{
-    d->takeOffer(answer);
-}
-
-KOV_RESULT CTaskInstallProductUpdate::checkRunningApps()
-{
-    const QStringList apps = criticalApps();
-    if (apps.isEmpty())
-        return KOV_SUCCESS;
-    setWaitForSubTaskCompletion();
-    d->showMessage(KOV_QUESTION_CLOSE_APPLICATIONS, {apps.join(QLatin1Char('\n'))},
-                   "1onCheckRunningAppsAnswered(KOV_RESULT, Messaging::ButtonID)");
-    return KOV_SUCCESS;
-}
-
-void CTaskInstallProductUpdate::onCheckRunningAppsAnswered(KOV_RESULT, Messaging::ButtonID answer)
-{
-    if (d->takeAnswer())
-        onCheckRunningAppsFinished(d->showingMessage ? Messaging::ButtonNone : answer);
-}
-
-void CTaskInstallProductUpdate::onCheckRunningAppsFinished(int answer)
-{
-    if (answer == Messaging::Button1) {
-        d->repeat();
-        return;
-    }
-    d->choice = Cancel;
-    subTaskCompleted(KOV_ERR_CANCELLED);
-}
-
-KOV_RESULT CTaskInstallProductUpdate::installUpdate()
-{
-    if (!criticalApps().isEmpty()) {
-        prependSubTask(InstallUpdate);
-        prependSubTask(CheckRunningApps);
-        return KOV_SUCCESS;
-    }
-    setWaitForSubTaskCompletion();
-    if (!isDigest(d->info.download.md5)) {
-        KOV_LOG_TAG(logTag, 0, "(!)Error: the update has no digest, so its package cannot be verified.");
-        d->failUnverifiable();
-        return KOV_SUCCESS;
-    }
-    if (!d->hasPackage() && !d->downloaded) {
-        d->downloadsInBackground = false;
-        d->repeat({DownloadUpdate});
-        return KOV_SUCCESS;
-    }
-    d->calculator = new CMd5Calculator(d->path(), this);
-    connect(d->calculator, SIGNAL(finished(bool, QString)), this,
-            SLOT(onPackageDigestCalculated(bool, QString)));
-    d->calculator->start();
-    return KOV_SUCCESS;
-}
-
-void CTaskInstallProductUpdate::onPackageDigestCalculated(bool ok, const QString &digest)
-{
-    if (!isRunning())
-        return;
-    if (!ok || digest.compare(d->info.download.md5, Qt::CaseInsensitive) != 0) {
-        KOV_LOG_TAG(logTag, 0, "(!)Error: the package [%s] is damaged: its digest is [%s] instead of [%s].",
-                    KovGui::logText(d->path()).constData(), qPrintable(digest),
-                    qPrintable(d->info.download.md5));
-        QFile::remove(d->path());
-        d->showMessage(d->downloaded ? KOV_QUESTION_DOWNLOAD_DAMAGED : KOV_QUESTION_EXISTING_FILE_DAMAGED,
-                       {d->info.download.destinationFileName()},
-                       "1onDownloadRetryAnswered(KOV_RESULT, Messaging::ButtonID)");
-        return;
-    }
-    QString updateMode;
-    const QString updaterPath = KovGui::getUpdaterFilePathAndUpdateMode(updateMode, QStringLiteral("ctl"));
-    if (!QFileInfo(updaterPath).isFile()) {
-        KOV_LOG_TAG(logTag, 0, "An updater file %s is not found.", KovGui::logText(updaterPath).constData());
-        d->failInstallation(KOV_ERR_UPDATER_MISSING, QString(), false);
-        return;
-    }
-    d->launchUpdater(updaterPath);
-}
-
-void CTaskInstallProductUpdate::onDownloadRetryAnswered(KOV_RESULT, Messaging::ButtonID answer)
-{
-    if (!d->takeAnswer())
-        return;
-    if (answer != Messaging::Button1 || d->showingMessage) {
-        subTaskCompleted(KOV_ERR_FAILURE);
-        return;
-    }
-    d->downloadsInBackground = false;
-    d->repeat({DownloadUpdate});
-}
-
-void CTaskInstallProductUpdate::onUpdateInstallationFinished(KOV_RESULT result)
-{
-    const int exitCode = d->launcher->exitCode();
-    const QProcess::ExitStatus exitStatus = d->launcher->exitStatus();
-    KOV_LOG_TAG(logTag, 2,
-                "Updater execution has finished with result [%d] exit code [%d] and exit status [%d]", result,
-                exitCode, int(exitStatus));
-    d->closeWindow(d->progress);
-    d->releaseLauncher();
-    // The exit code of a crash is the number of a signal.
-    if (KOV_SUCCEEDED(result) && exitStatus == QProcess::NormalExit && exitCode == 0)
-        subTaskCompleted(KOV_SUCCESS);
-    else if (d->terminating)
-        subTaskCompleted(KOV_ERR_UPDATE_INSTALLATION_FAILED);
-    else
-        d->failInstallation(KOV_ERR_UPDATE_INSTALLATION_FAILED,
-                            UpdaterFault::explanation(result, exitCode, exitStatus), true);
-}
-
-void CTaskInstallProductUpdate::onInstallationErrorClosed(KOV_RESULT, Messaging::ButtonID answer)
-{
-    if (!d->takeAnswer())
-        return;
-    if (d->mayRetry && answer == Messaging::Button1 && !d->showingMessage)
-        d->repeat();
-    else
-        subTaskCompleted(d->resultAfterMessage);
 }

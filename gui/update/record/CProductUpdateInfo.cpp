@@ -6,6 +6,8 @@
 #include <QRegularExpression>
 #include <QSettings>
 
+#include <tuple>
+
 namespace {
 
 QString findVersion(const QString &text)
@@ -37,6 +39,15 @@ CProductUpdateInfo::CProductUpdateInfo(UpdateType type)
 {
     // The folder is chosen when the download starts.
     download.destinationDirectory.clear();
+}
+
+bool CProductUpdateInfo::isSameUpdate(const CProductUpdateInfo &other) const
+{
+    const auto key = [](const CProductUpdateInfo &info) {
+        return std::make_tuple(info.isMajorUpgrade(), info.transactionId, info.download.url,
+                               info.download.md5.toLower());
+    };
+    return key(*this) == key(other);
 }
 
 QString CProductUpdateInfo::getVersion() const

@@ -21,6 +21,8 @@ public:
     /// Texts empty (the destination folder too), size 0.
     explicit CProductUpdateInfo(UpdateType type = MinorUpdate);
 
+    /// Whether both name the same package of the same update, wherever it lies.
+    bool isSameUpdate(const CProductUpdateInfo &other) const;
     bool isMajorUpgrade() const { return updateType == MajorUpgrade; }
 
     /// "3.1.5-31502": of a major upgrade from the package's file name, else from the transaction id. Empty

@@ -1,8 +1,8 @@
 #include "gui/update/record/UpdateUrl_p.h"
 
 #include "gui/log/LogText.h"
+#include "gui/tasks/http/WebUtils.h"
 
-#include <QRegularExpression>
 #include <QUrl>
 
 #include <algorithm>
@@ -24,19 +24,12 @@ QString UpdateUrl::checked(const QString &address)
     if (address.size() > longestAddress || std::any_of(address.begin(), address.end(), isForbidden))
         return QString();
     const QUrl url(address, QUrl::StrictMode);
-    const bool isWeb = url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https");
-    if (!url.isValid() || !isWeb || url.host().isEmpty() || url.host().startsWith(QLatin1Char('-')))
-        return QString();
-    if (!url.password().isEmpty())
+    if (!url.isValid() || !WebUtils::isOpenAddress(address) || url.host().startsWith(QLatin1Char('-')))
         return QString();
     return QString::fromLatin1(url.toEncoded());
 }
 
 QByteArray UpdateUrl::forLog(const QString &text)
 {
-    // Up to the last "@" before the path: a password may hold one.
-    static const QRegularExpression userInformation(QStringLiteral("(://)[^/?#\\s]*@"));
-    QString masked = text;
-    masked.replace(userInformation, QStringLiteral("\\1***@"));
-    return KovGui::logText(masked);
+    return KovGui::logText(WebUtils::withMaskedUrls(text));
 }

@@ -1,14 +1,17 @@
 #include "gui/update/record/UpgradeUtils.h"
 
-#include "gui/frame/LibraryVersion_p.h"
+#include "gui/frame/Application.h"
+#include "gui/frame/LibraryVersion.h"
 #include "gui/log/Log.h"
 #include "gui/log/LogText.h"
+#include "gui/update/record/CProductUpdateInfo.h"
 #include "gui/update/record/UpdateSettings_p.h"
 #include "gui/update/record/UpdateUrl_p.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QLocale>
+#include <QProcess>
 #include <QSettings>
 #include <QStandardPaths>
 
@@ -45,6 +48,13 @@ QString skippedUpdateKey(QString transactionId)
     transactionId.replace(QLatin1Char('/'), QLatin1String("%2F"));
     transactionId.replace(QLatin1Char('\\'), QLatin1String("%5C"));
     return UpdateSettings::skippedUpdates + QLatin1Char('/') + transactionId;
+}
+
+QString transactionIdOf(QString key)
+{
+    key.replace(QLatin1String("%5C"), QLatin1String("\\"));
+    key.replace(QLatin1String("%2F"), QLatin1String("/"));
+    return key.replace(QLatin1String("%25"), QLatin1String("%"));
 }
 
 } // namespace
@@ -98,6 +108,31 @@ bool isNeedToInstallUpdateOnAppStart(int *type)
     return storedType != noType;
 }
 
+bool isConfirmationNeededOnAppStart()
+{
+    return QSettings().value(UpdateSettings::confirmInstall, true).toBool();
+}
+
+void setUpdateHandedOver(const CProductUpdateInfo &info)
+{
+    info.store();
+    QSettings settings;
+    settings.setValue(UpdateSettings::installedUpdateType, int(info.updateType));
+    settings.setValue(UpdateSettings::installedUpdateVersion, info.getVersion());
+}
+
+bool takeInstalledUpdate(CProductUpdateInfo *info)
+{
+    QSettings settings;
+    if (settings.value(UpdateSettings::installedUpdateVersion).toString() != thisBuild())
+        return false;
+    *info = CProductUpdateInfo(
+        CProductUpdateInfo::UpdateType(settings.value(UpdateSettings::installedUpdateType).toInt()));
+    info->load();
+    settings.remove(UpdateSettings::installedUpdateVersion);
+    return true;
+}
+
 bool isUpdateSkipped(const QString &transactionId)
 {
     return !transactionId.isEmpty() && QSettings().value(skippedUpdateKey(transactionId)).toBool();
@@ -109,7 +144,22 @@ void setUpdateSkipped(const QString &transactionId, bool skipped)
         KOV_LOG_TAG("[APP_UPDATE]", 0, "(!)Error: an update without transaction id cannot be skipped.");
         return;
     }
-    QSettings().setValue(skippedUpdateKey(transactionId), skipped);
+    if (skipped)
+        QSettings().setValue(skippedUpdateKey(transactionId), true);
+    else
+        QSettings().remove(skippedUpdateKey(transactionId));
+}
+
+QStringList skippedUpdates()
+{
+    QSettings settings;
+    settings.beginGroup(UpdateSettings::skippedUpdates);
+    QStringList ids;
+    for (const QString &key : settings.childKeys()) {
+        if (settings.value(key).toBool())
+            ids << transactionIdOf(key);
+    }
+    return ids;
 }
 
 QDateTime lastCheckedOn()
@@ -187,6 +237,28 @@ QString updatesFolder()
         return QString();
     }
     return path;
+}
+
+void confirmRunningVersion()
+{
+    QString updateMode;
+    const QString updater = KovGui::getUpdaterFilePathAndUpdateMode(updateMode, QStringLiteral("ctl"));
+    if (!QFileInfo(updater).isExecutable())
+        return;
+    // Its answer is of no use here: where there is nothing to confirm, it says so on standard error.
+    QProcess process;
+    process.setProgram(updater);
+    process.setArguments({QStringLiteral("confirm")});
+    process.setStandardOutputFile(QProcess::nullDevice());
+    process.setStandardErrorFile(QProcess::nullDevice());
+    if (!process.startDetached())
+        KOV_LOG_TAG("[APP_UPDATE]", 0, "(!)Error: %s cannot be started to confirm this version.",
+                    KovGui::logText(updater).constData());
+}
+
+QString messageIssuer()
+{
+    return QStringLiteral("ProductUpdate");
 }
 
 } // namespace UpgradeUtils

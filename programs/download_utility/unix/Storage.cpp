@@ -1,5 +1,6 @@
 #include "programs/download_utility/Storage.h"
 
+#include "gui/platform/unix/Descriptor.h"
 #include "gui/tasks/download/FileName.h"
 #include "programs/download_utility/Sidecar.h"
 
@@ -14,33 +15,7 @@
 
 namespace {
 
-/// A file descriptor that closes itself.
-class Descriptor
-{
-public:
-    explicit Descriptor(int number = -1)
-        : m_number(number)
-    { }
-    Descriptor(Descriptor &&other) noexcept
-        : m_number(std::exchange(other.m_number, -1))
-    { }
-    Descriptor &operator=(Descriptor &&other) noexcept
-    {
-        std::swap(m_number, other.m_number);
-        return *this;
-    }
-    ~Descriptor()
-    {
-        if (m_number >= 0)
-            ::close(m_number);
-    }
-
-    bool isOpen() const { return m_number >= 0; }
-    int number() const { return m_number; }
-
-private:
-    int m_number;
-};
+using KovGui::Platform::Descriptor;
 
 // Data goes to the disk while more arrives; the sync at the end then waits for little.
 const std::uint64_t writeBackStep = 8 * 1024 * 1024;
@@ -58,6 +33,12 @@ Result systemError(const std::string &what)
 bool isOurs(const struct stat &status)
 {
     return S_ISREG(status.st_mode) && status.st_nlink == 1 && status.st_uid == geteuid();
+}
+
+bool isOthers(int folder, const std::string &name)
+{
+    struct stat status = {};
+    return fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 && status.st_uid != geteuid();
 }
 
 Result foreignFile(const std::string &name)
@@ -112,7 +93,10 @@ Result Storage::Private::openPart()
     for (int attempt = 0; attempt < 10; ++attempt) {
         part = Descriptor(openat(folder.number(), partName.c_str(), O_RDWR | O_CREAT | noFollow, 0666));
         if (!part.isOpen()) {
-            const bool isForeign = errno == ELOOP || errno == EISDIR || errno == ENXIO;
+            const int error = errno;
+            const bool isForeign = error == ELOOP || error == EISDIR || error == ENXIO
+                                   || (error == EACCES && isOthers(folder.number(), partName));
+            errno = error;
             return isForeign ? foreignFile(partName) : systemError("cannot open the part file");
         }
         struct stat status = {};
@@ -254,15 +238,11 @@ Result Storage::writeSidecar(const std::string &text)
         openat(d->folder.number(), d->draftName.c_str(), O_WRONLY | O_CREAT | O_EXCL | noFollow, 0600));
     if (!file.isOpen())
         return systemError("cannot write the sidecar");
-    const ssize_t written = ::write(file.number(), text.data(), text.size());
     d->isSidecarOurs = true;
-    const bool isComplete = written == static_cast<ssize_t>(text.size()) && fdatasync(file.number()) == 0;
-    if (isComplete
+    if (KovGui::Platform::writeAll(file.number(), text.data(), text.size()) && fdatasync(file.number()) == 0
         && renameat(d->folder.number(), d->draftName.c_str(), d->folder.number(), d->sidecarName.c_str())
                == 0)
         return Result();
-    if (written >= 0 && !isComplete)
-        errno = ENOSPC;
     const Result result = systemError("cannot write the sidecar");
     unlinkat(d->folder.number(), d->draftName.c_str(), 0);
     return result;

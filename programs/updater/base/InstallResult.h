@@ -1,6 +1,6 @@
 #pragma once
 
-#include "gui/update/catalogue/UpdaterExitCode.h"
+#include "programs/updater/base/ExitCode.h"
 
 #include <QString>
 

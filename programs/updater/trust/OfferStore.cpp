@@ -1,12 +1,12 @@
 #include "programs/updater/trust/OfferStore.h"
 
 #include "programs/updater/base/ErrorLine.h"
-#include "programs/updater/base/PrivateFile.h"
-#include "programs/updater/trust/Signature.h"
+#include "programs/updater/base/Files.h"
 
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QLockFile>
 #include <QStandardPaths>
 #include <QUrl>
@@ -15,6 +15,8 @@ namespace {
 
 constexpr int lockTimeoutMilliseconds = 10000;
 constexpr qint64 maximumRecordSize = 64 * 1024;
+/// Of a product: the package that waits to be installed is among the last ones that were offered.
+constexpr int maximumOffers = 16;
 
 /// A product's name may hold anything that a path must not.
 QString recordPath(const QString &folder, const char *kind, const QString &product)
@@ -23,14 +25,29 @@ QString recordPath(const QString &folder, const char *kind, const QString &produ
     return QDir(folder).filePath(QLatin1String(kind) + QLatin1String(digest));
 }
 
-QString counterPath(const QString &folder, const QString &product)
+/// A second key starts anew, and lines do not block each other.
+QString counterPath(const QString &folder, const Signature::Statement &catalogue)
 {
-    return recordPath(folder, "counter-", product);
+    return recordPath(folder, "counter-",
+                      catalogue.product + QLatin1Char('\n') + catalogue.line + QLatin1Char('\n')
+                          + QLatin1String(catalogue.key));
 }
 
-QString offerPath(const QString &folder, const QString &product)
+/// One record a package: a newer offer leaves those before it as they are.
+QString offerPath(const QString &folder, const QString &product, const QString &packageFileName)
 {
-    return recordPath(folder, "offer-", product);
+    const QByteArray digest
+        = QCryptographicHash::hash(packageFileName.toUtf8(), QCryptographicHash::Sha256).toHex();
+    return recordPath(folder, "offer-", product) + QLatin1Char('-') + QLatin1String(digest);
+}
+
+void forgetOldOffers(const QString &folder, const QString &product)
+{
+    const QString names = QFileInfo(recordPath(folder, "offer-", product)).fileName() + QLatin1String("-*");
+    QDir records(folder, names, QDir::Time, QDir::Files);
+    const QStringList newestFirst = records.entryList();
+    for (int i = maximumOffers; i < newestFirst.size(); ++i)
+        records.remove(newestFirst.at(i));
 }
 
 QByteArray offerHeading(const QString &packageFileName)
@@ -55,7 +72,7 @@ quint64 readCounter(const QString &path, QString *fault)
     bool ok = false;
     const quint64 counter = record.trimmed().toULongLong(&ok);
     if (!ok && QFile::exists(path) && fault->isEmpty())
-        *fault = QStringLiteral("%1 holds no counter").arg(path);
+        *fault = QStringLiteral("%1 is damaged: remove it to begin anew").arg(path);
     return counter;
 }
 
@@ -70,7 +87,7 @@ class Turn
 public:
     explicit Turn(const QString &folder)
         : m_lock(QDir(folder).filePath(QStringLiteral("lock")))
-        , m_fault(cannotWrite(folder, PrivateFile::makeFolder(folder)))
+        , m_fault(cannotWrite(folder, Files::makePrivateFolder(folder)))
     {
         if (m_fault.isEmpty() && !m_lock.tryLock(lockTimeoutMilliseconds))
             m_fault = cannotWrite(folder, QStringLiteral("its lock cannot be taken"));
@@ -91,34 +108,24 @@ OfferStore::OfferStore(const QString &folder)
                                        + QStringLiteral("/tessarine/updater"))
 { }
 
-quint64 OfferStore::catalogueCounter(const QString &product) const
-{
-    QString fault;
-    const quint64 counter = readCounter(counterPath(m_folder, product), &fault);
-    if (!fault.isEmpty())
-        printError(fault);
-    return counter;
-}
-
-QString OfferStore::setCatalogueCounter(const QString &product, quint64 counter)
+OfferStore::Counted OfferStore::countCatalogue(const Signature::Statement &catalogue)
 {
     const Turn turn(m_folder);
     if (!turn.fault().isEmpty())
-        return turn.fault();
-    const QString path = counterPath(m_folder, product);
+        return {false, turn.fault()};
+    const QString path = counterPath(m_folder, catalogue);
     QString damage;
     const quint64 known = readCounter(path, &damage);
-    // Another check may have seen a newer catalogue meanwhile.
-    if (damage.isEmpty() && counter <= known)
-        return QString();
-    const QByteArray record = QByteArray::number(counter) + '\n';
-    return cannotWrite(path, PrivateFile::replace(path, record.constData(), record.size()));
+    if (!damage.isEmpty() || catalogue.counter <= known)
+        return {catalogue.counter < known, damage};
+    const QByteArray record = QByteArray::number(catalogue.counter) + '\n';
+    return {false, cannotWrite(path, Files::replacePrivate(path, record.constData(), record.size()))};
 }
 
 QByteArray OfferStore::packageSignature(const QString &product, const QString &packageFileName) const
 {
     QString fault;
-    const QByteArray record = readRecord(offerPath(m_folder, product), &fault);
+    const QByteArray record = readRecord(offerPath(m_folder, product, packageFileName), &fault);
     if (!fault.isEmpty())
         printError(fault);
     const QByteArray heading = offerHeading(packageFileName);
@@ -131,7 +138,9 @@ QString OfferStore::setOffer(const QString &product, const QString &packageFileN
     const Turn turn(m_folder);
     if (!turn.fault().isEmpty())
         return turn.fault();
-    const QString path = offerPath(m_folder, product);
+    const QString path = offerPath(m_folder, product, packageFileName);
     const QByteArray record = offerHeading(packageFileName) + signatureFile;
-    return cannotWrite(path, PrivateFile::replace(path, record.constData(), record.size()));
+    const QString fault = cannotWrite(path, Files::replacePrivate(path, record.constData(), record.size()));
+    forgetOldOffers(m_folder, product);
+    return fault;
 }

@@ -1,6 +1,6 @@
 #include "programs/updater/trust/SigningKey.h"
 
-#include "programs/updater/base/PrivateFile.h"
+#include "programs/updater/base/Files.h"
 
 #include <QFile>
 #include <cstring>
@@ -59,6 +59,11 @@ QString SigningKey::read(const QString &path)
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
         return file.errorString();
+    // A pipe has no reader but us.
+    constexpr QFileDevice::Permissions others
+        = QFileDevice::ReadGroup | QFileDevice::WriteGroup | QFileDevice::ReadOther | QFileDevice::WriteOther;
+    if (!file.isSequential() && (file.permissions() & others))
+        return QStringLiteral("other users can read or write it; close it to them (chmod 600)");
     Secret<char, fileSize + 1> text;
     qint64 size = 0;
     for (qint64 count = 1; count > 0; size += qMax<qint64>(0, count))
@@ -81,7 +86,7 @@ QString SigningKey::create(const QString &path)
     std::memcpy(text.bytes, heading, headingSize);
     sodium_bin2hex(text.bytes + headingSize, hexSize + 1, seed.bytes, sizeof(seed.bytes));
     text.bytes[fileSize - 1] = '\n';
-    const QString fault = PrivateFile::create(path, text.bytes, qint64(fileSize));
+    const QString fault = Files::createPrivate(path, text.bytes, qint64(fileSize));
     if (fault.isEmpty())
         setSeed(seed.bytes);
     return fault;

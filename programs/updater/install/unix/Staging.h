@@ -1,6 +1,6 @@
 #pragma once
 
-#include "programs/updater/base/unix/Descriptor.h"
+#include "programs/updater/base/unix/Files.h"
 #include "programs/updater/package/PackageReader.h"
 
 #include <QSet>

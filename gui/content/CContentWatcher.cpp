@@ -1,0 +1,7 @@
+#include "gui/content/CContentWatcher.h"
+
+CContentWatcher::CContentWatcher(QObject *parent)
+    : QObject(parent)
+{ }
+
+CContentWatcher::~CContentWatcher() = default;

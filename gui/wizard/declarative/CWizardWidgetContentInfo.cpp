@@ -1,0 +1,8 @@
+#include "gui/wizard/declarative/CWizardWidgetContentInfo.h"
+
+CWizardWidgetContentInfo::~CWizardWidgetContentInfo() = default;
+
+QUrl CWizardWidgetContentInfo::scene() const
+{
+    return QUrl(QStringLiteral("qrc:/qml/WizardProxyPage.qml"));
+}

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "gui/content/CWidgetContentInfo.h"
+
+/// An ordinary widget as a wizard page, below the page's title.
+class KOVGUI_EXPORT CWizardWidgetContentInfo : public CWidgetContentInfo
+{
+    Q_OBJECT
+
+public:
+    using CWidgetContentInfo::CWidgetContentInfo;
+    ~CWizardWidgetContentInfo() override;
+
+    QUrl scene() const override;
+};

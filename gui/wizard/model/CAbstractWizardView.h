@@ -1,0 +1,31 @@
+#pragma once
+
+#include "gui/KovGuiGlobal.h"
+
+#include <QObject>
+
+class CAbstractWizardModel;
+class CAbstractWizardPage;
+
+/// Shows a wizard's current page. What "showing" is, a derived view decides. The model must outlive the calls of model().
+class KOVGUI_EXPORT CAbstractWizardView : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit CAbstractWizardView(CAbstractWizardModel &model, QObject *parent = nullptr);
+    ~CAbstractWizardView() override;
+
+    CAbstractWizardModel &wizardModel() const;
+
+protected Q_SLOTS:
+    /// Called each time the wizard has changed its page. @param direction  a GUI::DirectionType
+    virtual void showPage(CAbstractWizardPage *page, int direction) = 0;
+
+protected:
+    /// Connects the model to showPage(), once however often it is called. The constructor has done it.
+    void setupSignals();
+
+private:
+    CAbstractWizardModel &m_model;
+};
