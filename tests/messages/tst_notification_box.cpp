@@ -186,7 +186,7 @@ private Q_SLOTS:
     }
 
 private:
-    CNotificationBox *show(const QString &uuid)
+    CNotificationBox *show(const QString &uuid = QStringLiteral("id"))
     {
         auto *box = new CNotificationBox;
         m_boxes.append(box);

@@ -326,7 +326,7 @@ private Q_SLOTS:
 
     void programIsFoundForOthersToo()
     {
-        for (const QString &program : {"../previous/readme", "/bin/sh", ""})
+        for (const QString program : {"../previous/readme", "/bin/sh", ""})
             QCOMPARE(updater({"run", "--root", m_site->root, program}).exitCode, int(ExitCode::UsageError));
         QCOMPARE(updater({"run", "bin/program"}).exitCode, int(ExitCode::NoInstallation));
         // A folder of the updater that is not this user's to use does not keep the program from starting.
