@@ -62,6 +62,7 @@ public:
 private:
     QWidget *widgetOf(CAbstractWizardPage *page);
     void takeFocus(QWidget *widget) const;
+    void makeRoom() const;
 
     const PageWidgetFactory factory;
     QHash<const QObject *, QPointer<QWidget>> m_widgets;
@@ -157,7 +158,26 @@ void CWizardDialog::Private::showPage(CAbstractWizardPage *page, int)
     disconnect(m_title);
     m_title = connect(page, &CAbstractWizardPage::titleChanged, m_heading, &QLabel::setText);
     m_stack->setCurrentWidget(widget);
+    if (q->isVisible())
+        makeRoom();
     takeFocus(widget);
+}
+
+/// QWizard measures its pages when they are added, which is before there is anything in them.
+void CWizardDialog::Private::makeRoom() const
+{
+    QWidget *const page = m_stack->parentWidget();
+    QLayout *const layout = page->layout();
+    layout->activate();
+    QSize least = layout->totalMinimumSize();
+    if (layout->hasHeightForWidth())
+        least.setHeight(
+            qMax(least.height(), layout->totalHeightForWidth(qMax(page->width(), least.width()))));
+    const QSize missing = (least - page->size()).expandedTo(QSize(0, 0));
+    if (missing.isNull())
+        return;
+    q->setMinimumSize(q->minimumSize().expandedTo(q->size() + missing));
+    q->resize(q->size() + missing);
 }
 
 void CWizardDialog::Private::takeFocus(QWidget *widget) const
