@@ -28,6 +28,8 @@ CAbstractTask::~CAbstractTask()
         // The derived part is gone: a child that ends now must not enter its slots.
         d->forEachChild([this](CAbstractTask *child) { disconnect(child, nullptr, this, nullptr); });
         d->close(KOV_ERR_CANCELLED, nullptr);
+    } else if (isFinished()) {
+        d->announce();
     }
     d->detachFromParent();
     d->children.forEach([](Private *child) {
@@ -84,7 +86,7 @@ void CAbstractTask::setOption(Option option, bool on)
     if (option != DeleteWhenFinished)
         return;
     d->deleteWhenFinished = on;
-    if (on && isFinished())
+    if (d->isDeletionDue() && !d->inStep)
         deleteLater();
 }
 
@@ -186,7 +188,7 @@ void CAbstractTask::finish(int result)
     if (d->isCalledFromOtherThread("finish()"))
         return;
     if (isFinished())
-        Tasks::log(1, "Task %p is finished a second time, ignored", d->asAddress());
+        Tasks::log(1, "(!)Warning: Task %p is finished a second time, ignored", d->asAddress());
     else
         d->close(result, d->dying ? nullptr : this);
 }
@@ -209,8 +211,8 @@ void CAbstractTask::subTaskCompleted(int result)
         return;
     }
     if (!d->isStepUnderWay() || d->completed) {
-        Tasks::log(1, "Task %p: step %d is completed already, result %.8X ignored", d->asAddress(),
-                   d->current, unsigned(result));
+        Tasks::log(1, "(!)Warning: Task %p: step %d is completed already, result %.8X ignored",
+                   d->asAddress(), d->current, unsigned(result));
         return;
     }
     d->completed = true;
@@ -256,8 +258,8 @@ void CAbstractTask::insertAfterSubTask(int after, int subTask)
     d->edit([this, after, subTask] {
         const int found = d->current == after && d->next > 0 ? d->next - 1 : d->steps.indexOf(after, d->next);
         if (found < 0)
-            Tasks::log(1, "Task %p: there is no step %d to come, %d is put last", d->asAddress(), after,
-                       subTask);
+            Tasks::log(1, "(!)Warning: Task %p: there is no step %d to come, %d is put last", d->asAddress(),
+                       after, subTask);
         d->steps.insert(found < 0 ? d->steps.size() : found + 1, subTask);
     });
 }
@@ -288,7 +290,7 @@ void CAbstractTask::setWaitForSubTaskCompletion()
     if (d->inStep)
         d->waiting = true;
     else
-        Tasks::log(1, "Task %p runs no step that could wait", d->asAddress());
+        Tasks::log(1, "(!)Warning: Task %p runs no step that could wait", d->asAddress());
 }
 
 void CAbstractTask::attachChildTask(CAbstractTask *child)

@@ -45,12 +45,12 @@
  * the task goes on, and the last one is its result when no later step fails. Else the result is KOV_SUCCESS.
  *
  * **Order of events.** execute() registers the task with the manager and returns; the first step runs from
- * the event loop. Then for each step: subTaskStarted, performSubTask(), in it validateSubTask() and the step's
- * method; the next step follows in a loop, or, when the step waits, from the event loop after subTaskCompleted(). When no
- * step remains or one failed: finish(result), which takes the task out of the manager's register, terminates
- * children that still run, emits taskFinished(result), calls the manager's callbacks in the order in which
- * they came, and posts the task's deletion where one is due. taskFinished is emitted exactly once for a task
- * that was executed, whatever happens to it.
+ * the event loop. Then for each step: subTaskStarted, performSubTask(), in it validateSubTask() and the
+ * step's method; the next step follows in a loop, or, when the step waits, from the event loop after
+ * subTaskCompleted(). When no step remains or one failed: finish(result), which takes the task out of the
+ * manager's register, terminates children that still run, emits taskFinished(result), calls the manager's
+ * callbacks in the order in which they came, and posts the task's deletion where one is due. taskFinished is
+ * emitted exactly once for a task that was executed, whatever happens to it.
  *
  * **Out of the ordinary.**
  * - subTaskCompleted() before the step's method returns: kept until it returns. A failure that the method
@@ -142,11 +142,11 @@ public Q_SLOTS:
     void resume();
 
 Q_SIGNALS:
-    /// The step is about to run and getCurrentSubTask(). A slot that ends or terminates the task keeps it from
-    /// running; one that pauses the task comes too late for it.
+    /// The step is about to run and getCurrentSubTask(). A slot that ends or terminates the task keeps it
+    /// from running; one that pauses the task comes too late for it.
     void subTaskStarted(int subTask);
-    /// isPaused() has changed. Emitted before the attached children and the step under way are told. When a slot
-    /// changes it back, they hear of that only.
+    /// isPaused() has changed. Emitted before the attached children and the step under way are told. When a
+    /// slot changes it back, they hear of that only.
     void pausedChanged(bool paused);
     void taskFinished(KOV_RESULT result);
 

@@ -84,6 +84,9 @@ void CAbstractTask::Private::run()
         if (watching.isDeleted())
             return;
         inStep = false;
+        // It was finished in an event loop of the step, which would have deleted it under the step's method.
+        if (isDeletionDue())
+            q->deleteLater();
 
         if (KOV_FAILED(returned) || (completed && !waiting)) {
             waiting = completed = true;
@@ -155,10 +158,17 @@ void CAbstractTask::Private::close(KOV_RESULT outcome, CAbstractTask *task)
     detachFromParent();
     CTaskManager::taskEnded(q);
     terminateChildren(KOV_ERR_CANCELLED);
+    // A listener of a child's end may have deleted this task, whose destructor has announced its end then.
     if (!watching.isDeleted())
-        Q_EMIT q->taskFinished(outcome);
+        announce();
     for (const CSlotInfo &slot : slotsToCall)
         CTaskManager::callBack(slot, outcome, watching.isDeleted() ? nullptr : task);
-    if (!watching.isDeleted() && task && (managed || deleteWhenFinished))
+    if (!watching.isDeleted() && task && isDeletionDue() && !inStep)
         task->deleteLater();
+}
+
+void CAbstractTask::Private::announce()
+{
+    if (!std::exchange(announced, true))
+        Q_EMIT q->taskFinished(result);
 }

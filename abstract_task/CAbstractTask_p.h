@@ -31,6 +31,9 @@ public:
     /// The last act: out of the register, the signal, the callbacks. @param task what callbacks get, null
     /// when dying
     void close(KOV_RESULT outcome, CAbstractTask *task);
+    /// Emits taskFinished, once.
+    void announce();
+    bool isDeletionDue() const { return state == Finished && (managed || deleteWhenFinished); }
     void endTerminated();
     void terminateChildren(KOV_RESULT outcome);
     void forEachChild(const std::function<void(CAbstractTask *)> &action);
@@ -83,6 +86,7 @@ public:
     bool terminating = false;
     bool deleteWhenFinished = false;
     bool dying = false;
+    bool announced = false;
     KOV_RESULT completion = KOV_SUCCESS;
     KOV_RESULT terminationResult = KOV_SUCCESS;
     /// The last positive code until the end, then the result.

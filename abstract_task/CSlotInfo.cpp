@@ -12,11 +12,16 @@ constexpr int MaxParameters = 10;
 
 QByteArray normalisedSignature(const QString &slot)
 {
+    // The same place calls back again and again.
+    static thread_local std::pair<QString, QByteArray> last;
+    if (last.first == slot)
+        return last.second;
     QByteArray text = slot.trimmed().toUtf8();
     // The SLOT and SIGNAL macros put the kind of method in front.
     if (!text.isEmpty() && text.at(0) >= '0' && text.at(0) <= '2')
         text.remove(0, 1);
-    return QMetaObject::normalizedSignature(text.constData());
+    last = {slot, QMetaObject::normalizedSignature(text.constData())};
+    return last.second;
 }
 
 /// "QMap<int,QString>,int" holds two types: commas inside a template's brackets do not count.
@@ -173,7 +178,7 @@ bool CSlotInfo::invokeWith(const QVector<Argument> &arguments, bool *answer) con
         return false;
     Call call;
     if (const char *reason = prepare(arguments, answer != nullptr, &call)) {
-        Tasks::log(1, "Can't call slot %s of %s: %s", qUtf8Printable(name()),
+        Tasks::log(1, "(!)Warning: Can't call slot %s of %s: %s", qUtf8Printable(name()),
                    receiver->metaObject()->className(), reason);
         return false;
     }
@@ -199,12 +204,17 @@ bool CSlotInfo::invokeWith(const QVector<Argument> &arguments, bool *answer) con
         return QMetaObject::invokeMethod(receiver, callLater, Qt::QueuedConnection);
     }
 
+    if (sameThread) {
+        // As QMetaMethod::invoke would, which compares all types by their names once more.
+        void *values[MaxParameters + 1] = {answer};
+        for (int i = 0; i < call.count; ++i)
+            values[i + 1] = const_cast<void *>(call.values[i]);
+        receiver->qt_metacall(QMetaObject::InvokeMetaMethod, call.method.methodIndex(), values);
+        return true;
+    }
     QGenericArgument values[MaxParameters];
     for (int i = 0; i < call.count; ++i)
         values[i] = QGenericArgument(QMetaType::typeName(call.types[i]), const_cast<void *>(call.values[i]));
-    const QGenericReturnArgument result
-        = answer ? QGenericReturnArgument("bool", answer) : QGenericReturnArgument();
-    return call.method.invoke(receiver, sameThread ? Qt::DirectConnection : Qt::QueuedConnection, result,
-                              values[0], values[1], values[2], values[3], values[4], values[5], values[6],
-                              values[7], values[8], values[9]);
+    return call.method.invoke(receiver, Qt::QueuedConnection, values[0], values[1], values[2], values[3],
+                              values[4], values[5], values[6], values[7], values[8], values[9]);
 }

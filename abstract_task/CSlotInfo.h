@@ -22,8 +22,8 @@
  *     CSlotInfo(this, [this](KOV_RESULT result) { subTaskCompleted(result); })
  *
  * so that a wrong name does not compile; or it is written as the SLOT macro writes it ("1onDone(KOV_RESULT,
- * CAbstractTask*)"), with or without the leading digit and with any blanks, and normalised before use. A value
- * type; it owns nothing but the function and what that captured.
+ * CAbstractTask*)"), with or without the leading digit and with any blanks, and normalised before use. A
+ * value type; it owns nothing but the function and what that captured.
  *
  * invoke() is the one way in which tasks and messages call back. The slot may take fewer arguments than are
  * offered (none to all of them, from the first on); what it takes must match in type. Two things bend: a
@@ -67,7 +67,8 @@ public:
     CSlotInfo() = default;
     CSlotInfo(QObject *receiver, const QString &slot, const QVariant &params = QVariant(), bool flag = false);
     CSlotInfo(QObject *receiver, const char *slot, const QVariant &params = QVariant(), bool flag = false);
-    /// @param function  a method of the receiver's class or a base of it, a function object (no generic lambda)
+    /// @param function  a method of the receiver's class or a base of it, a function object (no generic
+    /// lambda)
     ///                  or a plain function; of its parameters invoke() asks what it asks of a slot's
     template <typename Receiver, typename Callable, typename Signature = SignatureOf<Callable>>
     CSlotInfo(Receiver *receiver, Callable function, const QVariant &params = QVariant(), bool flag = false)
@@ -107,8 +108,8 @@ public:
     /// What the two above come down to; a null `answer` asks for none.
     bool invokeWith(const QVector<Argument> &arguments, bool *answer) const;
 
-    /// Whether invoke() would call with these arguments, without the call and without a line in the log. Ask it
-    /// where a record is handed over, so that a mistyped slot is refused there.
+    /// Whether invoke() would call with these arguments, without the call and without a line in the log. Ask
+    /// it where a record is handed over, so that a mistyped slot is refused there.
     template <typename... Args>
     bool canInvoke(const Args &...args) const
     {

@@ -89,6 +89,13 @@ public:
 
     void wake();
     void drain();
+    bool isCalledFromOtherThread(const char *operation) const
+    {
+        if (QThread::currentThread() == q->thread())
+            return false;
+        Tasks::log(0, "(!)Error: %s of the task manager is called from another thread, ignored", operation);
+        return true;
+    }
 
     CTaskManager *const q;
     bool closing = false;
@@ -125,10 +132,13 @@ void CTaskManager::Private::drain()
 
 CTaskManager::CTaskManager()
     : d(new Private(this))
-{ }
+{
+    Tasks::log(3, "Task manager %p created", static_cast<void *>(this));
+}
 
 CTaskManager::~CTaskManager()
 {
+    Tasks::log(3, "Task manager %p destroyed", static_cast<void *>(this));
     d->closing = true;
     while (!d->owned.isEmpty())
         delete d->owned.first()->q;
@@ -198,6 +208,8 @@ CAbstractTask *CTaskManager::fail(const CSlotInfo &onFinished)
 
 CAbstractTask *CTaskManager::getTaskById(const CTaskGenericId &id) const
 {
+    if (d->isCalledFromOtherThread("getTaskById()"))
+        return nullptr;
     CAbstractTask *result = nullptr;
     const auto found = d->byId.find(hashOf(id));
     if (found == d->byId.cend())
@@ -212,6 +224,8 @@ CAbstractTask *CTaskManager::getTaskById(const CTaskGenericId &id) const
 
 QList<CAbstractTask *> CTaskManager::getTasksByType(unsigned type) const
 {
+    if (d->isCalledFromOtherThread("getTasksByType()"))
+        return {};
     QList<CAbstractTask *> result;
     const auto found = d->byKind.find(type);
     if (found == d->byKind.cend())

@@ -36,8 +36,7 @@ std::atomic<Tasks::VerbosityFunction> verbosityFunction{errorsOnly};
 
 struct ProcessState
 {
-    QMetaEnum types;
-    /// By kind. Qt looks a key up by walking over all of them.
+    /// By kind: "C" and its key. Qt looks a key up by walking over all of them.
     QHash<unsigned, QString> classNames;
     Tasks::ClassResolver resolver;
 };
@@ -54,8 +53,6 @@ namespace Tasks {
 
 void init(const QMetaEnum &taskTypes)
 {
-    state().types = taskTypes;
-    state().classNames.clear();
     for (int i = taskTypes.keyCount() - 1; i >= 0; --i)
         state().classNames.insert(unsigned(taskTypes.value(i)),
                                   QLatin1Char('C') + QString::fromLatin1(taskTypes.key(i)));
@@ -63,8 +60,8 @@ void init(const QMetaEnum &taskTypes)
 
 QString typeName(unsigned type)
 {
-    const char *key = state().types.valueToKey(int(type));
-    return key ? QString::fromLatin1(key) : QString::number(type);
+    const QString name = state().classNames.value(type);
+    return name.isEmpty() ? QString::number(type) : name.mid(1);
 }
 
 void setClassResolver(const ClassResolver &resolver)

@@ -10,7 +10,7 @@
 /// What a process tells the task framework once, on its main thread, before the first task.
 namespace Tasks {
 
-/// Learns the task kinds' names. A second call replaces the first.
+/// Learns the task kinds' names. Further calls add kinds; a kind that is known already gets the new name.
 ABSTRACTTASK_EXPORT void init(const QMetaEnum &taskTypes);
 
 /// The key of a kind ("TaskHttpOperation"), or the number in decimal when it has none.

@@ -9,6 +9,10 @@ install(TARGETS KovSdkTypes KovSdk AbstractTask KovSdkCommunication KovGui EXPOR
 install(DIRECTORY abstract_task kov_sdk kov_sdk_communication gui
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kovgui
     FILES_MATCHING PATTERN "*.h" PATTERN "*_p.h" EXCLUDE PATTERN "platform" EXCLUDE)
+# The data model's classes are in the build folder.
+install(DIRECTORY ${CMAKE_BINARY_DIR}/generated/gui/data_model
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kovgui/gui FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY ${CMAKE_BINARY_DIR}/docs/data-model DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(EXPORT KovGuiTargets NAMESPACE KovGui:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/KovGui)
 
 configure_package_config_file(cmake/KovGuiConfig.cmake.in ${CMAKE_BINARY_DIR}/KovGuiConfig.cmake

@@ -9,7 +9,8 @@
 namespace KovGui {
 
 /**
- * Initialises the library; the first call that a host makes. Records the mode, writes the start-up line to the log,
+ * Initialises the library; the first call that a host makes, once its QApplication is there: what
+ * follows makes windows, timers and settings. Records the mode, writes the start-up line to the log,
  * registers value types, fills staticMetaObjectHash() with the library's default classes and hands the task kinds to
  * the task framework.
  *

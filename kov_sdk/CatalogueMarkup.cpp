@@ -29,8 +29,8 @@ static const Entity *entityAt(const QStringRef &rest)
 static QString tagComplaint(const QString &tag, QVector<QChar> &open)
 {
     static const QRegularExpression lineBreak(QStringLiteral("\\A<br ?/?>\\z"));
-    static const QRegularExpression link(
-        QStringLiteral("\\A<a href=\"(?:https?://|kovhelp:)[^\"<>\\s%]+\">\\z"));
+    static const QRegularExpression link(QStringLiteral(
+        "\\A<a href=\"(?:https?://[^\"<>\\s%]+|kovhelp:(?:message|(?://topic/)?[1-9][0-9]{0,8}))\">\\z"));
     if (lineBreak.match(tag).hasMatch())
         return QString();
     if (tag == QLatin1String("<b>") || tag == QLatin1String("<i>") || link.match(tag).hasMatch()) {
@@ -39,8 +39,8 @@ static QString tagComplaint(const QString &tag, QVector<QChar> &open)
     }
     if (tag != QLatin1String("</b>") && tag != QLatin1String("</i>") && tag != QLatin1String("</a>")) {
         return QStringLiteral(
-                   "%1 is none of <b>, <i>, <br>, <a href=\"...\"> with a fixed http, https or kovhelp "
-                   "address")
+                   "%1 is none of <b>, <i>, <br>, <a href=\"...\"> with a fixed http or https address, "
+                   "kovhelp:message or kovhelp:NUMBER")
             .arg(tag);
     }
     if (open.isEmpty() || open.takeLast() != tag.at(2))

@@ -18,23 +18,30 @@ WINDOWS = FRAME + ['gui/help', 'gui/window']
 BOXES = WINDOWS + ['gui/messages/record', 'gui/messages/box', 'gui/messages/notification']
 MESSAGES = BOXES + ['gui/messages']
 TASKS = MESSAGES + ['gui/tasks', 'gui/tasks/progress', 'gui/tasks/sign_in', 'gui/tasks/http']
-UPDATES = TASKS + ['gui/tasks/download', 'gui/update/record', 'gui/update/launch', 'gui/update/catalogue']
+UPDATES = TASKS + ['gui/tasks/download', 'gui/update/record', 'gui/update/launch', 'gui/data_model/base',
+                   'gui/data_model/documents']
+MAPPING = ['gui/mapping/values', 'gui/mapping/storage', 'gui/mapping/widgets']
 WIZARD = FRAME + ['gui/content', 'gui/wizard/actions', 'gui/wizard/model']
 WIZARDS = ['gui/content', 'gui/wizard', 'gui/wizard/actions', 'gui/wizard/model', 'gui/wizard/widgets',
            'gui/wizard/declarative']
-LIBRARY = WIZARDS + UPDATES + ['gui/tasks/proxy', 'gui/tasks/location', 'gui/update', 'gui/update/check', 'gui/update/dialogs',
+LIBRARY = UPDATES + MAPPING + WIZARDS + ['gui/tasks/proxy', 'gui/tasks/location', 'gui/update', 'gui/update/check', 'gui/update/dialogs',
                      'gui/update/install']
-UPDATER = ['gui/KovVersion.h', 'gui/platform/unix/Descriptor.h', 'gui/update/catalogue',
+UPDATER = ['gui/KovVersion.h', 'gui/platform/unix/Descriptor.h', 'gui/data_model/base', 'gui/data_model/documents',
            'gui/update/launch/UpdaterExitCode.h', 'gui/tasks/download/FileName.h', 'programs/updater/base']
 ALLOWED = {
     'kov_sdk': [],
     'abstract_task': ['kov_sdk/KovTypes.h'],
     'kov_sdk_communication': ['kov_sdk'],
+    'gui/data_model/base': ['gui/KovGuiGlobal.h'],
+    'gui/data_model/documents': ['gui/KovGuiGlobal.h', 'gui/data_model/base'],
     'gui/platform': ['gui/KovGuiGlobal.h'],
     'gui/log': ['kov_sdk/KovTypes.h', 'gui/platform', 'gui/KovGuiGlobal.h'],
     'gui/frame': ['kov_sdk/KovTypes.h', 'gui/platform', 'gui/log', 'gui/KovGuiGlobal.h', 'gui/KovVersion.h'],
     'gui/help': FRAME,
     'gui/window': FRAME,
+    'gui/mapping/values': FRAME,
+    'gui/mapping/storage': FRAME + ['gui/mapping/values'],
+    'gui/mapping/widgets': FRAME + ['gui/mapping/values', 'gui/mapping/storage'],
     'gui/content': FRAME,
     'gui/wizard': FRAME,
     'gui/wizard/actions': FRAME,
@@ -52,9 +59,8 @@ ALLOWED = {
     'gui/tasks/proxy': TASKS,
     'gui/tasks/location': TASKS,
     'gui/tasks/download': TASKS,
-    'gui/update/catalogue': ['gui/KovGuiGlobal.h'],
     'gui/update/record': TASKS + ['gui/tasks/download'],
-    'gui/update/launch': TASKS + ['gui/tasks/download', 'gui/update/record', 'gui/update/catalogue'],
+    'gui/update/launch': TASKS + ['gui/tasks/download', 'gui/update/record'],
     'gui/update/check': UPDATES,
     'gui/update/dialogs': UPDATES,
     'gui/update/install': UPDATES + ['gui/update/dialogs'],
@@ -71,10 +77,14 @@ ALLOWED = {
     'programs/updater/publish': UPDATER + ['programs/updater/package', 'programs/updater/trust'],
     'programs/updater': UPDATER + ['programs/updater/package', 'programs/updater/trust', 'programs/updater/check',
                                    'programs/updater/install', 'programs/updater/publish'],
+    'examples/minimal': LIBRARY + ['gui'],
     'examples/console/sample': LIBRARY + ['gui'],
+    'examples/console/preferences': LIBRARY + ['gui', 'examples/console/sample'],
     'examples/console/wizard': LIBRARY,
-    'examples/console/pages': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/wizard'],
-    'examples/console/tour': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/pages', 'examples/console/wizard'],
+    'examples/console/pages': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/preferences',
+                                         'examples/console/wizard'],
+    'examples/console/tour': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/pages',
+                                        'examples/console/preferences', 'examples/console/wizard'],
     'examples/console': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/pages', 'examples/console/tour'],
 }
 EVERYTHING = ('tests', 'benchmarks', 'fuzz')

@@ -1,13 +1,15 @@
 #include "examples/console/pages/ConsoleWindow.h"
 #include "examples/console/sample/ConsoleMessages.h"
+#include "examples/console/sample/ConsoleUpdateTasks.h"
 #include "examples/console/sample/ConsoleUpdateWorker.h"
 #include "examples/console/tour/Tour.h"
 #include "gui/KovGui.h"
-#include "gui/frame/LibraryVersion_p.h"
+#include "gui/frame/LibraryVersion.h"
 #include "gui/help/Help.h"
 #include "gui/log/LogText.h"
 #include "gui/messages/box/CMessageBox.h"
 #include "gui/update/CAppUpdateLogic.h"
+#include "gui/update/record/UpgradeUtils.h"
 #include "kov_sdk/KovSdk.h"
 
 #include <QApplication>
@@ -20,7 +22,8 @@
 
 namespace {
 
-/// A tour must not meet the answers that its user stored, nor leave its own behind. To be set before the library looks.
+/// A tour must not meet the answers that its user stored, nor leave its own behind. To be set before the
+/// library looks.
 void usePrivateSettings(int argc, char *argv[])
 {
     for (int i = 1; i + 1 < argc; ++i) {
@@ -41,8 +44,8 @@ bool loadMessages()
 
 volatile std::sig_atomic_t endWanted = 0;
 
-/// Ctrl+C and a session that ends close the console as its window does: the sample site's server and folder go
-/// with it.
+/// Ctrl+C and a session that ends close the console as its window does: the sample site's server and folder
+/// go with it.
 void quitWhenSignalled(QApplication *application)
 {
     for (const int signal : {SIGINT, SIGTERM})
@@ -63,6 +66,8 @@ int runConsole(Body body)
     {
         ConsoleWindow window;
         window.show();
+        // The event loop runs by then: this version has come up.
+        QTimer::singleShot(0, &window, &UpgradeUtils::confirmRunningVersion);
         ConsoleUpdateWorker::goOnAtStart();
         result = body(&window);
     }
@@ -101,6 +106,8 @@ int main(int argc, char *argv[])
     usePrivateSettings(argc, argv);
     QApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    // 150 % is 150 %, not 200.
+    QGuiApplication::setHighDpiScaleFactorRoundingPolicy(Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
     QApplication application(argc, argv);
     application.setApplicationVersion(QString::fromLatin1(LibraryVersion::text()));
 
@@ -121,6 +128,10 @@ int main(int argc, char *argv[])
     KovGui::forwardQtMessages(true);
     KovGui::staticMetaObjectHash()[QStringLiteral("CMessageDataProvider")]
         = &ConsoleMessageProvider::staticMetaObject;
+    KovGui::staticMetaObjectHash()[QStringLiteral("CTaskCheckForProductUpdate")]
+        = &ConsoleUpdateCheck::staticMetaObject;
+    KovGui::staticMetaObjectHash()[QStringLiteral("CTaskInstallProductUpdate")]
+        = &ConsoleInstallation::staticMetaObject;
     KovGui::staticMetaObjectHash()[QStringLiteral("CAppUpdateWorker")]
         = &ConsoleUpdateWorker::staticMetaObject;
     Help::setBaseAddress(QStringLiteral("https://help.tessarine.example/@LOCALE@/console/@TOPIC@"));

@@ -5,7 +5,8 @@
 #   BUILD/installation/sample     what the sample site publishes: the package of the next version, and a key to sign with
 math(EXPR KOV_NEXT_PATCH "${PROJECT_VERSION_PATCH} + 1")
 math(EXPR KOV_NEXT_BUILD "${KOV_BUILD_NUMBER} + 201")
-set(KOV_NEXT_VERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}.${KOV_NEXT_PATCH}.${KOV_NEXT_BUILD})
+set(KOV_NEXT_VERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}.${KOV_NEXT_PATCH}.${KOV_NEXT_BUILD}
+    CACHE INTERNAL "The version that the sample site offers")
 file(READ ${CMAKE_BINARY_DIR}/generated/gui/KovVersion.h header)
 string(REPLACE "KOV_VERSION_PATCH ${PROJECT_VERSION_PATCH}" "KOV_VERSION_PATCH ${KOV_NEXT_PATCH}" header "${header}")
 string(REPLACE "KOV_VERSION_BUILD ${KOV_BUILD_NUMBER}" "KOV_VERSION_BUILD ${KOV_NEXT_BUILD}" header "${header}")
@@ -18,7 +19,7 @@ target_include_directories(NextVersion PRIVATE ${CMAKE_BINARY_DIR}/generated-nex
 target_compile_definitions(NextVersion PRIVATE KovGui_EXPORTS)
 target_link_libraries(NextVersion PRIVATE Qt5::Core)
 add_library(KovGuiNext SHARED EXCLUDE_FROM_ALL
-    $<TARGET_OBJECTS:NextVersion> $<TARGET_OBJECTS:UpdateCatalogue>
+    $<TARGET_OBJECTS:NextVersion> $<TARGET_OBJECTS:DataModel>
     $<FILTER:$<TARGET_OBJECTS:KovGui>,EXCLUDE,/LibraryVersion\\.cpp>)
 target_link_libraries(KovGuiNext PRIVATE $<TARGET_PROPERTY:KovGui,LINK_LIBRARIES>)
 set_target_properties(KovGuiNext PROPERTIES

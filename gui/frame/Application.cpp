@@ -2,7 +2,7 @@
 
 #include "gui/KovVersion.h"
 #include "gui/frame/Application_p.h"
-#include "gui/frame/LibraryVersion_p.h"
+#include "gui/frame/LibraryVersion.h"
 #include "gui/log/Log.h"
 
 namespace {

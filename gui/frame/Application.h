@@ -22,7 +22,15 @@ KOVGUI_EXPORT QString getAppGuiName();
 /// An empty name restores the product name.
 KOVGUI_EXPORT void setAppGuiName(const QString &name);
 
-/// Sets the updater program of a mode key ("app", "ctl") and the process's one update mode.
+/**
+ * Sets the path of a companion program, and the process's one update mode.
+ *
+ * @param filePath    of the updater, which downloads, too
+ * @param updateMode  a text of the host's own, such as the name of its release channel. Kept and handed back by
+ *                    getUpdaterFilePathAndUpdateMode(); the library puts it into no command line and decides nothing by it
+ * @param modeKey     which use of the program: "ctl" for checks, downloads and installations; "app" for checks of an
+ *                    application that asks for them in its own name (UpgradeUtils::runUpdaterInAppMode)
+ */
 KOVGUI_EXPORT void setUpdaterFilePathAndUpdateMode(const QString &filePath, const QString &updateMode,
                                                    const QString &modeKey);
 /// The updater's path; empty for an unknown key (logged the first time). updateModeOut is filled either way.

@@ -1,6 +1,8 @@
-#include "gui/frame/LibraryVersion_p.h"
+#include "gui/frame/LibraryVersion.h"
 
 #include "gui/KovVersion.h"
+
+// Nothing else is here: a build that differs in its version alone differs in this one object file.
 
 LibraryVersion::Numbers LibraryVersion::numbers()
 {

@@ -5,9 +5,12 @@
 
 #include <QDesktopServices>
 #include <QDir>
+#include <QFileInfo>
 #include <QLocale>
 
 namespace {
+
+const QLatin1String localePlaceholder("@LOCALE@");
 
 struct HelpState
 {
@@ -39,10 +42,10 @@ bool isOwnFile(const QUrl &url)
            && QDir::isAbsolutePath(url.toLocalFile());
 }
 
-QUrl topicUrlFrom(QString address, int topic)
+QUrl topicUrlFrom(QString address, int topic, const QString &locale)
 {
     address.replace(QLatin1String("@TOPIC@"), QString::number(topic));
-    return Help::localizedUrl(address);
+    return QUrl(address.replace(localePlaceholder, locale), QUrl::StrictMode);
 }
 
 bool openUrl(const QUrl &url)
@@ -53,30 +56,29 @@ bool openUrl(const QUrl &url)
     return opened;
 }
 
-/// The number of a "kovhelp" link; NoTopic when it is none.
-Help::HelpTopic topicOfLink(const QUrl &link)
-{
-    if (link.scheme() != QLatin1String("kovhelp") || link.hasQuery() || link.hasFragment())
-        return Help::NoTopic;
-    QString number = link.path();
-    if (link.host() == QLatin1String("topic") && number.startsWith(QLatin1Char('/')))
-        number.remove(0, 1);
-    else if (!link.authority().isEmpty())
-        return Help::NoTopic;
-    for (const QChar digit : number) {
-        if (digit < QLatin1Char('0') || digit > QLatin1Char('9'))
-            return Help::NoTopic;
-    }
-    return Help::HelpTopic(number.toInt());
-}
-
 } // namespace
 
 namespace Help {
 
+HelpTopic topicOfLink(const QUrl &link)
+{
+    if (link.scheme() != QLatin1String("kovhelp") || link.hasQuery() || link.hasFragment())
+        return NoTopic;
+    QString number = link.path();
+    if (link.host() == QLatin1String("topic") && number.startsWith(QLatin1Char('/')))
+        number.remove(0, 1);
+    else if (!link.authority().isEmpty())
+        return NoTopic;
+    for (const QChar digit : number) {
+        if (digit < QLatin1Char('0') || digit > QLatin1Char('9'))
+            return NoTopic;
+    }
+    return HelpTopic(number.toInt());
+}
+
 QUrl localizedUrl(QString address)
 {
-    return QUrl(address.replace(QLatin1String("@LOCALE@"), uiLocaleName()), QUrl::StrictMode);
+    return QUrl(address.replace(localePlaceholder, uiLocaleName()), QUrl::StrictMode);
 }
 
 bool isWebAddress(const QUrl &url)
@@ -89,12 +91,21 @@ QUrl topicUrl(HelpTopic topic)
 {
     if (topic == NoTopic || state().baseAddress.isEmpty())
         return QUrl();
-    return topicUrlFrom(state().baseAddress, topic);
+    const QString locale = uiLocaleName();
+    const QUrl url = topicUrlFrom(state().baseAddress, topic, locale);
+    if (!url.isLocalFile())
+        return url;
+    for (const QString &name : {locale, locale.section(QLatin1Char('_'), 0, 0), QStringLiteral("en")}) {
+        const QUrl candidate = topicUrlFrom(state().baseAddress, topic, name);
+        if (QFileInfo(candidate.toLocalFile()).isFile())
+            return candidate;
+    }
+    return QUrl();
 }
 
 bool setBaseAddress(const QString &address)
 {
-    const QUrl sample = topicUrlFrom(address, MessagesTopic);
+    const QUrl sample = topicUrlFrom(address, MessagesTopic, uiLocaleName());
     if (!address.isEmpty() && !isWebAddress(sample) && !isOwnFile(sample)) {
         KOV_LOG(0, "(!)Error: %s can't be the base address of the help", loggable(sample).constData());
         return false;

@@ -23,7 +23,8 @@ enum HelpTopic {
 };
 
 /// The address of a topic: the base address with @LOCALE@ and @TOPIC@ filled in. Empty for NoTopic and
-/// without a base address.
+/// without a base address. Of a help in files it is the first topic that exists for the locale ("de_AT"), its
+/// language ("de") and English ("en"); empty when there is none.
 KOVGUI_EXPORT QUrl topicUrl(HelpTopic topic);
 /**
  * Empty, the initial value, means "no help".
@@ -41,7 +42,9 @@ KOVGUI_EXPORT QUrl localizedUrl(QString address);
 /// True for an http or https address with a host and without user information.
 KOVGUI_EXPORT bool isWebAddress(const QUrl &url);
 
-/// Opens "kovhelp:NUMBER" or "kovhelp://topic/NUMBER"; any other address is refused and logged.
+/// The topic that "kovhelp:NUMBER" or "kovhelp://topic/NUMBER" names; NoTopic for any other address.
+KOVGUI_EXPORT HelpTopic topicOfLink(const QUrl &link);
+/// Opens the topic of such a link; any other address is refused and logged.
 KOVGUI_EXPORT bool openLink(const QUrl &link);
 /// Opens a web address (http or https only) the same way; anything else is refused and logged.
 KOVGUI_EXPORT bool openWebPage(const QUrl &url);

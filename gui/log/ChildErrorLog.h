@@ -7,8 +7,9 @@
 #include <functional>
 
 /**
- * What a child process prints on standard error, on its way to the log: whole lines, cut after 1 KiB each, and
- * after 16 KiB none any more, so that no child floods the log. Escaping and masking are the writer's part.
+ * What a child process prints on standard error, on its way to the log: whole lines, cut after 1 KiB each,
+ * and after 16 KiB none any more, so that no child floods the log. Escaping and masking are the writer's
+ * part.
  */
 class KOVGUI_EXPORT ChildErrorLog
 {

@@ -16,21 +16,47 @@ Messaging::ButtonsMap answersOf(const Messaging::MessageData &data)
     return {{Messaging::Button1, {CMessageBoxBuilder::tr("OK"), QMessageBox::AcceptRole}}};
 }
 
+/// A code that the service does not know has no texts: its number is all that there is to tell.
+QString textOrCode(const Messaging::MessageData &data)
+{
+    if (!data.shortMsg.isEmpty() || !data.longMsg.isEmpty())
+        return data.shortMsg;
+    const QString code = QString::number(quint32(data.code), 16).toUpper();
+    return CMessageBoxBuilder::tr("Message 0x%1").arg(code.rightJustified(8, QLatin1Char('0')));
+}
+
+QString severity(_KOV_MESSAGE_TYPE_ENUM type)
+{
+    switch (type) {
+    case KMT_ERROR:
+        return CMessageBoxBuilder::tr("Error");
+    case KMT_WARNING:
+        return CMessageBoxBuilder::tr("Warning");
+    case KMT_QUESTION:
+        return CMessageBoxBuilder::tr("Question");
+    case KMT_INFORMATION:
+    case KMT_UNKNOWN:
+        break;
+    }
+    return CMessageBoxBuilder::tr("Information");
+}
+
 CMessageBoxWndBase *buildMessageBox(const CMessageInfo &message, QWidget *parent,
                                     CMessageDataProvider &provider)
 {
     const Messaging::MessageData &data = message.data();
     auto *box = new CMessageBox(parent);
     box->setTitle(data.caption);
-    box->setMessage(data.shortMsg);
+    box->setMessage(textOrCode(data));
     box->setDescription(data.longMsg);
     box->setDetails(data.details.text());
     box->setDetailsAction(data.details.action());
     box->setAllowHide(data.canBeHidden);
     box->setIcon(provider.getPixmapForMessage(data.code, data.type));
+    box->setIconName(severity(data.type));
     box->setButtonsMap(answersOf(data));
     box->setDefaultButton(data.defaultButton);
-    box->setButtonsAction(message.buttonPressListener(), message.buttonPressListenerSlot());
+    box->setButtonsAction(message.answerAction());
     box->setHelpTopic(provider.getHelpTopicByErrCode(data.code));
     box->setMessageUuid(message.uuid());
     if (provider.hasKBArticle(data.code))
@@ -43,7 +69,7 @@ CMessageBoxWndBase *buildNotificationBox(const CMessageInfo &message, QWidget *p
 {
     const Messaging::MessageData &data = message.data();
     auto *box = new CNotificationBox(parent);
-    box->setMessage(data.shortMsg);
+    box->setMessage(textOrCode(data));
     box->setDescription(data.longMsg);
     box->setDetails(data.details.text());
     box->setAllowHide(data.canBeHidden);

@@ -6,6 +6,7 @@
 #include "kov_sdk_communication/CSdkRequest.h"
 
 #include <QApplication>
+#include <QThread>
 
 #include <functional>
 
@@ -13,6 +14,14 @@ namespace {
 
 const char Tag[] = "[MESSAGE_MNG]";
 constexpr int NothingShown = -1;
+
+bool isCalledFromOtherThread(const char *operation)
+{
+    if (QThread::currentThread() == qApp->thread())
+        return false;
+    KOV_LOG_TAG(Tag, 0, "(!)Error: %s is called from another thread, ignored.", operation);
+    return true;
+}
 
 QString issuerOfWindow(const QWidget *widget)
 {
@@ -32,6 +41,8 @@ using Condition = std::function<bool(const CMessageBoxWndBase &, const Messaging
 
 QList<CMessageBoxWndBase *> openWindows(const CMessageProcessor &processor, const Condition &condition)
 {
+    if (isCalledFromOtherThread("a look for message windows"))
+        return {};
     QList<CMessageBoxWndBase *> windows;
     for (QWidget *widget : QApplication::topLevelWidgets()) {
         auto *window = qobject_cast<CMessageBoxWndBase *>(widget);
@@ -59,6 +70,7 @@ void closeAll(const QList<CMessageBoxWndBase *> &windows)
 CMessageManager::CMessageManager()
     : m_processor(&policyOrDefault<CMessageProcessor>())
 {
+    KOV_LOG_TAG(Tag, 3, "Message manager %p created", static_cast<void *>(this));
     qRegisterMetaType<MessageParams>("MessageParams");
     connect(m_processor, &CMessageProcessor::aboutToShowMessage, this, &CMessageManager::aboutToShowMessage);
     connect(m_processor, &CMessageProcessor::messageClosed, this, &CMessageManager::messageClosed);
@@ -74,6 +86,8 @@ CMessageManager *CMessageManager::instance()
 
 int CMessageManager::showMessageBox(const MessageParams &params)
 {
+    if (isCalledFromOtherThread("showMessageBox()"))
+        return NothingShown;
     const QString issuerId = params.issuerId.isEmpty() ? issuerOfWindow(params.parent) : params.issuerId;
     CMessageInfo *message
         = m_processor->create(params.code, issuerId, params.shortMsgParams, params.longMsgParams, false);
@@ -84,6 +98,7 @@ int CMessageManager::showMessageBox(const MessageParams &params)
     message->setAnchorClickSlot(params.anchorClickSlot);
     Messaging::MessageData &data = message->data();
     data.hintWidget = params.parent;
+    data.askedFor = params.askedFor;
     if (!params.shortMsg.isEmpty())
         data.shortMsg = params.shortMsg;
     if (!params.longMsg.isEmpty())
@@ -106,6 +121,8 @@ int CMessageManager::showMessageBox(int code, const QString &issuerId, const QSt
                                     const QStringList &longParams, const CSlotInfo &closeSlot,
                                     bool spontaneous, QWidget *parent, QWidget *hint)
 {
+    if (isCalledFromOtherThread("showMessageBox()"))
+        return NothingShown;
     CMessageInfo *message = m_processor->create(code, issuerId, shortParams, longParams, spontaneous);
     if (!message)
         return refuse(code, closeSlot);
@@ -118,6 +135,8 @@ int CMessageManager::showMessageBox(int code, QWidget *parent, const QStringList
                                     const QStringList &longParams, const CSlotInfo &closeSlot,
                                     bool spontaneous)
 {
+    if (isCalledFromOtherThread("showMessageBox()"))
+        return NothingShown;
     return showMessageBox(code, issuerOfWindow(parent), shortParams, longParams, closeSlot, spontaneous,
                           parent);
 }
@@ -125,6 +144,8 @@ int CMessageManager::showMessageBox(int code, QWidget *parent, const QStringList
 int CMessageManager::showMessageBox(t_SdkHandleWrap event, const QString &issuerId, QWidget *parent,
                                     const CSlotInfo &closeSlot)
 {
+    if (isCalledFromOtherThread("showMessageBox()"))
+        return NothingShown;
     CMessageInfo *message = m_processor->create(event, issuerId, false, parent, nullptr);
     if (!message)
         return refuse(KOV_ERR_INVALID_HANDLE, closeSlot);
@@ -134,6 +155,8 @@ int CMessageManager::showMessageBox(t_SdkHandleWrap event, const QString &issuer
 
 int CMessageManager::showMessageFromServer(t_SdkHandleWrap event, const QString &issuerId, QWidget *parent)
 {
+    if (isCalledFromOtherThread("showMessageFromServer()"))
+        return NothingShown;
     CMessageInfo *message = m_processor->create(event, issuerId, true, parent, nullptr);
     return message ? m_processor->tryToShowMessage(message) : refuse(KOV_ERR_INVALID_HANDLE, CSlotInfo());
 }
@@ -141,6 +164,8 @@ int CMessageManager::showMessageFromServer(t_SdkHandleWrap event, const QString 
 int CMessageManager::showMessageBoxForJob(t_SdkHandleWrap job, const QString &issuerId,
                                           const CSlotInfo *closeSlot, QWidget *parent)
 {
+    if (isCalledFromOtherThread("showMessageBoxForJob()"))
+        return NothingShown;
     const CSlotInfo slot = closeSlot ? *closeSlot : CSlotInfo();
     KOV_RESULT code = KOV_SUCCESS;
     KOV_RESULT result = KovJob_GetRetCode(job, &code);
@@ -166,12 +191,14 @@ int CMessageManager::showMessageBoxForRequest(const CSdkRequest &request, const 
 
 void CMessageManager::setMessagingBlocked(bool blocked)
 {
-    m_processor->setOption(CMessageProcessor::MessagingBlocked, blocked);
+    if (!isCalledFromOtherThread("setMessagingBlocked()"))
+        m_processor->setOption(CMessageProcessor::MessagingBlocked, blocked);
 }
 
 void CMessageManager::clearMessageQueue(const QString &issuerId)
 {
-    m_processor->clearMessageQueue(issuerId);
+    if (!isCalledFromOtherThread("clearMessageQueue()"))
+        m_processor->clearMessageQueue(issuerId);
 }
 
 QList<CMessageBoxWndBase *> CMessageManager::getMessageWindowsForId(int code) const

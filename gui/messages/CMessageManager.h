@@ -13,7 +13,9 @@ class CSdkRequest;
 /**
  * The one entry point through which messages are shown.
  *
- * GUI thread only: create it there, call it there. From another thread, send a record through the event loop:
+ * GUI thread only: create it there, call it there. A call from another thread is refused with an error in the
+ * log (-1, nothing, no windows; no close slot is called). From another thread, send a record through the
+ * event loop:
  *
  *     QMetaObject::invokeMethod(manager, "showMessageBox", Qt::QueuedConnection,
  *                               Q_ARG(QVariant, QVariant::fromValue(params)));

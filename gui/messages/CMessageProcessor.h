@@ -20,7 +20,10 @@ class CMessageInfo;
  *
  * The close slot of a message is called exactly once, whatever becomes of it: with the answer when it was
  * answered (inside tryToShowMessage() when the answer is a stored one), else with 0 - skipped, merged,
- * cleared from a queue, or impossible to show.
+ * cleared from a queue, or impossible to show. When a window is
+ * destroyed, alone or with its parent, that happens from the event loop, or at the end of the application.
+ *
+ * A question whose close slot cannot be called, or whose receiver is gone, is not asked.
  */
 class KOVGUI_EXPORT CMessageProcessor : public QObject
 {
@@ -66,7 +69,8 @@ public:
     /// Enters the message into the books as shown, and asks for attention when the application has no focus.
     /// @param quiet  true leaves out the request for attention
     virtual void preprocessMsgLogic(CMessageInfo &message, bool quiet);
-    /// A hook: tells a virtual machine the answer to its question. Does nothing.
+    /// A hook: tells a virtual machine the answer to its question. Called once for every spontaneous question
+    /// without a close slot; with 0 when it was not answered, whatever became of it. Does nothing.
     virtual void sendAnswerToVm(CMessageInfo &message, int answer);
     virtual bool isMessageShouldBeSkipped(const CMessageInfo &message);
     /// @param useActive  as for showMessage()
@@ -109,8 +113,8 @@ public:
 
 public Q_SLOTS:
     void handleMessageClose(QString uuid, Messaging::ButtonID answer, bool doNotShowAgain);
-    /// "kovhelp" links open the help; others go to the message's anchor slot. Without one, web addresses open in the
-    /// browser and all else is logged.
+    /// "kovhelp" links open the topic that they name, else the help for the message; others go to the
+    /// message's anchor slot. Without one, web addresses open in the browser and all else is logged.
     void handleMessageAnchorClicked(const QString &uuid, const QUrl &url);
 
 Q_SIGNALS:

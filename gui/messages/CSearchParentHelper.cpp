@@ -7,6 +7,7 @@
 #include <QApplication>
 #include <QVariant>
 #include <QWidget>
+#include <QWindow>
 
 #include <algorithm>
 
@@ -63,6 +64,16 @@ QWidget *parentAtModal(QWidget *modal)
     return ancestor;
 }
 
+QWidget *mainWindow()
+{
+    for (QWidget *window : QApplication::topLevelWidgets()) {
+        if (inheritsAny(window, {"QMainWindow", "QWizard", "CControlCenterWindow"})
+            && CSearchParentHelper::canBeParent(window))
+            return window;
+    }
+    return nullptr;
+}
+
 } // namespace
 
 CSearchParentHelper::CSearchParentHelper() = default;
@@ -96,6 +107,19 @@ QWidget *CSearchParentHelper::getApproxParent(const QString &, bool useActive)
 {
     QWidget *active = useActive ? QApplication::activeWindow() : nullptr;
     return canBeParent(active) ? active : nullptr;
+}
+
+void CSearchParentHelper::makeTransient(QWidget *window, const QString &issuerId)
+{
+    CSearchParentHelper *helper = instance();
+    QWidget *below = helper ? helper->getParentForMessage(issuerId, true, nullptr) : nullptr;
+    // Nothing is active while the user works in another program.
+    if (!below)
+        below = mainWindow();
+    if (!below || below->window() == window)
+        return;
+    window->winId();
+    window->windowHandle()->setTransientParent(below->window()->windowHandle());
 }
 
 bool CSearchParentHelper::canBeParent(const QWidget *widget)

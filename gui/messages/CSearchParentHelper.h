@@ -38,6 +38,13 @@ public:
     virtual QWidget *getApproxParent(const QString &issuerId, bool useActive);
 
     /**
+     * Makes a window, before it is shown, stay above the one that the registered helper finds for the issuer,
+     * else above the first main window or wizard that can be a parent. Whose child it is, and who owns it,
+     * stays as it is; it outlives the window below. Without any nothing happens.
+     */
+    static void makeTransient(QWidget *window, const QString &issuerId);
+
+    /**
      * Whether the window of the widget may carry a message: it is neither hidden nor minimised nor named
      * "chrWindow", and is a QMainWindow, a QWizard or a CControlCenterWindow, or implements CWindowInterface
      * and agrees. Progress dialogs and menus never are parents. False for null.

@@ -63,7 +63,7 @@ bool parseProxyAddress(std::string_view text, ProxyAddress &result)
     unsigned port = 0;
     if (!isHost(host) || !parsePort(text.substr(hostEnd + (isBracketed ? 2 : 1)), port))
         return false;
-    result = {std::string(host), port};
+    result = {std::string(host), port, false};
     return true;
 }
 

@@ -11,6 +11,7 @@ struct ProxyAddress
 {
     std::string host; ///< without the brackets of an IPv6 address
     unsigned port = 0; ///< 1 to 65535
+    bool isSocks = false; ///< SOCKS 5 instead of HTTP
 };
 
 /**
@@ -23,8 +24,8 @@ struct ProxyAddress
 bool parseProxyAddress(std::string_view text, ProxyAddress &result);
 
 /**
- * Finds the proxy for a scheme in a list such as "http=a:80;https=b:443" or "c:8080". Entries are separated by
- * semicolons; empty ones and blanks around them do not count. The first entry wins that is meant for the
+ * Finds the proxy for a scheme in a list such as "http=a:80;https=b:443" or "c:8080". Entries are separated
+ * by semicolons; empty ones and blanks around them do not count. The first entry wins that is meant for the
  * scheme ("scheme=host:port", compared exactly) or for all ("host:port").
  *
  * @return false when no entry is for the scheme; also, without looking further, at an entry that has no colon

@@ -14,7 +14,8 @@ namespace KovGui::Platform {
  * Unix: libproxy answers, in a small program of its own ("kovgui-find-proxy"), because a script's server that
  * does not answer or a script that does not end can only be stopped with its process. Where the answer is a
  * list, its first entry that can be connected to is taken; when none can, the first, so that a list without
- * "direct" never ends in a direct connection. Windows: WinHTTP.
+ * "direct" never ends in a direct connection, also one of kinds that are not supported. A script that cannot
+ * be had or is broken is reported as an error. Windows: WinHTTP.
  *
  * Credentials in the system's settings are never looked at.
  */
@@ -34,10 +35,10 @@ public:
      * Asks and waits for the answer: for a worker thread. At most once for each object.
      *
      * @param url        http or https, UTF-8, percent-encoded
-     * @param scriptUrl  the auto-configuration script to ask; empty for the system's settings. On Unix http or
-     * file.
-     * @param limit      milliseconds to wait at most. Windows has limits of its own for fetching a script, so the
-     * caller bounds its wait as well.
+     * @param scriptUrl  the auto-configuration script to ask; empty for the system's settings. On Unix http,
+     * https or file.
+     * @param limit      milliseconds to wait at most. Windows has limits of its own for fetching a script, so
+     * the caller bounds its wait as well.
      * @return false when there is no proxy, or when none could be found out (reported)
      */
     bool find(const std::string &url, const std::string &scriptUrl, int limit, ProxyAddress &result);

@@ -11,15 +11,16 @@
 class CAppUpdateWorker;
 
 /**
- * The application's one entry point for updates: when to check, what becomes of a found update, when a pending one is
- * installed. A thin front: what happens is decided by its worker, a replaceable class (CAppUpdateWorker).
+ * The application's one entry point for updates: when to check, what becomes of a found update, when a
+ * pending one is installed. A thin front: what happens is decided by its worker, a replaceable class
+ * (CAppUpdateWorker).
  *
- * A host calls instance() once at start, after KovGui::init(), after it has registered its own worker and told
- * UpgradeUtils what there is to tell; from then on checks are made by themselves. It calls destroy() before the
- * application object goes.
+ * A host calls instance() once at start, after KovGui::init(), after it has registered its own worker and
+ * told UpgradeUtils what there is to tell; from then on checks are made by themselves. It calls destroy()
+ * before the application object goes.
  *
- * In a mode in which updates are not offered (UpgradeUtils::isUpdatesRestricted()) nothing is checked or installed;
- * the worker loads nothing and starts no timer.
+ * In a mode in which updates are not offered (UpgradeUtils::isUpdatesRestricted()) nothing is checked or
+ * installed; the worker loads nothing and starts no timer.
  *
  * GUI thread only.
  */
@@ -28,12 +29,13 @@ class KOVGUI_EXPORT CAppUpdateLogic : public QObject
     Q_OBJECT
 
 public:
-    /// Created on first use, with its worker, and after destroy() anew. From inside the worker's construction it is
-    /// the object under construction, which refuses everything until the worker exists.
+    /// Created on first use, with its worker, and after destroy() anew. From inside the worker's construction
+    /// it is the object under construction, which refuses everything until the worker exists.
     static CAppUpdateLogic *instance();
-    /// Ends the check and the installation that run, silently, and deletes the object. What a quitting application
-    /// leaves for its next start is stored before; an updater program that installs is killed, unless the application
-    /// quits (QCoreApplication::aboutToQuit()): then it completes its work. Not to be called from a slot of a signal of this class.
+    /// Ends the check and the installation that run, silently, and deletes the object. What a quitting
+    /// application leaves for its next start is stored before; an updater program that installs is killed,
+    /// unless the application quits (QCoreApplication::aboutToQuit()): then it completes its work. Not to be
+    /// called from a slot of a signal of this class.
     static void destroy();
     ~CAppUpdateLogic() override;
 
@@ -55,10 +57,11 @@ public:
     bool runUpdaterInAppMode() const;
 
 Q_SIGNALS:
-    /// A check that was asked for here has ended. A found update was handed on already. Not for a refused check.
+    /// A check that was asked for here has ended. A found update was handed on already. Not for a refused
+    /// check.
     void updateCheckFinished(KOV_RESULT result, bool inBackground);
-    /// An installation has ended, with the result of CTaskInstallProductUpdate, and the settings tell what is to be
-    /// done about it. Not for one that was refused or superseded.
+    /// An installation has ended, with the result of CTaskInstallProductUpdate, and the settings tell what is
+    /// to be done about it. Not for one that was refused or superseded.
     void updateInstallFinished(KOV_RESULT result);
 
 private:

@@ -45,8 +45,8 @@ bool CheckSchedule::isDue(int defaultPeriod)
         return false;
     const QDateTime now = Clock::now();
     const QDateTime last = UpgradeUtils::lastCheckedOn();
-    // Only a clock that was set back leaves a time so far ahead. Less than a day is let be: it delays one check, and
-    // the hour that comes twice in autumn is no mistake.
+    // Only a clock that was set back leaves a time so far ahead. Less than a day is let be: it delays one
+    // check, and the hour that comes twice in autumn is no mistake.
     if (last.isValid() && last <= now.addDays(1))
         return now >= nextCheck(last, period);
     UpgradeUtils::setLastCheckedOn(now);

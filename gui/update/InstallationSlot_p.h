@@ -13,8 +13,8 @@ struct InstallRequest
 };
 
 /**
- * The place of the one installation that runs. The next one waits until the one that it supersedes has ended: the old
- * download utility may still write the file that the new one would continue.
+ * The place of the one installation that runs. The next one waits until the one that it supersedes has ended:
+ * the old download utility may still write the file that the new one would continue.
  */
 class InstallationSlot : public QObject
 {

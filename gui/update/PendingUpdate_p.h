@@ -2,7 +2,8 @@
 
 #include "gui/update/record/CProductUpdateInfo.h"
 
-/// The one update that waits for its installation, how it was found, and what the settings keep of it for later starts.
+/// The one update that waits for its installation, how it was found, and what the settings keep of it for
+/// later starts.
 class PendingUpdate
 {
 public:

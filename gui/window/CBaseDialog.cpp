@@ -1,7 +1,12 @@
 #include "gui/window/CBaseDialog.h"
 
+#include "gui/window/InputGuard_p.h"
+
+#include <QApplication>
 #include <QPointer>
+#include <QScreen>
 #include <QSettings>
+#include <QStyle>
 #include <QVariant>
 
 namespace {
@@ -27,14 +32,20 @@ public:
 
     void restoreGeometryOnce();
     void saveGeometry() const;
+    void guardInput();
+    void askForAttention();
 
     CBaseDialog *const q;
     const CustomWindowFlags customFlags;
+    bool askedFor = true;
 
 private:
     QString geometryKey() const;
 
+    void fitIntoScreen();
+
     bool m_geometryRestored = false;
+    InputGuard *m_inputGuard = nullptr;
 };
 
 QString CBaseDialog::Private::geometryKey() const
@@ -52,7 +63,27 @@ void CBaseDialog::Private::restoreGeometryOnce()
     if (m_geometryRestored || key.isEmpty())
         return;
     m_geometryRestored = true;
-    q->restoreGeometry(QSettings().value(key).toByteArray());
+    const QByteArray stored = QSettings().value(key).toByteArray();
+    // The toolkit takes a part of it for the whole, and fills up with zeros.
+    if (stored.size() == q->QWidget::saveGeometry().size() && q->restoreGeometry(stored))
+        fitIntoScreen();
+}
+
+void CBaseDialog::Private::fitIntoScreen()
+{
+    if (q->windowState() & (Qt::WindowMaximized | Qt::WindowFullScreen))
+        return;
+    QRect place = q->geometry();
+    const QScreen *screen = QGuiApplication::screenAt(place.center());
+    // The frame is the window manager's, and not known yet.
+    const int bar = q->style()->pixelMetric(QStyle::PM_TitleBarHeight, nullptr, q);
+    const QRect available = (screen ? screen : QGuiApplication::primaryScreen())
+                                ->availableGeometry()
+                                .marginsRemoved(QMargins(bar / 4, bar, bar / 4, bar / 4));
+    place.setSize(place.size().expandedTo(q->minimumSizeHint()).boundedTo(available.size()));
+    place.moveLeft(qBound(available.left(), place.left(), available.right() + 1 - place.width()));
+    place.moveTop(qBound(available.top(), place.top(), available.bottom() + 1 - place.height()));
+    q->setGeometry(place);
 }
 
 void CBaseDialog::Private::saveGeometry() const
@@ -60,6 +91,21 @@ void CBaseDialog::Private::saveGeometry() const
     const QString key = geometryKey();
     if (!key.isEmpty())
         QSettings().setValue(key, q->QWidget::saveGeometry());
+}
+
+void CBaseDialog::Private::guardInput()
+{
+    if (!m_inputGuard)
+        m_inputGuard = new InputGuard(q);
+    m_inputGuard->arm();
+}
+
+void CBaseDialog::Private::askForAttention()
+{
+    // Most task bars show no dialogs, only the windows that they belong to.
+    for (QWidget *window = q; window;
+         window = window->parentWidget() ? window->parentWidget()->window() : nullptr)
+        QApplication::alert(window);
 }
 
 CBaseDialog::CBaseDialog(QWidget *parent, Qt::WindowFlags flags, CustomWindowFlags customFlags)
@@ -70,7 +116,8 @@ CBaseDialog::CBaseDialog(QWidget *parent, Qt::WindowFlags flags, CustomWindowFla
     if (!parent)
         return;
     for (const char *name : {"vmUuid", "serverUuid"}) {
-        const QVariant value = parent->window()->property(name);
+        const QVariant own = parent->property(name);
+        const QVariant value = own.isValid() ? own : parent->window()->property(name);
         if (value.isValid())
             setProperty(name, value);
     }
@@ -93,9 +140,29 @@ bool CBaseDialog::canBeParent() const
     return !d->customFlags.testFlag(NotAParent);
 }
 
+bool CBaseDialog::isAskedFor() const
+{
+    return d->askedFor;
+}
+
+void CBaseDialog::setAskedFor(bool asked)
+{
+    d->askedFor = asked;
+    setAttribute(Qt::WA_ShowWithoutActivating, !asked);
+}
+
+void CBaseDialog::present()
+{
+    raise();
+    if (d->askedFor)
+        activateWindow();
+    else
+        d->askForAttention();
+}
+
 void CBaseDialog::open()
 {
-    if (parentWidget())
+    if (parentWidget() && d->askedFor)
         QDialog::open();
     else
         show();
@@ -120,9 +187,18 @@ int CBaseDialog::exec()
 
 void CBaseDialog::setVisible(bool visible)
 {
-    if (visible && !isVisible())
+    const bool appears = visible && !isVisible();
+    if (appears)
         d->restoreGeometryOnce();
     else if (!visible && isVisible())
         d->saveGeometry();
-    QDialog::setVisible(visible);
+    if (!appears || d->askedFor) {
+        QDialog::setVisible(visible);
+        return;
+    }
+    d->guardInput();
+    const QPointer<CBaseDialog> guard(this);
+    QDialog::setVisible(true);
+    if (guard && isVisible())
+        d->askForAttention();
 }

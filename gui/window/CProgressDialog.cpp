@@ -17,6 +17,7 @@ public:
     QProgressBar *const bar;
     QDialogButtonBox *const buttons;
     QPushButton *const cancelButton;
+    QSpacerItem *const stretch;
     int value = 0;
     bool canceled = false;
 };
@@ -26,6 +27,7 @@ CProgressDialog::Private::Private(CProgressDialog *dialog)
     , bar(new QProgressBar(dialog))
     , buttons(new QDialogButtonBox(dialog))
     , cancelButton(buttons->addButton(QDialogButtonBox::Cancel))
+    , stretch(new QSpacerItem(0, 0, QSizePolicy::Minimum, QSizePolicy::Expanding))
 {
     label->setObjectName(QStringLiteral("m_lblText"));
     label->setTextFormat(Qt::PlainText);
@@ -42,7 +44,7 @@ CProgressDialog::Private::Private(CProgressDialog *dialog)
     auto *layout = new QVBoxLayout(dialog);
     layout->addWidget(label);
     layout->addWidget(bar);
-    layout->addStretch();
+    layout->addItem(stretch);
     layout->addWidget(buttons);
 }
 
@@ -91,6 +93,10 @@ int CProgressDialog::value() const
 void CProgressDialog::setCancelButtonVisible(bool visible)
 {
     d->buttons->setVisible(visible);
+    // A window that can stretch is given a height of its own, which would look like a row without buttons.
+    d->stretch->changeSize(0, 0, QSizePolicy::Minimum,
+                           visible ? QSizePolicy::Expanding : QSizePolicy::Minimum);
+    layout()->invalidate();
 }
 
 bool CProgressDialog::isCancelButtonVisible() const

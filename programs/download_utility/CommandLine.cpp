@@ -83,6 +83,11 @@ Result parseCommandLine(const std::vector<std::string> &arguments, Options &opti
              return isPlainHost(value);
          }},
         {"--proxy-port", number(options.proxyPort, 1, 65535)},
+        {"--proxy-kind",
+         [&options](const std::string &value) {
+             options.isSocksProxy = value == "socks5";
+             return options.isSocksProxy || value == "http";
+         }},
         {"-pu",
          [&options](const std::string &value) {
              options.proxyUser = value;
@@ -124,8 +129,8 @@ std::string helpText()
 {
     return R"(usage: download_utility download -u file -f URL -p FOLDER [arguments]
 
-Downloads one file over HTTP or HTTPS. What an earlier run left is continued when it is certain to belong to the same
-file; the file appears under its name only when it is complete.
+Downloads one file over HTTP or HTTPS. What an earlier run left is continued when it is certain to belong to
+the same file; the file appears under its name only when it is complete.
 
   -u file                what to download: a file
   -f URL                 its address; the last part of the path is the file's name
@@ -135,6 +140,7 @@ file; the file appears under its name only when it is complete.
   -bd                    background: give way to other programs
   --proxy-server HOST    use this HTTP proxy, and nothing else
   --proxy-port PORT
+  --proxy-kind KIND      http (as without it) or socks5
   -pu USER               the proxy's user; its password is read as one line from standard input
   --proxy-try-count N    accepted; a refused password is never sent a second time
 
@@ -148,10 +154,10 @@ file; the file appears under its name only when it is complete.
   --help, --version
 
 exit codes: 0 the file is there and complete; 25 no connection and 31 interrupted: try again later;
-2 usage; 10 address, 11 file name, 12 folder, 13 file exists, 14 link or foreign file in the way, 15 another run is at
-work on it, 16 disk full, 17 file error; 20 proxy refuses, 21 login required, 22 access denied, 23 not found, 24 server
-error, 26 certificate, 27 redirect, 28 unusable answer, 29 keeps changing, 30 digest differs; 32 stopped by a signal,
-33 no password on standard input; 1 internal error.
+2 usage; 10 address, 11 file name, 12 folder, 13 file exists, 14 link or foreign file in the way, 15 another
+run is at work on it, 16 disk full, 17 file error; 20 proxy refuses, 21 login required, 22 access denied,
+23 not found, 24 server error, 26 certificate, 27 redirect, 28 unusable answer, 29 keeps changing, 30 digest
+differs; 32 stopped by a signal, 33 no password on standard input; 1 internal error.
 )";
 }
 

@@ -20,6 +20,7 @@ struct Options
 
     std::string proxyHost; ///< empty: a direct connection, whatever the environment says
     unsigned proxyPort = 0;
+    bool isSocksProxy = false; ///< SOCKS 5, which resolves the names as well; else HTTP
     std::optional<std::string> proxyUser;
 
     unsigned stallLimit = 30; ///< seconds without a byte, 1 to 3600

@@ -60,8 +60,8 @@ ExitCode exitCode(CURLcode code)
     }
 }
 
-/// A peer that went away in the middle of the handshake says nothing about trust. The library below tells it from
-/// a refusal in words only.
+/// A peer that went away in the middle of the handshake says nothing about trust. The library below tells it
+/// from a refusal in words only.
 bool isHandshakeCut(CURLcode code, const char *errorText)
 {
     if (code != CURLE_SSL_CONNECT_ERROR)
@@ -189,7 +189,7 @@ void HttpConnection::Private::setUpProxy(const std::string &password)
         return;
     const bool isAddress6 = options.proxyHost.find(':') != std::string::npos;
     const std::string host = isAddress6 ? "[" + options.proxyHost + "]" : options.proxyHost;
-    set(CURLOPT_PROXY, ("http://" + host).c_str());
+    set(CURLOPT_PROXY, ((options.isSocksProxy ? "socks5h://" : "http://") + host).c_str());
     set(CURLOPT_PROXYPORT, static_cast<long>(options.proxyPort));
     set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
     if (!options.proxyUser)

@@ -20,7 +20,8 @@ std::string part(CURLU *handle, CURLUPart which, unsigned flags = 0)
     return copy;
 }
 
-/// With one slash or three some read "user:password@host" as a path, and show it, where others log in with it.
+/// With one slash or three some read "user:password@host" as a path, and show it, where others log in with
+/// it.
 bool hasPlainSlashes(const std::string &text)
 {
     const std::size_t scheme

@@ -9,8 +9,8 @@
  */
 struct Url
 {
-    /// Nothing for a text that is no address, one of another scheme, and one whose host does not follow "//". Blanks
-    /// and other bytes that an address cannot hold are percent-encoded; a fragment is dropped.
+    /// Nothing for a text that is no address, one of another scheme, and one whose host does not follow "//".
+    /// Blanks and other bytes that an address cannot hold are percent-encoded; a fragment is dropped.
     /// @param base  what a relative text, such as a redirect's target, is relative to; null: nothing
     static std::optional<Url> parse(const std::string &text, const Url *base = nullptr);
 

@@ -1,6 +1,7 @@
 #include "programs/updater/Updater.h"
 
 #include "gui/KovVersion.h"
+#include "programs/updater/Commands.h"
 #include "programs/updater/base/Address.h"
 #include "programs/updater/base/ErrorLine.h"
 #include "programs/updater/base/StopRequest.h"
@@ -11,20 +12,14 @@
 #include "programs/updater/trust/OfferStore.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
+#include <QUrl>
 #include <cstdio>
 
 namespace {
 
 constexpr qint64 maximumConfigurationSize = 1024 * 1024;
-
-/// @param code  returned if everything could be written: a cut report is no report
-ExitCode print(const QByteArray &text, ExitCode code)
-{
-    const size_t size = size_t(text.size());
-    const bool ok = std::fwrite(text.constData(), 1, size, stdout) == size && std::fflush(stdout) == 0;
-    return ok ? code : fail(ExitCode::OutputError, QStringLiteral("standard output cannot be written"));
-}
 
 QString firstOf(const QStringList &errors)
 {
@@ -84,18 +79,45 @@ ExitCode report(const CheckRequest &request, const CommandLine &commandLine, Tru
         return fail(ExitCode::BadCatalogue,
                     QStringLiteral("the update catalogue %1 is not valid: %2 is refused").arg(source, fault));
     const FetchResult signature = fetch->fetchPackageSignature(package, *chosen);
-    return signature.code == ExitCode::UpdateFound ? print(output, ExitCode::UpdateFound)
-                                                   : fail(signature.code, signature.fault);
+    return signature.code == ExitCode::UpdateFound
+               ? printText(QString::fromUtf8(output), ExitCode::UpdateFound)
+               : fail(signature.code, signature.fault);
 }
 
 ExitCode sayNoUpdate(const CheckRequest &request, const CommandLine &commandLine)
 {
     if (!commandLine.reportsNoUpdate)
         return ExitCode::NoUpdate;
-    const QString text = QStringLiteral("There is no update for %1 %2.\n");
     const UpdateCriteria &criteria = request.criteria;
-    return print(text.arg(criteria.product, versionText(criteria.currentVersion)).toUtf8(),
-                 ExitCode::NoUpdate);
+    QString text = QStringLiteral("There is no update for %1 %2.\n")
+                       .arg(criteria.product, versionText(criteria.currentVersion));
+    for (const RejectedVersion &rejected : request.rejected) {
+        if (rejected.version > criteria.currentVersion)
+            text += QStringLiteral("Version %1 is not offered: %2\n")
+                        .arg(versionText(rejected.version), rejected.reason);
+    }
+    return printText(text, ExitCode::NoUpdate);
+}
+
+/// Other users could read the password in it.
+void warnOfOpenPassword(const QString &path, const CUpdaterConfig &configuration)
+{
+    const bool isOpen = QFileInfo(path).permissions().testFlag(QFileDevice::ReadOther);
+    if (isOpen && !QUrl(configuration.updateUrl).password().isEmpty())
+        printError(QStringLiteral("warning: %1 holds a password and can be read by every user").arg(path));
+}
+
+/// One line, of which nothing is kept.
+bool readPassword(QByteArray *password)
+{
+    constexpr int longestPassword = 4096;
+    QFile input;
+    if (!input.open(stdin, QIODevice::ReadOnly))
+        return false;
+    *password = input.readLine(longestPassword + 2);
+    if (password->endsWith('\n'))
+        password->chop(1);
+    return password->size() <= longestPassword && !password->isEmpty() && !password->contains('\0');
 }
 
 ExitCode check(const CommandLine &commandLine, const QString &programDirectory, const QString &root)
@@ -110,19 +132,27 @@ ExitCode check(const CommandLine &commandLine, const QString &programDirectory, 
         if (!fault.isEmpty())
             return fail(ExitCode::ConfigurationError,
                         QStringLiteral("the configuration file %1 is not usable: %2").arg(path, fault));
+        warnOfOpenPassword(path, configuration);
     } else if (commandLine.url.isEmpty()) {
         return fail(ExitCode::ConfigurationError,
                     QStringLiteral("no address of an update catalogue: give --url, or write %1").arg(path));
     }
     const std::optional<PackageManifest> installed
         = root.isEmpty() ? std::nullopt : Installation::installedManifest(root);
-    const CheckRequestResult made = makeCheckRequest(commandLine, hasConfiguration ? &configuration : nullptr,
-                                                     installed ? &*installed : nullptr);
+    CheckRequestResult made = makeCheckRequest(commandLine, hasConfiguration ? &configuration : nullptr,
+                                               installed ? &*installed : nullptr);
     if (made.code != ExitCode::UpdateFound)
         return fail(made.code, made.fault);
+    if (installed && installed->product == made.request.criteria.product)
+        made.request.rejected = Installation::rejectedVersions(root);
+    for (const RejectedVersion &rejected : qAsConst(made.request.rejected))
+        made.request.criteria.rejected.append(rejected.version);
     if (!made.request.isEnabled)
         return sayNoUpdate(made.request, commandLine);
-    const TrustCriteria criteria{Signature::builtInKeys(), made.request.criteria.product,
+    if (!commandLine.proxyUser.isEmpty() && !readPassword(&made.request.fetch.proxyPassword))
+        return fail(ExitCode::UsageError,
+                    QStringLiteral("there is no password of the proxy on standard input that can be used"));
+    const TrustCriteria criteria{Signature::builtInKeys(), made.request.criteria.product, made.request.line,
                                  QDateTime::currentDateTimeUtc()};
     if (criteria.keys.isEmpty())
         return fail(ExitCode::CatalogueNotTrusted,
@@ -144,8 +174,7 @@ ExitCode install(const CommandLine &commandLine, const QString &programDirectory
 {
     if (root.isEmpty())
         return fail(ExitCode::NoInstallation,
-                    QStringLiteral("this program lies in no installation that could be updated: no folder "
-                                   "\"current\" with a manifest.json leads to %1")
+                    QStringLiteral("no installation could be updated: no folder \"current\" leads to %1")
                         .arg(programDirectory));
     const OfferStore offers;
     InstallRequest request;
@@ -163,12 +192,19 @@ ExitCode install(const CommandLine &commandLine, const QString &programDirectory
 
 ExitCode recoverAndCheck(const CommandLine &commandLine, const QString &programDirectory, const QString &root)
 {
-    if (!root.isEmpty()) {
-        const InstallResult recovered = Installation::recover(root);
-        if (!recovered.ok())
-            return fail(recovered.code, recovered.fault);
-    }
+    // What cannot be cleared up must not keep its cure from being found: the next installation tells it as its fault.
+    const InstallResult recovered = root.isEmpty() ? InstallResult() : Installation::recover(root);
+    if (!recovered.ok())
+        printError(recovered.fault);
     return check(commandLine, programDirectory, root);
+}
+
+QString versionAndKeys()
+{
+    QString text = QStringLiteral("updater " KOV_VERSION_TEXT "\n");
+    for (const Signature::PublicKey &key : Signature::builtInKeys())
+        text += QStringLiteral("trusts the key %1\n").arg(QLatin1String(Signature::fingerprint(key)));
+    return Signature::builtInKeys().isEmpty() ? text + QStringLiteral("trusts no key\n") : text;
 }
 
 } // namespace
@@ -182,9 +218,9 @@ ExitCode runUpdater(const QStringList &arguments, const QString &programDirector
     const QString root = commandLine.root.isEmpty() ? Installation::find(programDirectory) : commandLine.root;
     switch (commandLine.action) {
     case CommandLine::Action::ShowHelp:
-        return print(helpText().toUtf8(), ExitCode(0));
+        return printText(helpText() + commandList(), ExitCode(0));
     case CommandLine::Action::ShowVersion:
-        return print("updater " KOV_VERSION_TEXT "\n", ExitCode(0));
+        return printText(versionAndKeys(), ExitCode(0));
     case CommandLine::Action::Install:
         return install(commandLine, programDirectory, root);
     case CommandLine::Action::Check:

@@ -3,10 +3,12 @@
 #include "abstract_task/CAbstractTask.h"
 
 #include <QCoreApplication>
+#include <QEventLoop>
 #include <QMap>
 #include <QMetaEnum>
 #include <QPointer>
 #include <QStringList>
+#include <QTimer>
 
 #include <functional>
 
@@ -20,7 +22,7 @@ inline QStringList &eventLog()
 /**
  * A task that does what a text says: "A: wait; B: return 5, append C". Operations are
  * wait, complete n, terminate n, finish n, return n, delete, destroy (as a careful destructor does), execute,
- * pause, resume, run (the event loop), append X, prepend X, insert X Y (Y behind X), clear, child (nested,
+ * pause, resume, own (deletes itself at its end), loop <operation> (in an event loop of the step), run (the event loop), append X, prepend X, insert X Y (Y behind X), clear, child (nested,
  * waits in its step A), child <operation>.
  */
 class CTaskScripted : public CAbstractTask
@@ -128,6 +130,8 @@ private:
             {QStringLiteral("insert"), [&] { insertAfterSubTask(number(words.at(0)), number(words.at(1))); }},
             {QStringLiteral("mark"), [&] { eventLog() << QStringLiteral("-"); }},
             {QStringLiteral("clear"), [&] { clearSubTaskList(); }},
+            {QStringLiteral("own"), [&] { setOption(DeleteWhenFinished, true); }},
+            {QStringLiteral("loop"), [&] { performInLoop(words); }},
             {QStringLiteral("child"), [&] { performOnChild(words); }},
         };
         const auto found = operations.value(name);
@@ -135,6 +139,15 @@ private:
             found();
         else
             eventLog() << QStringLiteral("unknown operation ") + name;
+    }
+
+    /// An event loop of the step that outlives what is posted in it.
+    void performInLoop(const QStringList &words)
+    {
+        QEventLoop loop;
+        QTimer::singleShot(0, &loop, [this, words] { perform(this, words.join(QLatin1Char(' '))); });
+        QTimer::singleShot(0, &loop, [&loop] { QTimer::singleShot(0, &loop, &QEventLoop::quit); });
+        loop.exec();
     }
 
     void performOnChild(const QStringList &words)

@@ -11,6 +11,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <fcntl.h>
 #include <functional>
 #include <map>
@@ -25,6 +26,18 @@
 #include <vector>
 
 static std::string s_directory;
+static std::atomic<std::time_t> s_secondsAhead{0};
+
+/// The clock by which the log looks after its file, in place of the C library's.
+extern "C" std::time_t time(std::time_t *result) noexcept
+{
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    const std::time_t seconds = now.tv_sec + s_secondsAhead;
+    if (result)
+        *result = seconds;
+    return seconds;
+}
 
 #define REQUIRE(condition)                                                                                   \
     if (!(condition)) {                                                                                      \
@@ -103,7 +116,7 @@ static int logDescriptor()
 }
 
 /// A host closes every descriptor that it does not know, as daemons do, and then opens its own.
-static void closedByHost()
+static void closedByHost(bool nextSecond)
 {
     close(STDIN_FILENO);
     KOV_LOG(0, "first");
@@ -113,7 +126,10 @@ static void closedByHost()
     int ends[2];
     REQUIRE(pipe2(ends, O_NONBLOCK) == 0);
     REQUIRE(dup2(ends[1], number) == number);
-    KovGui::setLogDirectory(s_directory.c_str());
+    if (nextSecond)
+        s_secondsAhead = 1;
+    else
+        KovGui::setLogDirectory(s_directory.c_str());
     KOV_LOG(0, "second");
     char text[16];
     REQUIRE(read(ends[0], text, sizeof text) == -1 && errno == EAGAIN);
@@ -174,7 +190,7 @@ int main(int argc, char *argv[])
         {"killed", [&] { flood(1, number(3)), std::raise(SIGKILL); }},
         {"until-told", [] { logDuring(untilInputEnds, 50); }},
         {"change-directories", [] { logDuring(changeDirectories, 0); }},
-        {"closed-by-host", closedByHost},
+        {"closed-by-host", [&] { closedByHost(number(3)); }},
         {"forked", forked},
         {"disk-full", diskFull},
         {"system-logs", systemLogs},

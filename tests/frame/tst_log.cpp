@@ -7,6 +7,7 @@
 
 #include <QLoggingCategory>
 #include <QProcess>
+
 #include <cerrno>
 #include <fcntl.h>
 #include <memory>
@@ -29,379 +30,328 @@ class tst_Log : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
+    void init()
+    {
+        m_folder = std::make_unique<QTemporaryDir>();
+        KovGui::setLogOutputFunction(capture);
+    }
 
-    void recordFormat_data();
-    void recordFormat();
-    void timeIsLocal();
-    void longRecordIsCut_data();
-    void longRecordIsCut();
-    void outputFunctionReplacedDuringACall();
-    void logTextEscapes_data();
-    void logTextEscapes();
-    void qtMessages();
-    void setupLoggingChoosesTheUsersFolder();
+    void cleanup()
+    {
+        KovGui::setLogOutputFunction(capture);
+        m_folder.reset();
+    }
 
-    void processesAndThreadsShareTheFile();
-    void killedAfterTheCall();
-    void fileMovedAwayUnderLoad();
-    void directoryChangesUnderLoad();
-    void forkedChildHasItsOwnNumber();
-    void diskFull();
-    void descriptorClosedByTheHost();
-    void noDirectorySet();
-    void trapsAreNotEntered_data();
-    void trapsAreNotEntered();
-    void fileIsForEverybody();
+    void recordFormat()
+    {
+        struct Row
+        {
+            const char *category, *file, *function;
+            unsigned level;
+            QByteArray expected; // behind the time; # is process and thread
+        };
+        const Row rows[] = {
+            {"", nullptr, nullptr, 0, "F /m:#/ 7 x\n"},
+            {"net", nullptr, nullptr, 1, "W net /m:#/ 7 x\n"},
+            {nullptr, nullptr, nullptr, 4, "T /m:#/ 7 x\n"},
+            {"", nullptr, nullptr, 15, "O(15) /m:#/ 7 x\n"},
+            {"", "/a\\b/c.cpp", "void N::C::f(int)", 0, "F /m:#/ {f(int) @ c.cpp:42} 7 x\n"},
+            {"", "c.cpp", nullptr, 0, "F /m:#/ 7 x\n"},
+            {"qml", "c.cpp", "f", 17, "QT: W qml /m:#/ 7 x\n"},
+            {"", "c.cpp", "f", 33, "W /m:#/ {f @ c.cpp:42} 7 x\n"}, // of another source
+        };
+        const QByteArray origin
+            = QByteArray::number(getpid()) + ':' + QByteArray::number(qulonglong(gettid()), 16);
+        for (Row row : rows) {
+            errno = 1234;
+            KovGui::logRecord({row.category, "m", row.file, 42, row.function}, row.level, "%d %s", 7, "x");
+            QCOMPARE(errno, 1234);
+            QCOMPARE(s_record.mid(int(strlen("09-06 05:19:20.123 "))), row.expected.replace('#', origin));
+        }
+    }
+
+    void timeIsLocal()
+    {
+        qputenv("TZ", "Asia/Kathmandu");
+        tzset();
+        const QDateTime before = QDateTime::currentDateTime();
+        // A thread of its own has no second remembered from before the change of the zone.
+        std::thread([] { KOV_LOG(0, "x"); }).join();
+        const QString written
+            = QString::number(before.date().year()) + QString::fromLatin1(s_record.left(18));
+        const QDateTime time = QDateTime::fromString(written, QStringLiteral("yyyyMM-dd HH:mm:ss.zzz"));
+        QVERIFY2(time >= before && time <= QDateTime::currentDateTime(), s_record.constData());
+    }
+
+    /// To the byte; but no character of several bytes is halved.
+    void longRecordIsCut()
+    {
+        for (const QString &character : {QStringLiteral("x"), QString(QChar(0xe4)), QString(QChar(0x20ac)),
+                                         QString::fromUcs4(U"\U0001F600", 1)}) {
+            const QByteArray bytes = character.toUtf8();
+            // Padding moves the cut to every place inside a character.
+            for (const char *padding : {"", "1", "12", "123"}) {
+                KOV_LOG(0, "%s%s", padding, bytes.repeated(10000).constData());
+                QVERIFY2(s_record.size() > 4095 - bytes.size() && s_record.size() <= 4095,
+                         qPrintable(QString::number(s_record.size())));
+                QVERIFY(s_record.endsWith(bytes + '\n'));
+            }
+        }
+    }
+
+    void outputFunctionReplacedDuringACall()
+    {
+        KovGui::setLogOutputFunction([](const char *, std::size_t) {
+            KovGui::setLogOutputFunction(capture);
+            throw 1;
+        });
+        KOV_LOG(0, "twice");
+        QVERIFY(s_record.endsWith("twice\n"));
+        QCOMPARE(s_inFlight, 1);
+        QCOMPARE(KovGui::logCallsInFlight(), 0);
+    }
+
+    void logTextEscapes()
+    {
+        const QVector<std::pair<QByteArray, const char *>> rows{
+            {"a\r\n09-06 05:19", R"(a\r\n09-06 05:19)"}, // a forged record
+            {{"\x1b[31m\x7f\0z", 8}, R"(\x1b[31m\x7f\x00z)"},
+            {"\xc2\x85\xc2\x9b\xc2\xa0", "\\u0085\\u009b\xc2\xa0"}, // controls above ASCII
+            {"\xe2\x80\xa8\xe2\x80\xa9", R"(\u2028\u2029)"}, // separators
+            {"\xe2\x82\xac\xf0\x9f\x98\x80", "\xe2\x82\xac\xf0\x9f\x98\x80"},
+            {"\x85 \xc0\x8a \xed\xa0\x80 \xe2\x80", R"(\x85 \xc0\x8a \xed\xa0\x80 \xe2\x80)"}, // no UTF-8
+        };
+        for (const auto &[text, expected] : rows)
+            QCOMPARE(KovGui::logText(text), QByteArray(expected));
+    }
+
+    void qtMessages()
+    {
+        const auto before = qInstallMessageHandler(
+            [](QtMsgType, const QMessageLogContext &, const QString &) { ++s_qtMessages; });
+        // An output function with Qt inside must not go round in circles.
+        KovGui::setLogOutputFunction([](const char *record, std::size_t length) {
+            capture(record, length);
+            qWarning("from the output function");
+        });
+        KovGui::forwardQtMessages(true);
+        KovGui::forwardQtMessages(true);
+        const QLoggingCategory category("tessarine.test");
+        qCWarning(category) << "two\nlines";
+        const QByteArray warning = s_record;
+        const int chained = s_qtMessages;
+        qDebug("above the threshold");
+        const QByteArray afterDebug = s_record;
+        KovGui::forwardQtMessages(false);
+        qCritical("no longer");
+        qInstallMessageHandler(before);
+
+        QVERIFY2(warning.contains(" QT: W tessarine.test /KovGui:"), warning.constData());
+        QVERIFY2(warning.endsWith("/ two\\nlines\n"), warning.constData());
+        QCOMPARE(chained, 1);
+        QCOMPARE(afterDebug, warning);
+        QCOMPARE(s_qtMessages, 3);
+        QCOMPARE(s_record, warning);
+    }
+
+    void setupLoggingChoosesTheUsersFolder()
+    {
+        KovGui::setLogOutputFunction(nullptr);
+        KovGui::setupLogging(true);
+        KOV_LOG(0, "in the user's folder");
+        const QString home = QString::fromLocal8Bit(qgetenv("XDG_DATA_HOME"));
+        QVERIFY(fileContent(home + QStringLiteral("/tessarine-qor.log")).endsWith("in the user's folder\n"));
+    }
+
+    void processesAndThreadsShareTheFile()
+    {
+        std::vector<Writer> writers;
+        for (int i = 0; i < 4; ++i)
+            writers.push_back(start(m_folder->path(), "flood 4 1000"));
+        for (const Writer &writer : writers)
+            QVERIFY(writer->waitForFinished(60000) && writer->exitCode() == 0);
+        QCOMPARE(countWholeThreads(fileContent(log())), 4 * 4 * 1000);
+    }
+
+    void killedAfterTheCall()
+    {
+        QCOMPARE(run(m_folder->path(), "killed 1000"), -1);
+        QCOMPARE(countWholeThreads(fileContent(log())), 1000);
+    }
+
+    void fileMovedAwayUnderLoad()
+    {
+        std::vector<Writer> writers;
+        for (int i = 0; i < 2; ++i)
+            writers.push_back(start(m_folder->path(), "until-told"));
+        QByteArray all;
+        for (const char *moved : {"moved.1", "moved.2"}) {
+            QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(log()), 60000);
+            QVERIFY(QFile::rename(log(), path(moved)));
+        }
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(log()), 60000);
+        int written = 0;
+        for (const Writer &writer : writers) {
+            writer->closeWriteChannel();
+            QVERIFY(writer->waitForFinished(60000));
+            written += writer->readAllStandardOutput().trimmed().toInt();
+        }
+        int found = 0;
+        for (const QString &file : {path("moved.1"), path("moved.2"), log()})
+            found += countWholeThreads(fileContent(file), false);
+        QVERIFY(written > 0);
+        QCOMPARE(found, written);
+    }
+
+    void directoryChangesUnderLoad()
+    {
+        QVERIFY(QDir(m_folder->path()).mkdir(QStringLiteral("a"))
+                && QDir(m_folder->path()).mkdir(QStringLiteral("b")));
+        const Writer writer = start(m_folder->path(), "change-directories");
+        QVERIFY(writer->waitForFinished(60000));
+        QCOMPARE(writer->exitCode(), 0);
+        const auto count
+            = [this](const char *name) { return countWholeThreads(fileContent(path(name)), false); };
+        const int inA = count("a/tessarine-qor.log");
+        const int inB = count("b/tessarine-qor.log");
+        const int before = QFile::exists(log()) ? count("tessarine-qor.log") : 0;
+        QVERIFY(inA > 0 && inB > 0); // at once, not at the next look
+        QCOMPARE(inA + inB + before, writer->readAllStandardOutput().trimmed().toInt());
+    }
+
+    void forkedChildHasItsOwnNumber()
+    {
+        QCOMPARE(run(m_folder->path(), "forked"), 0);
+        const QList<QByteArray> lines = fileContent(log()).trimmed().split('\n');
+        QCOMPARE(lines.size(), 3);
+        for (const QByteArray &line : lines) {
+            const QByteArray id = line.mid(line.lastIndexOf(' ') + 1);
+            QVERIFY2(line.contains("/KovGui:" + id + ':' + QByteArray::number(id.toInt(), 16) + "/ "),
+                     line.constData());
+        }
+    }
+
+    void diskFull()
+    {
+        QCOMPARE(run(m_folder->path(), "disk-full"), 0);
+        const QByteArray text = fileContent(log());
+        QVERIFY(text.size() > 8192 && text[8191] != '\n'); // the last record on the full disk is cut
+        QCOMPARE(text[8192], '\n');
+        QCOMPARE(text.count('\n'), text.left(8192).count('\n') + 2);
+        QVERIFY(text.endsWith("space again\n"));
+    }
+
+    void descriptorClosedByTheHost()
+    {
+        // Somebody else's file has the number then: when the folder is set anew, and when a second has passed.
+        for (const char *command : {"closed-by-host 0", "closed-by-host 1"}) {
+            QFile::remove(log());
+            QCOMPARE(run(m_folder->path(), command), 0);
+            QVERIFY2(fileContent(log()).endsWith("second\n"), command);
+        }
+    }
+
+    void noDirectorySet()
+    {
+        const int result = run(QStringLiteral("-"), "system-logs");
+        if (result == 77)
+            QSKIP("needs the right to mount");
+        QCOMPARE(result, 0);
+    }
+
+    void trapsAreNotEntered()
+    {
+        // Make the trap; "victim" is a file that belongs to somebody else.
+        for (const QByteArray command :
+             {"ln -s victim tessarine-qor.log", "ln -s new tessarine-qor.log", "ln victim tessarine-qor.log",
+              "mkfifo tessarine-qor.log", "mkfifo tessarine-qor.log # being read", "mkdir tessarine-qor.log",
+              "cd ..; mv log elsewhere"}) {
+            m_folder = std::make_unique<QTemporaryDir>();
+            QVERIFY(QDir(m_folder->path()).mkdir(QStringLiteral("log")));
+            const QByteArray script
+                = "cd " + path("log").toLocal8Bit() + "; echo precious > victim; { " + command + "\n}";
+            QCOMPARE(system(script.constData()), 0);
+            int reader = -1;
+            if (command.endsWith("being read"))
+                reader = open(path("log/tessarine-qor.log").toLocal8Bit().constData(), O_RDONLY | O_NONBLOCK);
+            QCOMPARE(run(path("log"), "flood 1 10"), 0);
+            QCOMPARE(countWholeThreads(fileContent(path("home/tessarine-qor.log"))), 10);
+            const QString folder = QFile::exists(path("log")) ? path("log") : path("elsewhere");
+            QCOMPARE(fileContent(folder + QStringLiteral("/victim")), QByteArray("precious\n"));
+            QVERIFY(!QFile::exists(folder + QStringLiteral("/new")));
+            ::close(reader);
+        }
+    }
+
+    void fileIsForEverybody()
+    {
+        const mode_t before = umask(077);
+        QCOMPARE(run(m_folder->path(), "flood 1 1"), 0);
+        umask(before);
+        struct stat status;
+        QVERIFY(stat(QFile::encodeName(log()).constData(), &status) == 0);
+        QCOMPARE(int(status.st_mode & 0777), 0666);
+        // An administrator's choice stays.
+        QVERIFY(chmod(QFile::encodeName(log()).constData(), 0640) == 0);
+        QCOMPARE(run(m_folder->path(), "flood 1 1"), 0);
+        QVERIFY(stat(QFile::encodeName(log()).constData(), &status) == 0);
+        QCOMPARE(int(status.st_mode & 0777), 0640);
+    }
 
 private:
     using Writer = std::unique_ptr<QProcess>;
-    Writer start(const QString &folder, const char *command);
-    int run(const QString &folder, const char *command);
+
+    Writer start(const QString &folder, const char *command)
+    {
+        auto process = std::make_unique<QProcess>();
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("XDG_DATA_HOME"), path("home"));
+        process->setProcessEnvironment(environment);
+        process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        process->start(QStringLiteral(LOG_WRITER),
+                       QStringList(folder) + QString::fromLatin1(command).split(QLatin1Char(' ')));
+        return process;
+    }
+
+    int run(const QString &folder, const char *command)
+    {
+        const Writer writer = start(folder, command);
+        return writer->waitForFinished(60000) && writer->exitStatus() == QProcess::NormalExit
+                   ? writer->exitCode()
+                   : -1;
+    }
+
+    /// Records in the text; -1 if one is damaged. `inOrder` asks for every thread's messages from the first,
+    /// without gaps.
+    int countWholeThreads(const QByteArray &text, bool inOrder = true)
+    {
+        static const QRegularExpression format(
+            QStringLiteral(R"(^\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} F /flood:(\d+:[0-9a-f]+)/ $)"));
+        QHash<QString, int> next;
+        QList<QByteArray> lines = text.split('\n');
+        if (!lines.takeLast().isEmpty())
+            return -1;
+        for (const QByteArray &line : lines) {
+            const int head = line.indexOf("/ ") + 2;
+            const auto match = format.match(QString::fromLatin1(line.left(head)));
+            const QByteArray message = line.mid(head);
+            int &number = next[match.captured(1)];
+            const QByteArray expected = QByteArray::fromStdString(messageOf(number)).left(4094 - head);
+            const bool uniform = !message.isEmpty() && message.count(message[0]) == message.size();
+            if (!match.hasMatch() || (inOrder ? message != expected : !uniform)) {
+                qInfo("damaged: %s", line.left(200).constData());
+                return -1;
+            }
+            ++number;
+        }
+        return lines.size();
+    }
+
     QString path(const char *name) const { return m_folder->filePath(QLatin1String(name)); }
     QString log() const { return path("tessarine-qor.log"); }
-    int countWholeThreads(const QByteArray &text, bool inOrder = true);
 
     std::unique_ptr<QTemporaryDir> m_folder;
 };
-
-void tst_Log::init()
-{
-    m_folder = std::make_unique<QTemporaryDir>();
-    KovGui::setLogOutputFunction(capture);
-}
-
-void tst_Log::cleanup()
-{
-    KovGui::setLogOutputFunction(capture);
-    m_folder.reset();
-}
-
-tst_Log::Writer tst_Log::start(const QString &folder, const char *command)
-{
-    auto process = std::make_unique<QProcess>();
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("XDG_DATA_HOME"), path("home"));
-    process->setProcessEnvironment(environment);
-    process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    process->start(QStringLiteral(LOG_WRITER),
-                   QStringList(folder) + QString::fromLatin1(command).split(QLatin1Char(' ')));
-    return process;
-}
-
-int tst_Log::run(const QString &folder, const char *command)
-{
-    const Writer writer = start(folder, command);
-    return writer->waitForFinished() && writer->exitStatus() == QProcess::NormalExit ? writer->exitCode()
-                                                                                     : -1;
-}
-
-/// Records in the text; -1 if one is damaged. `inOrder` asks for every thread's messages from the first,
-/// without gaps.
-int tst_Log::countWholeThreads(const QByteArray &text, bool inOrder)
-{
-    static const QRegularExpression format(
-        QStringLiteral(R"(^\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} F /flood:(\d+:[0-9a-f]+)/ $)"));
-    QHash<QString, int> next;
-    QList<QByteArray> lines = text.split('\n');
-    if (!lines.takeLast().isEmpty())
-        return -1;
-    for (const QByteArray &line : lines) {
-        const int head = line.indexOf("/ ") + 2;
-        const auto match = format.match(QString::fromLatin1(line.left(head)));
-        const QByteArray message = line.mid(head);
-        int &number = next[match.captured(1)];
-        const QByteArray expected = QByteArray::fromStdString(messageOf(number)).left(4094 - head);
-        const bool uniform = !message.isEmpty() && message.count(message[0]) == message.size();
-        if (!match.hasMatch() || (inOrder ? message != expected : !uniform)) {
-            qInfo("damaged: %s", line.left(200).constData());
-            return -1;
-        }
-        ++number;
-    }
-    return lines.size();
-}
-
-void tst_Log::recordFormat_data()
-{
-    QTest::addColumn<QByteArray>("category");
-    QTest::addColumn<QByteArray>("file");
-    QTest::addColumn<QByteArray>("function");
-    QTest::addColumn<unsigned>("level");
-    QTest::addColumn<QByteArray>("expected"); // behind the time; # is process and thread
-    const QByteArray none;
-    row<QByteArray>("no category", none, none, none, 0u, "F /m:#/ 7 x\n");
-    row<QByteArray>("category", "net", none, none, 1u, "W net /m:#/ 7 x\n");
-    row<QByteArray>("trace", none, none, none, 4u, "T /m:#/ 7 x\n");
-    row<QByteArray>("unknown", none, none, none, 15u, "O(15) /m:#/ 7 x\n");
-    row<QByteArray>("place", none, "/a\\b/c.cpp", "void N::C::f(int)", 0u,
-                    "F /m:#/ {f(int) @ c.cpp:42} 7 x\n");
-    row<QByteArray>("file alone", none, "c.cpp", none, 0u, "F /m:#/ 7 x\n");
-    row<QByteArray>("toolkit", "qml", "c.cpp", "f", 17u, "QT: W qml /m:#/ 7 x\n");
-    row<QByteArray>("another source", none, "c.cpp", "f", 33u, "W /m:#/ {f @ c.cpp:42} 7 x\n");
-}
-
-void tst_Log::recordFormat()
-{
-    QFETCH(QByteArray, category);
-    QFETCH(QByteArray, file);
-    QFETCH(QByteArray, function);
-    QFETCH(unsigned, level);
-    QFETCH(QByteArray, expected);
-    const auto orNull = [](const QByteArray &text) { return text.isNull() ? nullptr : text.constData(); };
-    errno = 1234;
-    KovGui::logRecord({category.constData(), "m", orNull(file), 42, orNull(function)}, level, "%d %s", 7,
-                      "x");
-    QCOMPARE(errno, 1234);
-    const QByteArray origin
-        = QByteArray::number(getpid()) + ':' + QByteArray::number(qulonglong(gettid()), 16);
-    QCOMPARE(s_record.mid(int(strlen("09-06 05:19:20.123 "))), expected.replace('#', origin));
-}
-
-void tst_Log::timeIsLocal()
-{
-    qputenv("TZ", "Asia/Kathmandu");
-    tzset();
-    const QDateTime before = QDateTime::currentDateTime();
-    // A thread of its own has no second remembered from before the change of the zone.
-    std::thread([] { KOV_LOG(0, "x"); }).join();
-    const QString written = QString::number(before.date().year()) + QString::fromLatin1(s_record.left(18));
-    const QDateTime time = QDateTime::fromString(written, QStringLiteral("yyyyMM-dd HH:mm:ss.zzz"));
-    QVERIFY2(time >= before && time <= QDateTime::currentDateTime(), s_record.constData());
-}
-
-void tst_Log::longRecordIsCut_data()
-{
-    QTest::addColumn<QString>("character");
-    QTest::addColumn<int>("shortest");
-    QTest::newRow("ASCII to the byte") << QStringLiteral("x") << 4095;
-    QTest::newRow("no half character of two") << QString(QChar(0xe4)) << 4094;
-    QTest::newRow("no half character of three") << QString(QChar(0x20ac)) << 4093;
-    QTest::newRow("no half character of four") << QString::fromUcs4(U"\U0001F600", 1) << 4092;
-}
-
-void tst_Log::longRecordIsCut()
-{
-    QFETCH(QString, character);
-    QFETCH(int, shortest);
-    // Padding moves the cut to every place inside a character.
-    for (const char *padding : {"", "1", "12", "123"}) {
-        KOV_LOG(0, "%s%s", padding, character.repeated(10000).toUtf8().constData());
-        QVERIFY2(s_record.size() >= shortest && s_record.size() <= 4095,
-                 qPrintable(QString::number(s_record.size())));
-        QVERIFY(s_record.endsWith(character.toUtf8() + '\n'));
-    }
-}
-
-void tst_Log::outputFunctionReplacedDuringACall()
-{
-    KovGui::setLogOutputFunction([](const char *, std::size_t) {
-        KovGui::setLogOutputFunction(capture);
-        throw 1;
-    });
-    KOV_LOG(0, "twice");
-    QVERIFY(s_record.endsWith("twice\n"));
-    QCOMPARE(s_inFlight, 1);
-    QCOMPARE(KovGui::logCallsInFlight(), 0);
-}
-
-void tst_Log::logTextEscapes_data()
-{
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<QByteArray>("expected");
-    row<QByteArray>("forged record", "a\r\n09-06 05:19", R"(a\r\n09-06 05:19)");
-    row<QByteArray>("controls", QByteArray("\x1b[31m\x7f\0z", 8), R"(\x1b[31m\x7f\x00z)");
-    row<QByteArray>("controls above ASCII", "\xc2\x85\xc2\x9b\xc2\xa0", "\\u0085\\u009b\xc2\xa0");
-    row<QByteArray>("separators", "\xe2\x80\xa8\xe2\x80\xa9", R"(\u2028\u2029)");
-    row<QByteArray>("other languages", "\xe2\x82\xac\xf0\x9f\x98\x80", "\xe2\x82\xac\xf0\x9f\x98\x80");
-    row<QByteArray>("no UTF-8", "\x85 \xc0\x8a \xed\xa0\x80 \xe2\x80",
-                    R"(\x85 \xc0\x8a \xed\xa0\x80 \xe2\x80)");
-}
-
-void tst_Log::logTextEscapes()
-{
-    QFETCH(QByteArray, text);
-    QTEST(KovGui::logText(text), "expected");
-}
-
-void tst_Log::qtMessages()
-{
-    const auto before = qInstallMessageHandler(
-        [](QtMsgType, const QMessageLogContext &, const QString &) { ++s_qtMessages; });
-    // An output function with Qt inside must not go round in circles.
-    KovGui::setLogOutputFunction([](const char *record, std::size_t length) {
-        capture(record, length);
-        qWarning("from the output function");
-    });
-    KovGui::forwardQtMessages(true);
-    KovGui::forwardQtMessages(true);
-    const QLoggingCategory category("tessarine.test");
-    qCWarning(category) << "two\nlines";
-    const QByteArray warning = s_record;
-    const int chained = s_qtMessages;
-    qDebug("above the threshold");
-    const QByteArray afterDebug = s_record;
-    KovGui::forwardQtMessages(false);
-    qCritical("no longer");
-    qInstallMessageHandler(before);
-
-    QVERIFY2(warning.contains(" QT: W tessarine.test /KovGui:"), warning.constData());
-    QVERIFY2(warning.endsWith("/ two\\nlines\n"), warning.constData());
-    QCOMPARE(chained, 1);
-    QCOMPARE(afterDebug, warning);
-    QCOMPARE(s_qtMessages, 3);
-    QCOMPARE(s_record, warning);
-}
-
-void tst_Log::setupLoggingChoosesTheUsersFolder()
-{
-    KovGui::setLogOutputFunction(nullptr);
-    KovGui::setupLogging(true);
-    KOV_LOG(0, "in the user's folder");
-    const QString home = QString::fromLocal8Bit(qgetenv("XDG_DATA_HOME"));
-    QVERIFY(fileContent(home + QStringLiteral("/tessarine-qor.log")).endsWith("in the user's folder\n"));
-}
-
-void tst_Log::processesAndThreadsShareTheFile()
-{
-    std::vector<Writer> writers;
-    for (int i = 0; i < 4; ++i)
-        writers.push_back(start(m_folder->path(), "flood 4 1000"));
-    for (const Writer &writer : writers)
-        QVERIFY(writer->waitForFinished() && writer->exitCode() == 0);
-    QCOMPARE(countWholeThreads(fileContent(log())), 4 * 4 * 1000);
-}
-
-void tst_Log::killedAfterTheCall()
-{
-    QCOMPARE(run(m_folder->path(), "killed 1000"), -1);
-    QCOMPARE(countWholeThreads(fileContent(log())), 1000);
-}
-
-void tst_Log::fileMovedAwayUnderLoad()
-{
-    std::vector<Writer> writers;
-    for (int i = 0; i < 2; ++i)
-        writers.push_back(start(m_folder->path(), "until-told"));
-    QByteArray all;
-    for (const char *moved : {"moved.1", "moved.2"}) {
-        QTRY_VERIFY(QFile::exists(log()));
-        QVERIFY(QFile::rename(log(), path(moved)));
-        QElapsedTimer clock;
-        clock.start();
-        while (!QFile::exists(log()) && clock.elapsed() < 5000)
-            QThread::yieldCurrentThread();
-        QVERIFY2(clock.elapsed() < 1200, qPrintable(QString::number(clock.elapsed())));
-    }
-    int written = 0;
-    for (const Writer &writer : writers) {
-        writer->closeWriteChannel();
-        QVERIFY(writer->waitForFinished());
-        written += writer->readAllStandardOutput().trimmed().toInt();
-    }
-    int found = 0;
-    for (const QString &file : {path("moved.1"), path("moved.2"), log()})
-        found += countWholeThreads(fileContent(file), false);
-    QVERIFY(written > 0);
-    QCOMPARE(found, written);
-}
-
-void tst_Log::directoryChangesUnderLoad()
-{
-    QVERIFY(QDir(m_folder->path()).mkdir(QStringLiteral("a"))
-            && QDir(m_folder->path()).mkdir(QStringLiteral("b")));
-    const Writer writer = start(m_folder->path(), "change-directories");
-    QVERIFY(writer->waitForFinished());
-    QCOMPARE(writer->exitCode(), 0);
-    const auto count = [this](const char *name) { return countWholeThreads(fileContent(path(name)), false); };
-    const int inA = count("a/tessarine-qor.log");
-    const int inB = count("b/tessarine-qor.log");
-    const int before = QFile::exists(log()) ? count("tessarine-qor.log") : 0;
-    QVERIFY(inA > 0 && inB > 0); // at once, not at the next look
-    QCOMPARE(inA + inB + before, writer->readAllStandardOutput().trimmed().toInt());
-}
-
-void tst_Log::forkedChildHasItsOwnNumber()
-{
-    QCOMPARE(run(m_folder->path(), "forked"), 0);
-    const QList<QByteArray> lines = fileContent(log()).trimmed().split('\n');
-    QCOMPARE(lines.size(), 3);
-    for (const QByteArray &line : lines) {
-        const QByteArray id = line.mid(line.lastIndexOf(' ') + 1);
-        QVERIFY2(line.contains("/KovGui:" + id + ':' + QByteArray::number(id.toInt(), 16) + "/ "),
-                 line.constData());
-    }
-}
-
-void tst_Log::diskFull()
-{
-    QCOMPARE(run(m_folder->path(), "disk-full"), 0);
-    const QByteArray text = fileContent(log());
-    QVERIFY(text.size() > 8192 && text[8191] != '\n'); // the last record on the full disk is cut
-    QCOMPARE(text[8192], '\n');
-    QCOMPARE(text.count('\n'), text.left(8192).count('\n') + 2);
-    QVERIFY(text.endsWith("space again\n"));
-}
-
-void tst_Log::descriptorClosedByTheHost()
-{
-    QCOMPARE(run(m_folder->path(), "closed-by-host"), 0);
-}
-
-void tst_Log::noDirectorySet()
-{
-    const int result = run(QStringLiteral("-"), "system-logs");
-    if (result == 77)
-        QSKIP("needs the right to mount");
-    QCOMPARE(result, 0);
-}
-
-void tst_Log::trapsAreNotEntered_data()
-{
-    // Makes the trap; "victim" is a file that belongs to somebody else.
-    QTest::addColumn<QByteArray>("command");
-    row<QByteArray>("symbolic link", "ln -s victim tessarine-qor.log");
-    row<QByteArray>("dangling link", "ln -s new tessarine-qor.log");
-    row<QByteArray>("hard link", "ln victim tessarine-qor.log");
-    row<QByteArray>("pipe without a reader", "mkfifo tessarine-qor.log");
-    row<QByteArray>("pipe that is being read", "mkfifo tessarine-qor.log");
-    row<QByteArray>("folder", "mkdir tessarine-qor.log");
-    row<QByteArray>("missing folder", "cd ..; mv log elsewhere");
-}
-
-void tst_Log::trapsAreNotEntered()
-{
-    QFETCH(QByteArray, command);
-    QVERIFY(QDir(m_folder->path()).mkdir(QStringLiteral("log")));
-    const QByteArray script
-        = "cd " + path("log").toLocal8Bit() + "; echo precious > victim; { " + command + "; }";
-    QCOMPARE(system(script.constData()), 0);
-    int reader = -1;
-    if (strstr(QTest::currentDataTag(), "being read"))
-        reader = open(path("log/tessarine-qor.log").toLocal8Bit().constData(), O_RDONLY | O_NONBLOCK);
-    QCOMPARE(run(path("log"), "flood 1 10"), 0);
-    QCOMPARE(countWholeThreads(fileContent(path("home/tessarine-qor.log"))), 10);
-    const QString folder = QFile::exists(path("log")) ? path("log") : path("elsewhere");
-    QCOMPARE(fileContent(folder + QStringLiteral("/victim")), QByteArray("precious\n"));
-    QVERIFY(!QFile::exists(folder + QStringLiteral("/new")));
-    ::close(reader);
-}
-
-void tst_Log::fileIsForEverybody()
-{
-    const mode_t before = umask(077);
-    QCOMPARE(run(m_folder->path(), "flood 1 1"), 0);
-    umask(before);
-    struct stat status;
-    QVERIFY(stat(QFile::encodeName(log()).constData(), &status) == 0);
-    QCOMPARE(int(status.st_mode & 0777), 0666);
-    // An administrator's choice stays.
-    QVERIFY(chmod(QFile::encodeName(log()).constData(), 0640) == 0);
-    QCOMPARE(run(m_folder->path(), "flood 1 1"), 0);
-    QVERIFY(stat(QFile::encodeName(log()).constData(), &status) == 0);
-    QCOMPARE(int(status.st_mode & 0777), 0640);
-}
 
 KOV_TEST_MAIN(QCoreApplication, tst_Log)
 #include "tst_log.moc"

@@ -3,8 +3,12 @@
 #include "tests/support/KovTest.h"
 
 #include <QAccessible>
+#include <QLineEdit>
 #include <QLoggingCategory>
+#include <QMainWindow>
 #include <QProcess>
+#include <QPushButton>
+#include <QShortcut>
 
 using namespace Messaging;
 
@@ -37,96 +41,204 @@ private:
     QProcess m_bus;
 };
 
+QByteArray run(const QString &program, const QStringList &arguments)
+{
+    QProcess process;
+    process.start(program, arguments);
+    process.waitForFinished(30000);
+    return process.readAll();
+}
+
+void press(const QStringList &keys)
+{
+    run(QStringLiteral("xdotool"), QStringList{QStringLiteral("key")} + keys);
+}
+
+/// Whether a key has arrived in this program.
+class Seen : public QObject
+{
+public:
+    explicit Seen(int key)
+        : m_key(key)
+    {
+        qApp->installEventFilter(this);
+    }
+    bool key = false;
+
+protected:
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent *>(event)->key() == m_key)
+            key = true;
+        return false;
+    }
+
+private:
+    const int m_key;
+};
+
+/// Another program: says what was typed into its window, and ends with Escape.
+int typist(QApplication &application)
+{
+    QLineEdit edit;
+    const auto tell = [&] { puts(qPrintable(edit.text())), fflush(stdout); };
+    QObject::connect(&edit, &QLineEdit::textChanged, &edit, tell);
+    QShortcut quit(Qt::Key_Escape, &edit, [] { QCoreApplication::quit(); });
+    edit.show();
+    if (QTest::qWaitForWindowActive(&edit))
+        tell();
+    return application.exec();
+}
+
 /// With a window manager and the X server's own key events: what the offscreen test cannot show.
 class tst_MessageBoxNative : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void keysAnswer_data();
-    void keysAnswer();
-    void oneAlertPerBox();
+    void initTestCase()
+    {
+        KovGui::setLogOutputFunction([](const char *, std::size_t) {});
+        // The window manager takes frames away while the toolkit still asks for their place.
+        QLoggingCategory::setFilterRules(QStringLiteral("qt.qpa.xcb.warning=false"));
+    }
+
+    void keysAnswer_data()
+    {
+        QTest::addColumn<QStringList>("keys");
+        QTest::addColumn<int>("answer");
+
+        const auto row = [](const char *keys, int answer) {
+            QTest::newRow(keys) << QString::fromLatin1(keys).split(QLatin1Char(' ')) << answer;
+        };
+        row("Return", 2);
+        row("KP_Enter", 2);
+        row("Escape", 0);
+        row("alt+l", 3);
+        row("alt+F4", 0);
+        row("shift+Tab space", 1);
+        row("Tab Return", 3);
+        row("Tab Tab Return", 2);
+        row("Tab Tab alt+y", 1);
+        row("Tab Tab Escape", 0);
+    }
+
+    void keysAnswer()
+    {
+        QFETCH(QStringList, keys);
+        QWidget parent;
+        parent.show();
+        QVERIFY(QTest::qWaitForWindowActive(&parent));
+        CMessageBox box(&parent);
+        fill(&box);
+        const QSignalSpy delivered(&box, &CMessageBox::beforeMessageDestroyed);
+        box.open();
+        QVERIFY(QTest::qWaitForWindowActive(&box));
+        QTRY_VERIFY(box.focusWidget()->hasFocus());
+        press(keys);
+        QTRY_COMPARE(delivered.count(), 1);
+        QTEST(delivered.first().at(1).value<ButtonID>() + 0, "answer");
+    }
+
+    void unaskedBoxLeavesTheKeyboard_data()
+    {
+        QTest::addColumn<bool>("other");
+        row("typing into our own window", false);
+        row("typing into another program's window", true);
+    }
+
+    void unaskedBoxLeavesTheKeyboard()
+    {
+        QFETCH(bool, other);
+        QMainWindow window;
+        QLineEdit own;
+        window.setCentralWidget(&own);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QProcess typist;
+        if (other) {
+            typist.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--typist")});
+            QTRY_VERIFY(typist.bytesAvailable() && !window.isActiveWindow());
+        }
+        CMessageBox box(&window);
+        fill(&box);
+        box.setAskedFor(false);
+        const QSignalSpy delivered(&box, &CMessageBox::beforeMessageDestroyed);
+        box.open();
+        QVERIFY(QTest::qWaitForWindowExposed(&box));
+        press({QStringLiteral("a"), QStringLiteral("space"), QStringLiteral("b")});
+        if (other) {
+            QByteArray typed;
+            QTRY_VERIFY2((typed += typist.readAll()).contains("a b"), typed.constData());
+            press({QStringLiteral("Escape")});
+            QVERIFY(typist.waitForFinished());
+        } else {
+            QTRY_COMPARE(own.text(), QStringLiteral("a b"));
+        }
+        const QString id = QString::number(box.winId());
+        QVERIFY(box.isVisible() && delivered.isEmpty());
+
+        // It is turned to now; what comes in its first moment was typed for the other one.
+        auto *guard = box.findChild<QTimer *>(QStringLiteral("m_timerInputGuard"));
+        QCOMPARE(guard->interval(), 500);
+        guard->setInterval(3600000);
+        run(QStringLiteral("xdotool"), {QStringLiteral("windowactivate"), id});
+        QVERIFY(QTest::qWaitForWindowActive(&box));
+        const auto *button = box.findChild<QPushButton *>(QStringLiteral("m_pbButton1"));
+        const QPoint place = button->mapToGlobal(button->rect().center());
+        run(QStringLiteral("xdotool"),
+            {QStringLiteral("mousemove"), QString::number(place.x()), QString::number(place.y()),
+             QStringLiteral("click"), QStringLiteral("1")});
+        Seen seen(Qt::Key_F9);
+        press({QStringLiteral("Return"), QStringLiteral("alt+y"), QStringLiteral("Escape"),
+               QStringLiteral("alt+F4"), QStringLiteral("F9")});
+        QTRY_VERIFY(seen.key);
+        QVERIFY(box.isVisible() && delivered.isEmpty());
+        guard->start(0);
+        QTRY_VERIFY(!guard->isActive());
+        press({QStringLiteral("Return")});
+        QTRY_COMPARE(delivered.count(), 1);
+        // The click has moved the focus, no more.
+        QCOMPARE(delivered.first().at(1).value<ButtonID>(), Button1);
+    }
+
+    void oneAlertPerBox()
+    {
+        static QStringList alerts;
+        QTRY_VERIFY(QAccessible::isActive());
+        const auto previous = QAccessible::installUpdateHandler([](QAccessibleEvent *event) {
+            if (event->type() == QAccessible::Alert)
+                alerts.append(event->accessibleInterface()->text(QAccessible::Description));
+        });
+        CMessageBox box;
+        fill(&box);
+        box.show();
+        box.hide();
+        box.show();
+        box.done(1);
+        QAccessible::installUpdateHandler(previous);
+        QCOMPARE(alerts, QStringList{QStringLiteral("Message\nDescription")});
+    }
 
 private:
-    static void fill(CMessageBox *box);
+    static void fill(CMessageBox *box)
+    {
+        box->setTitle(QStringLiteral("Title"));
+        box->setMessage(QStringLiteral("Message"));
+        box->setDescription(QStringLiteral("Description"));
+        box->setButton1(QStringLiteral("&Yes"));
+        box->setButton2(QStringLiteral("&No"));
+        box->setButton3(QStringLiteral("&Later"));
+        box->setDefaultButton(Button2);
+    }
 };
-
-void tst_MessageBoxNative::initTestCase()
-{
-    KovGui::setLogOutputFunction([](const char *, std::size_t) {});
-    // The window manager takes frames away while the toolkit still asks for their place.
-    QLoggingCategory::setFilterRules(QStringLiteral("qt.qpa.xcb.warning=false"));
-}
-
-void tst_MessageBoxNative::fill(CMessageBox *box)
-{
-    box->setTitle(QStringLiteral("Title"));
-    box->setMessage(QStringLiteral("Message"));
-    box->setDescription(QStringLiteral("Description"));
-    box->setButton1(QStringLiteral("&Yes"));
-    box->setButton2(QStringLiteral("&No"));
-    box->setButton3(QStringLiteral("&Later"));
-    box->setDefaultButton(Button2);
-}
-
-void tst_MessageBoxNative::keysAnswer_data()
-{
-    QTest::addColumn<QStringList>("keys");
-    QTest::addColumn<int>("answer");
-
-    const auto row = [](const char *keys, int answer) {
-        QTest::newRow(keys) << QString::fromLatin1(keys).split(QLatin1Char(' ')) << answer;
-    };
-    row("Return", 2);
-    row("KP_Enter", 2);
-    row("Escape", 0);
-    row("alt+l", 3);
-    row("alt+F4", 0);
-    row("shift+Tab space", 1);
-    row("Tab Return", 3);
-    row("Tab Tab Return", 2);
-    row("Tab Tab alt+y", 1);
-    row("Tab Tab Escape", 0);
-}
-
-void tst_MessageBoxNative::keysAnswer()
-{
-    QFETCH(QStringList, keys);
-    QWidget parent;
-    parent.show();
-    QVERIFY(QTest::qWaitForWindowActive(&parent));
-    CMessageBox box(&parent);
-    fill(&box);
-    const QSignalSpy delivered(&box, &CMessageBox::beforeMessageDestroyed);
-    box.open();
-    QVERIFY(QTest::qWaitForWindowActive(&box));
-    QTRY_VERIFY(box.focusWidget()->hasFocus());
-    QCOMPARE(QProcess::execute(QStringLiteral("xdotool"), QStringList{QStringLiteral("key")} + keys), 0);
-    QTRY_COMPARE(delivered.count(), 1);
-    QTEST(delivered.first().at(1).value<ButtonID>() + 0, "answer");
-}
-
-void tst_MessageBoxNative::oneAlertPerBox()
-{
-    static QStringList alerts;
-    QTRY_VERIFY(QAccessible::isActive());
-    const auto previous = QAccessible::installUpdateHandler([](QAccessibleEvent *event) {
-        if (event->type() == QAccessible::Alert)
-            alerts.append(event->accessibleInterface()->text(QAccessible::Description));
-    });
-    CMessageBox box;
-    fill(&box);
-    box.show();
-    box.hide();
-    box.show();
-    box.done(1);
-    QAccessible::installUpdateHandler(previous);
-    QCOMPARE(alerts, QStringList{QStringLiteral("Message\nDescription")});
-}
 
 int main(int argc, char *argv[])
 {
+    if (argc > 1 && qstrcmp(argv[1], "--typist") == 0) {
+        QApplication application(argc, argv);
+        return typist(application);
+    }
     const TestEnvironment environment;
     const AccessibleSession session;
     QApplication application(argc, argv);

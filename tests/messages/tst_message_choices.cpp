@@ -54,122 +54,115 @@ class tst_message_choices : public QObject
 private Q_SLOTS:
     void initTestCase() { QVERIFY(prepare()); }
     void init() { QSettings().clear(); }
-    void storedAnswers_data();
-    void storedAnswers();
-    void staleEntriesGo();
-    void shownOncePerIssuer();
-    void processesKeepEachOthersAnswers();
-    void faultySettingsAreToldOf();
-};
+    void storedAnswers_data()
+    {
+        QTest::addColumn<int>("code");
+        QTest::addColumn<Messaging::ButtonID>("answer");
+        QTest::addColumn<bool>("kept");
+        QTest::newRow("a possible answer") << FirstCode << Button1 << true;
+        QTest::newRow("an impossible answer") << FirstCode << Button2 << false;
+        QTest::newRow("no answer") << FirstCode << ButtonNone << false;
+        QTest::newRow("a message that may not be hidden") << 19000 << Button1 << false;
+    }
 
-void tst_message_choices::storedAnswers_data()
-{
-    QTest::addColumn<int>("code");
-    QTest::addColumn<Messaging::ButtonID>("answer");
-    QTest::addColumn<bool>("kept");
-    QTest::newRow("a possible answer") << FirstCode << Button1 << true;
-    QTest::newRow("an impossible answer") << FirstCode << Button2 << false;
-    QTest::newRow("no answer") << FirstCode << ButtonNone << false;
-    QTest::newRow("a message that may not be hidden") << 19000 << Button1 << false;
-}
+    void storedAnswers()
+    {
+        QFETCH(int, code);
+        QFETCH(Messaging::ButtonID, answer);
+        QFETCH(bool, kept);
+        MessageUtils::setMessageHidden(code, answer);
+        QCOMPARE(QSettings().contains(Group + QString::number(code)), kept);
+        QCOMPARE(MessageUtils::isMessageHidden(code), kept);
+        QCOMPARE(MessageUtils::getDefaultButtonForHiddenMessage(code), kept ? answer : ButtonNone);
+        QCOMPARE(MessageUtils::hiddenMessages(), kept ? QList<int>{code} : QList<int>());
+        MessageUtils::restoreHiddenMessage(code);
+        QVERIFY(!MessageUtils::isMessageHidden(code));
+    }
 
-void tst_message_choices::storedAnswers()
-{
-    QFETCH(int, code);
-    QFETCH(Messaging::ButtonID, answer);
-    QFETCH(bool, kept);
-    MessageUtils::setMessageHidden(code, answer);
-    QCOMPARE(QSettings().contains(Group + QString::number(code)), kept);
-    QCOMPARE(MessageUtils::isMessageHidden(code), kept);
-    QCOMPARE(MessageUtils::getDefaultButtonForHiddenMessage(code), kept ? answer : ButtonNone);
-    QCOMPARE(MessageUtils::hiddenMessages(), kept ? QList<int>{code} : QList<int>());
-    MessageUtils::restoreHiddenMessage(code);
-    QVERIFY(!MessageUtils::isMessageHidden(code));
-}
+    void staleEntriesGo()
+    {
+        for (const char *key : {"19000", "20000", "20001", "-5", "20002x"})
+            QSettings().setValue(Group + QLatin1String(key), 1u);
+        QSettings().setValue(Group + QStringLiteral("20001"), 77u);
+        QVERIFY(!MessageUtils::isMessageHidden(20001));
+        QCOMPARE(MessageUtils::getHiddenMessagesCount(), 2);
+        QVERIFY(!QSettings().contains(Group + QStringLiteral("19000")));
+        QVERIFY(!QSettings().contains(Group + QStringLiteral("-5")));
+        MessageUtils::restoreHiddenMessages();
+        QCOMPARE(MessageUtils::getHiddenMessagesCount(), 0);
+    }
 
-void tst_message_choices::staleEntriesGo()
-{
-    for (const char *key : {"19000", "20000", "20001", "-5", "20002x"})
-        QSettings().setValue(Group + QLatin1String(key), 1u);
-    QSettings().setValue(Group + QStringLiteral("20001"), 77u);
-    QVERIFY(!MessageUtils::isMessageHidden(20001));
-    QCOMPARE(MessageUtils::getHiddenMessagesCount(), 2);
-    QVERIFY(!QSettings().contains(Group + QStringLiteral("19000")));
-    QVERIFY(!QSettings().contains(Group + QStringLiteral("-5")));
-    MessageUtils::restoreHiddenMessages();
-    QCOMPARE(MessageUtils::getHiddenMessagesCount(), 0);
-}
-
-void tst_message_choices::shownOncePerIssuer()
-{
-    MessageData data;
-    for (const char *issuer : {"{uuid}", "a/b", "a//b", "a\\b", "a%2Fb"}) {
-        data.issuerId = QString::fromLatin1(issuer);
-        data.code = 0;
-        QVERIFY2(!MessageUtils::isShownOnceForVm(data), issuer);
+    void shownOncePerIssuer()
+    {
+        MessageData data;
+        for (const char *issuer : {"{uuid}", "a/b", "a//b", "a\\b", "a%2Fb"}) {
+            data.issuerId = QString::fromLatin1(issuer);
+            data.code = 0;
+            QVERIFY2(!MessageUtils::isShownOnceForVm(data), issuer);
+            MessageUtils::saveShowOnceForVmMessage(data);
+            QVERIFY2(MessageUtils::isShownOnceForVm(data), issuer);
+        }
+        QSettings settings;
+        QVERIFY(settings.contains(QStringLiteral("Shown Once For VM Messages ID List/{uuid}")));
+        // One code per issuer: the second message takes the place of the first.
+        data.code = 7;
         MessageUtils::saveShowOnceForVmMessage(data);
-        QVERIFY2(MessageUtils::isShownOnceForVm(data), issuer);
+        data.code = 0;
+        QVERIFY(!MessageUtils::isShownOnceForVm(data));
+        data.issuerId.clear();
+        QVERIFY(CMessageDataProvider::instance()->isNeedShowErrorByCode(data));
     }
-    QSettings settings;
-    QVERIFY(settings.contains(QStringLiteral("Shown Once For VM Messages ID List/{uuid}")));
-    // One code per issuer: the second message takes the place of the first.
-    data.code = 7;
-    MessageUtils::saveShowOnceForVmMessage(data);
-    data.code = 0;
-    QVERIFY(!MessageUtils::isShownOnceForVm(data));
-    data.issuerId.clear();
-    QVERIFY(CMessageDataProvider::instance()->isNeedShowErrorByCode(data));
-}
 
-void tst_message_choices::processesKeepEachOthersAnswers()
-{
-    MessageUtils::setMessageHidden(FirstCode, Button1);
-    QProcess children[2];
-    for (int i = 0; i < 2; ++i) {
-        children[i].start(
-            QCoreApplication::applicationFilePath(),
-            {QStringLiteral("--store"), QString::number(FirstCode + (i + 1) * CodesPerProcess)});
+    void processesKeepEachOthersAnswers()
+    {
+        MessageUtils::setMessageHidden(FirstCode, Button1);
+        QProcess children[2];
+        for (int i = 0; i < 2; ++i) {
+            children[i].start(
+                QCoreApplication::applicationFilePath(),
+                {QStringLiteral("--store"), QString::number(FirstCode + (i + 1) * CodesPerProcess)});
+        }
+        for (int code = FirstCode + 1; code < FirstCode + CodesPerProcess; ++code)
+            MessageUtils::setMessageHidden(code, Button1);
+        for (QProcess &child : children) {
+            QVERIFY(child.waitForReadyRead());
+            QCOMPARE(child.readAllStandardOutput().trimmed(), QByteArray("stored"));
+            child.kill();
+            QVERIFY(child.waitForFinished());
+            QCOMPARE(child.exitStatus(), QProcess::CrashExit);
+        }
+        QCOMPARE(MessageUtils::getHiddenMessagesCount(), 3 * CodesPerProcess);
+        QSettings settings;
+        settings.beginGroup(QStringLiteral("Shown Once For VM Messages ID List"));
+        QCOMPARE(settings.childKeys().size(), 2);
     }
-    for (int code = FirstCode + 1; code < FirstCode + CodesPerProcess; ++code)
-        MessageUtils::setMessageHidden(code, Button1);
-    for (QProcess &child : children) {
-        QVERIFY(child.waitForReadyRead());
-        QCOMPARE(child.readAllStandardOutput().trimmed(), QByteArray("stored"));
-        child.kill();
-        QVERIFY(child.waitForFinished());
-        QCOMPARE(child.exitStatus(), QProcess::CrashExit);
+
+    void faultySettingsAreToldOf()
+    {
+        const QString path = QSettings().fileName();
+        const auto complaintWhileHiding = [](int code) {
+            const LogCapture log;
+            MessageUtils::setMessageHidden(code, Button1);
+            return log.text().contains("are damaged")   ? "damaged"
+                   : log.text().contains("can't write") ? "not written"
+                                                        : "";
+        };
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write("no setting\n") > 0);
+        file.close();
+        QCOMPARE(complaintWhileHiding(FirstCode), "damaged");
+        QCOMPARE(complaintWhileHiding(FirstCode + 1), "");
+
+        QVERIFY(file.remove() && QDir().mkdir(path));
+        QCOMPARE(complaintWhileHiding(FirstCode), "not written");
+        QVERIFY2(MessageUtils::isMessageHidden(FirstCode), "the answer is lost for this run as well");
+        QVERIFY(QDir().rmdir(path));
+        QCOMPARE(complaintWhileHiding(FirstCode + 1), "");
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QByteArray stored = file.readAll();
+        QVERIFY2(stored.contains("20000=1") && stored.contains("20001=1"), stored.constData());
     }
-    QCOMPARE(MessageUtils::getHiddenMessagesCount(), 3 * CodesPerProcess);
-    QSettings settings;
-    settings.beginGroup(QStringLiteral("Shown Once For VM Messages ID List"));
-    QCOMPARE(settings.childKeys().size(), 2);
-}
-
-void tst_message_choices::faultySettingsAreToldOf()
-{
-    const QString path = QSettings().fileName();
-    const auto complaintWhileHiding = [](int code) {
-        const LogCapture log;
-        MessageUtils::setMessageHidden(code, Button1);
-        return log.text().contains("are damaged")   ? "damaged"
-               : log.text().contains("can't write") ? "not written"
-                                                    : "";
-    };
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write("no setting\n") > 0);
-    file.close();
-    QCOMPARE(complaintWhileHiding(FirstCode), "damaged");
-    QCOMPARE(complaintWhileHiding(FirstCode + 1), "");
-
-    QVERIFY(file.remove() && QDir().mkdir(path));
-    QCOMPARE(complaintWhileHiding(FirstCode), "not written");
-    QVERIFY2(MessageUtils::isMessageHidden(FirstCode), "the answer is lost for this run as well");
-    QVERIFY(QDir().rmdir(path));
-    QCOMPARE(complaintWhileHiding(FirstCode + 1), "");
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QByteArray stored = file.readAll();
-    QVERIFY2(stored.contains("20000=1") && stored.contains("20001=1"), stored.constData());
-}
+};
 
 int main(int argc, char *argv[])
 {

@@ -6,25 +6,6 @@
 #include "tests/support/KovTest.h"
 #include "tests/support/SampleSignature.h"
 
-/// The updater's decisions, without a server.
-class tst_UpdaterParts : public QObject
-{
-    Q_OBJECT
-private Q_SLOTS:
-    void choice_data();
-    void choice();
-    void package_data();
-    void package();
-    void reportCannotBeForged_data();
-    void reportCannotBeForged();
-    void commandLine_data();
-    void commandLine();
-    void alteredByte_data();
-    void alteredByte();
-    void limitsOfTrust();
-    void offersOfSeveralProducts();
-};
-
 namespace {
 
 /// "version locale os status ancestry date": what a row says about one update; "-" is empty.
@@ -75,247 +56,12 @@ QUrl urlOf(const char *text)
     return QUrl(QString::fromLatin1(text));
 }
 
-} // namespace
-
-void tst_UpdaterParts::choice_data()
-{
-    QTest::addColumn<QStringList>("updates");
-    QTest::addColumn<int>("chosen"); // index, -1 for none
-    const auto row = [](const char *name, std::initializer_list<const char *> updates, int chosen) {
-        QStringList lines;
-        for (const char *update : updates)
-            lines << QString::fromLatin1(update);
-        QTest::newRow(name) << lines << chosen;
-    };
-    // Looked for: 3.1.4.31301, de_AT, linux.
-    row("empty catalogue", {}, -1);
-    row("newer build", {"3.1.4.31302 any any released - 20260101"}, 0);
-    row("the same build", {"3.1.4.31301 any any released - 20260101"}, -1);
-    row("a larger build of an older version", {"3.1.3.99999 any any released - 20260101"}, -1);
-    row("versions are compared as numbers",
-        {"3.1.9.1 any any released - 20260101", "3.1.10.1 any any released - 20250101"}, 1);
-    row("the newest comes first",
-        {"3.2.0.1 any any released - 20260101", "3.1.9.1 any any released - 20260201"}, 0);
-    row("newest does not apply",
-        {"3.2.0.1 any windows released - 20260101", "3.1.9.1 any Linux Released - 20250101"}, 1);
-    row("withdrawn or not out yet",
-        {"3.2.0.1 any any withdrawn - 20260101", "3.2.0.2 any any beta - 20260101",
-         "3.2.0.3 any any - - 20260101"},
-        -1);
-    row("other locales",
-        {"3.2.0.1 de_DE any released - 20260101", "3.2.0.1 en any released - 20260101",
-         "3.2.0.1 d any released - 20260101"},
-        -1);
-    row("closest locale",
-        {"3.2.0.1 any any released - 20260301", "3.2.0.1 de any released - 20260201",
-         "3.2.0.1 de_at.UTF8 any released - 20260101"},
-        2);
-    row("language before any", {"3.2.0.1 - any released - 20260301", "3.2.0.1 de any released - 20260201"},
-        1);
-    row("system by name before any",
-        {"3.2.0.1 any * released - 20260301", "3.2.0.1 any linux released - 20260201"}, 1);
-    row("latest date", {"3.2.0.1 any any released - 20260101", "3.2.0.1 any any released - 20260102"}, 1);
-    row("first of equals", {"3.2.0.1 any any released - 20260101", "3.2.0.1 any any Released - 20260101"}, 0);
-    row("ancestry names the version", {"3.2.0.1 any any released 3.0,3.1.4.31301 20260101"}, 0);
-    row("ancestry names its beginning", {"3.2.0.1 any any released 2,3.1 20260101"}, 0);
-    row("ancestry names others", {"3.2.0.1 any any released 3.1.4.3130,3.10,2 20260101"}, -1);
-    row("ancestry makes no sense", {"3.2.0.1 any any released 3.x 20260101"}, -1);
-    row("an older step applies when the newest does not",
-        {"4.0.0.1 any any released 3.9 20260101", "3.9.0.1 any any released 3 20250101"}, 1);
-}
-
-void tst_UpdaterParts::choice()
-{
-    QFETCH(QStringList, updates);
-    QFETCH(int, chosen);
-    CUpdates catalogue = catalogueOf(updates);
-    UpdateCriteria criteria{
-        QStringLiteral("P"), {3, 1, 4, 31301}, QStringLiteral("de_AT"), QStringLiteral("linux")};
-    const std::optional<ChosenUpdate> result = chooseUpdate(catalogue, criteria);
-    QCOMPARE(result ? updates.indexOf(result->update.updateName) : -1, chosen);
-
-    // Whatever applies, it never does for another product, a closed one, or without being paid.
-    criteria.product = QStringLiteral("p");
-    QVERIFY(!chooseUpdate(catalogue, criteria));
-    criteria.product = QStringLiteral("P");
-    for (CUpdProductVersion &version : catalogue.products[1].versions)
-        version.updates[0].chargeable = true;
-    QVERIFY(!chooseUpdate(catalogue, criteria));
-    catalogue = catalogueOf(updates);
-    catalogue.products[1].updateEnabled = false;
-    QVERIFY(!chooseUpdate(catalogue, criteria));
-}
-
-void tst_UpdaterParts::package_data()
-{
-    QTest::addColumn<QByteArray>("catalogue");
-    QTest::addColumn<QString>("filePath");
-    QTest::addColumn<QByteArray>("package"); // empty: refused
-    const auto row
-        = [](const char *filePath, const char *package, const char *catalogue = "https://h/a/c.xml?k=s") {
-              QTest::newRow(filePath)
-                  << QByteArray(catalogue) << QString::fromUtf8(filePath) << QByteArray(package);
-          };
-    row("Setup-3.1.5.31502.exe", "https://h/a/Setup-3.1.5.31502.exe");
-    row("b/Setup one.exe", "https://h/a/b/Setup%20one.exe");
-    row("/b/x..y.exe", "https://h/b/x..y.exe");
-    row("https://cdn/x.exe?v=1", "https://cdn/x.exe?v=1");
-    row("x.exe", "http://h/x.exe", "http://user:secret@h/c.xml");
-    row("https://cdn/y.exe", "https://cdn/y.exe", "http://h/c.xml");
-    for (const char *refused : {"",
-                                "b/",
-                                "http://h/x.exe",
-                                "//evil/x.exe",
-                                "../x.exe",
-                                "b/../../x.exe",
-                                "b/./x.exe",
-                                "b/%2e%2e/x.exe",
-                                "b/%252E./x.exe",
-                                "..%2fx.exe",
-                                "b%255cx.exe",
-                                "..\\x.exe",
-                                "b\\x.exe",
-                                "file:///etc/passwd",
-                                "javascript:x",
-                                "C:/x.exe",
-                                "ftp://h/x.exe",
-                                "https://user@h/x.exe",
-                                "https://@h/x.exe",
-                                "https:///x.exe",
-                                "x.exe#y",
-                                "x.exe\nUUID: y",
-                                "x%0ay.exe",
-                                "x%00.exe",
-                                "[BEGIN_UPDATE_DESCRIPTION]",
-                                "x.exe?[begin]"})
-        row(refused, "");
-}
-
-void tst_UpdaterParts::package()
-{
-    QFETCH(QByteArray, catalogue);
-    QFETCH(QString, filePath);
-    QFETCH(QByteArray, package);
-    QUrl url;
-    const QString fault = Address::resolvePackage(urlOf(catalogue.constData()), filePath, &url);
-    QCOMPARE(fault.isEmpty(), !package.isEmpty());
-    QCOMPARE(url.toEncoded(), package);
-}
-
-void tst_UpdaterParts::reportCannotBeForged_data()
-{
-    QTest::addColumn<QString>("uuid");
-    QTest::addColumn<QString>("checkSum");
-    QTest::addColumn<qint64>("size");
-    QTest::addColumn<QString>("description");
-    QTest::addColumn<QString>("read"); // id|size|checksum|description, or the tag that is refused
-    const auto row = [](const char *name, const char *uuid, const char *sum, qint64 size,
-                        const char *description, const char *read) {
-        QTest::newRow(name) << QString::fromUtf8(uuid) << QString::fromUtf8(sum) << size
-                            << QString::fromUtf8(description) << QString::fromUtf8(read);
-    };
-    const char *const md5 = "00112233445566778899aabbccddeeff";
-    row("plain", "{7-1.2.3.4}", md5, 15 * 1024, "two\n lines",
-        "-3.1.5-31502-{7-1.2.3.4}|15360|00112233445566778899aabbccddeeff|two\n lines");
-    row("id with the version already", "-3.1.5-31502-a", "", 1025, "d", "-3.1.5-31502-a|2048||d");
-    row("id of a longer build number", "-3.1.5-315020", "", 0, "d", "-3.1.5-31502--3.1.5-315020|0||d");
-    row("nothing optional", "", "", 0, "", "-3.1.5-31502|0||");
-    row("markers in the description", "a", "", 1,
-        "x\nfile_path: http://evil/\nUUID: b\nFILE_SIZE: 9 K\nchecksum: 1",
-        "-3.1.5-31502-a|1024||x\nfile_path: http://evil/\nUUID: b\nFILE_SIZE: 9 K\nchecksum: 1");
-    row("begin and end markers in the description", "a", "", 1,
-        "[begin_update_description]x[END_UPDATE_[END_UPDATE_DESCRIPTION]DESCRIPTION] y",
-        "-3.1.5-31502-a|1024||[begin_update_description]x[END_UPDATE_(END_UPDATE_DESCRIPTION)DESCRIPTION] y");
-    row("prefix that is cut off", "a", "", 1, "UPDATE_DESCRIPTION: x",
-        "-3.1.5-31502-a|1024||UPDATE_DESCRIPTION: x");
-    row("terminal control", "a", "", 1, "a\x1b[2Jb\xc2\x9b c", "-3.1.5-31502-a|1024||a[2Jb c");
-    row("line feed in the id", "a\nFILE_PATH: x", "", 1, "d", "Uuid");
-    row("marker in the id", "[BEGIN_UPDATE_DESCRIPTION]", "", 1, "d", "Uuid");
-    row("slash in the id", "a/b", "", 1, "d", "Uuid");
-    row("short checksum", "a", "0011", 1, "d", "CheckSum");
-    row("line feed after the checksum", "a", "00112233445566778899aabbccddeeff\n", 1, "d", "CheckSum");
-    row("size that overflows", "a", "", std::numeric_limits<qint64>::max(), "d", "FileSize");
-}
-
-void tst_UpdaterParts::reportCannotBeForged()
-{
-    QFETCH(QString, uuid);
-    QFETCH(QString, checkSum);
-    QFETCH(qint64, size);
-    QFETCH(QString, description);
-    QFETCH(QString, read);
-    ChosenUpdate chosen;
-    chosen.version = {3, 1, 5, 31502};
-    chosen.update.uuidElement = uuid;
-    chosen.update.checkSum = checkSum;
-    chosen.update.fileSize = size;
-    chosen.update.updateDescription = description;
-    QByteArray output;
-    const QString fault = composeCheckOutput(chosen, urlOf("http://h/a%20b.exe"), &output);
-    if (!fault.isEmpty()) {
-        QCOMPARE(fault, read);
-        return;
-    }
-    const QString text = QString::fromUtf8(output);
-    QCOMPARE(valueAfter(text, "FILE_PATH: ", "\n"), QStringLiteral("http://h/a%20b.exe"));
-    QString shown = valueAfter(text, "[BEGIN_UPDATE_DESCRIPTION]", "[END_UPDATE_DESCRIPTION]");
-    if (shown.startsWith(QLatin1String("UPDATE_DESCRIPTION: ")))
-        shown = shown.mid(20).trimmed();
-    QString kilobytes = valueAfter(text, "FILE_SIZE: ", "\n");
-    kilobytes.chop(2);
-    const QStringList values{valueAfter(text, "UUID: ", "\n"), QString::number(kilobytes.toLongLong() * 1024),
-                             valueAfter(text, "CHECKSUM: ", "\n"), shown};
-    QCOMPARE(values.join(QLatin1Char('|')), read);
-}
-
-void tst_UpdaterParts::commandLine_data()
-{
-    QTest::addColumn<QString>("arguments"); // separated by "|"
-    QTest::addColumn<QString>("fault");
-    const auto row = [](const char *arguments, const char *fault) {
-        QTest::newRow(arguments) << QString::fromLatin1(arguments) << QString::fromLatin1(fault);
-    };
-    row("--update|check|-i|-ud|-nr|--url|http://h/c.xml", "");
-    row("--started-by-gui|--update|check|--mode|silent|--background-download|--hide-no-updates-message|--url|"
-        "http://h",
-        "");
-    row("--started-by-gui|--update|check|||", "");
-    row("--update|check|--proxy-server|p.example|--proxy-port|3128|--proxy-try-count|1", "");
-    row("--update|install|--file|/a b/p.exe|--not-check-postinstall", "");
-    row("--help|--nonsense", "");
-    row("", "--update check is missing");
-    row("--update", "--update needs a value");
-    row("--update|remove", "the value of --update is not valid");
-    row("--update|check|--url|", "the value of --url is not valid");
-    row("--update|check|--url|a|--url|b", "--url is given twice");
-    row("--update|check|http://user:secret@h/", "argument 3 is not an option");
-    row("--update|check|--mode|loud", "the value of --mode is not valid");
-    row("--update|check|--current-version|3.1.4", "the value of --current-version is not valid");
-    row("--update|check|--proxy-server|p", "--proxy-server and --proxy-port need each other");
-    row("--update|check|--proxy-port|1", "--proxy-server and --proxy-port need each other");
-    row("--update|check|--proxy-server|--proxy-port", "the value of --proxy-server is not valid");
-    row("--update|check|--proxy-server|user:secret@p|--proxy-port|1",
-        "the value of --proxy-server is not valid");
-    row("--update|check|--proxy-port|65536|--proxy-server|p", "the value of --proxy-port is not valid");
-    row("--update|check|--proxy-try-count|0", "the value of --proxy-try-count is not valid");
-}
-
-void tst_UpdaterParts::commandLine()
-{
-    QFETCH(QString, arguments);
-    QFETCH(QString, fault);
-    CommandLine commandLine;
-    QCOMPARE(parseCommandLine(arguments.split(QLatin1Char('|')), &commandLine), fault);
-}
-
-namespace {
-
 /// A small catalogue and its signature, and how they are judged a second before they expire.
 struct SignedCatalogue
 {
     QByteArray document = "<TessarineUpdates/>\n";
     QByteArray signature;
-    TrustCriteria criteria{Signature::builtInKeys(), QStringLiteral("Tessarine Console"), QDateTime()};
+    TrustCriteria criteria{Signature::builtInKeys(), "Tessarine Console", "console/v3", QDateTime()};
 
     SignedCatalogue()
     {
@@ -331,83 +77,340 @@ struct SignedCatalogue
             signature = signatureFile.readAll();
     }
 
-    ExitCode judge(quint64 counter = 1) const
-    {
-        return judgeCatalogue(document, signature, criteria, counter).code;
-    }
+    ExitCode judge() const { return judgeCatalogue(document, signature, criteria).code; }
 };
 
 } // namespace
 
-void tst_UpdaterParts::alteredByte_data()
+/// The updater's decisions, without a server.
+class tst_UpdaterParts : public QObject
 {
-    QTest::addColumn<int>("bits");
-    for (const int bits : {1, 0x20, 0x80, 0xff})
-        QTest::addRow("%02x", bits) << bits;
-}
+    Q_OBJECT
+private Q_SLOTS:
 
-void tst_UpdaterParts::alteredByte()
-{
-    QFETCH(int, bits);
-    SignedCatalogue sample;
-    QCOMPARE(sample.judge(), ExitCode::UpdateFound);
-    for (QByteArray *file : {&sample.document, &sample.signature}) {
-        const QByteArray whole = *file;
-        for (int i = 0; i < whole.size(); ++i) {
-            (*file)[i] = char(whole.at(i) ^ bits);
-            QVERIFY2(sample.judge() == ExitCode::CatalogueNotTrusted, qPrintable(QString::number(i)));
-            *file = whole.left(i);
-            QVERIFY2(sample.judge() == ExitCode::CatalogueNotTrusted, qPrintable(QString::number(i)));
-            *file = QByteArray(whole).insert(i, char(bits));
-            QVERIFY2(sample.judge() == ExitCode::CatalogueNotTrusted, qPrintable(QString::number(i)));
+    void choice_data()
+    {
+        QTest::addColumn<QStringList>("updates");
+        QTest::addColumn<int>("chosen"); // index, -1 for none
+        const auto row = [](const char *name, std::initializer_list<const char *> updates, int chosen) {
+            QStringList lines;
+            for (const char *update : updates)
+                lines << QString::fromLatin1(update);
+            QTest::newRow(name) << lines << chosen;
+        };
+        // Looked for: 3.1.4.31301, de_AT, linux.
+        row("empty catalogue", {}, -1);
+        row("newer build", {"3.1.4.31302 any any released - 20260101"}, 0);
+        row("the same build", {"3.1.4.31301 any any released - 20260101"}, -1);
+        row("a larger build of an older version", {"3.1.3.99999 any any released - 20260101"}, -1);
+        row("versions are compared as numbers",
+            {"3.1.9.1 any any released - 20260101", "3.1.10.1 any any released - 20250101"}, 1);
+        row("the newest comes first",
+            {"3.2.0.1 any any released - 20260101", "3.1.9.1 any any released - 20260201"}, 0);
+        row("newest was gone back from",
+            {"3.3.0.1 any any released - 20260101", "3.1.9.1 any any released - 20250101"}, 1);
+        row("newest does not apply",
+            {"3.2.0.1 any windows released - 20260101", "3.1.9.1 any Linux Released - 20250101"}, 1);
+        row("withdrawn or not out yet",
+            {"3.2.0.1 any any withdrawn - 20260101", "3.2.0.2 any any beta - 20260101",
+             "3.2.0.3 any any - - 20260101"},
+            -1);
+        row("other locales",
+            {"3.2.0.1 de_DE any released - 20260101", "3.2.0.1 en any released - 20260101",
+             "3.2.0.1 d any released - 20260101"},
+            -1);
+        row("closest locale",
+            {"3.2.0.1 any any released - 20260301", "3.2.0.1 de any released - 20260201",
+             "3.2.0.1 de_at.UTF8 any released - 20260101"},
+            2);
+        row("language before any",
+            {"3.2.0.1 - any released - 20260301", "3.2.0.1 de any released - 20260201"}, 1);
+        row("system by name before any",
+            {"3.2.0.1 any * released - 20260301", "3.2.0.1 any linux released - 20260201"}, 1);
+        row("latest date", {"3.2.0.1 any any released - 20260101", "3.2.0.1 any any released - 20260102"}, 1);
+        row("first of equals", {"3.2.0.1 any any released - 20260101", "3.2.0.1 any any Released - 20260101"},
+            0);
+        row("ancestry names the version", {"3.2.0.1 any any released 3.0,3.1.4.31301 20260101"}, 0);
+        row("ancestry names its beginning", {"3.2.0.1 any any released 2,3.1 20260101"}, 0);
+        row("ancestry names others", {"3.2.0.1 any any released 3.1.4.3130,3.10,2 20260101"}, -1);
+        row("ancestry makes no sense", {"3.2.0.1 any any released 3.x 20260101"}, -1);
+        row("an older step applies when the newest does not",
+            {"4.0.0.1 any any released 3.9 20260101", "3.9.0.1 any any released 3 20250101"}, 1);
+    }
+
+    void choice()
+    {
+        QFETCH(QStringList, updates);
+        QFETCH(int, chosen);
+        CUpdates catalogue = catalogueOf(updates);
+        UpdateCriteria criteria{
+            QStringLiteral("P"), {3, 1, 4, 31301}, QStringLiteral("de_AT"), QStringLiteral("linux")};
+        criteria.rejected = {{3, 3, 0, 1}};
+        const std::optional<ChosenUpdate> result = chooseUpdate(catalogue, criteria);
+        QCOMPARE(result ? updates.indexOf(result->update.updateName) : -1, chosen);
+
+        // Whatever applies, it never does for another product, a closed one, or without being paid.
+        criteria.product = QStringLiteral("p");
+        QVERIFY(!chooseUpdate(catalogue, criteria));
+        criteria.product = QStringLiteral("P");
+        for (CUpdProductVersion &version : catalogue.products[1].versions)
+            version.updates[0].chargeable = true;
+        QVERIFY(!chooseUpdate(catalogue, criteria));
+        catalogue = catalogueOf(updates);
+        catalogue.products[1].updateEnabled = false;
+        QVERIFY(!chooseUpdate(catalogue, criteria));
+    }
+
+    void package_data()
+    {
+        QTest::addColumn<QByteArray>("catalogue");
+        QTest::addColumn<QString>("filePath");
+        QTest::addColumn<QByteArray>("package"); // empty: refused
+        const auto row
+            = [](const char *filePath, const char *package, const char *catalogue = "https://h/a/c.xml?k=s") {
+                  QTest::newRow(filePath)
+                      << QByteArray(catalogue) << QString::fromUtf8(filePath) << QByteArray(package);
+              };
+        row("Setup-3.1.5.31502.exe", "https://h/a/Setup-3.1.5.31502.exe");
+        row("b/Setup one.exe", "https://h/a/b/Setup%20one.exe");
+        row("/b/x..y.exe", "https://h/b/x..y.exe");
+        row("https://cdn/x.exe?v=1", "https://cdn/x.exe?v=1");
+        row("x.exe", "http://h/x.exe", "http://user:secret@h/c.xml");
+        row("https://cdn/y.exe", "https://cdn/y.exe", "http://h/c.xml");
+        for (const char *refused : {"",
+                                    "b/",
+                                    "http://h/x.exe",
+                                    "//evil/x.exe",
+                                    "../x.exe",
+                                    "b/../../x.exe",
+                                    "b/./x.exe",
+                                    "b/%2e%2e/x.exe",
+                                    "b/%252E./x.exe",
+                                    "..%2fx.exe",
+                                    "b%255cx.exe",
+                                    "..\\x.exe",
+                                    "b\\x.exe",
+                                    "file:///etc/passwd",
+                                    "javascript:x",
+                                    "C:/x.exe",
+                                    "ftp://h/x.exe",
+                                    "https://user@h/x.exe",
+                                    "https://@h/x.exe",
+                                    "https:///x.exe",
+                                    "x.exe#y",
+                                    "x.exe\nUUID: y",
+                                    "x%0ay.exe",
+                                    "x%00.exe",
+                                    "[BEGIN_UPDATE_DESCRIPTION]",
+                                    "x.exe?[begin]"})
+            row(refused, "");
+    }
+
+    void package()
+    {
+        QFETCH(QByteArray, catalogue);
+        QFETCH(QString, filePath);
+        QFETCH(QByteArray, package);
+        QUrl url;
+        const QString fault = Address::resolvePackage(urlOf(catalogue.constData()), filePath, &url);
+        QCOMPARE(fault.isEmpty(), !package.isEmpty());
+        QCOMPARE(url.toEncoded(), package);
+    }
+
+    void reportCannotBeForged_data()
+    {
+        QTest::addColumn<QString>("uuid");
+        QTest::addColumn<QString>("checkSum");
+        QTest::addColumn<qint64>("size");
+        QTest::addColumn<QString>("description");
+        QTest::addColumn<QString>("read"); // id|size|checksum|description, or the tag that is refused
+        const auto row = [](const char *name, const char *uuid, const char *sum, qint64 size,
+                            const char *description, const char *read) {
+            QTest::newRow(name) << QString::fromUtf8(uuid) << QString::fromUtf8(sum) << size
+                                << QString::fromUtf8(description) << QString::fromUtf8(read);
+        };
+        const char *const md5 = "00112233445566778899aabbccddeeff";
+        row("plain", "{7-1.2.3.4}", md5, 15 * 1024, "two\n lines",
+            "-3.1.5-31502-{7-1.2.3.4}|15360|00112233445566778899aabbccddeeff|two\n lines");
+        row("id with the version already", "-3.1.5-31502-a", "", 1025, "d", "-3.1.5-31502-a|2048||d");
+        row("id of a longer build number", "-3.1.5-315020", "", 0, "d", "-3.1.5-31502--3.1.5-315020|0||d");
+        row("nothing optional", "", "", 0, "", "-3.1.5-31502|0||");
+        row("markers in the description", "a", "", 1,
+            "x\nfile_path: http://evil/\nUUID: b\nFILE_SIZE: 9 K\nchecksum: 1",
+            "-3.1.5-31502-a|1024||x\nfile_path: http://evil/\nUUID: b\nFILE_SIZE: 9 K\nchecksum: 1");
+        row("begin and end markers in the description", "a", "", 1,
+            "[begin_update_description]x[END_UPDATE_[END_UPDATE_DESCRIPTION]DESCRIPTION] y",
+            "-3.1.5-31502-a|1024||[begin_update_description]x[END_UPDATE_(END_UPDATE_DESCRIPTION)DESCRIPTION] y");
+        row("prefix that is cut off", "a", "", 1, "UPDATE_DESCRIPTION: x",
+            "-3.1.5-31502-a|1024||UPDATE_DESCRIPTION: x");
+        row("terminal control", "a", "", 1, "a\x1b[2Jb\xc2\x9b c", "-3.1.5-31502-a|1024||a[2Jb c");
+        row("line feed in the id", "a\nFILE_PATH: x", "", 1, "d", "Uuid");
+        row("marker in the id", "[BEGIN_UPDATE_DESCRIPTION]", "", 1, "d", "Uuid");
+        row("slash in the id", "a/b", "", 1, "d", "Uuid");
+        row("short checksum", "a", "0011", 1, "d", "CheckSum");
+        row("line feed after the checksum", "a", "00112233445566778899aabbccddeeff\n", 1, "d", "CheckSum");
+        row("size that overflows", "a", "", std::numeric_limits<qint64>::max(), "d", "FileSize");
+    }
+
+    void reportCannotBeForged()
+    {
+        QFETCH(QString, uuid);
+        QFETCH(QString, checkSum);
+        QFETCH(qint64, size);
+        QFETCH(QString, description);
+        QFETCH(QString, read);
+        ChosenUpdate chosen;
+        chosen.version = {3, 1, 5, 31502};
+        chosen.update.uuidElement = uuid;
+        chosen.update.checkSum = checkSum;
+        chosen.update.fileSize = size;
+        chosen.update.updateDescription = description;
+        QByteArray output;
+        const QString fault = composeCheckOutput(chosen, urlOf("http://h/a%20b.exe"), &output);
+        if (!fault.isEmpty()) {
+            QCOMPARE(fault, read);
+            return;
+        }
+        const QString text = QString::fromUtf8(output);
+        QCOMPARE(valueAfter(text, "FILE_PATH: ", "\n"), QStringLiteral("http://h/a%20b.exe"));
+        QString shown = valueAfter(text, "[BEGIN_UPDATE_DESCRIPTION]", "[END_UPDATE_DESCRIPTION]");
+        if (shown.startsWith(QLatin1String("UPDATE_DESCRIPTION: ")))
+            shown = shown.mid(20).trimmed();
+        QString kilobytes = valueAfter(text, "FILE_SIZE: ", "\n");
+        kilobytes.chop(2);
+        const QStringList values{valueAfter(text, "UUID: ", "\n"),
+                                 QString::number(kilobytes.toLongLong() * 1024),
+                                 valueAfter(text, "CHECKSUM: ", "\n"), shown};
+        QCOMPARE(values.join(QLatin1Char('|')), read);
+    }
+
+    void commandLine_data()
+    {
+        QTest::addColumn<QString>("arguments"); // separated by "|"
+        QTest::addColumn<QString>("fault");
+        const auto row = [](const char *arguments, const char *fault) {
+            QTest::newRow(arguments) << QString::fromLatin1(arguments) << QString::fromLatin1(fault);
+        };
+        row("--update|check|-i|-ud|-nr|--url|http://h/c.xml", "");
+        row("--started-by-gui|--update|check|--mode|silent|--background-download|--hide-no-updates-message|--url|"
+            "http://h",
+            "");
+        row("--started-by-gui|--update|check|||", "");
+        row("--update|check|--proxy-server|p.example|--proxy-port|3128|--proxy-try-count|1", "");
+        row("--update|install|--file|/a b/p.exe|--not-check-postinstall", "");
+        row("--help|--nonsense", "");
+        row("", "--update check is missing");
+        row("--update", "--update needs a value");
+        row("--update|remove", "the value of --update is not valid");
+        row("--update|check|--url|", "the value of --url is not valid");
+        row("--update|check|--url|a|--url|b", "--url is given twice");
+        row("--update|check|http://user:secret@h/", "argument 3 is not an option");
+        row("--update|check|--mode|loud", "the value of --mode is not valid");
+        row("--update|check|--current-version|3.1.4", "the value of --current-version is not valid");
+        row("--update|check|--proxy-server|p", "--proxy-server and --proxy-port need each other");
+        row("--update|check|--proxy-port|1", "--proxy-server and --proxy-port need each other");
+        row("--update|check|--proxy-server|--proxy-port", "the value of --proxy-server is not valid");
+        row("--update|check|--proxy-server|user:secret@p|--proxy-port|1",
+            "the value of --proxy-server is not valid");
+        row("--update|check|--proxy-port|65536|--proxy-server|p", "the value of --proxy-port is not valid");
+        row("--update|check|--proxy-try-count|0", "the value of --proxy-try-count is not valid");
+    }
+
+    void commandLine()
+    {
+        QFETCH(QString, arguments);
+        QFETCH(QString, fault);
+        CommandLine commandLine;
+        QCOMPARE(parseCommandLine(arguments.split(QLatin1Char('|')), &commandLine), fault);
+    }
+
+    void alteredByte_data()
+    {
+        QTest::addColumn<int>("bits");
+        for (const int bits : {1, 0x20, 0x80, 0xff})
+            QTest::addRow("%02x", bits) << bits;
+    }
+
+    void alteredByte()
+    {
+        QFETCH(int, bits);
+        SignedCatalogue sample;
+        QCOMPARE(sample.judge(), ExitCode::UpdateFound);
+        for (QByteArray *file : {&sample.document, &sample.signature}) {
+            const QByteArray whole = *file;
+            for (int i = 0; i < whole.size(); ++i) {
+                (*file)[i] = char(whole.at(i) ^ bits);
+                QVERIFY2(sample.judge() == ExitCode::CatalogueNotTrusted, qPrintable(QString::number(i)));
+                *file = whole.left(i);
+                QVERIFY2(sample.judge() == ExitCode::CatalogueNotTrusted, qPrintable(QString::number(i)));
+                *file = QByteArray(whole).insert(i, char(bits));
+                QVERIFY2(sample.judge() == ExitCode::CatalogueNotTrusted, qPrintable(QString::number(i)));
+                *file = whole;
+            }
+            *file += '\n';
+            QCOMPARE(sample.judge(), ExitCode::CatalogueNotTrusted);
             *file = whole;
         }
-        *file += '\n';
-        QCOMPARE(sample.judge(), ExitCode::CatalogueNotTrusted);
-        *file = whole;
+        QCOMPARE(sample.judge(), ExitCode::UpdateFound);
     }
-    QCOMPARE(sample.judge(), ExitCode::UpdateFound);
-}
 
-void tst_UpdaterParts::limitsOfTrust()
-{
-    SignedCatalogue sample;
-    QCOMPARE(sample.judge(2), ExitCode::CatalogueOutdated);
-    sample.criteria.now = sample.criteria.now.addSecs(1);
-    QCOMPARE(sample.judge(), ExitCode::CatalogueOutdated);
-    sample.criteria.keys.removeFirst();
-    QCOMPARE(sample.judge(), ExitCode::CatalogueNotTrusted);
-}
+    void counters()
+    {
+        const QTemporaryDir root;
+        OfferStore store(root.filePath("store"));
+        Signature::Statement catalogue = sampleStatement(Signature::Role::Catalogue);
+        catalogue.key = "0011223344556677";
+        const auto isOld = [&store, &catalogue](quint64 counter) {
+            catalogue.counter = counter;
+            const OfferStore::Counted counted = store.countCatalogue(catalogue);
+            return counted.fault.isEmpty() && counted.isOld;
+        };
+        QVERIFY(!isOld(5));
+        QVERIFY(isOld(4));
+        QVERIFY(!isOld(5));
+        // A second key starts anew, as another line and another product; what was seen with the first stays seen.
+        catalogue.key = "8899aabbccddeeff";
+        QVERIFY(!isOld(1));
+        catalogue.line = "console-beta/v3";
+        QVERIFY(!isOld(0));
+        catalogue.product = "Tessarine Studio";
+        QVERIFY(!isOld(0));
+        catalogue = sampleStatement(Signature::Role::Catalogue);
+        catalogue.key = "0011223344556677";
+        QVERIFY(isOld(4));
+        for (const QString &name : QDir(root.filePath("store")).entryList({"counter-*"})) {
+            QFile file(root.filePath("store/" + name));
+            QVERIFY(file.open(QIODevice::WriteOnly) && file.write("five\n") > 0);
+        }
+        QVERIFY(store.countCatalogue(catalogue).fault.contains("remove it to begin anew"));
+    }
 
-void tst_UpdaterParts::offersOfSeveralProducts()
-{
-    const QTemporaryDir root;
-    const QString folder = root.filePath(QStringLiteral("a/store"));
-    OfferStore store(folder);
-    const QString one = QStringLiteral("../one");
-    const QString other = QStringLiteral("other");
-    const QString name = QStringLiteral("p.run");
-    QCOMPARE(store.setOffer(one, name, "1"), QString());
-    QCOMPARE(store.setOffer(other, name, "2"), QString());
-    for (const quint64 counter : {5, 4})
-        QCOMPARE(store.setCatalogueCounter(one, counter), QString());
-    QCOMPARE(OfferStore(folder).catalogueCounter(one), quint64(5));
-    QCOMPARE(OfferStore(folder).catalogueCounter(other), quint64(0));
-    QCOMPARE(store.packageSignature(one, name) + store.packageSignature(other, name), QByteArray("12"));
-    QCOMPARE(store.packageSignature(one, QStringLiteral("p")), QByteArray());
-    QCOMPARE(store.setOffer(one, QStringLiteral("q\n.run"), "3"), QString());
-    // The older package may be under way to its installation.
-    QCOMPARE(store.packageSignature(one, name), QByteArray("1"));
-    QCOMPARE(store.packageSignature(one, QStringLiteral("q\n.run")), QByteArray("3"));
-    for (int offer = 0; offer < 20; ++offer)
-        QCOMPARE(store.setOffer(one, QString::number(offer), "4"), QString());
-    QCOMPARE(store.packageSignature(other, name), QByteArray("2"));
-    QFileInfoList files = QDir(folder).entryInfoList(QDir::Files | QDir::Hidden);
-    QCOMPARE(files.size(), 1 + 1 + 16);
-    files.append(QFileInfo(folder));
-    for (const QFileInfo &file : qAsConst(files))
-        QCOMPARE(file.permissions() & 0x0077, QFile::Permissions());
-}
+    void offersOfSeveralProducts()
+    {
+        const QTemporaryDir root;
+        const QString folder = root.filePath(QStringLiteral("a/store"));
+        OfferStore store(folder);
+        const QString one = QStringLiteral("../one");
+        const QString other = QStringLiteral("other");
+        const QString name = QStringLiteral("p.run");
+        QCOMPARE(store.setOffer(one, name, "1"), QString());
+        QCOMPARE(store.setOffer(other, name, "2"), QString());
+        QCOMPARE(store.packageSignature(one, name) + store.packageSignature(other, name), QByteArray("12"));
+        QCOMPARE(store.packageSignature(one, QStringLiteral("p")), QByteArray());
+        QCOMPARE(store.setOffer(one, QStringLiteral("q\n.run"), "3"), QString());
+        // The older package may be under way to its installation.
+        QCOMPARE(store.packageSignature(one, name), QByteArray("1"));
+        QCOMPARE(store.packageSignature(one, QStringLiteral("q\n.run")), QByteArray("3"));
+        for (int offer = 0; offer < 20; ++offer)
+            QCOMPARE(store.setOffer(one, QString::number(offer), "4"), QString());
+        QCOMPARE(store.packageSignature(other, name), QByteArray("2"));
+        QFileInfoList files = QDir(folder).entryInfoList(QDir::Files | QDir::Hidden);
+        QCOMPARE(files.size(), 1 + 16);
+        files.append(QFileInfo(folder));
+        for (const QFileInfo &file : qAsConst(files))
+            QCOMPARE(file.permissions() & 0x0077, QFile::Permissions());
+    }
+};
 
 KOV_TEST_MAIN(QCoreApplication, tst_UpdaterParts)
 #include "tst_updater_parts.moc"

@@ -5,28 +5,6 @@
 #include <atomic>
 #include <thread>
 
-/// Jobs, the handles that own them, and requests whose job ends on another thread.
-class tst_SdkRequest : public QObject
-{
-    Q_OBJECT
-
-private Q_SLOTS:
-    void init() { SdkLog::take(); }
-    void cleanup() { QCOMPARE(SdkLog::take(), QStringList()); } // every handle was used and freed rightly
-    void wrapCountsReferences();
-    void completionFunctionRules();
-    void replacedFunctionDoesNotRun();
-    void completesOnceFromTheEventLoop_data();
-    void completesOnceFromTheEventLoop();
-    void oneJobManyRequests();
-    void destroyedInsideItsSlot();
-    void destroyedWhileTheJobEnds();
-    void endedByTwoThreads();
-
-private:
-    SdkLog m_log;
-};
-
 static t_SdkHandleWrap newJob()
 {
     t_SdkHandleWrap job;
@@ -39,25 +17,6 @@ static KOV_RESULT complete(KOV_HANDLE job, KOV_RESULT result)
     return KovService_CompleteJob(job, result, nullptr, nullptr);
 }
 
-void tst_SdkRequest::wrapCountsReferences()
-{
-    t_SdkHandleWrap job = newJob();
-    const KOV_HANDLE handle = job;
-    {
-        t_SdkHandleWrap copy = job;
-        t_SdkHandleWrap moved = std::move(copy);
-        QVERIFY(copy.isNull());
-        job = t_SdkHandleWrap::share(moved);
-        job = *&job; // to itself
-        moved.out();
-        QVERIFY(moved.isNull());
-    }
-    QCOMPARE(KovHandle_GetType(handle), KHT_JOB);
-    job.reset();
-    job.reset();
-    QCOMPARE(KovHandle_GetType(handle), KHT_INVALID);
-}
-
 static void count(KOV_HANDLE, KOV_RESULT, void *context)
 {
     ++*static_cast<std::atomic<int> *>(context);
@@ -66,25 +25,6 @@ static void count(KOV_HANDLE, KOV_RESULT, void *context)
 static void setAnotherFromInside(KOV_HANDLE job, KOV_RESULT, void *context)
 {
     KovJob_SetCompletionFunction(job, count, context); // runs at once, and must not wait for this very call
-}
-
-void tst_SdkRequest::completionFunctionRules()
-{
-    std::atomic<int> first{0};
-    std::atomic<int> second{0};
-    const t_SdkHandleWrap job = newJob();
-    KovJob_SetCompletionFunction(job, count, &first);
-    KovJob_SetCompletionFunction(job, setAnotherFromInside, &second);
-    QCOMPARE(complete(job, 1), KOV_SUCCESS);
-    QCOMPARE(first.load(), 0);
-    QCOMPARE(second.load(), 1);
-    KovJob_SetCompletionFunction(job, count, &first); // ended: at once
-    QCOMPARE(first.load(), 1);
-    const t_SdkHandleWrap removed = newJob();
-    KovJob_SetCompletionFunction(removed, count, &first);
-    KovJob_SetCompletionFunction(removed, nullptr, nullptr);
-    KovJob_Cancel(removed);
-    QCOMPARE(first.load(), 1);
 }
 
 struct SlowFunction
@@ -102,128 +42,179 @@ struct SlowFunction
     }
 };
 
-void tst_SdkRequest::replacedFunctionDoesNotRun()
+/// Jobs, the handles that own them, and requests whose job ends on another thread.
+class tst_SdkRequest : public QObject
 {
-    const t_SdkHandleWrap job = newJob();
-    SlowFunction slow;
-    KovJob_SetCompletionFunction(job, &SlowFunction::run, &slow);
-    std::thread ends([&job] { complete(job, KOV_SUCCESS); });
-    while (!slow.isRunning)
-        std::this_thread::yield();
-    KovJob_SetCompletionFunction(job, nullptr, nullptr);
-    const bool hasReturned = slow.hasReturned;
-    ends.join();
-    QVERIFY(hasReturned);
-}
+    Q_OBJECT
 
-void tst_SdkRequest::completesOnceFromTheEventLoop_data()
-{
-    QTest::addColumn<QString>("how");
-    QTest::addColumn<KOV_RESULT>("result");
-    QTest::newRow("ended before") << QStringLiteral("before") << 15282;
-    QTest::newRow("ended by another thread") << QStringLiteral("thread") << 15282;
-    QTest::newRow("cancelled") << QStringLiteral("cancel") << KOV_ERR_CANCELLED;
-    QTest::newRow("null") << QStringLiteral("null") << KOV_ERR_INVALID_HANDLE;
-    QTest::newRow("no job") << QStringLiteral("event") << KOV_ERR_INVALID_HANDLE;
-}
+private Q_SLOTS:
+    void init() { SdkLog::take(); }
+    void cleanup() { QCOMPARE(SdkLog::take(), QStringList()); } // every handle was used and freed rightly
 
-void tst_SdkRequest::completesOnceFromTheEventLoop()
-{
-    QFETCH(QString, how);
-    QFETCH(KOV_RESULT, result);
-    t_SdkHandleWrap event;
-    KovService_CreateEvent(15282, nullptr, event.out());
-    t_SdkHandleWrap job = newJob();
-    const auto end = [&] { KovService_CompleteJob(job, 15282, event, "K\xc3\xb6ln"); };
-    if (how == QLatin1String("before"))
-        end();
-    if (how == QLatin1String("null"))
+    void wrapCountsReferences()
+    {
+        t_SdkHandleWrap job = newJob();
+        const KOV_HANDLE handle = job;
+        {
+            t_SdkHandleWrap copy = job;
+            t_SdkHandleWrap moved = std::move(copy);
+            QVERIFY(copy.isNull());
+            job = t_SdkHandleWrap::share(moved);
+            job = *&job; // to itself
+            moved.out();
+            QVERIFY(moved.isNull());
+        }
+        QCOMPARE(KovHandle_GetType(handle), KHT_JOB);
         job.reset();
+        job.reset();
+        QCOMPARE(KovHandle_GetType(handle), KHT_INVALID);
+    }
 
-    CSdkRequest request(how == QLatin1String("event") ? event : job);
-    QSignalSpy completed(&request, &CSdkRequest::jobCompleted);
-    if (how == QLatin1String("thread"))
-        std::thread(end).join();
-    if (how == QLatin1String("cancel"))
-        request.cancel();
-    QCOMPARE(completed.size(), 0);
-    QVERIFY(!request.isCompleted());
-    QCOMPARE(request.result(), KOV_ERR_IN_PROGRESS);
-    QVERIFY(completed.wait());
-    request.cancel();
-    QCoreApplication::processEvents();
-    QCOMPARE(completed.size(), 1);
-    QCOMPARE(completed.first().first().toInt(), result);
-    QCOMPARE(request.result(), result);
-    const bool hasMore = result == 15282;
-    QCOMPARE(request.data(), hasMore ? QString::fromUtf8("Köln") : QString());
-    QCOMPARE(request.errorEvent().handle(), hasMore ? event.handle() : nullptr);
-}
-
-void tst_SdkRequest::oneJobManyRequests()
-{
-    const t_SdkHandleWrap job = newJob();
-    CSdkRequest first(job);
-    auto second = std::make_unique<CSdkRequest>(job);
-    CSdkRequest third(job);
-    QSignalSpy firstCompleted(&first, &CSdkRequest::jobCompleted);
-    QSignalSpy thirdCompleted(&third, &CSdkRequest::jobCompleted);
-    second.reset();
-    complete(job, KOV_SUCCESS);
-    CSdkRequest late(job);
-    QSignalSpy lateCompleted(&late, &CSdkRequest::jobCompleted);
-    QCoreApplication::processEvents();
-    QCOMPARE(firstCompleted.size(), 1);
-    QCOMPARE(thirdCompleted.size(), 1);
-    QCOMPARE(lateCompleted.size(), 1);
-}
-
-void tst_SdkRequest::destroyedInsideItsSlot()
-{
-    const t_SdkHandleWrap job = newJob();
-    auto *const request = new CSdkRequest(job);
-    int calls = 0;
-    connect(request, &CSdkRequest::jobCompleted, [&] {
-        ++calls;
-        delete request;
-    });
-    complete(job, KOV_SUCCESS);
-    QCoreApplication::processEvents();
-    QCOMPARE(calls, 1);
-}
-
-void tst_SdkRequest::destroyedWhileTheJobEnds()
-{
-    int completed = 0;
-    for (int turn = 0; turn < 500; ++turn) {
+    void completionFunctionRules()
+    {
+        std::atomic<int> first{0};
+        std::atomic<int> second{0};
         const t_SdkHandleWrap job = newJob();
-        auto request = std::make_unique<CSdkRequest>(job);
-        connect(request.get(), &CSdkRequest::jobCompleted, [&completed] { ++completed; });
+        KovJob_SetCompletionFunction(job, count, &first);
+        KovJob_SetCompletionFunction(job, setAnotherFromInside, &second);
+        QCOMPARE(complete(job, 1), KOV_SUCCESS);
+        QCOMPARE(first.load(), 0);
+        QCOMPARE(second.load(), 1);
+        KovJob_SetCompletionFunction(job, count, &first); // ended: at once
+        QCOMPARE(first.load(), 1);
+        const t_SdkHandleWrap removed = newJob();
+        KovJob_SetCompletionFunction(removed, count, &first);
+        KovJob_SetCompletionFunction(removed, nullptr, nullptr);
+        KovJob_Cancel(removed);
+        QCOMPARE(first.load(), 1);
+    }
+
+    void replacedFunctionDoesNotRun()
+    {
+        const t_SdkHandleWrap job = newJob();
+        SlowFunction slow;
+        KovJob_SetCompletionFunction(job, &SlowFunction::run, &slow);
         std::thread ends([&job] { complete(job, KOV_SUCCESS); });
-        if (turn % 2)
-            QCoreApplication::processEvents();
-        request.reset();
+        while (!slow.isRunning)
+            std::this_thread::yield();
+        KovJob_SetCompletionFunction(job, nullptr, nullptr);
+        const bool hasReturned = slow.hasReturned;
         ends.join();
+        QVERIFY(hasReturned);
     }
-    QVERIFY(completed <= 250);
-}
 
-void tst_SdkRequest::endedByTwoThreads()
-{
-    for (int turn = 0; turn < 300; ++turn) {
-        const t_SdkHandleWrap job = newJob();
-        std::atomic<int> calls{0};
-        KovJob_SetCompletionFunction(job, count, &calls);
-        KOV_RESULT completion = 0;
-        std::thread completes([&] { completion = complete(job, KOV_SUCCESS); });
-        KovJob_Cancel(job);
-        completes.join();
-        KOV_RESULT result = 1;
-        QCOMPARE(KovJob_GetRetCode(job, &result), KOV_SUCCESS);
-        QCOMPARE(result, KOV_SUCCEEDED(completion) ? KOV_SUCCESS : KOV_ERR_CANCELLED);
-        QCOMPARE(calls.load(), 1);
+    void completesOnceFromTheEventLoop_data()
+    {
+        QTest::addColumn<QString>("how");
+        QTest::addColumn<KOV_RESULT>("result");
+        QTest::newRow("ended before") << QStringLiteral("before") << 15282;
+        QTest::newRow("ended by another thread") << QStringLiteral("thread") << 15282;
+        QTest::newRow("cancelled") << QStringLiteral("cancel") << KOV_ERR_CANCELLED;
+        QTest::newRow("null") << QStringLiteral("null") << KOV_ERR_INVALID_HANDLE;
+        QTest::newRow("no job") << QStringLiteral("event") << KOV_ERR_INVALID_HANDLE;
     }
-}
+
+    void completesOnceFromTheEventLoop()
+    {
+        QFETCH(QString, how);
+        QFETCH(KOV_RESULT, result);
+        t_SdkHandleWrap event;
+        KovService_CreateEvent(15282, nullptr, event.out());
+        t_SdkHandleWrap job = newJob();
+        const auto end = [&] { KovService_CompleteJob(job, 15282, event, "K\xc3\xb6ln"); };
+        if (how == QLatin1String("before"))
+            end();
+        if (how == QLatin1String("null"))
+            job.reset();
+
+        CSdkRequest request(how == QLatin1String("event") ? event : job);
+        QSignalSpy completed(&request, &CSdkRequest::jobCompleted);
+        if (how == QLatin1String("thread"))
+            std::thread(end).join();
+        if (how == QLatin1String("cancel"))
+            request.cancel();
+        QCOMPARE(completed.size(), 0);
+        QVERIFY(!request.isCompleted());
+        QCOMPARE(request.result(), KOV_ERR_IN_PROGRESS);
+        QVERIFY(completed.wait());
+        request.cancel();
+        QCoreApplication::processEvents();
+        QCOMPARE(completed.size(), 1);
+        QCOMPARE(completed.first().first().toInt(), result);
+        QCOMPARE(request.result(), result);
+        const bool hasMore = result == 15282;
+        QCOMPARE(request.data(), hasMore ? QString::fromUtf8("Köln") : QString());
+        QCOMPARE(request.errorEvent().handle(), hasMore ? event.handle() : nullptr);
+    }
+
+    void oneJobManyRequests()
+    {
+        const t_SdkHandleWrap job = newJob();
+        CSdkRequest first(job);
+        auto second = std::make_unique<CSdkRequest>(job);
+        CSdkRequest third(job);
+        QSignalSpy firstCompleted(&first, &CSdkRequest::jobCompleted);
+        QSignalSpy thirdCompleted(&third, &CSdkRequest::jobCompleted);
+        second.reset();
+        complete(job, KOV_SUCCESS);
+        CSdkRequest late(job);
+        QSignalSpy lateCompleted(&late, &CSdkRequest::jobCompleted);
+        QCoreApplication::processEvents();
+        QCOMPARE(firstCompleted.size(), 1);
+        QCOMPARE(thirdCompleted.size(), 1);
+        QCOMPARE(lateCompleted.size(), 1);
+    }
+
+    void destroyedInsideItsSlot()
+    {
+        const t_SdkHandleWrap job = newJob();
+        auto *const request = new CSdkRequest(job);
+        int calls = 0;
+        connect(request, &CSdkRequest::jobCompleted, [&] {
+            ++calls;
+            delete request;
+        });
+        complete(job, KOV_SUCCESS);
+        QCoreApplication::processEvents();
+        QCOMPARE(calls, 1);
+    }
+
+    void destroyedWhileTheJobEnds()
+    {
+        int completed = 0;
+        for (int turn = 0; turn < 500; ++turn) {
+            const t_SdkHandleWrap job = newJob();
+            auto request = std::make_unique<CSdkRequest>(job);
+            connect(request.get(), &CSdkRequest::jobCompleted, [&completed] { ++completed; });
+            std::thread ends([&job] { complete(job, KOV_SUCCESS); });
+            if (turn % 2)
+                QCoreApplication::processEvents();
+            request.reset();
+            ends.join();
+        }
+        QVERIFY(completed <= 250);
+    }
+
+    void endedByTwoThreads()
+    {
+        for (int turn = 0; turn < 300; ++turn) {
+            const t_SdkHandleWrap job = newJob();
+            std::atomic<int> calls{0};
+            KovJob_SetCompletionFunction(job, count, &calls);
+            KOV_RESULT completion = 0;
+            std::thread completes([&] { completion = complete(job, KOV_SUCCESS); });
+            KovJob_Cancel(job);
+            completes.join();
+            KOV_RESULT result = 1;
+            QCOMPARE(KovJob_GetRetCode(job, &result), KOV_SUCCESS);
+            QCOMPARE(result, KOV_SUCCEEDED(completion) ? KOV_SUCCESS : KOV_ERR_CANCELLED);
+            QCOMPARE(calls.load(), 1);
+        }
+    }
+
+private:
+    SdkLog m_log;
+};
 
 KOV_TEST_MAIN(QCoreApplication, tst_SdkRequest)
 #include "tst_sdk_request.moc"

@@ -12,6 +12,8 @@ Signature::Statement sampleStatement(Signature::Role role)
     statement.product = QStringLiteral("Tessarine Console");
     if (role == Signature::Role::Package)
         statement.version = {3, 1, 5, 31502};
+    else
+        statement.line = QStringLiteral("console/v3");
     statement.counter = 1;
     statement.expires = QDateTime(QDate(2999, 12, 31), QTime(0, 0), Qt::UTC);
     statement.digest = QByteArray(64, '\0');

@@ -8,8 +8,8 @@
 
 class QTcpSocket;
 
-/// An HTTP server, or proxy, on loopback whose every answer the test decides, down to the byte at which the connection
-/// breaks. For what only a well-behaved server does, there is NginxServer.
+/// An HTTP server, or proxy, on loopback whose every answer the test decides, down to the byte at which the
+/// connection breaks. For what only a well-behaved server does, there is NginxServer.
 class TestServer : public QTcpServer
 {
 public:
@@ -25,8 +25,7 @@ public:
     enum class End { Close, Stay, Reset };
     struct Reply
     {
-        QByteArray
-            head; ///< from the status on: "200 OK\r\nContent-Length: 5\r\n"; empty: the body is all that is sent
+        QByteArray head; ///< from the status on: "200 OK\r\nX: y\r\n"; empty: the body is all that is sent
         QByteArray body = {};
         End end = End::Close;
         int pieceSize = 0; ///< more than 0: one such piece every millisecond

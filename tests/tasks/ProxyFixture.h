@@ -66,11 +66,13 @@ inline QStringList attempts(const TestServer &server)
 }
 
 /// Passes on only what carries these credentials; answers in the server's place.
-inline TestServer::Handler asksFor(const QByteArray &credentials)
+inline TestServer::Handler asksFor(const QByteArrayList &credentials)
 {
     return [credentials](const TestServer::Request &request) {
         const bool isKnown
-            = request.head.contains("Proxy-Authorization: Basic " + credentials.toBase64() + "\r\n");
+            = std::any_of(credentials.begin(), credentials.end(), [&request](const QByteArray &known) {
+                  return request.head.contains("Proxy-Authorization: Basic " + known.toBase64() + "\r\n");
+              });
         return isKnown ? TestServer::page("200 OK")
                        : TestServer::page("407 Who are you", "Proxy-Authenticate: Basic realm=\"test\"\r\n");
     };
@@ -100,8 +102,11 @@ private:
             return;
         m_answered = dialog;
         const QString title = dialog->findChild<QLabel *>(QStringLiteral("m_lblTitle"))->text();
-        seen << (title.contains(QLatin1String("incorrect")) ? QStringLiteral("retry")
-                                                            : QStringLiteral("ask"));
+        const bool isRetry = title.contains(QLatin1String("incorrect"));
+        seen << (isRetry ? QStringLiteral("retry") : QStringLiteral("ask"));
+        // What is typed again must not stand there in clear text.
+        if (isRetry && dialog->focusWidget()->objectName() != QLatin1String("m_lePassword"))
+            seen << QStringLiteral("wrong field");
         QString answer = m_answers.isEmpty() ? QStringLiteral("cancel") : m_answers.takeFirst();
         if (answer == QLatin1String("cancel"))
             return QTest::keyClick(dialog, Qt::Key_Escape);
@@ -112,8 +117,7 @@ private:
         const int colon = answer.indexOf(QLatin1Char(':'));
         dialog->setUsername(answer.left(colon));
         auto *password = dialog->findChild<QLineEdit *>(QStringLiteral("m_lePassword"));
-        password->clear();
-        QTest::keyClicks(password, answer.mid(colon + 1));
+        password->setText(answer.mid(colon + 1));
         QTest::keyClick(password, Qt::Key_Return);
     }
 

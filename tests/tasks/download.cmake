@@ -8,10 +8,6 @@ kov_add_test(NAME tst_md5_calculator SOURCES tst_md5_calculator.cpp LIBS KovGui 
 
 # With the real utility and real servers.
 if(KOV_BUILD_PROGRAMS)
-    kov_add_test(NAME tst_download_whole SOURCES tst_download_whole.cpp DownloadFixture.h TaskFixture.h
-        LIBS KovGui NginxServer TestServer LABELS tasks servers)
-    target_compile_definitions(tst_download_whole PRIVATE DOWNLOAD_UTILITY="$<TARGET_FILE:download_utility>")
-    add_dependencies(tst_download_whole download_utility)
     kov_add_test(NAME tst_interactive_download SOURCES tst_interactive_download.cpp DownloadFixture.h TaskFixture.h
         LIBS KovGui NginxServer TestServer LABELS tasks servers)
     target_compile_definitions(tst_interactive_download PRIVATE DOWNLOAD_UTILITY="$<TARGET_FILE:download_utility>"

@@ -10,7 +10,8 @@
 #include <unistd.h>
 
 /// A child process in place of the download utility that goes wrong in the way that the environment variable
-/// MISBEHAVIOUR names. It appends a line for each run, with its process id and its arguments, to the file that RUNS names.
+/// MISBEHAVIOUR names. It appends a line for each run, with its process id and its arguments, to the file
+/// that RUNS names.
 int main(int argc, char *argv[])
 {
     std::ofstream runs(std::getenv("RUNS"), std::ios::app);

@@ -38,34 +38,371 @@ class tst_InteractiveDownload : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
-    void outcomes_data();
-    void outcomes();
-    void realServer();
-    void pausedAndResumedQuickly();
-    void endedByTheUser_data();
-    void endedByTheUser();
-    void serverDiesAndComesBack();
-    void fullDisk();
+    void initTestCase()
+    {
+        ignoreOffscreenWarnings();
+        KovGui::init(KAM_CONSOLE);
+        KovGui::setLogVerbosity(2);
+        KovGui::staticMetaObjectHash()[QStringLiteral("CMessageDataProvider")]
+            = &AnsweringProvider::staticMetaObject;
+        ChosenProxy::install();
+        QCOMPARE(KovApi_LoadMessageCatalogue(MESSAGES), KOV_SUCCESS);
+        connect(CMessageManager::instance(), &CMessageManager::aboutToShowMessage, this,
+                [this](const Messaging::MessageData &data, QWidget *, CMessageBoxWndBase *window) {
+                    answer(window, data.code);
+                });
+    }
+
+    void init()
+    {
+        KovGui::setUpdaterFilePathAndUpdateMode(QStringLiteral(DOWNLOAD_UTILITY), QString(),
+                                                QStringLiteral("ctl"));
+        m_folder = std::make_unique<QTemporaryDir>();
+        m_server = std::make_unique<TestServer>(
+            [this](const TestServer::Request &request) { return serve(request); });
+        m_behaviour.clear();
+        m_checksum = m_digest.toLatin1() + "  file.bin\n";
+        m_pieceSize = 0;
+        m_answers.clear();
+        m_questions.clear();
+        m_isDialogSeen = false;
+    }
+
+    void cleanup()
+    {
+        QTRY_VERIFY(QApplication::topLevelWidgets().isEmpty());
+        QTRY_VERIFY(QCoreApplication::instance()->findChildren<CDownloadThread *>().isEmpty());
+    }
+
+    void outcomes_data()
+    {
+        QTest::addColumn<QByteArray>("behaviour");
+        QTest::addColumn<QByteArray>("checksum"); // at the server; "*": the right one
+        QTest::addColumn<QString>("digest"); // given; "*": the right one
+        QTest::addColumn<QString>("existing"); // none, right, wrong
+        QTest::addColumn<QString>("answers"); // "quiet": in the background, and may not ask
+        QTest::addColumn<QString>("outcome"); // result, questions, file, transfers
+
+        const auto row = [](const char *name, const char *behaviour, const char *checksum, const char *digest,
+                            const char *existing, const char *answers, const char *outcome) {
+            QTest::newRow(name) << QByteArray(behaviour) << QByteArray(checksum)
+                                << QString::fromLatin1(digest) << QString::fromLatin1(existing)
+                                << QString::fromLatin1(answers) << QString::fromLatin1(outcome);
+        };
+        const char *const words = "0123456789abcdef";
+        row("digest given", "", "", "*", "none", "", "0  right 1");
+        row("in the background", "", "*", "", "none", "quiet", "0  right 1");
+        row("digest fetched late", "checksum comes late", "*", "", "none", "1", "0 f right 1");
+        row("no digest", "", "", "", "none", "2", "80000009 f none 0");
+        row("no digest, window closed", "", "", "", "none", "0", "80000009 f none 0");
+        row("half a digest", "", words, "", "none", "quiet", "80000009  none 0");
+        row("a web page", "", "<html>0123456789abcdef0123456789abcdef</html>", "", "right", "2",
+            "80000009 f right 0");
+        row("a large file", "", QByteArray(200000, ' ').append("*").constData(), "", "none", "quiet",
+            "80000009  none 0");
+        row("no digest that was given", "", "*", words, "wrong", "1", "80000009  wrong 0");
+        row("here already", "", "", "*", "right", "", "0  right 0");
+        row("here already, digest fetched", "", "*", "", "right", "quiet", "0  right 0");
+        row("damaged here, again", "", "", "*", "wrong", "1", "0 e right 1");
+        row("damaged here, kept", "", "", "*", "wrong", "2", "80000009 e wrong 0");
+        row("damaged here, put aside", "", "", "*", "wrong", "quiet", "0  right 1");
+        row("damaged in the application's folder", "own folder", "", "*", "wrong", "quiet", "0  right 1");
+        row("damaged on its way, again", "damages once", "*", "", "none", "1", "0 d right 2");
+        row("damaged on its way, no more", "damages once", "", "*", "none", "2", "80000009 d none 1");
+        row("damaged on its way, quietly", "damages once", "", "*", "none", "quiet", "80000009  none 1");
+        row("no HEAD", "no HEAD", "", "*", "none", "", "0  right 1");
+        row("HEAD fails once", "fails once", "", "*", "none", "1", "0 f right 1");
+        row("file gone", "gone", "", "*", "none", "12", "80000009 ff none 2");
+        row("file gone, the host's policy says again", "gone", "", "*", "none", "policy", "80000009  none 2");
+        row("damaged on its way, the host's policy says again", "damages once", "", "*", "none", "policy",
+            "0  right 2");
+    }
+
+    void outcomes()
+    {
+        QFETCH(QString, digest);
+        QFETCH(QString, existing);
+        QFETCH(QString, outcome);
+        QFETCH(QByteArray, checksum);
+        QFETCH(QByteArray, behaviour);
+        m_behaviour = behaviour;
+        const bool isOwnFolder = behaviour == "own folder";
+        if (isOwnFolder) {
+            const QString own = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
+            QVERIFY(QDir().mkpath(own));
+            m_folder = std::make_unique<QTemporaryDir>(own + QLatin1String("/XXXXXX"));
+        }
+        m_checksum = checksum.replace('*', m_digest.toLatin1().toUpper() + " *file.bin");
+        QFETCH(QString, answers);
+        const bool isQuiet = answers == QLatin1String("quiet");
+        AnsweringProvider::answers = answers == QLatin1String("policy");
+        m_answers = isQuiet || AnsweringProvider::answers ? QString() : answers;
+        if (existing != QLatin1String("none"))
+            QVERIFY(write(filePath(), existing == QLatin1String("right") ? m_content : "mine"));
+        QVERIFY(write(filePath(".md5"), "mine as well"));
+
+        const auto task = makeTask(digest.replace(QLatin1Char('*'), m_digest.toUpper()), isQuiet);
+        task->execute();
+        QTRY_VERIFY_WITH_TIMEOUT(task->isFinished(), 20000);
+        AnsweringProvider::answers = false;
+        QCOMPARE(QStringLiteral("%1 %2 %3 %4")
+                     .arg(unsigned(task->getResult()), 0, 16)
+                     .arg(m_questions, whatIsAt(filePath()))
+                     .arg(transfers()),
+                 outcome);
+        QVERIFY(!dialog() && m_isDialogSeen == (!isQuiet && !m_server->requests.isEmpty()));
+        QCOMPARE(QFile::exists(filePath(".damaged")),
+                 isQuiet && !isOwnFolder && existing == QLatin1String("wrong"));
+        QCOMPARE(QFileInfo(filePath(".md5")).size(), 12);
+    }
+
+    void realServer()
+    {
+        QTemporaryDir root;
+        QVERIFY(write(root.filePath(QStringLiteral("file.bin")), m_content));
+        QVERIFY(write(root.filePath(QStringLiteral("file.bin.md5")), m_checksum));
+        NginxServer server;
+        QVERIFY2(server.start(root.path()), qPrintable(server.errorString()));
+        FileDownloadInfo info(m_folder->filePath(QStringLiteral("new/folder")));
+        info.url = server.url(QStringLiteral("file.bin"));
+        Task task(info, QString(), false, true);
+        task.execute();
+        QTRY_VERIFY(task.isFinished());
+        QCOMPARE(task.getResult(), KOV_SUCCESS);
+        QCOMPARE(task.fileDownloadInfo().size, m_content.size());
+        QCOMPARE(task.fileDownloadInfo().md5, m_digest);
+        QCOMPARE(whatIsAt(info.destinationFilePath()), QStringLiteral("right"));
+    }
+
+    void pausedAndResumedQuickly()
+    {
+        const LogCapture log;
+        m_pieceSize = 4096;
+        const auto task = makeTask(m_digest);
+        task->execute();
+        QTRY_VERIFY(QFileInfo(filePath(".kovupd-part")).size() > 100000);
+        auto *button = dialog()->findChild<QPushButton *>(QStringLiteral("m_pbPauseResume"));
+        for (int i = 0; i < 40; ++i) {
+            button->click();
+            QCOMPARE(task->isPaused(), i % 2 == 0);
+            QCOMPARE(labelText("m_lblProgress").endsWith(QStringLiteral(" - stopped")), task->isPaused());
+            QTest::qWait(i % 7 == 0 ? 60 : i % 3);
+        }
+        task->pause();
+        QTRY_VERIFY(task->findChildren<CTaskDownloadFile *>().isEmpty());
+        const int begun = transfers();
+        QTest::qWait(50);
+        QVERIFY(!task->isFinished() && transfers() == begun);
+        m_pieceSize = 0;
+        task->resume();
+        QTRY_VERIFY_WITH_TIMEOUT(task->isFinished(), 20000);
+        QCOMPARE(task->getResult(), KOV_SUCCESS);
+        QCOMPARE(m_questions, QString());
+        QCOMPARE(whatIsAt(filePath()), QStringLiteral("right"));
+        // One utility after the other, never two.
+        int running = 0;
+        for (const QByteArray &line : log.text().split('\n')) {
+            running += line.contains("Start downloading.") ? 1 : 0;
+            running -= line.contains("Downloading finished.") && running > 0 ? 1 : 0;
+            QVERIFY(running <= 1);
+        }
+        QVERIFY(log.count("Start downloading.") > 3);
+    }
+
+    void endedByTheUser_data()
+    {
+        QTest::addColumn<QByteArray>("how");
+        for (const char *how : {"cancel", "close", "cancel paused", "question open", "parent gone", "delete"})
+            QTest::newRow(how) << QByteArray(how);
+    }
+
+    void endedByTheUser()
+    {
+        QFETCH(QByteArray, how);
+        const LogCapture log;
+        m_pieceSize = 4096;
+        m_behaviour = how == "question open" ? "gone" : "";
+        auto task = makeTask(m_digest);
+        KOV_RESULT result = KOV_SUCCESS;
+        bool isUtilityGone = false;
+        connect(task.get(), &CAbstractTask::taskFinished, this, [&](KOV_RESULT code) {
+            result = code;
+            isUtilityGone = log.count("Downloading finished.") == 1;
+        });
+        task->execute();
+        if (how == "question open")
+            QTRY_COMPARE(m_questions, QStringLiteral("f"));
+        else
+            QTRY_VERIFY(QFileInfo(filePath(".kovupd-part")).size() > 100000);
+        task->bringToFront();
+        if (how == "cancel paused")
+            task->pause();
+        if (how == "delete")
+            task.reset();
+        else if (how == "question open")
+            task->terminate(KOV_ERR_CANCELLED);
+        else if (how == "parent gone")
+            delete dialog();
+        else if (how == "close")
+            dialog()->close();
+        else
+            dialog()->findChild<QPushButton *>(QStringLiteral("m_pbCancel"))->click();
+        QVERIFY(!dialog());
+        QTRY_COMPARE(result, KOV_ERR_CANCELLED);
+        QVERIFY(isUtilityGone || how == "delete");
+        QVERIFY(CMessageManager::instance()->getMessageWindowsForId(KOV_QUESTION_DOWNLOAD_FAILED).isEmpty());
+        if (how != "cancel")
+            return;
+        m_pieceSize = 0;
+        const auto next = makeTask(m_digest);
+        next->execute();
+        QTRY_VERIFY(next->isFinished());
+        QCOMPARE(whatIsAt(filePath()), QStringLiteral("right"));
+        QVERIFY(m_server->requests.constLast().contains("Range: bytes="));
+    }
+
+    void serverDiesAndComesBack()
+    {
+        // The utility's own patience is not what is looked at.
+        const QString utility = m_folder->filePath(QStringLiteral("impatient"));
+        QVERIFY(write(utility, "#!/bin/sh\nexec " DOWNLOAD_UTILITY " \"$@\" --retries 0\n"));
+        QVERIFY(QFile::setPermissions(utility, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+        KovGui::setUpdaterFilePathAndUpdateMode(utility, QString(), QStringLiteral("ctl"));
+        QTemporaryDir root;
+        QVERIFY(write(root.filePath(QStringLiteral("file.bin")), m_content));
+        NginxServer server;
+        QVERIFY2(server.start(root.path(), QStringLiteral("limit_rate 500k;")),
+                 qPrintable(server.errorString()));
+        FileDownloadInfo info(m_folder->path());
+        info.url = server.url(QStringLiteral("file.bin"));
+        Task task(info, m_digest, false, true);
+        task.execute();
+        QTRY_VERIFY(QFileInfo(filePath(".kovupd-part")).size() > 100000);
+        server.stop();
+        // How far it is stays in sight.
+        QTRY_VERIFY_WITH_TIMEOUT(
+            labelText("m_lblProgress").startsWith(QStringLiteral("Waiting for the connection... (")), 60000);
+        QCOMPARE(dialog()->findChild<QProgressBar *>()->maximum(), 100);
+        QVERIFY(server.restart());
+        fireReconnect(*task.findChild<CTaskDownloadFile *>());
+        QTRY_VERIFY_WITH_TIMEOUT(task.isFinished(), 30000);
+        QCOMPARE(m_questions, QString());
+        QCOMPARE(whatIsAt(filePath()), QStringLiteral("right"));
+    }
+
+    void fullDisk()
+    {
+        const QByteArray folder = m_folder->path().toLocal8Bit();
+        if (::mount("tmpfs", folder.constData(), "tmpfs", 0, "size=2m") != 0)
+            QSKIP("A small file system cannot be mounted: that is for root, and for containers that may.");
+        const auto quiet = makeTask(m_digest, true);
+        quiet->execute();
+        QTRY_VERIFY(quiet->isFinished());
+        const auto task = makeTask(m_digest);
+        task->execute();
+        QTRY_COMPARE(m_questions, QStringLiteral("s"));
+        const bool isGrown = ::mount("tmpfs", folder.constData(), "tmpfs", MS_REMOUNT, "size=8m") == 0;
+        CMessageBoxWndBase *window = CMessageManager::instance()
+                                         ->getMessageWindowsForId(KOV_QUESTION_NOT_ENOUGH_DISK_SPACE)
+                                         .value(0);
+        window->done(1);
+        const bool isFinished = QTest::qWaitFor([&] { return task->isFinished(); }, 20000);
+        const QString found = whatIsAt(filePath());
+        ::umount2(folder.constData(), MNT_DETACH);
+        QVERIFY(isGrown && isFinished);
+        QCOMPARE(quiet->getResult(), KOV_ERR_FAILURE);
+        QCOMPARE(task->getResult(), KOV_SUCCESS);
+        QCOMPARE(found, QStringLiteral("right"));
+        QCOMPARE(transfers(), 1);
+    }
 
 private:
-    void answer(CMessageBoxWndBase *window, int code);
-    TestServer::Reply serve(const TestServer::Request &request);
-    std::unique_ptr<Task> makeTask(const QString &digest, bool isQuiet = false);
+    void answer(CMessageBoxWndBase *window, int code)
+    {
+        const QMap<int, QChar> letters{{KOV_QUESTION_DOWNLOAD_FAILED, QLatin1Char('f')},
+                                       {KOV_QUESTION_DOWNLOAD_DAMAGED, QLatin1Char('d')},
+                                       {KOV_QUESTION_EXISTING_FILE_DAMAGED, QLatin1Char('e')},
+                                       {KOV_QUESTION_NOT_ENOUGH_DISK_SPACE, QLatin1Char('s')}};
+        m_questions += letters.value(code, QLatin1Char('?'));
+        const QString given = m_answers.mid(m_questions.size() - 1, 1);
+        if (!given.isEmpty())
+            QTimer::singleShot(0, window, [window, given] { window->done(given.toInt()); });
+    }
+
+    TestServer::Reply serve(const TestServer::Request &request)
+    {
+        m_isDialogSeen = m_isDialogSeen || dialog();
+        const auto refuse = [](const char *status) {
+            return TestServer::Reply{status + QByteArray("\r\nContent-Length: 0\r\n"), "",
+                                     TestServer::End::Close, 0};
+        };
+        const QByteArray line = request.head.left(request.head.indexOf("\r\n"));
+        if (line.contains(".md5")) {
+            if (m_behaviour == "checksum comes late")
+                return m_behaviour.clear(), refuse("404 Not Found");
+            return m_checksum.isEmpty() ? refuse("404 Not Found") : TestServer::whole(m_checksum, "\"m\"");
+        }
+        if (line.startsWith("HEAD")) {
+            if (m_behaviour == "no HEAD")
+                return refuse("501 Not Implemented");
+            if (m_behaviour == "fails once")
+                return m_behaviour.clear(), refuse("500 Oops");
+            return {TestServer::whole(m_content, "\"x\"").head, "", TestServer::End::Close, 0};
+        }
+        if (m_behaviour == "gone")
+            return refuse("404 Not Found");
+        if (m_behaviour == "damages once") {
+            m_behaviour.clear();
+            return TestServer::whole(testContent(m_content.size(), 8), "\"y\"");
+        }
+        TestServer::Reply reply = TestServer::honest(request, m_content, "\"x\"");
+        reply.pieceSize = m_pieceSize;
+        return reply;
+    }
+
+    std::unique_ptr<Task> makeTask(const QString &digest, bool isQuiet = false)
+    {
+        FileDownloadInfo info(m_folder->path());
+        info.url = QString::fromUtf8(m_server->url("/a/file.bin?key=1"));
+        return std::make_unique<Task>(info, digest, isQuiet, !isQuiet);
+    }
+
     QString filePath(const char *suffix = "") const
     {
         return m_folder->filePath(QLatin1String("file.bin") + QLatin1String(suffix));
     }
-    bool write(const QString &path, const QByteArray &content) const;
-    QString whatIsAt(const QString &path) const;
-    static CDownloadProgressDialog *dialog();
+    bool write(const QString &path, const QByteArray &content) const
+    {
+        QFile file(path);
+        return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
+    }
+
+    QString whatIsAt(const QString &path) const
+    {
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly))
+            return QStringLiteral("none");
+        return file.readAll() == m_content ? QStringLiteral("right") : QStringLiteral("wrong");
+    }
+
+    static CDownloadProgressDialog *dialog()
+    {
+        for (QWidget *widget : QApplication::topLevelWidgets()) {
+            if (auto *found = qobject_cast<CDownloadProgressDialog *>(widget))
+                return found->isVisible() ? found : nullptr;
+        }
+        return nullptr;
+    }
+
     static QString labelText(const char *name)
     {
         return dialog()->findChild<QLabel *>(QLatin1String(name))->text();
     }
-    int transfers() const;
+    int transfers() const
+    {
+        return int(std::count_if(m_server->requests.begin(), m_server->requests.end(),
+                                 [](const QByteArray &head) { return head.startsWith("GET /a/file.bin?"); }));
+    }
 
     const QByteArray m_content = testContent(3 * 1024 * 1024, 7);
     const QString m_digest
@@ -79,360 +416,6 @@ private:
     QString m_questions; ///< that were asked, one letter each
     bool m_isDialogSeen = false;
 };
-
-void tst_InteractiveDownload::initTestCase()
-{
-    ignoreOffscreenWarnings();
-    KovGui::init(KAM_CONSOLE);
-    KovGui::setLogVerbosity(2);
-    KovGui::staticMetaObjectHash()[QStringLiteral("CMessageDataProvider")]
-        = &AnsweringProvider::staticMetaObject;
-    ChosenProxy::install();
-    QCOMPARE(KovApi_LoadMessageCatalogue(MESSAGES), KOV_SUCCESS);
-    connect(CMessageManager::instance(), &CMessageManager::aboutToShowMessage, this,
-            [this](const Messaging::MessageData &data, QWidget *, CMessageBoxWndBase *window) {
-                answer(window, data.code);
-            });
-}
-
-void tst_InteractiveDownload::init()
-{
-    KovGui::setUpdaterFilePathAndUpdateMode(QStringLiteral(DOWNLOAD_UTILITY), QString(),
-                                            QStringLiteral("ctl"));
-    m_folder = std::make_unique<QTemporaryDir>();
-    m_server
-        = std::make_unique<TestServer>([this](const TestServer::Request &request) { return serve(request); });
-    m_behaviour.clear();
-    m_checksum = m_digest.toLatin1() + "  file.bin\n";
-    m_pieceSize = 0;
-    m_answers.clear();
-    m_questions.clear();
-    m_isDialogSeen = false;
-}
-
-void tst_InteractiveDownload::cleanup()
-{
-    QTRY_VERIFY(QApplication::topLevelWidgets().isEmpty());
-    QTRY_VERIFY(QCoreApplication::instance()->findChildren<CDownloadThread *>().isEmpty());
-}
-
-void tst_InteractiveDownload::answer(CMessageBoxWndBase *window, int code)
-{
-    const QMap<int, QChar> letters{{KOV_QUESTION_DOWNLOAD_FAILED, QLatin1Char('f')},
-                                   {KOV_QUESTION_DOWNLOAD_DAMAGED, QLatin1Char('d')},
-                                   {KOV_QUESTION_EXISTING_FILE_DAMAGED, QLatin1Char('e')},
-                                   {KOV_QUESTION_NOT_ENOUGH_DISK_SPACE, QLatin1Char('s')}};
-    m_questions += letters.value(code, QLatin1Char('?'));
-    const QString given = m_answers.mid(m_questions.size() - 1, 1);
-    if (!given.isEmpty())
-        QTimer::singleShot(0, window, [window, given] { window->done(given.toInt()); });
-}
-
-TestServer::Reply tst_InteractiveDownload::serve(const TestServer::Request &request)
-{
-    m_isDialogSeen = m_isDialogSeen || dialog();
-    const auto refuse = [](const char *status) {
-        return TestServer::Reply{status + QByteArray("\r\nContent-Length: 0\r\n"), "", TestServer::End::Close,
-                                 0};
-    };
-    const QByteArray line = request.head.left(request.head.indexOf("\r\n"));
-    if (line.contains(".md5")) {
-        if (m_behaviour == "checksum comes late")
-            return m_behaviour.clear(), refuse("404 Not Found");
-        return m_checksum.isEmpty() ? refuse("404 Not Found") : TestServer::whole(m_checksum, "\"m\"");
-    }
-    if (line.startsWith("HEAD")) {
-        if (m_behaviour == "no HEAD")
-            return refuse("501 Not Implemented");
-        if (m_behaviour == "fails once")
-            return m_behaviour.clear(), refuse("500 Oops");
-        return {TestServer::whole(m_content, "\"x\"").head, "", TestServer::End::Close, 0};
-    }
-    if (m_behaviour == "gone")
-        return refuse("404 Not Found");
-    if (m_behaviour == "damages once") {
-        m_behaviour.clear();
-        return TestServer::whole(testContent(m_content.size(), 8), "\"y\"");
-    }
-    TestServer::Reply reply = TestServer::honest(request, m_content, "\"x\"");
-    reply.pieceSize = m_pieceSize;
-    return reply;
-}
-
-std::unique_ptr<Task> tst_InteractiveDownload::makeTask(const QString &digest, bool isQuiet)
-{
-    FileDownloadInfo info(m_folder->path());
-    info.url = QString::fromUtf8(m_server->url("/a/file.bin?key=1"));
-    return std::make_unique<Task>(info, digest, isQuiet, !isQuiet);
-}
-
-bool tst_InteractiveDownload::write(const QString &path, const QByteArray &content) const
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
-}
-
-QString tst_InteractiveDownload::whatIsAt(const QString &path) const
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return QStringLiteral("none");
-    return file.readAll() == m_content ? QStringLiteral("right") : QStringLiteral("wrong");
-}
-
-CDownloadProgressDialog *tst_InteractiveDownload::dialog()
-{
-    for (QWidget *widget : QApplication::topLevelWidgets()) {
-        if (auto *found = qobject_cast<CDownloadProgressDialog *>(widget))
-            return found->isVisible() ? found : nullptr;
-    }
-    return nullptr;
-}
-
-int tst_InteractiveDownload::transfers() const
-{
-    return int(std::count_if(m_server->requests.begin(), m_server->requests.end(),
-                             [](const QByteArray &head) { return head.startsWith("GET /a/file.bin?"); }));
-}
-
-void tst_InteractiveDownload::outcomes_data()
-{
-    QTest::addColumn<QByteArray>("behaviour");
-    QTest::addColumn<QByteArray>("checksum"); // at the server; "*": the right one
-    QTest::addColumn<QString>("digest"); // given; "*": the right one
-    QTest::addColumn<QString>("existing"); // none, right, wrong
-    QTest::addColumn<QString>("answers"); // "quiet": in the background, and may not ask
-    QTest::addColumn<QString>("outcome"); // result, questions, file, transfers
-
-    const auto row = [](const char *name, const char *behaviour, const char *checksum, const char *digest,
-                        const char *existing, const char *answers, const char *outcome) {
-        QTest::newRow(name) << QByteArray(behaviour) << QByteArray(checksum) << QString::fromLatin1(digest)
-                            << QString::fromLatin1(existing) << QString::fromLatin1(answers)
-                            << QString::fromLatin1(outcome);
-    };
-    const char *const words = "0123456789abcdef";
-    row("digest given", "", "", "*", "none", "", "0  right 1");
-    row("in the background", "", "*", "", "none", "quiet", "0  right 1");
-    row("digest fetched late", "checksum comes late", "*", "", "none", "1", "0 f right 1");
-    row("no digest", "", "", "", "none", "2", "80000009 f none 0");
-    row("no digest, window closed", "", "", "", "none", "0", "80000009 f none 0");
-    row("half a digest", "", words, "", "none", "quiet", "80000009  none 0");
-    row("a web page", "", "<html>0123456789abcdef0123456789abcdef</html>", "", "right", "2",
-        "80000009 f right 0");
-    row("a large file", "", QByteArray(200000, ' ').append("*").constData(), "", "none", "quiet",
-        "80000009  none 0");
-    row("no digest that was given", "", "*", words, "wrong", "1", "80000009  wrong 0");
-    row("here already", "", "", "*", "right", "", "0  right 0");
-    row("here already, digest fetched", "", "*", "", "right", "quiet", "0  right 0");
-    row("damaged here, again", "", "", "*", "wrong", "1", "0 e right 1");
-    row("damaged here, kept", "", "", "*", "wrong", "2", "80000009 e wrong 0");
-    row("damaged here, put aside", "", "", "*", "wrong", "quiet", "0  right 1");
-    row("damaged in the application's folder", "own folder", "", "*", "wrong", "quiet", "0  right 1");
-    row("damaged on its way, again", "damages once", "*", "", "none", "1", "0 d right 2");
-    row("damaged on its way, no more", "damages once", "", "*", "none", "2", "80000009 d none 1");
-    row("damaged on its way, quietly", "damages once", "", "*", "none", "quiet", "80000009  none 1");
-    row("no HEAD", "no HEAD", "", "*", "none", "", "0  right 1");
-    row("HEAD fails once", "fails once", "", "*", "none", "1", "0 f right 1");
-    row("file gone", "gone", "", "*", "none", "12", "80000009 ff none 2");
-    row("file gone, the host's policy says again", "gone", "", "*", "none", "policy", "80000009  none 2");
-    row("damaged on its way, the host's policy says again", "damages once", "", "*", "none", "policy",
-        "0  right 2");
-}
-
-void tst_InteractiveDownload::outcomes()
-{
-    QFETCH(QString, digest);
-    QFETCH(QString, existing);
-    QFETCH(QString, outcome);
-    QFETCH(QByteArray, checksum);
-    QFETCH(QByteArray, behaviour);
-    m_behaviour = behaviour;
-    const bool isOwnFolder = behaviour == "own folder";
-    if (isOwnFolder) {
-        const QString own = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
-        QVERIFY(QDir().mkpath(own));
-        m_folder = std::make_unique<QTemporaryDir>(own + QLatin1String("/XXXXXX"));
-    }
-    m_checksum = checksum.replace('*', m_digest.toLatin1().toUpper() + " *file.bin");
-    QFETCH(QString, answers);
-    const bool isQuiet = answers == QLatin1String("quiet");
-    AnsweringProvider::answers = answers == QLatin1String("policy");
-    m_answers = isQuiet || AnsweringProvider::answers ? QString() : answers;
-    if (existing != QLatin1String("none"))
-        QVERIFY(write(filePath(), existing == QLatin1String("right") ? m_content : "mine"));
-    QVERIFY(write(filePath(".md5"), "mine as well"));
-
-    const auto task = makeTask(digest.replace(QLatin1Char('*'), m_digest.toUpper()), isQuiet);
-    task->execute();
-    QTRY_VERIFY_WITH_TIMEOUT(task->isFinished(), 20000);
-    AnsweringProvider::answers = false;
-    QCOMPARE(QStringLiteral("%1 %2 %3 %4")
-                 .arg(unsigned(task->getResult()), 0, 16)
-                 .arg(m_questions, whatIsAt(filePath()))
-                 .arg(transfers()),
-             outcome);
-    QVERIFY(!dialog() && m_isDialogSeen == (!isQuiet && !m_server->requests.isEmpty()));
-    QCOMPARE(QFile::exists(filePath(".damaged")),
-             isQuiet && !isOwnFolder && existing == QLatin1String("wrong"));
-    QCOMPARE(QFileInfo(filePath(".md5")).size(), 12);
-}
-
-void tst_InteractiveDownload::realServer()
-{
-    QTemporaryDir root;
-    QVERIFY(write(root.filePath(QStringLiteral("file.bin")), m_content));
-    QVERIFY(write(root.filePath(QStringLiteral("file.bin.md5")), m_checksum));
-    NginxServer server;
-    QVERIFY2(server.start(root.path()), qPrintable(server.errorString()));
-    FileDownloadInfo info(m_folder->filePath(QStringLiteral("new/folder")));
-    info.url = server.url(QStringLiteral("file.bin"));
-    Task task(info, QString(), false, true);
-    task.execute();
-    QTRY_VERIFY(task.isFinished());
-    QCOMPARE(task.getResult(), KOV_SUCCESS);
-    QCOMPARE(task.fileDownloadInfo().size, m_content.size());
-    QCOMPARE(task.fileDownloadInfo().md5, m_digest);
-    QCOMPARE(whatIsAt(info.destinationFilePath()), QStringLiteral("right"));
-}
-
-void tst_InteractiveDownload::pausedAndResumedQuickly()
-{
-    const LogCapture log;
-    m_pieceSize = 4096;
-    const auto task = makeTask(m_digest);
-    task->execute();
-    QTRY_VERIFY(QFileInfo(filePath(".kovupd-part")).size() > 100000);
-    auto *button = dialog()->findChild<QPushButton *>(QStringLiteral("m_pbPauseResume"));
-    for (int i = 0; i < 40; ++i) {
-        button->click();
-        QCOMPARE(task->isPaused(), i % 2 == 0);
-        QCOMPARE(labelText("m_lblProgress").endsWith(QStringLiteral(" - stopped")), task->isPaused());
-        QTest::qWait(i % 7 == 0 ? 60 : i % 3);
-    }
-    task->pause();
-    QTRY_VERIFY(task->findChildren<CTaskDownloadFile *>().isEmpty());
-    const int begun = transfers();
-    QTest::qWait(50);
-    QVERIFY(!task->isFinished() && transfers() == begun);
-    m_pieceSize = 0;
-    task->resume();
-    QTRY_VERIFY_WITH_TIMEOUT(task->isFinished(), 20000);
-    QCOMPARE(task->getResult(), KOV_SUCCESS);
-    QCOMPARE(m_questions, QString());
-    QCOMPARE(whatIsAt(filePath()), QStringLiteral("right"));
-    // One utility after the other, never two.
-    int running = 0;
-    for (const QByteArray &line : log.text().split('\n')) {
-        running += line.contains("Start downloading.") ? 1 : 0;
-        running -= line.contains("Downloading finished.") && running > 0 ? 1 : 0;
-        QVERIFY(running <= 1);
-    }
-    QVERIFY(log.count("Start downloading.") > 3);
-}
-
-void tst_InteractiveDownload::endedByTheUser_data()
-{
-    QTest::addColumn<QByteArray>("how");
-    for (const char *how : {"cancel", "close", "cancel paused", "question open", "parent gone", "delete"})
-        QTest::newRow(how) << QByteArray(how);
-}
-
-void tst_InteractiveDownload::endedByTheUser()
-{
-    QFETCH(QByteArray, how);
-    const LogCapture log;
-    m_pieceSize = 4096;
-    m_behaviour = how == "question open" ? "gone" : "";
-    auto task = makeTask(m_digest);
-    KOV_RESULT result = KOV_SUCCESS;
-    bool isUtilityGone = false;
-    connect(task.get(), &CAbstractTask::taskFinished, this, [&](KOV_RESULT code) {
-        result = code;
-        isUtilityGone = log.count("Downloading finished.") == 1;
-    });
-    task->execute();
-    if (how == "question open")
-        QTRY_COMPARE(m_questions, QStringLiteral("f"));
-    else
-        QTRY_VERIFY(QFileInfo(filePath(".kovupd-part")).size() > 100000);
-    task->bringToFront();
-    if (how == "cancel paused")
-        task->pause();
-    if (how == "delete")
-        task.reset();
-    else if (how == "question open")
-        task->terminate(KOV_ERR_CANCELLED);
-    else if (how == "parent gone")
-        delete dialog();
-    else if (how == "close")
-        dialog()->close();
-    else
-        dialog()->findChild<QPushButton *>(QStringLiteral("m_pbCancel"))->click();
-    QVERIFY(!dialog());
-    QTRY_COMPARE(result, KOV_ERR_CANCELLED);
-    QVERIFY(isUtilityGone || how == "delete");
-    QVERIFY(CMessageManager::instance()->getMessageWindowsForId(KOV_QUESTION_DOWNLOAD_FAILED).isEmpty());
-    if (how != "cancel")
-        return;
-    m_pieceSize = 0;
-    const auto next = makeTask(m_digest);
-    next->execute();
-    QTRY_VERIFY(next->isFinished());
-    QCOMPARE(whatIsAt(filePath()), QStringLiteral("right"));
-    QVERIFY(m_server->requests.constLast().contains("Range: bytes="));
-}
-
-void tst_InteractiveDownload::serverDiesAndComesBack()
-{
-    // The utility's own patience is not what is looked at.
-    const QString utility = m_folder->filePath(QStringLiteral("impatient"));
-    QVERIFY(write(utility, "#!/bin/sh\nexec " DOWNLOAD_UTILITY " \"$@\" --retries 0\n"));
-    QVERIFY(QFile::setPermissions(utility, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
-    KovGui::setUpdaterFilePathAndUpdateMode(utility, QString(), QStringLiteral("ctl"));
-    QTemporaryDir root;
-    QVERIFY(write(root.filePath(QStringLiteral("file.bin")), m_content));
-    NginxServer server;
-    QVERIFY2(server.start(root.path(), QStringLiteral("limit_rate 500k;")), qPrintable(server.errorString()));
-    FileDownloadInfo info(m_folder->path());
-    info.url = server.url(QStringLiteral("file.bin"));
-    Task task(info, m_digest, false, true);
-    task.execute();
-    QTRY_VERIFY(QFileInfo(filePath(".kovupd-part")).size() > 100000);
-    server.stop();
-    QTRY_COMPARE_WITH_TIMEOUT(labelText("m_lblProgress"), QStringLiteral("Waiting for the connection..."),
-                              60000);
-    QCOMPARE(dialog()->findChild<QProgressBar *>()->maximum(), 0);
-    QVERIFY(server.restart());
-    fireReconnect(*task.findChild<CTaskDownloadFile *>());
-    QTRY_VERIFY_WITH_TIMEOUT(task.isFinished(), 30000);
-    QCOMPARE(m_questions, QString());
-    QCOMPARE(whatIsAt(filePath()), QStringLiteral("right"));
-}
-
-void tst_InteractiveDownload::fullDisk()
-{
-    const QByteArray folder = m_folder->path().toLocal8Bit();
-    if (::mount("tmpfs", folder.constData(), "tmpfs", 0, "size=2m") != 0)
-        QSKIP("A small file system cannot be mounted: that is for root, and for containers that may.");
-    const auto quiet = makeTask(m_digest, true);
-    quiet->execute();
-    QTRY_VERIFY(quiet->isFinished());
-    const auto task = makeTask(m_digest);
-    task->execute();
-    QTRY_COMPARE(m_questions, QStringLiteral("s"));
-    const bool isGrown = ::mount("tmpfs", folder.constData(), "tmpfs", MS_REMOUNT, "size=8m") == 0;
-    CMessageBoxWndBase *window
-        = CMessageManager::instance()->getMessageWindowsForId(KOV_QUESTION_NOT_ENOUGH_DISK_SPACE).value(0);
-    window->done(1);
-    const bool isFinished = QTest::qWaitFor([&] { return task->isFinished(); }, 20000);
-    const QString found = whatIsAt(filePath());
-    ::umount2(folder.constData(), MNT_DETACH);
-    QVERIFY(isGrown && isFinished);
-    QCOMPARE(quiet->getResult(), KOV_ERR_FAILURE);
-    QCOMPARE(task->getResult(), KOV_SUCCESS);
-    QCOMPARE(found, QStringLiteral("right"));
-    QCOMPARE(transfers(), 1);
-}
 
 KOV_TEST_MAIN(QApplication, tst_InteractiveDownload)
 #include "tst_interactive_download.moc"

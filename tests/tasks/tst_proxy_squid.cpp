@@ -67,8 +67,80 @@ private Q_SLOTS:
     void init() { QSettings().clear(); }
     void cleanup() { CProxyAuthenticator::destroy(); }
 
-    void wrongSavedPasswordIsSentOnceForATunnel();
-    void passwordStandsNowhere();
+    void wrongSavedPasswordIsSentOnceForATunnel()
+    {
+        TestServer origin([](const TestServer::Request &) { return TestServer::page("200 OK"); });
+        const QUrl url(QStringLiteral("https://127.0.0.1:%1/").arg(origin.serverPort()));
+        QVERIFY(ProxyAuthUtils::saveProxyCredentials(proxy(), userName, QStringLiteral("wrong")));
+        const int before = m_squid.refusedUsers().size();
+        Person person({});
+        QCOMPARE(fetch(url), KOV_ERR_PROXY_AUTHENTICATION_REQUIRED);
+        QCOMPARE(fetch(url), KOV_ERR_PROXY_AUTHENTICATION_REQUIRED);
+        QTRY_COMPARE(m_squid.refusedUsers().mid(before), QByteArrayList({"-", userName.toUtf8(), "-"}));
+        QCOMPARE(person.seen.size(), 2);
+        QCOMPARE(origin.connections, 0);
+    }
+
+    void passwordStandsNowhere()
+    {
+        KovGui::setLogVerbosity(4);
+        KovGui::forwardQtMessages(true);
+        const QStringList strangers = filesBelow(QDir::tempPath());
+        TestServer origin([](const TestServer::Request &) { return TestServer::page("200 OK"); });
+        const QUrl url(QStringLiteral("http://127.0.0.1:%1/page").arg(origin.serverPort()));
+        const QString typed = userName + QLatin1Char(':');
+        {
+            Person person({typed + QStringLiteral("wrong"), typed + QStringLiteral("wronger"),
+                           typed + secret + QLatin1Char('!')});
+            QCOMPARE(fetch(url), KOV_SUCCESS);
+            QCOMPARE(person.seen.size(), 3);
+        }
+        QTcpServer closing;
+        connect(&closing, &QTcpServer::newConnection, this,
+                [&closing] { closing.nextPendingConnection()->close(); });
+        closing.listen(QHostAddress::LocalHost);
+        QVERIFY(KOV_FAILED(fetch(QUrl(QStringLiteral("https://127.0.0.1:%1/").arg(closing.serverPort())))));
+        // The same password from the preferences, through the task, then a request that fails.
+        CProxyAuthenticator::destroy();
+        useProxy(QStringLiteral("127.0.0.1"), m_squid.port());
+        setPreference("Proxy Http Autorization Enabled", true);
+        setPreference("Proxy Http Username", userName);
+        QVERIFY(ProxyPreferences::setPassword(false, secret));
+        CTaskGetProxyInfo task(new CTaskId_GetProxyInfo(url.toString(), true));
+        QCOMPARE(resultOf(task), KOV_SUCCESS);
+        QCOMPARE(task.proxy().password(), secret);
+        const QNetworkProxy through = task.proxy();
+        CTaskHttpOperation failing(QNetworkRequest(QUrl(QStringLiteral("http://127.0.0.1:1/"))),
+                                   QNetworkAccessManager::GetOperation, QString(), &through, nullptr,
+                                   CTaskHttpOperation::KeepParser, QByteArray());
+        QVERIFY(KOV_FAILED(resultOf(failing)));
+        QVERIFY(failing.reply());
+        KovGui::forwardQtMessages(false);
+        KovGui::setLogVerbosity(1);
+
+        QVERIFY(!origin.requests.isEmpty());
+        QByteArray texts = origin.requests.join() + processTexts() + failing.reply()->errorString().toUtf8();
+        QSettings().sync();
+        int settingsFiles = 0;
+        for (const QString &path : filesBelow(QDir::tempPath())) {
+            if (strangers.contains(path)
+                && !path.startsWith(QFileInfo(QString::fromUtf8(qgetenv("XDG_CONFIG_HOME"))).path()))
+                continue;
+            settingsFiles += path.endsWith(QLatin1String(".conf")) && fileContent(path).contains("Passwords");
+            texts += fileContent(path);
+        }
+        // What was looked through is what was written.
+        QCOMPARE(settingsFiles, 1);
+        QVERIFY(texts.contains("Set user defined proxy host"));
+        QVERIFY(texts.contains("overriding active cache entry"));
+        QVERIFY(!texts.contains("Proxy-Authorization"));
+        for (const QString &password : {secret, QStringLiteral("wronger")}) {
+            for (const QByteArray &form : forms(password))
+                QVERIFY2(!texts.contains(form), form.constData());
+        }
+        // Qt's own messages do not tell the user either.
+        QVERIFY(!texts.contains("//" + userName.toUtf8() + '@'));
+    }
 
 private:
     QNetworkProxy proxy() const
@@ -85,81 +157,6 @@ private:
 
     SquidServer m_squid;
 };
-
-void tst_ProxySquid::wrongSavedPasswordIsSentOnceForATunnel()
-{
-    TestServer origin([](const TestServer::Request &) { return TestServer::page("200 OK"); });
-    const QUrl url(QStringLiteral("https://127.0.0.1:%1/").arg(origin.serverPort()));
-    QVERIFY(ProxyAuthUtils::saveProxyCredentials(proxy(), userName, QStringLiteral("wrong")));
-    const int before = m_squid.refusedUsers().size();
-    Person person({});
-    QCOMPARE(fetch(url), KOV_ERR_PROXY_AUTHENTICATION_REQUIRED);
-    QCOMPARE(fetch(url), KOV_ERR_PROXY_AUTHENTICATION_REQUIRED);
-    QTRY_COMPARE(m_squid.refusedUsers().mid(before), QByteArrayList({"-", userName.toUtf8(), "-"}));
-    QCOMPARE(person.seen.size(), 2);
-    QCOMPARE(origin.connections, 0);
-}
-
-void tst_ProxySquid::passwordStandsNowhere()
-{
-    KovGui::setLogVerbosity(4);
-    KovGui::forwardQtMessages(true);
-    const QStringList strangers = filesBelow(QDir::tempPath());
-    TestServer origin([](const TestServer::Request &) { return TestServer::page("200 OK"); });
-    const QUrl url(QStringLiteral("http://127.0.0.1:%1/page").arg(origin.serverPort()));
-    const QString typed = userName + QLatin1Char(':');
-    {
-        Person person({typed + QStringLiteral("wrong"), typed + QStringLiteral("wronger"),
-                       typed + secret + QLatin1Char('!')});
-        QCOMPARE(fetch(url), KOV_SUCCESS);
-        QCOMPARE(person.seen.size(), 3);
-    }
-    QTcpServer closing;
-    connect(&closing, &QTcpServer::newConnection, this,
-            [&closing] { closing.nextPendingConnection()->close(); });
-    closing.listen(QHostAddress::LocalHost);
-    QVERIFY(KOV_FAILED(fetch(QUrl(QStringLiteral("https://127.0.0.1:%1/").arg(closing.serverPort())))));
-    // The same password from the preferences, through the task, then a request that fails.
-    CProxyAuthenticator::destroy();
-    useProxy(QStringLiteral("127.0.0.1"), m_squid.port());
-    setPreference("Proxy Http Autorization Enabled", true);
-    setPreference("Proxy Http Username", userName);
-    QVERIFY(ProxyPreferences::setPassword(false, secret));
-    CTaskGetProxyInfo task(new CTaskId_GetProxyInfo(url.toString(), true));
-    QCOMPARE(resultOf(task), KOV_SUCCESS);
-    QCOMPARE(task.proxy().password(), secret);
-    const QNetworkProxy through = task.proxy();
-    CTaskHttpOperation failing(QNetworkRequest(QUrl(QStringLiteral("http://127.0.0.1:1/"))),
-                               QNetworkAccessManager::GetOperation, QString(), &through, nullptr,
-                               CTaskHttpOperation::KeepParser, QByteArray());
-    QVERIFY(KOV_FAILED(resultOf(failing)));
-    QVERIFY(failing.reply());
-    KovGui::forwardQtMessages(false);
-    KovGui::setLogVerbosity(1);
-
-    QVERIFY(!origin.requests.isEmpty());
-    QByteArray texts = origin.requests.join() + processTexts() + failing.reply()->errorString().toUtf8();
-    QSettings().sync();
-    int settingsFiles = 0;
-    for (const QString &path : filesBelow(QDir::tempPath())) {
-        if (strangers.contains(path)
-            && !path.startsWith(QFileInfo(QString::fromUtf8(qgetenv("XDG_CONFIG_HOME"))).path()))
-            continue;
-        settingsFiles += path.endsWith(QLatin1String(".conf")) && fileContent(path).contains("Passwords");
-        texts += fileContent(path);
-    }
-    // What was looked through is what was written.
-    QCOMPARE(settingsFiles, 1);
-    QVERIFY(texts.contains("Set user defined proxy host"));
-    QVERIFY(texts.contains("overriding active cache entry"));
-    QVERIFY(!texts.contains("Proxy-Authorization"));
-    for (const QString &password : {secret, QStringLiteral("wronger")}) {
-        for (const QByteArray &form : forms(password))
-            QVERIFY2(!texts.contains(form), form.constData());
-    }
-    // Qt's own messages do not tell the user either.
-    QVERIFY(!texts.contains("//" + userName.toUtf8() + '@'));
-}
 
 KOV_TEST_MAIN(QApplication, tst_ProxySquid)
 #include "tst_proxy_squid.moc"

@@ -35,7 +35,8 @@ static std::string ask(const char *url, const char *script = "")
     return query.find(url, script, 2000, result) ? result.host + ' ' + std::to_string(result.port) : "none";
 }
 
-/// As the system's dialog stores it: flags, then texts with their lengths. Flags: 2 list, 4 script, 8 automatic.
+/// As the system's dialog stores it: flags, then texts with their lengths. Flags: 2 list, 4 script, 8
+/// automatic.
 static void setSettings(DWORD flags, const std::string &list, const std::string &script)
 {
     std::string value;

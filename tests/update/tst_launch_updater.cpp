@@ -33,13 +33,127 @@ private Q_SLOTS:
         KovGui::init(KAM_CONSOLE);
         KovGui::setLogVerbosity(2);
     }
-    void neverStarted();
-    void ranToItsEnd_data();
-    void ranToItsEnd();
-    void progress();
-    void standardErrorCannotFloodOrForgeTheLog();
-    void terminateDoesNotWait();
-    void proxyArguments();
+    void neverStarted()
+    {
+        for (const char *line :
+             {"\"/no/such/updater\" -i", "\"/etc/passwd\"", "\"/bin/true", "", "elevated"}) {
+            const LogCapture log;
+            CTaskLaunchUpdater task({QLatin1String(line), qstrcmp(line, "elevated") == 0, QString()});
+            QSignalSpy finished(&task, &CAbstractTask::taskFinished);
+            task.execute();
+            QTRY_COMPARE(finished.size(), 1);
+            QCOMPARE(task.getResult(), KOV_ERR_FAILURE);
+            QCOMPARE(log.count("(!)Error:"), 1);
+        }
+    }
+
+    void ranToItsEnd_data()
+    {
+        QTest::addColumn<QByteArray>("behaviour");
+        QTest::addColumn<int>("exitCode");
+        QTest::newRow("any exit code") << QByteArray("exit 7") << 7;
+        QTest::newRow("a crash") << QByteArray("signal 4") << 4;
+        QTest::newRow("input is closed") << QByteArray("wait for the end of input") << 0;
+    }
+
+    void ranToItsEnd()
+    {
+        QFETCH(QByteArray, behaviour);
+        CTaskLaunchUpdater task(params(behaviour.constData()));
+        QSignalSpy finished(&task, &CAbstractTask::taskFinished);
+        task.execute();
+        QTRY_COMPARE(finished.size(), 1);
+        QCOMPARE(task.getResult(), KOV_SUCCESS);
+        QTEST(task.exitCode(), "exitCode");
+        QCOMPARE(task.exitStatus() == QProcess::CrashExit, behaviour == "signal 4");
+    }
+
+    void aHangingProgramIsEnded()
+    {
+        const LogCapture log;
+        CTaskLaunchUpdater task(params("hang"));
+        task.execute();
+        QTRY_VERIFY(!task.output().isEmpty());
+        auto *timer = task.findChild<QTimer *>(QStringLiteral("hangTimer"));
+        QCOMPARE(timer->interval(), 30 * 60 * 1000);
+        QMetaObject::invokeMethod(timer, "timeout");
+        QTRY_VERIFY(task.isFinished());
+        QCOMPARE(task.getResult(), KOV_SUCCESS);
+        QCOMPARE(task.exitStatus(), QProcess::CrashExit);
+        QCOMPARE(log.count("printed nothing for 30 minutes"), 1);
+    }
+
+    void progress()
+    {
+        // A program of that name must not count.
+        QTemporaryDir directory;
+        const QString program = directory.filePath(QStringLiteral("install"));
+        QVERIFY(QFile::link(QStringLiteral(MISBEHAVING_UPDATER), program));
+        for (const char *argument : {"install", "http://h/install"}) {
+            auto taskParams = params("progress");
+            taskParams.commandLine = CommandLineUtils::join(program, {QLatin1String(argument)});
+            CTaskLaunchUpdater task(taskParams);
+            QList<int> percentages;
+            connect(&task, &CTaskLaunchUpdater::progress, this, [&](int percent) { percentages << percent; });
+            task.execute();
+            QTRY_VERIFY(task.isFinished());
+            QCOMPARE(percentages,
+                     qstrcmp(argument, "install") == 0 ? (QList<int>{42, 100, 7}) : QList<int>{});
+        }
+    }
+
+    void standardErrorCannotFloodOrForgeTheLog()
+    {
+        const LogCapture log;
+        CTaskLaunchUpdater task(params("flood errors"));
+        task.execute();
+        QTRY_VERIFY(task.isFinished());
+        QVERIFY(log.text().contains("line 0\\rF /forged:1:1/ https://h/"));
+        QVERIFY(!log.text().contains("\033") && !log.text().contains("secret"));
+        QVERIFY2(log.text().size() < 100000, QByteArray::number(log.text().size()).constData());
+        QCOMPARE(log.count("more bytes were not logged"), 1);
+    }
+
+    void terminateDoesNotWait()
+    {
+        const auto abandoned = [] { return QCoreApplication::instance()->findChildren<QProcess *>(); };
+        for (const bool applicationEnds : {false, true}) {
+            CTaskLaunchUpdater task(params("hang"));
+            QSignalSpy finished(&task, &CAbstractTask::taskFinished);
+            task.execute();
+            QTRY_VERIFY(!task.output().isEmpty());
+            task.terminate(KOV_ERR_CANCELLED);
+            QCOMPARE(finished.size(), 1);
+            QCOMPARE(abandoned().size(), 1);
+            // The application deletes its children; a program among them that still runs would warn.
+            if (applicationEnds)
+                delete abandoned().first()->parent();
+            QTRY_VERIFY(abandoned().isEmpty());
+            QCOMPARE(finished.size(), 1);
+            QCOMPARE(task.getResult(), KOV_ERR_CANCELLED);
+        }
+    }
+
+    void proxyArguments()
+    {
+        const QByteArray plain("-i|");
+        const auto output = [this](const char *url) {
+            auto taskParams = params("arguments", "-i");
+            taskParams.proxyUrl = QLatin1String(url);
+            CTaskLaunchUpdater task(taskParams);
+            task.execute();
+            return QTest::qWaitFor([&task] { return task.isFinished(); }) ? task.output() : QByteArray();
+        };
+        const LogCapture log;
+        // A host that took the class out of the registry.
+        KovGui::staticMetaObjectHash().remove(QStringLiteral("CTaskGetProxyInfo"));
+        QCOMPARE(output("proxy.lan"), plain);
+        QCOMPARE(log.count("the updater runs without"), 1);
+        KovGui::staticMetaObjectHash()[QStringLiteral("CTaskGetProxyInfo")] = &ProxyOfUrl::staticMetaObject;
+        QCOMPARE(output("proxy.lan"),
+                 plain + "--proxy-server|proxy.lan|--proxy-port|3128|--proxy-try-count|1|");
+        QCOMPARE(output("--config"), plain);
+    }
 
 private:
     static CTaskLaunchUpdater::TaskParams params(const char *behaviour, const char *arguments = "")
@@ -48,109 +162,6 @@ private:
         return {QStringLiteral("\"" MISBEHAVING_UPDATER "\" ") + QLatin1String(arguments), false, QString()};
     }
 };
-
-void tst_LaunchUpdater::neverStarted()
-{
-    for (const char *line : {"\"/no/such/updater\" -i", "\"/etc/passwd\"", "\"/bin/true", "", "elevated"}) {
-        const LogCapture log;
-        CTaskLaunchUpdater task({QLatin1String(line), qstrcmp(line, "elevated") == 0, QString()});
-        QSignalSpy finished(&task, &CAbstractTask::taskFinished);
-        task.execute();
-        QTRY_COMPARE(finished.size(), 1);
-        QCOMPARE(task.getResult(), KOV_ERR_FAILURE);
-        QCOMPARE(log.count("(!)Error:"), 1);
-    }
-}
-
-void tst_LaunchUpdater::ranToItsEnd_data()
-{
-    QTest::addColumn<QByteArray>("behaviour");
-    QTest::addColumn<int>("exitCode");
-    QTest::newRow("any exit code") << QByteArray("exit 7") << 7;
-    QTest::newRow("a crash") << QByteArray("signal 4") << 4;
-    QTest::newRow("input is closed") << QByteArray("wait for the end of input") << 0;
-}
-
-void tst_LaunchUpdater::ranToItsEnd()
-{
-    QFETCH(QByteArray, behaviour);
-    CTaskLaunchUpdater task(params(behaviour.constData()));
-    QSignalSpy finished(&task, &CAbstractTask::taskFinished);
-    task.execute();
-    QTRY_COMPARE(finished.size(), 1);
-    QCOMPARE(task.getResult(), KOV_SUCCESS);
-    QTEST(task.exitCode(), "exitCode");
-    QCOMPARE(task.exitStatus() == QProcess::CrashExit, behaviour == "signal 4");
-}
-
-void tst_LaunchUpdater::progress()
-{
-    // A program of that name must not count.
-    QTemporaryDir directory;
-    const QString program = directory.filePath(QStringLiteral("install"));
-    QVERIFY(QFile::link(QStringLiteral(MISBEHAVING_UPDATER), program));
-    for (const char *argument : {"install", "http://h/install"}) {
-        auto taskParams = params("progress");
-        taskParams.commandLine = CommandLineUtils::join(program, {QLatin1String(argument)});
-        CTaskLaunchUpdater task(taskParams);
-        QList<int> percentages;
-        connect(&task, &CTaskLaunchUpdater::progress, this, [&](int percent) { percentages << percent; });
-        task.execute();
-        QTRY_VERIFY(task.isFinished());
-        QCOMPARE(percentages, qstrcmp(argument, "install") == 0 ? (QList<int>{42, 100, 7}) : QList<int>{});
-    }
-}
-
-void tst_LaunchUpdater::standardErrorCannotFloodOrForgeTheLog()
-{
-    const LogCapture log;
-    CTaskLaunchUpdater task(params("flood errors"));
-    task.execute();
-    QTRY_VERIFY(task.isFinished());
-    QVERIFY(log.text().contains("line 0\\rF /forged:1:1/ https://h/\\x1b[31m\n"));
-    QVERIFY2(log.text().size() < 100000, QByteArray::number(log.text().size()).constData());
-    QCOMPARE(log.count("more bytes were not logged"), 1);
-}
-
-void tst_LaunchUpdater::terminateDoesNotWait()
-{
-    const auto abandoned = [] { return QCoreApplication::instance()->findChildren<QProcess *>(); };
-    for (const bool applicationEnds : {false, true}) {
-        CTaskLaunchUpdater task(params("hang"));
-        QSignalSpy finished(&task, &CAbstractTask::taskFinished);
-        task.execute();
-        QTRY_VERIFY(!task.output().isEmpty());
-        task.terminate(KOV_ERR_CANCELLED);
-        QCOMPARE(finished.size(), 1);
-        QCOMPARE(abandoned().size(), 1);
-        // The application deletes its children; a program among them that still runs would warn.
-        if (applicationEnds)
-            delete abandoned().first()->parent();
-        QTRY_VERIFY(abandoned().isEmpty());
-        QCOMPARE(finished.size(), 1);
-        QCOMPARE(task.getResult(), KOV_ERR_CANCELLED);
-    }
-}
-
-void tst_LaunchUpdater::proxyArguments()
-{
-    const QByteArray plain("-i|");
-    const auto output = [this](const char *url) {
-        auto taskParams = params("arguments", "-i");
-        taskParams.proxyUrl = QLatin1String(url);
-        CTaskLaunchUpdater task(taskParams);
-        task.execute();
-        return QTest::qWaitFor([&task] { return task.isFinished(); }) ? task.output() : QByteArray();
-    };
-    const LogCapture log;
-    // A host that took the class out of the registry.
-    KovGui::staticMetaObjectHash().remove(QStringLiteral("CTaskGetProxyInfo"));
-    QCOMPARE(output("proxy.lan"), plain);
-    QCOMPARE(log.count("the updater runs without"), 1);
-    KovGui::staticMetaObjectHash()[QStringLiteral("CTaskGetProxyInfo")] = &ProxyOfUrl::staticMetaObject;
-    QCOMPARE(output("proxy.lan"), plain + "--proxy-server|proxy.lan|--proxy-port|3128|--proxy-try-count|1|");
-    QCOMPARE(output("--config"), plain);
-}
 
 KOV_TEST_MAIN(QCoreApplication, tst_LaunchUpdater)
 #include "tst_launch_updater.moc"

@@ -76,11 +76,12 @@ void tst_UpdateCommand::commandLines()
 void tst_UpdateCommand::addresses()
 {
     for (const char *address :
-         {"http://127.0.0.1:8080/a/c.xml?x=1&y=%20", "https://user@h/c.xml", "http://[::1]:80/c"})
+         {"http://127.0.0.1:8080/a/c.xml?x=1&y=%20", "https://h/c.xml", "http://[::1]:80/c"})
         QCOMPARE(UpdateUrl::checked(text(address)), text(address));
-    for (const char *address : {"", "https://user:secret@h/c", "file:///etc/passwd", "gopher://h/",
-                                "http:///c", "http://-oProxyCommand/c", "http://h/c --post-install /tmp/x",
-                                "http://h/\"c", "http://h/c\nx", "--config=/x", "Unknown", "http://h/%zz"})
+    for (const char *address :
+         {"", "https://user:secret@h/c", "https://token@h/c", "http:/u:secret@h/c", "file:///etc/passwd",
+          "gopher://h/", "http:///c", "http://-oProxyCommand/c", "http://h/c --post-install /tmp/x",
+          "http://h/\"c", "http://h/c\nx", "--config=/x", "Unknown", "http://h/%zz"})
         QVERIFY2(UpdateUrl::checked(text(address)).isEmpty(), address);
     QCOMPARE(UpdateUrl::forLog(text("--url https://me:p@ss@h/a@b?token=t\nforged http://x@y")),
              QByteArray("--url https://h/a@b?token=xxx\\nforged http://y"));

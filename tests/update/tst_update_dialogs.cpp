@@ -60,13 +60,162 @@ private Q_SLOTS:
         m_info.transactionId = QStringLiteral("-3.1.5-31502");
         m_info.updateDescription = QStringLiteral("Better.\nFaster.");
     }
-    void modes_data();
-    void modes();
-    void answers();
-    void longTextsAreNotCut();
-    void notes_data();
-    void notes();
-    void notesLoadNothingAndOpenWebPagesOnly();
+    void modes_data()
+    {
+        QTest::addColumn<int>("mode");
+        QTest::addColumn<QStringList>("buttons");
+        const QString skip = QStringLiteral("Skip This Version");
+        const QString later = QStringLiteral("Remind Me Later");
+        QTest::newRow("download") << 0 << QStringList{skip, later, QStringLiteral("Download Update")};
+        QTest::newRow("install") << 1 << QStringList{skip, later, QStringLiteral("Install Update")};
+        QTest::newRow("both") << 2 << QStringList{QStringLiteral("Download and Install Update")};
+        QTest::newRow("done") << 3 << QStringList{QStringLiteral("OK")};
+    }
+
+    void modes()
+    {
+        QFETCH(int, mode);
+        CUpdateDialog dialog{CUpdateDialog::ConfirmationMode(mode)};
+        QCOMPARE(textOf(dialog, "m_lbDescription").contains(QLatin1String("${")), false);
+        QVERIFY(dialog.findChild<QTextBrowser *>(QStringLiteral("m_txtDescription"))->isHidden());
+        dialog.setNotificationFor(m_info);
+        QTEST(shownButtons(dialog), "buttons");
+        QCOMPARE(dialog.windowTitle(), QStringLiteral("Ap%1p Update"));
+        if (mode == CUpdateDialog::Congratulations) {
+            QCOMPARE(textOf(dialog, "m_lbTitle"), QStringLiteral("Congratulations!"));
+            QCOMPARE(textOf(dialog, "m_lbDescription"),
+                     QStringLiteral("Ap%1p has been successfully updated to version ") + shown("3.1.5-31502.")
+                         + (m_mode == 6 ? QStringLiteral(".") : QString()));
+        } else {
+            QCOMPARE(textOf(dialog, "m_lbTitle"), QStringLiteral("A new version of Ap%1p is available!"));
+            QCOMPARE(textOf(dialog, "m_lbDescription"), QStringLiteral("Ap%1p ") + shown("3.1.5-31502")
+                                                            + QStringLiteral(" is now available - you have ")
+                                                            + shown("3.1.4-31301") + QLatin1Char('.'));
+        }
+        auto *notes = dialog.findChild<QTextBrowser *>(QStringLiteral("m_txtDescription"));
+        QVERIFY(!notes->isHidden() && notes->toPlainText() == m_info.updateDescription);
+        // A record whose id tells no version.
+        CProductUpdateInfo unnamed;
+        unnamed.download.url = QStringLiteral("http://h/Setup-4.5.6.7.run");
+        dialog.setNotificationFor(unnamed);
+        QVERIFY(textOf(dialog, "m_lbDescription").contains(shown("4.5.6-7")) && notes->isHidden());
+    }
+
+    void answers()
+    {
+        const QVector<QPair<const char *, int>> clicks{
+            {"m_pbInstall", 2}, {"m_pbPostpone", 3}, {"m_pbSkipVersion", 4}, {"m_pbCancel", 4}, {"", 0}};
+        for (const auto &click : clicks) {
+            CUpdateDialog update(CUpdateDialog::Download);
+            CConfirmUpdateInstallationDialog confirm;
+            for (QDialog *dialog : QList<QDialog *>{&update, &confirm}) {
+                QSignalSpy finished(dialog, &QDialog::finished);
+                dialog->show();
+                QVERIFY(dialog->findChild<QPushButton *>(QStringLiteral("m_pbInstall"))->isDefault());
+                auto *button = dialog->findChild<QPushButton *>(QLatin1String(click.first));
+                if (*click.first == 0)
+                    QTest::keyClick(dialog, Qt::Key_Escape);
+                else if (button)
+                    button->click();
+                else
+                    continue;
+                QCOMPARE(finished.size(), 1);
+                QCOMPARE(finished.first().first().toInt(), click.second);
+            }
+        }
+    }
+
+    void longTextsAreNotCut()
+    {
+        LongWords words;
+        qApp->installTranslator(&words);
+        for (const Qt::LayoutDirection direction : {Qt::LeftToRight, Qt::RightToLeft}) {
+            CUpdateDialog update(CUpdateDialog::Download);
+            CConfirmUpdateInstallationDialog confirm;
+            for (QDialog *dialog : QList<QDialog *>{&update, &confirm}) {
+                dialog->setLayoutDirection(direction);
+                dialog->resize(1, 1);
+                dialog->show();
+                QCoreApplication::processEvents();
+                for (const auto *button : dialog->findChildren<QPushButton *>())
+                    QVERIFY2(button->isHidden() || button->width() >= button->sizeHint().width(),
+                             qPrintable(button->objectName()));
+                for (const auto *label : dialog->findChildren<QLabel *>())
+                    QVERIFY2(label->isHidden() || label->height() >= label->heightForWidth(label->width()),
+                             qPrintable(label->objectName()));
+            }
+        }
+        qApp->removeTranslator(&words);
+    }
+
+    void notes_data()
+    {
+        QTest::addColumn<QString>("notes");
+        QTest::addColumn<QString>("html");
+        const auto row = [](const char *name, const char *notes, const char *html) {
+            QTest::newRow(name) << QString::fromUtf8(notes) << QString::fromUtf8(html);
+        };
+        row("none", " \n", "");
+        row("plain", "a < b & c\r\nd", "<div style=\"white-space:pre-wrap\">a &lt; b &amp; c<br>d</div>");
+        row("unknown tags alone are plain", "vector<int>",
+            "<div style=\"white-space:pre-wrap\">vector&lt;int&gt;</div>");
+        row("simple", "<P class=x>a<BR/>b <strong>c</strong></P>\n<ul><li>d</ul>",
+            "<p>a<br>b <b>c</b></p>\n<ul><li>d</li></ul>");
+        row("lines of the source count without breaks", "<b>a</b>\nb", "<b>a</b><br>b");
+        row("pictures and styles are dropped",
+            "<style>@import url(file:///x)</style><body background=file:///x><img src='file:///x'><p "
+            "style='x'>a<!-- b -->"
+            "<table width=1e9><link href=x><object data=x></p>",
+            "<p>a</p>");
+        row("a script is dropped with its text", "<i>a</i><script>if (a<b) x()</script>b", "<i>a</i>b");
+        row("links to web pages", "<a title=x href='https://h/?a=1&amp;b=%22'>a</a>",
+            "<a href=\"https://h/?a=1&amp;b=%22\">a</a>");
+        row("no other links",
+            "<a href=file:///x>a</a><a href='javascript:x'>b</a><a href=https://me:pw@h/>c</a>", "abc");
+        row("character references", "<b>&lt;img&gt; &#228; &bogus; &</b>",
+            "<b>&lt;img&gt; &#228; &amp;bogus; &amp;</b>");
+        row("badly nested", "<b><i>a</b>c</i></ul>", "<b><i>a</i></b>c");
+        row("half a tag", "<b>a</b><img src=file:///x", "<b>a</b>&lt;img src=file:///x");
+    }
+
+    void notes()
+    {
+        QFETCH(QString, notes);
+        QTEST(ReleaseNotes::toHtml(notes), "html");
+        const QString deep = ReleaseNotes::toHtml(QStringLiteral("<ul>").repeated(20000) + notes);
+        QVERIFY(deep.count(QLatin1String("<ul>")) < 20);
+    }
+
+    void notesLoadNothingAndOpenWebPagesOnly()
+    {
+        QTemporaryDir directory;
+        const QUrl picture = QUrl::fromLocalFile(directory.filePath(QStringLiteral("x.png")));
+        QVERIFY(QImage(9, 9, QImage::Format_RGB32).save(picture.toLocalFile()));
+        CUpdateDialog dialog(CUpdateDialog::Download);
+        dialog.setNotificationFor(m_info);
+        auto *view = dialog.findChild<QTextBrowser *>(QStringLiteral("m_txtDescription"));
+        // What slipped through would still find nothing.
+        QCOMPARE(view->document()->resource(QTextDocument::ImageResource, picture).value<QImage>().width(),
+                 1);
+        QVERIFY(view->document()
+                    ->resource(QTextDocument::StyleSheetResource, picture)
+                    .toByteArray()
+                    .trimmed()
+                    .isEmpty());
+
+        QList<QUrl> opened;
+        Help::setUrlOpener([&opened](const QUrl &url) {
+            opened << url;
+            return true;
+        });
+        const LogCapture log;
+        const QUrl page(QStringLiteral("https://www.tessarine.example/new"));
+        for (const QUrl &url : {picture, QUrl(QStringLiteral("javascript:x")), page})
+            QVERIFY(QMetaObject::invokeMethod(view, "anchorClicked", Q_ARG(QUrl, url)));
+        Help::setUrlOpener(nullptr);
+        QCOMPARE(opened, QList<QUrl>{page});
+        QCOMPARE(view->source(), QUrl());
+    }
 
 private:
     QString shown(const char *version) const
@@ -78,162 +227,6 @@ private:
     int m_mode = 0;
     CProductUpdateInfo m_info;
 };
-
-void tst_UpdateDialogs::modes_data()
-{
-    QTest::addColumn<int>("mode");
-    QTest::addColumn<QStringList>("buttons");
-    const QString skip = QStringLiteral("Skip This Version");
-    const QString later = QStringLiteral("Remind Me Later");
-    QTest::newRow("download") << 0 << QStringList{skip, later, QStringLiteral("Download Update")};
-    QTest::newRow("install") << 1 << QStringList{skip, later, QStringLiteral("Install Update")};
-    QTest::newRow("both") << 2 << QStringList{QStringLiteral("Download and Install Update")};
-    QTest::newRow("done") << 3 << QStringList{QStringLiteral("OK")};
-}
-
-void tst_UpdateDialogs::modes()
-{
-    QFETCH(int, mode);
-    CUpdateDialog dialog{CUpdateDialog::ConfirmationMode(mode)};
-    QCOMPARE(textOf(dialog, "m_lbDescription").contains(QLatin1String("${")), false);
-    QVERIFY(dialog.findChild<QTextBrowser *>(QStringLiteral("m_txtDescription"))->isHidden());
-    dialog.setNotificationFor(m_info);
-    QTEST(shownButtons(dialog), "buttons");
-    QCOMPARE(dialog.windowTitle(), QStringLiteral("Ap%1p Update"));
-    if (mode == CUpdateDialog::Congratulations) {
-        QCOMPARE(textOf(dialog, "m_lbTitle"), QStringLiteral("Congratulations!"));
-        QCOMPARE(textOf(dialog, "m_lbDescription"),
-                 QStringLiteral("Ap%1p has been successfully updated to version ") + shown("3.1.5-31502.")
-                     + (m_mode == 6 ? QStringLiteral(".") : QString()));
-    } else {
-        QCOMPARE(textOf(dialog, "m_lbTitle"), QStringLiteral("A new version of Ap%1p is available!"));
-        QCOMPARE(textOf(dialog, "m_lbDescription"), QStringLiteral("Ap%1p ") + shown("3.1.5-31502")
-                                                        + QStringLiteral(" is now available - you have ")
-                                                        + shown("3.1.4-31301") + QLatin1Char('.'));
-    }
-    auto *notes = dialog.findChild<QTextBrowser *>(QStringLiteral("m_txtDescription"));
-    QVERIFY(!notes->isHidden() && notes->toPlainText() == m_info.updateDescription);
-    // A record whose id tells no version.
-    CProductUpdateInfo unnamed;
-    unnamed.download.url = QStringLiteral("http://h/Setup-4.5.6.7.run");
-    dialog.setNotificationFor(unnamed);
-    QVERIFY(textOf(dialog, "m_lbDescription").contains(shown("4.5.6-7")) && notes->isHidden());
-}
-
-void tst_UpdateDialogs::answers()
-{
-    const QVector<QPair<const char *, int>> clicks{
-        {"m_pbInstall", 2}, {"m_pbPostpone", 3}, {"m_pbSkipVersion", 4}, {"m_pbCancel", 4}, {"", 0}};
-    for (const auto &click : clicks) {
-        CUpdateDialog update(CUpdateDialog::Download);
-        CConfirmUpdateInstallationDialog confirm;
-        for (QDialog *dialog : QList<QDialog *>{&update, &confirm}) {
-            QSignalSpy finished(dialog, &QDialog::finished);
-            dialog->show();
-            QVERIFY(dialog->findChild<QPushButton *>(QStringLiteral("m_pbInstall"))->isDefault());
-            auto *button = dialog->findChild<QPushButton *>(QLatin1String(click.first));
-            if (*click.first == 0)
-                QTest::keyClick(dialog, Qt::Key_Escape);
-            else if (button)
-                button->click();
-            else
-                continue;
-            QCOMPARE(finished.size(), 1);
-            QCOMPARE(finished.first().first().toInt(), click.second);
-        }
-    }
-}
-
-void tst_UpdateDialogs::longTextsAreNotCut()
-{
-    LongWords words;
-    qApp->installTranslator(&words);
-    for (const Qt::LayoutDirection direction : {Qt::LeftToRight, Qt::RightToLeft}) {
-        CUpdateDialog update(CUpdateDialog::Download);
-        CConfirmUpdateInstallationDialog confirm;
-        for (QDialog *dialog : QList<QDialog *>{&update, &confirm}) {
-            dialog->setLayoutDirection(direction);
-            dialog->resize(1, 1);
-            dialog->show();
-            QCoreApplication::processEvents();
-            for (const auto *button : dialog->findChildren<QPushButton *>())
-                QVERIFY2(button->isHidden() || button->width() >= button->sizeHint().width(),
-                         qPrintable(button->objectName()));
-            for (const auto *label : dialog->findChildren<QLabel *>())
-                QVERIFY2(label->isHidden() || label->height() >= label->heightForWidth(label->width()),
-                         qPrintable(label->objectName()));
-        }
-    }
-    qApp->removeTranslator(&words);
-}
-
-void tst_UpdateDialogs::notes_data()
-{
-    QTest::addColumn<QString>("notes");
-    QTest::addColumn<QString>("html");
-    const auto row = [](const char *name, const char *notes, const char *html) {
-        QTest::newRow(name) << QString::fromUtf8(notes) << QString::fromUtf8(html);
-    };
-    row("none", " \n", "");
-    row("plain", "a < b & c\r\nd", "<div style=\"white-space:pre-wrap\">a &lt; b &amp; c<br>d</div>");
-    row("unknown tags alone are plain", "vector<int>",
-        "<div style=\"white-space:pre-wrap\">vector&lt;int&gt;</div>");
-    row("simple", "<P class=x>a<BR/>b <strong>c</strong></P>\n<ul><li>d</ul>",
-        "<p>a<br>b <b>c</b></p>\n<ul><li>d</li></ul>");
-    row("lines of the source count without breaks", "<b>a</b>\nb", "<b>a</b><br>b");
-    row("pictures and styles are dropped",
-        "<style>@import url(file:///x)</style><body background=file:///x><img src='file:///x'><p "
-        "style='x'>a<!-- b -->"
-        "<table width=1e9><link href=x><object data=x></p>",
-        "<p>a</p>");
-    row("a script is dropped with its text", "<i>a</i><script>if (a<b) x()</script>b", "<i>a</i>b");
-    row("links to web pages", "<a title=x href='https://h/?a=1&amp;b=%22'>a</a>",
-        "<a href=\"https://h/?a=1&amp;b=%22\">a</a>");
-    row("no other links", "<a href=file:///x>a</a><a href='javascript:x'>b</a><a href=https://me:pw@h/>c</a>",
-        "abc");
-    row("character references", "<b>&lt;img&gt; &#228; &bogus; &</b>",
-        "<b>&lt;img&gt; &#228; &amp;bogus; &amp;</b>");
-    row("badly nested", "<b><i>a</b>c</i></ul>", "<b><i>a</i></b>c");
-    row("half a tag", "<b>a</b><img src=file:///x", "<b>a</b>&lt;img src=file:///x");
-}
-
-void tst_UpdateDialogs::notes()
-{
-    QFETCH(QString, notes);
-    QTEST(ReleaseNotes::toHtml(notes), "html");
-    const QString deep = ReleaseNotes::toHtml(QStringLiteral("<ul>").repeated(20000) + notes);
-    QVERIFY(deep.count(QLatin1String("<ul>")) < 20);
-}
-
-void tst_UpdateDialogs::notesLoadNothingAndOpenWebPagesOnly()
-{
-    QTemporaryDir directory;
-    const QUrl picture = QUrl::fromLocalFile(directory.filePath(QStringLiteral("x.png")));
-    QVERIFY(QImage(9, 9, QImage::Format_RGB32).save(picture.toLocalFile()));
-    CUpdateDialog dialog(CUpdateDialog::Download);
-    dialog.setNotificationFor(m_info);
-    auto *view = dialog.findChild<QTextBrowser *>(QStringLiteral("m_txtDescription"));
-    // What slipped through would still find nothing.
-    QCOMPARE(view->document()->resource(QTextDocument::ImageResource, picture).value<QImage>().width(), 1);
-    QVERIFY(view->document()
-                ->resource(QTextDocument::StyleSheetResource, picture)
-                .toByteArray()
-                .trimmed()
-                .isEmpty());
-
-    QList<QUrl> opened;
-    Help::setUrlOpener([&opened](const QUrl &url) {
-        opened << url;
-        return true;
-    });
-    const LogCapture log;
-    const QUrl page(QStringLiteral("https://www.tessarine.example/new"));
-    for (const QUrl &url : {picture, QUrl(QStringLiteral("javascript:x")), page})
-        QVERIFY(QMetaObject::invokeMethod(view, "anchorClicked", Q_ARG(QUrl, url)));
-    Help::setUrlOpener(nullptr);
-    QCOMPARE(opened, QList<QUrl>{page});
-    QCOMPARE(view->source(), QUrl());
-}
 
 KOV_TEST_MAIN(QApplication, tst_UpdateDialogs)
 #include "tst_update_dialogs.moc"

@@ -210,8 +210,9 @@ void tst_UpdateRecord::skippedUpdates()
         UpgradeUtils::setUpdateSkipped(text(id), true);
         QCOMPARE(QSettings().allKeys(), QStringList{text("ProductUpdate/SkippedUpdates/") + text(key)});
         QVERIFY(UpgradeUtils::isUpdateSkipped(text(id)) && !UpgradeUtils::isUpdateSkipped(QString()));
+        QCOMPARE(UpgradeUtils::skippedUpdates(), QStringList{text(id)});
         UpgradeUtils::setUpdateSkipped(text(id), false);
-        QVERIFY(!UpgradeUtils::isUpdateSkipped(text(id)));
+        QVERIFY(!UpgradeUtils::isUpdateSkipped(text(id)) && UpgradeUtils::skippedUpdates().isEmpty());
     }
     QSettings().clear();
     UpgradeUtils::setUpdateSkipped(QString(), true);

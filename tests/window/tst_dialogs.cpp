@@ -1,37 +1,24 @@
+#include "tests/window/DialogTable.h"
+
 #include "gui/log/Log.h"
-#include "gui/messages/box/CDetailsDialog.h"
-#include "gui/messages/box/CMessageBox.h"
-#include "gui/tasks/download/CDownloadProgressDialog.h"
-#include "gui/tasks/sign_in/CProxyAuthenticator.h"
-#include "gui/tasks/sign_in/CUserAuthDialog.h"
-#include "gui/window/CProgressDialog.h"
+#include "tests/support/Files.h"
 #include "tests/support/KovTest.h"
 
-#include <QAbstractButton>
 #include <QAccessible>
+#include <QComboBox>
+#include <QDirIterator>
 #include <QLabel>
+#include <QLineEdit>
+#include <QRegularExpression>
 #include <QScreen>
 #include <QWindow>
 
 #include <memory>
 
-using Factory = std::function<CBaseDialog *()>;
-Q_DECLARE_METATYPE(Factory)
-
-/// What every dialog owes to the keyboard, to a screen reader and to the screen's scale, which the build runs
-/// this program at.
-class tst_Dialogs : public QObject
-{
-    Q_OBJECT
-
-private Q_SLOTS:
-    void initTestCase();
-    void dialog_data();
-    void dialog();
-};
+namespace {
 
 /// The names of the widgets that Tab reaches, from the one that has the focus at first round to it again.
-static QStringList walkWithTab(QWidget *dialog)
+QStringList walkWithTab(QWidget *dialog)
 {
     QStringList names;
     const QWidget *const first = QApplication::focusWidget();
@@ -47,7 +34,7 @@ static QStringList walkWithTab(QWidget *dialog)
     return names;
 }
 
-static QStringList faultsOf(const QWidget *dialog)
+QStringList faultsOf(QWidget *dialog)
 {
     QStringList faults;
     const auto expect = [&](bool ok, const QWidget *widget, const char *fault) {
@@ -55,20 +42,37 @@ static QStringList faultsOf(const QWidget *dialog)
             faults.append(QLatin1String(widget->metaObject()->className()) + QLatin1Char(' ')
                           + widget->objectName() + QLatin1Char(' ') + QLatin1String(fault));
     };
-    for (const QWidget *widget : dialog->findChildren<QWidget *>()) {
+    const QList<QLabel *> labels = dialog->findChildren<QLabel *>();
+    QMap<QKeySequence, const QWidget *> mnemonics;
+    for (QWidget *widget : dialog->findChildren<QWidget *>()) {
         // The toolkit's own parts have none.
         const bool ours = !widget->inherits("QScrollBar") && !widget->inherits("QSizeGrip");
         expect(!ours || !widget->objectName().isEmpty(), widget, "has no name");
         if (!widget->isVisible())
             continue;
+        const auto *const label = qobject_cast<const QLabel *>(widget);
+        const auto *const button = qobject_cast<const QAbstractButton *>(widget);
         if (widget->focusPolicy() & Qt::TabFocus) {
-            auto *interface = QAccessible::queryAccessibleInterface(const_cast<QWidget *>(widget));
+            auto *interface = QAccessible::queryAccessibleInterface(widget);
             expect(!interface->text(QAccessible::Name).isEmpty(), widget, "tells a screen reader nothing");
+            expect(interface->role() != QAccessible::Client, widget, "has no role");
         }
-        const bool showsText
-            = qobject_cast<const QLabel *>(widget) || qobject_cast<const QAbstractButton *>(widget);
+        if (qobject_cast<const QLineEdit *>(widget) || qobject_cast<const QComboBox *>(widget)) {
+            expect(std::any_of(labels.begin(), labels.end(),
+                               [widget](const QLabel *any) { return any->buddy() == widget; }),
+                   widget, "is no label's buddy");
+        }
+        if (label)
+            expect(!label->buddy() || label->buddy()->isVisible(), label, "names what is not there");
+        const bool hasMnemonic = button || (label && label->buddy());
+        const QKeySequence mnemonic
+            = hasMnemonic ? QKeySequence::mnemonic(label ? label->text() : button->text()) : QKeySequence();
+        expect(mnemonic.isEmpty() || !mnemonics.contains(mnemonic), widget, "has another's mnemonic");
+        mnemonics.insert(mnemonic, widget);
+
         const int height = widget->hasHeightForWidth() ? widget->heightForWidth(widget->width())
                                                        : widget->minimumSizeHint().height();
+        const bool showsText = label || button;
         expect(!showsText || widget->height() >= height, widget, "is cut below");
         expect(!showsText || widget->width() >= widget->minimumSizeHint().width(), widget,
                "is cut at a side");
@@ -77,80 +81,77 @@ static QStringList faultsOf(const QWidget *dialog)
     return faults;
 }
 
-void tst_Dialogs::initTestCase()
+} // namespace
+
+/// What every dialog owes to the keyboard, to a screen reader and to the screen's scale, which the build runs
+/// this program at.
+class tst_Dialogs : public QObject
 {
-    KovGui::setLogOutputFunction([](const char *, std::size_t) {});
-    CMessageBox::setSupportPageAddress(QStringLiteral("https://support.example/%1"));
-}
+    Q_OBJECT
 
-void tst_Dialogs::dialog_data()
-{
-    QTest::addColumn<Factory>("make");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("tabOrder");
-    QTest::addColumn<bool>("escapeHides");
+private Q_SLOTS:
+    void initTestCase()
+    {
+        KovGui::setLogOutputFunction([](const char *, std::size_t) {});
+        CMessageBox::setSupportPageAddress(QStringLiteral("https://support.example/%1"));
+    }
 
-    const auto everyPart = [] {
-        auto *box = new CMessageBox;
-        box->setTitle(QStringLiteral("Console"));
-        box->setMessage(QStringLiteral("The machine cannot be started."));
-        box->setDescription(QStringLiteral("There is not enough memory. ").repeated(40));
-        box->setDetails(QStringLiteral("Details"));
-        box->setHelpTopic(Help::MessagesTopic);
-        box->setProblemID(QStringLiteral("15351"));
-        box->setAllowHide(true);
-        box->setButtonsMap({{Messaging::Button1, {QStringLiteral("&Try Again"), QMessageBox::AcceptRole}},
-                            {Messaging::Button2, {QStringLiteral("&Ignore"), QMessageBox::RejectRole}}});
-        box->findChild<QAbstractButton *>(QStringLiteral("m_lblHelpMeSolve"))->click();
-        return box;
-    };
-    const auto progress = [] {
-        auto *dialog = new CProgressDialog;
-        dialog->setWindowTitle(QStringLiteral("Update"));
-        dialog->setLabelText(QStringLiteral("Checking for updates of everything there is. ").repeated(6));
-        return dialog;
-    };
-    const auto login = [] {
-        auto *dialog = CProxyAuthenticator::createAuthDialog(QStringLiteral("proxy.example"), 8080, true);
-        dialog->setUsername(QStringLiteral("user"));
-        return dialog;
-    };
-    row("message box", Factory(everyPart), "CMessageBox",
-        "m_pbButton1 m_pbButton2 m_txtMessage m_txtInfo m_lblProblemIDNumber m_lblProblemIDLink "
-        "m_lblHelpMeSolve m_lblSupportInfo m_ckbDoNotShowFlag m_pbHelp m_pbDetails",
-        true);
-    row("details", Factory([] { return new CDetailsDialog(QStringLiteral("line\n").repeated(99)); }),
-        "CDetailsDialog", "m_pbClose m_txtDetails", true);
-    const auto download = [] {
-        auto *dialog = new CDownloadProgressDialog({37, 3725, 456789012, 1234567890, 1234567});
-        dialog->setFileName(QStringLiteral("a-very-long-name-").repeated(20));
-        dialog->setStatusText(QString());
-        return dialog;
-    };
-    row("download", Factory(download), "CDownloadProgressDialog", "m_pbPauseResume m_pbCancel", true);
-    row("progress", Factory(progress), "CProgressDialog", "m_pbCancel", false);
-    row("login", Factory(login), "CUserAuthDialog", "m_lePassword m_ckbRemember m_pbOk m_pbCancel m_leName",
-        true);
-}
+    /// A class that other dialogs derive from needs no row.
+    void everyDialogHasARow()
+    {
+        const QRegularExpression declaration(QStringLiteral(
+            R"(class (?:KOVGUI_EXPORT )?(\w+) (?:final )?: public (QDialog|C\w*Dialog|C\w*WndBase)\b)"));
+        QMap<QString, QString> baseOf;
+        for (QDirIterator it(QStringLiteral(KOV_SOURCE_DIR "/gui"), {QStringLiteral("*.h")}, QDir::Files,
+                             QDirIterator::Subdirectories);
+             it.hasNext();) {
+            auto match = declaration.globalMatch(QString::fromUtf8(fileContent(it.next())));
+            while (match.hasNext()) {
+                const QRegularExpressionMatch found = match.next();
+                baseOf.insert(found.captured(1), found.captured(2));
+            }
+        }
+        QSet<QString> missing(baseOf.keyBegin(), baseOf.keyEnd());
+        QVERIFY(missing.contains(QStringLiteral("CMessageBox")));
+        for (const QString &base : qAsConst(baseOf))
+            missing.remove(base);
+        for (const DialogRow &row : dialogTable())
+            missing.remove(QLatin1String(row.className));
+        QCOMPARE(missing.values().join(QLatin1Char(' ')), QString());
+    }
 
-void tst_Dialogs::dialog()
-{
-    QFETCH(Factory, make);
-    const std::unique_ptr<CBaseDialog> dialog(make());
-    dialog->show();
-    QVERIFY(QTest::qWaitForWindowActive(dialog.get()));
-    QTEST(dialog->objectName(), "name");
-    QVERIFY(!dialog->windowTitle().isEmpty());
-    QCOMPARE(faultsOf(dialog.get()).join(QLatin1Char('\n')), QString());
-    QTEST(walkWithTab(dialog.get()).join(QLatin1Char(' ')), "tabOrder");
+    void dialog_data()
+    {
+        QTest::addColumn<int>("index");
+        for (int i = 0; i < dialogTable().size(); ++i)
+            row(dialogTable().at(i).name, i);
+    }
+    void dialog()
+    {
+        QFETCH(int, index);
+        const DialogRow &row = dialogTable().at(index);
+        const std::unique_ptr<QWidget> dialog(row.make());
+        const bool takesKeys = *row.tabOrder;
+        dialog->show();
+        QVERIFY(takesKeys ? QTest::qWaitForWindowActive(dialog.get(), 30000)
+                          : QTest::qWaitForWindowExposed(dialog.get(), 30000));
+        QCOMPARE(dialog->metaObject()->className(), row.className);
+        QCOMPARE(dialog->objectName(), QLatin1String(row.className));
+        QVERIFY(!dialog->windowTitle().isEmpty());
+        QCOMPARE(QAccessible::queryAccessibleInterface(dialog.get())->role(), QAccessible::Dialog);
+        QCOMPARE(faultsOf(dialog.get()).join(QLatin1Char('\n')), QString());
+        if (takesKeys) {
+            QTRY_VERIFY(dialog->isAncestorOf(QApplication::focusWidget()));
+            QCOMPARE(walkWithTab(dialog.get()).join(QLatin1Char(' ')), QLatin1String(row.tabOrder));
+        }
+        QCOMPARE(dialog->devicePixelRatioF(), qEnvironmentVariable("QT_SCALE_FACTOR").toDouble());
+        // The window manager places it when it comes to it.
+        QTRY_VERIFY(dialog->screen()->availableGeometry().contains(dialog->frameGeometry()));
 
-    QCOMPARE(dialog->devicePixelRatioF(), qEnvironmentVariable("QT_SCALE_FACTOR").toDouble());
-    const QRect screen = dialog->screen()->availableGeometry();
-    QVERIFY(screen.contains(dialog->frameGeometry()));
-
-    QTest::keyClick(dialog->windowHandle(), Qt::Key_Escape);
-    QTEST(!dialog->isVisible(), "escapeHides");
-}
+        QTest::keyClick(dialog->windowHandle(), Qt::Key_Escape);
+        QTRY_COMPARE(!dialog->isVisible(), row.escapeHides);
+    }
+};
 
 KOV_TEST_MAIN(QApplication, tst_Dialogs)
 #include "tst_dialogs.moc"

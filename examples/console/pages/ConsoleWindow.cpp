@@ -3,6 +3,7 @@
 #include "examples/console/pages/LogPage.h"
 #include "examples/console/pages/MessagesPage.h"
 #include "examples/console/pages/NetworkPage.h"
+#include "examples/console/pages/PreferencesPage.h"
 #include "examples/console/pages/TasksPage.h"
 #include "examples/console/pages/UpdatesPage.h"
 #include "examples/console/pages/WizardsPage.h"
@@ -30,6 +31,7 @@ ConsoleWindow::ConsoleWindow(QWidget *parent)
     addPage(tr("Product Update"), m_updates = new UpdatesPage(m_pages));
     addPage(tr("Network"), m_network = new NetworkPage(m_updates->site(), m_pages));
     addPage(tr("Messages"), m_messages = new MessagesPage(m_pages));
+    addPage(tr("Preferences"), m_preferences = new PreferencesPage(m_pages));
     addPage(tr("Tasks"), m_tasks = new TasksPage(m_pages));
     addPage(tr("Wizards"), m_wizards = new WizardsPage(m_pages));
     addPage(tr("Log"), m_log = new LogPage(m_pages));

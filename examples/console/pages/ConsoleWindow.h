@@ -5,6 +5,7 @@
 class LogPage;
 class MessagesPage;
 class NetworkPage;
+class PreferencesPage;
 class QListWidget;
 class QStackedWidget;
 class TasksPage;
@@ -22,6 +23,7 @@ public:
     UpdatesPage *updates() const { return m_updates; }
     NetworkPage *network() const { return m_network; }
     MessagesPage *messages() const { return m_messages; }
+    PreferencesPage *preferences() const { return m_preferences; }
     TasksPage *tasks() const { return m_tasks; }
     WizardsPage *wizards() const { return m_wizards; }
     LogPage *log() const { return m_log; }
@@ -35,6 +37,7 @@ private:
     UpdatesPage *m_updates = nullptr;
     NetworkPage *m_network = nullptr;
     MessagesPage *m_messages = nullptr;
+    PreferencesPage *m_preferences = nullptr;
     TasksPage *m_tasks = nullptr;
     WizardsPage *m_wizards = nullptr;
     LogPage *m_log = nullptr;

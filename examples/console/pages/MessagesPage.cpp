@@ -15,6 +15,7 @@
 #include <QListWidget>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QTextDocument>
 #include <QVBoxLayout>
 
 using namespace ConsoleMessages;
@@ -62,9 +63,15 @@ MessagesPage::MessagesPage(QWidget *parent)
     repeat->setToolTip(tr("Two are equal: one of them is merged, the third waits until the first is closed"));
     auto *event = addButton(tr("&Ask Through an Event"), "askThroughEvent", [this] { askThroughEvent(); });
     event->setToolTip(tr("The service raises an event whose parameters are the answers"));
-    auto *restore = addButton(tr("Ask A&gain"), "restoreHidden", [this] {
+    m_restore = addButton(tr("Ask A&gain"), "restoreHidden", [this] {
+        const int code = m_hidden->currentItem()->data(Qt::UserRole).toInt();
+        MessageUtils::restoreHiddenMessage(code);
+        updateHidden();
+        report(tr("Message %1 is shown again.").arg(MessageUtils::getProblemID(code)));
+    });
+    m_restoreAll = addButton(tr("Ask &All Again"), "restoreAllHidden", [this] {
         MessageUtils::restoreHiddenMessages();
-        updateHiddenCount();
+        updateHidden();
         report(tr("Every hidden message is shown again."));
     });
 
@@ -73,22 +80,34 @@ MessagesPage::MessagesPage(QWidget *parent)
     block->setToolTip(tr("New messages wait; questions that the user caused are shown all the same"));
     connect(block, &QCheckBox::toggled, CMessageManager::instance(), &CMessageManager::setMessagingBlocked);
     m_hiddenCount = new QLabel(area());
+    m_hidden = new QListWidget(area());
+    m_hidden->setObjectName(QStringLiteral("hiddenMessages"));
+    m_hiddenCount->setBuddy(m_hidden);
+    connect(m_hidden, &QListWidget::currentRowChanged, this,
+            [this](int row) { m_restore->setEnabled(row >= 0); });
 
     auto *row = new QHBoxLayout;
     for (QWidget *widget : {static_cast<QWidget *>(showButton), static_cast<QWidget *>(repeat),
                             static_cast<QWidget *>(event), static_cast<QWidget *>(block)})
         row->addWidget(widget);
     row->addStretch();
-    row->addWidget(m_hiddenCount);
-    row->addWidget(restore);
+    auto *hiddenButtons = new QVBoxLayout;
+    hiddenButtons->addWidget(m_restore);
+    hiddenButtons->addWidget(m_restoreAll);
+    hiddenButtons->addStretch();
+    auto *hiddenRow = new QHBoxLayout;
+    hiddenRow->addWidget(m_hidden);
+    hiddenRow->addLayout(hiddenButtons);
 
     auto *layout = new QVBoxLayout(area());
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(m_list);
     layout->addLayout(row);
+    layout->addWidget(m_hiddenCount);
+    layout->addLayout(hiddenRow);
     connect(CMessageManager::instance(), &CMessageManager::aboutToShowMessage, this,
             &MessagesPage::completeBox);
-    updateHiddenCount();
+    updateHidden();
 }
 
 void MessagesPage::completeBox(const Messaging::MessageData &data, QWidget *, CMessageBoxWndBase *window)
@@ -126,7 +145,7 @@ void MessagesPage::show(int code)
         report(tr("Message %1: answer %2.").arg(code).arg(result));
     else if (result == -1)
         report(tr("Message %1 is not shown now.").arg(MessageUtils::getProblemID(code)));
-    updateHiddenCount();
+    updateHidden();
 }
 
 void MessagesPage::showFromOneMachine()
@@ -154,7 +173,7 @@ void MessagesPage::askThroughEvent()
 void MessagesPage::onMessageClosed(KOV_RESULT code, Messaging::ButtonID answer, const QVariant &)
 {
     report(tr("Message %1 closed: answer %2.").arg(MessageUtils::getProblemID(code)).arg(int(answer)));
-    updateHiddenCount();
+    updateHidden();
 }
 
 bool MessagesPage::onLinkClicked(const QUrl &url)
@@ -163,7 +182,24 @@ bool MessagesPage::onLinkClicked(const QUrl &url)
     return Help::openWebPage(url);
 }
 
-void MessagesPage::updateHiddenCount()
+void MessagesPage::updateHidden()
 {
-    m_hiddenCount->setText(tr("%n hidden", nullptr, MessageUtils::getHiddenMessagesCount()));
+    const QList<int> codes = MessageUtils::hiddenMessages();
+    m_hidden->clear();
+    for (const int code : codes) {
+        const int answer = MessageUtils::getDefaultButtonForHiddenMessage(code);
+        QTextDocument text;
+        text.setHtml(MessageUtils::getMessageString(code, true));
+        auto *item = new QListWidgetItem(tr("%1 (answered with %2): %3")
+                                             .arg(MessageUtils::getProblemID(code))
+                                             .arg(answer)
+                                             .arg(text.toPlainText()),
+                                         m_hidden);
+        item->setData(Qt::UserRole, code);
+    }
+    m_hidden->setCurrentRow(0);
+    m_hidden->setFixedHeight(3 * fontMetrics().lineSpacing() + 2 * m_hidden->frameWidth() + 8);
+    m_hiddenCount->setText(tr("&Not asked again: %n message(s)", nullptr, codes.size()));
+    m_restore->setEnabled(!codes.isEmpty());
+    m_restoreAll->setEnabled(!codes.isEmpty());
 }

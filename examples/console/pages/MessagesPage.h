@@ -8,6 +8,7 @@
 class CMessageBoxWndBase;
 class QLabel;
 class QListWidget;
+class QPushButton;
 
 /// Shows messages of every kind, their rules and what comes back.
 class MessagesPage : public ConsolePage
@@ -24,10 +25,13 @@ private:
     Q_INVOKABLE void onMessageClosed(KOV_RESULT code, Messaging::ButtonID answer, const QVariant &params);
     Q_INVOKABLE bool onLinkClicked(const QUrl &url);
     void completeBox(const Messaging::MessageData &data, QWidget *parent, CMessageBoxWndBase *window);
-    void updateHiddenCount();
+    void updateHidden();
     void showFromOneMachine();
     void askThroughEvent();
 
     QListWidget *m_list = nullptr;
+    QListWidget *m_hidden = nullptr;
     QLabel *m_hiddenCount = nullptr;
+    QPushButton *m_restore = nullptr;
+    QPushButton *m_restoreAll = nullptr;
 };

@@ -1,6 +1,7 @@
 #include "examples/console/pages/UpdatesPage.h"
 
 #include "abstract_task/CTaskManager.h"
+#include "examples/console/sample/ConsoleUpdateTasks.h"
 #include "gui/KovGui.h"
 #include "gui/frame/Clock.h"
 #include "gui/tasks/TaskIds.h"
@@ -8,6 +9,8 @@
 #include "gui/update/CAppUpdateLogic.h"
 #include "gui/update/CAppUpdateWorker.h"
 #include "gui/update/record/CProductUpdateInfo.h"
+#include "gui/update/record/CustomUpdateServerInfo.h"
+#include "gui/update/record/UpdatePreferences.h"
 #include "gui/update/record/UpgradeUtils.h"
 
 #include <QApplication>
@@ -16,16 +19,12 @@
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPushButton>
-#include <QSettings>
 #include <QTimer>
 #include <QVBoxLayout>
 
 namespace {
-
-const QLatin1String periodKey("Application preferences/Check for updates");
-const QLatin1String automaticKey("Application preferences/Download updates automatically");
-const QLatin1String skippedKey("ProductUpdate/SkippedUpdates");
 
 QString resultText(KOV_RESULT result)
 {
@@ -80,6 +79,14 @@ void UpdatesPage::addButton(QHBoxLayout *row, const QString &text, const char *n
     row->addWidget(button);
 }
 
+void UpdatesPage::addChoice(QHBoxLayout *row, const QString &text, const char *name, void (*slot)(bool))
+{
+    auto *choice = new QCheckBox(text, area());
+    choice->setObjectName(QLatin1String(name));
+    connect(choice, &QCheckBox::toggled, this, slot);
+    row->addWidget(choice);
+}
+
 QWidget *UpdatesPage::createSiteBox()
 {
     auto *box = new QGroupBox(tr("Sample update site"), area());
@@ -98,6 +105,16 @@ QWidget *UpdatesPage::createSiteBox()
     row->addWidget(label);
     row->addWidget(m_catalogue);
     row->addWidget(m_siteButton);
+    auto *server = new QLineEdit(CustomUpdateServerInfo::url(), box);
+    server->setObjectName(QStringLiteral("customServer"));
+    server->setPlaceholderText(tr("another catalogue's address"));
+    server->setAccessibleName(tr("Address of another catalogue"));
+    server->setClearButtonEnabled(true);
+    row->addWidget(server);
+    connect(server, &QLineEdit::editingFinished, this, [this, server] {
+        if (!CustomUpdateServerInfo::setUrl(server->text()))
+            report(tr("%1 is no address of a catalogue.").arg(server->text()));
+    });
 
     connect(m_siteButton, &QPushButton::clicked, this, [this] {
         if (m_site->isRunning())
@@ -125,6 +142,8 @@ QWidget *UpdatesPage::createCheckRow()
     row->addWidget(m_updater);
     addButton(row, tr("Check &Now"), "checkNow", &UpdatesPage::checkNow);
     addButton(row, tr("Check in &Background"), "checkInBackground", &UpdatesPage::checkInBackground);
+    addChoice(row, tr("Finds a &major upgrade"), "majorUpgrade", &ConsoleUpdateCheck::setFindsMajorUpgrades);
+    addChoice(row, tr("An &editor is open"), "editorOpen", &ConsoleInstallation::setEditorOpen);
     row->addStretch();
     connect(m_updater, QOverload<int>::of(&QComboBox::activated), this,
             [this](int index) { setUpdater(Updater(index)); });
@@ -149,8 +168,8 @@ QWidget *UpdatesPage::createScheduleBox()
     row->addWidget(m_lastChecked, 1);
     addButton(row, tr("Let a &Day Pass"), "letADayPass", &UpdatesPage::letADayPass);
     connect(m_period, QOverload<int>::of(&QComboBox::activated), this,
-            [](int index) { QSettings().setValue(periodKey, index); });
-    connect(m_automatic, &QCheckBox::clicked, this, [](bool on) { QSettings().setValue(automaticKey, on); });
+            [](int index) { UpdatePreferences::setCheckPeriod(UpdatePreferences::CheckPeriod(index)); });
+    connect(m_automatic, &QCheckBox::clicked, this, &UpdatePreferences::setDownloadAutomatic);
     return box;
 }
 
@@ -165,7 +184,14 @@ QWidget *UpdatesPage::createPendingBox()
     auto *buttons = new QHBoxLayout;
     addButton(buttons, tr("&Install It"), "installPending", &UpdatesPage::installPending);
     addButton(buttons, tr("Let &Ten Minutes Pass"), "letTenMinutesPass", &UpdatesPage::letTenMinutesPass);
-    addButton(buttons, tr("Offer S&kipped Versions Again"), "offerSkipped", &UpdatesPage::offerSkippedAgain);
+    m_skipped = new QComboBox(box);
+    m_skipped->setObjectName(QStringLiteral("skipped"));
+    m_skipped->setMinimumContentsLength(12);
+    auto *label = new QLabel(tr("S&kipped"), box);
+    label->setBuddy(m_skipped);
+    buttons->addWidget(label);
+    buttons->addWidget(m_skipped);
+    addButton(buttons, tr("&Offer It Again"), "offerSkipped", &UpdatesPage::offerSkippedAgain);
     addButton(buttons, tr("R&estart the Console"), "restartConsole", &UpdatesPage::restartConsole);
     buttons->addStretch();
     auto *layout = new QVBoxLayout(box);
@@ -245,8 +271,12 @@ void UpdatesPage::installPending()
 
 void UpdatesPage::offerSkippedAgain()
 {
-    QSettings().remove(skippedKey);
-    report(tr("Skipped versions are offered again."));
+    const QString id = m_skipped->currentData().toString();
+    if (id.isEmpty())
+        return;
+    report(tr("Version %1 is offered again.").arg(m_skipped->currentText()));
+    UpgradeUtils::setUpdateSkipped(id, false);
+    showPending();
 }
 
 void UpdatesPage::restartConsole()
@@ -258,7 +288,9 @@ void UpdatesPage::onCheckFinished(KOV_RESULT result, bool inBackground)
 {
     m_lastResult = result;
     const CProductUpdateInfo *pending = CAppUpdateLogic::instance()->pendingUpdateInfo();
-    if (KOV_FAILED(result))
+    if (result == KOV_ERR_CANCELLED)
+        report(tr("The check was cancelled."));
+    else if (KOV_FAILED(result))
         report(tr("The check ended with %1.").arg(resultText(result)));
     else if (result == KOV_NO_UPDATE_AVAILABLE)
         report(tr("The console is up to date."));
@@ -273,13 +305,26 @@ void UpdatesPage::onCheckFinished(KOV_RESULT result, bool inBackground)
 void UpdatesPage::onInstallFinished(KOV_RESULT result)
 {
     m_lastInstallation = result;
-    report(KOV_SUCCEEDED(result) ? tr("The update is installed; the console starts anew.")
-                                 : tr("The installation ended with %1.").arg(resultText(result)));
+    if (KOV_SUCCEEDED(result))
+        report(tr("The update is installed; the console starts anew."));
+    else if (result == KOV_ERR_CANCELLED)
+        report(CAppUpdateLogic::instance()->pendingUpdateInfo() ? tr("The installation is put off.")
+                                                                : tr("The version is not installed."));
+    else
+        report(tr("The installation ended with %1.").arg(resultText(result)));
     showPending();
 }
 
 void UpdatesPage::showPending()
 {
+    m_skipped->clear();
+    for (const QString &id : UpgradeUtils::skippedUpdates()) {
+        CProductUpdateInfo skipped;
+        skipped.transactionId = id;
+        const QString version = skipped.getVersion();
+        m_skipped->addItem(version.isEmpty() ? id : version, id);
+    }
+    m_skipped->setEnabled(m_skipped->count() > 0);
     const CProductUpdateInfo *pending = CAppUpdateLogic::instance()->pendingUpdateInfo();
     if (!pending) {
         m_pending->setText(
@@ -295,10 +340,9 @@ void UpdatesPage::showPending()
 
 void UpdatesPage::showSchedule()
 {
-    const QSettings settings;
     CAppUpdateLogic *logic = CAppUpdateLogic::instance();
-    m_period->setCurrentIndex(settings.value(periodKey, logic->defaultUpdatePeriod()).toInt());
-    m_automatic->setChecked(settings.value(automaticKey, logic->isDownloadInBackgroundByDefault()).toBool());
+    m_period->setCurrentIndex(UpdatePreferences::checkPeriod(logic->defaultUpdatePeriod()));
+    m_automatic->setChecked(UpdatePreferences::isDownloadAutomatic(logic->isDownloadInBackgroundByDefault()));
     const QDateTime last = UpgradeUtils::lastCheckedOn();
     m_lastChecked->setText(
         last.isValid() ? tr("Last looked for on %1").arg(locale().toString(last, QLocale::ShortFormat))

@@ -10,7 +10,8 @@ class QHBoxLayout;
 class QLabel;
 class QPushButton;
 
-/// The update cycle with the real updater program against the sample site: when to look, what to do with what was found.
+/// The update cycle with the real updater program against the sample site: when to look, what to do with what
+/// was found.
 class UpdatesPage : public ConsolePage
 {
     Q_OBJECT
@@ -41,6 +42,7 @@ private:
     QWidget *createCheckRow();
     QWidget *createScheduleBox();
     QWidget *createPendingBox();
+    void addChoice(QHBoxLayout *row, const QString &text, const char *name, void (*slot)(bool));
     void addButton(QHBoxLayout *row, const QString &text, const char *name, void (UpdatesPage::*slot)());
     void checkNow();
     void checkInBackground();
@@ -63,5 +65,6 @@ private:
     QLabel *m_lastChecked = nullptr;
     QLabel *m_siteState = nullptr;
     QPushButton *m_siteButton = nullptr;
+    QComboBox *m_skipped = nullptr;
     QLabel *m_pending = nullptr;
 };

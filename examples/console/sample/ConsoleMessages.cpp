@@ -20,6 +20,9 @@ Messaging::ButtonsMap ConsoleMessageProvider::getButtonsMap(int code)
     case SuspendOnQuit:
         return {{Messaging::Button1, {tr("&Suspend"), QMessageBox::YesRole}},
                 {Messaging::Button2, {tr("&Keep Running"), QMessageBox::NoRole}}};
+    case DiscardChanges:
+        return {{Messaging::Button1, {tr("&Discard Changes"), QMessageBox::DestructiveRole}},
+                {Messaging::Button2, {tr("Cancel"), QMessageBox::RejectRole}}};
     case RestartSoon:
         return {{Messaging::Button1, {tr("&Restart Now"), QMessageBox::AcceptRole}},
                 {Messaging::Button2, {tr("&Later"), QMessageBox::RejectRole}}};
@@ -31,7 +34,9 @@ Messaging::ButtonsMap ConsoleMessageProvider::getButtonsMap(int code)
 Messaging::ButtonID ConsoleMessageProvider::getDefaultButton(int code)
 {
     // What cannot be undone is never one Enter away.
-    return code == DeleteMachine ? Messaging::Button3 : CMessageDataProvider::getDefaultButton(code);
+    if (code == DeleteMachine)
+        return Messaging::Button3;
+    return code == DiscardChanges ? Messaging::Button2 : CMessageDataProvider::getDefaultButton(code);
 }
 
 bool ConsoleMessageProvider::hasKBArticle(int code)

@@ -10,8 +10,11 @@ enum Code : int {
     SuspendOnQuit = 60003,
     RestartSoon = 60004,
     DiskAlmostFull = 60005,
+    DiscardChanges = 60006,
     MachineNotStarted = KOV_RESULT_CODE(0x80060001u),
     NetworkLost = KOV_RESULT_CODE(0x80060002u),
+    MachineRefused = KOV_RESULT_CODE(0x80060003u),
+    PreferencesNotSaved = KOV_RESULT_CODE(0x80060004u),
 };
 
 } // namespace ConsoleMessages

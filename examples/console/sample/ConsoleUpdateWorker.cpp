@@ -1,21 +1,16 @@
 #include "examples/console/sample/ConsoleUpdateWorker.h"
 
-#include "gui/frame/LibraryVersion_p.h"
+#include "gui/frame/LibraryVersion.h"
 #include "gui/update/CAppUpdateLogic.h"
 #include "gui/update/dialogs/CUpdateDialog.h"
 #include "gui/update/record/UpgradeUtils.h"
 
-#include <QSettings>
 #include <QTimer>
 
 namespace {
 
-const QLatin1String installedVersionKey("ProductUpdate/UpdateToVersion");
-
-void congratulate()
+void congratulate(const CProductUpdateInfo &installed)
 {
-    CProductUpdateInfo installed;
-    installed.load();
     auto *dialog = new CUpdateDialog(CUpdateDialog::Congratulations, nullptr);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setNotificationFor(installed);
@@ -35,12 +30,16 @@ ConsoleUpdateWorker::ConsoleUpdateWorker(CAppUpdateLogic *logic)
     });
 }
 
+void ConsoleUpdateWorker::installMajorUpdate()
+{
+    installPendingUpdate(true);
+}
+
 void ConsoleUpdateWorker::goOnAtStart()
 {
-    QSettings settings;
-    if (settings.value(installedVersionKey).toString() == QLatin1String(LibraryVersion::text())) {
-        settings.remove(installedVersionKey);
-        congratulate();
+    CProductUpdateInfo installed;
+    if (UpgradeUtils::takeInstalledUpdate(&installed)) {
+        congratulate(installed);
         return;
     }
     if (!UpgradeUtils::isNeedToInstallUpdateOnAppStart())

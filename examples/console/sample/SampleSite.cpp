@@ -1,7 +1,7 @@
 #include "examples/console/sample/SampleSite.h"
 
 #include "examples/console/sample/LoopbackServer.h"
-#include "gui/update/catalogue/CUpdates.h"
+#include "gui/data_model/documents/CUpdates.h"
 #include "gui/update/record/CProductUpdateInfo.h"
 
 #include <QCoreApplication>
@@ -168,7 +168,9 @@ bool SampleSite::setCatalogue(Catalogue catalogue)
     const QStringList age = catalogue == Catalogue::Replayed
                                 ? QStringList{QStringLiteral("--counter"), QStringLiteral("1")}
                                 : QStringList();
-    if (!save("site/catalogue.xml", document) || !sign("site/catalogue.xml", "catalogue", age))
+    if (!save("site/catalogue.xml", document)
+        || !sign("site/catalogue.xml", "catalogue",
+                 age + QStringList{QStringLiteral("--line"), QStringLiteral("console/v3")}))
         return false;
     if (catalogue == Catalogue::Damaged) {
         document.truncate(document.size() / 2);

@@ -55,6 +55,7 @@ void Tour::run()
         updateSteps();
         networkSteps();
         messageSteps();
+        preferencesSteps();
         taskSteps();
         wizardSteps();
         logSteps();

@@ -65,6 +65,7 @@ private:
     /// A check that shows nothing: true when it began, ended, and no window came.
     bool quietCheck(const QString &button);
     void networkSteps();
+    void preferencesSteps();
     void wizardSteps();
     void wizardSteps(const char *face, const char *button);
     void logSteps();

@@ -4,6 +4,7 @@
 #include <QFontMetrics>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QScreen>
 #include <QVBoxLayout>
 
@@ -26,6 +27,10 @@ CDetailsDialog::CDetailsDialog(const QString &details, QWidget *parent, Qt::Wind
     text->setObjectName(QStringLiteral("m_txtDetails"));
     text->setAccessibleName(tr("Details"));
     text->setReadOnly(true);
+    // To look for places where a word may be broken takes time by the square of its length.
+    static const QRegularExpression endlessWord(QStringLiteral("\\S{1000}"));
+    if (details.contains(endlessWord))
+        text->setWordWrapMode(QTextOption::WrapAnywhere);
     text->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     // Otherwise Tab could not leave the text.
     text->setTabChangesFocus(true);

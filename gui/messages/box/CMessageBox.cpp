@@ -3,43 +3,53 @@
 #include "gui/log/Log.h"
 #include "gui/log/LogText.h"
 #include "gui/messages/box/CDetailsDialog.h"
+#include "gui/messages/box/HelpNotice_p.h"
+#include "gui/messages/box/MessageButtons_p.h"
 #include "gui/messages/box/MessageCountdown_p.h"
+#include "gui/messages/record/MessageText_p.h"
 #include "ui_CMessageBox.h"
 
 #include <QAccessible>
 #include <QApplication>
+#include <QClipboard>
+#include <QKeyEvent>
 #include <QPainter>
 #include <QScreen>
-
-#include <array>
+#include <QTextDocumentFragment>
 
 using Messaging::ButtonID;
 
 namespace {
 
-constexpr int AnswerCount = 3;
 /// The texts' width, in average characters: short ones keep the box in shape, long ones stay readable.
 constexpr int LeastColumns = 38;
 constexpr int MostColumns = 72;
 constexpr qreal SeparatorOpacity = 0.18;
+/// What is laid out of a text, in characters: the time for one word grows with the square of its length.
+constexpr int LongestText = 5000;
 
-QString asRichText(QString text)
+QString toPlainText(const QString &text)
 {
-    if (!text.contains(QLatin1Char('<')))
-        text.replace(QLatin1Char('\n'), QLatin1String("<br>"));
-    return text;
+    return QTextDocumentFragment::fromHtml(MessageText::asRichText(text)).toPlainText();
 }
 
-QString &supportPageAddress()
+bool isCut(const QString &text)
 {
-    static QString address;
-    return address;
+    return text.size() > LongestText;
 }
 
-QUrl solutionUrl(QString address, const QString &problemId)
+QString laidOut(const QString &text)
 {
-    address.replace(QLatin1String("%1"), QString::fromLatin1(QUrl::toPercentEncoding(problemId)));
-    return Help::localizedUrl(address);
+    if (!isCut(text))
+        return MessageText::asRichText(text);
+    return MessageText::toRichText(toPlainText(text).left(LongestText)) + QChar(0x2026);
+}
+
+Ui::CMessageBox makeForm(CMessageBox *box)
+{
+    Ui::CMessageBox form;
+    form.setupUi(box);
+    return form;
 }
 
 } // namespace
@@ -54,22 +64,19 @@ public:
     void fitTexts();
     void shrinkToTexts();
     QString plainText() const;
+    QString everyText() const;
+    QString wholeDetails() const;
 
-    QString buttonText(ButtonID id) const;
-    void setButton(ButtonID id, const Messaging::Button &button);
-    ButtonID effectiveDefault() const;
-    void updateDefaultButton();
     void processButtonClick(ButtonID answer);
 
     void updateDetails();
     void openDetails();
-    void updateProblem();
     void viewChanged();
 
     void answerByItself();
 
     CMessageBox *const q;
-    Ui::CMessageBox ui;
+    const Ui::CMessageBox ui;
     QString message;
     QString description;
     QString details;
@@ -77,36 +84,30 @@ public:
     QPointer<CDetailsDialog> detailsDialog;
     QPixmap icon;
     Help::HelpTopic helpTopic = Help::NoTopic;
-    QString problemId;
-    const QString supportPage = supportPageAddress();
-    ButtonID defaultButton = Messaging::ButtonNone;
     CSlotInfo action;
+    MessageButtons buttons;
     MessageCountdown *const countdown;
     QPointer<QWidget> view;
 
 private:
-    QPushButton *makeButton(ButtonID id);
-
-    std::array<QPushButton *, AnswerCount> m_buttons = {};
     int m_textWidth = 0;
     bool m_answering = false;
 };
 
 CMessageBoxPrivate::CMessageBoxPrivate(CMessageBox *box)
     : q(box)
+    , ui(makeForm(box))
+    , buttons(ui.m_bbButtons, [this](ButtonID id) { processButtonClick(id); })
     , countdown(new MessageCountdown(box))
 {
-    ui.setupUi(box);
-    ui.m_lblHelpMeSolve->setOptionsArea(ui.m_wSupportInfo);
     for (SafeTextView *text : {ui.m_txtMessage, ui.m_txtInfo}) {
         QObject::connect(text, &QTextBrowser::anchorClicked, box,
                          [box](const QUrl &url) { Q_EMIT box->anchorClicked(box->getMessageUuid(), url); });
     }
-    QObject::connect(ui.m_lblHelpMeSolve, &QToolButton::toggled, box, [this] { shrinkToTexts(); });
-    QObject::connect(ui.m_lblProblemIDLink, &QLabel::linkActivated, box,
-                     [](const QString &link) { Help::openWebPage(QUrl(link)); });
+    QObject::connect(ui.m_wProblem, &ProblemPanel::extentChanged, box, [this] { shrinkToTexts(); });
     QObject::connect(ui.m_pbDetails, &QPushButton::clicked, box, [this] { openDetails(); });
-    QObject::connect(ui.m_pbHelp, &QPushButton::clicked, box, [this] { Help::openTopic(helpTopic); });
+    QObject::connect(ui.m_pbHelp, &QPushButton::clicked, box,
+                     [this] { HelpNotice::openTopic(helpTopic, q); });
     QObject::connect(countdown, &MessageCountdown::ticked, box, [this] { showTexts(); });
     QObject::connect(countdown, &MessageCountdown::ranOut, box, [this] { answerByItself(); });
 }
@@ -115,6 +116,7 @@ void CMessageBoxPrivate::textsChanged()
 {
     countdown->setTexts(message, description);
     showTexts();
+    updateDetails();
     // Not at every tick of a countdown, which a screen reader would read out.
     if (q->isVisible())
         q->setAccessibleDescription(plainText());
@@ -122,8 +124,8 @@ void CMessageBoxPrivate::textsChanged()
 
 void CMessageBoxPrivate::showTexts()
 {
-    ui.m_txtMessage->setMessageText(asRichText(countdown->filled(message)));
-    ui.m_txtInfo->setMessageText(asRichText(countdown->filled(description)));
+    ui.m_txtMessage->setMessageText(laidOut(countdown->filled(message)));
+    ui.m_txtInfo->setMessageText(laidOut(countdown->filled(description)));
     ui.m_txtInfo->setVisible(!description.isEmpty());
     if (q->testAttribute(Qt::WA_WState_Polished))
         fitTexts();
@@ -160,61 +162,6 @@ QString CMessageBoxPrivate::plainText() const
     return texts.join(QLatin1Char('\n'));
 }
 
-QString CMessageBoxPrivate::buttonText(ButtonID id) const
-{
-    const QPushButton *button = m_buttons[std::size_t(id - 1)];
-    return button ? button->text() : QString();
-}
-
-QPushButton *CMessageBoxPrivate::makeButton(ButtonID id)
-{
-    auto *button = new QPushButton(q);
-    button->setObjectName(QStringLiteral("m_pbButton%1").arg(int(id)));
-    QObject::connect(button, &QPushButton::clicked, q, [this, id] { processButtonClick(id); });
-    return button;
-}
-
-void CMessageBoxPrivate::setButton(ButtonID id, const Messaging::Button &description)
-{
-    QPushButton *&button = m_buttons[std::size_t(id - 1)];
-    if (!button) {
-        if (description.text.isEmpty())
-            return;
-        button = makeButton(id);
-    }
-    const bool known = description.role > QMessageBox::InvalidRole && description.role < QMessageBox::NRoles;
-    const auto role = known ? QDialogButtonBox::ButtonRole(description.role) : QDialogButtonBox::AcceptRole;
-    button->setText(description.text);
-    if (ui.m_bbButtons->buttonRole(button) != role)
-        ui.m_bbButtons->addButton(button, role);
-    button->setVisible(!description.text.isEmpty());
-    updateDefaultButton();
-}
-
-ButtonID CMessageBoxPrivate::effectiveDefault() const
-{
-    if (defaultButton >= Messaging::Button1 && defaultButton <= Messaging::Button3
-        && !buttonText(defaultButton).isEmpty())
-        return defaultButton;
-    for (const ButtonID id : {Messaging::Button1, Messaging::Button2, Messaging::Button3}) {
-        if (!buttonText(id).isEmpty())
-            return id;
-    }
-    return Messaging::ButtonNone;
-}
-
-void CMessageBoxPrivate::updateDefaultButton()
-{
-    const ButtonID id = effectiveDefault();
-    if (id == Messaging::ButtonNone)
-        return;
-    QPushButton *button = m_buttons[std::size_t(id - 1)];
-    button->setDefault(true);
-    // On screen the focus is the user's.
-    if (!q->isVisible())
-        button->setFocus();
-}
-
 void CMessageBoxPrivate::processButtonClick(ButtonID answer)
 {
     // A slot that waits in an event loop of its own lets the user click again.
@@ -239,7 +186,29 @@ void CMessageBoxPrivate::processButtonClick(ButtonID answer)
 
 void CMessageBoxPrivate::updateDetails()
 {
-    ui.m_pbDetails->setVisible(!details.isEmpty() || !detailsAction.isEmpty());
+    const bool hasMore = isCut(message) || isCut(description);
+    ui.m_pbDetails->setVisible(!details.isEmpty() || !detailsAction.isEmpty() || hasMore);
+}
+
+QString CMessageBoxPrivate::wholeDetails() const
+{
+    QStringList texts;
+    for (const QString &text : {message, description}) {
+        if (isCut(text))
+            texts.append(toPlainText(text));
+    }
+    if (!details.isEmpty())
+        texts.append(details);
+    return texts.join(QLatin1String("\n\n"));
+}
+
+/// What a user sends to whoever can help.
+QString CMessageBoxPrivate::everyText() const
+{
+    QStringList texts{q->windowTitle(), plainText()};
+    texts << ui.m_wProblem->plainText() << wholeDetails();
+    texts.removeAll(QString());
+    return texts.join(QLatin1String("\n\n"));
 }
 
 void CMessageBoxPrivate::openDetails()
@@ -247,7 +216,7 @@ void CMessageBoxPrivate::openDetails()
     if (!detailsAction.isEmpty()) {
         if (!detailsAction.invoke())
             KOV_LOG(0, "(!)Error: can't run the details action %s",
-                    KovGui::logText(detailsAction.slot()).constData());
+                    KovGui::logText(detailsAction.name()).constData());
         return;
     }
     if (detailsDialog) {
@@ -255,32 +224,9 @@ void CMessageBoxPrivate::openDetails()
         detailsDialog->activateWindow();
         return;
     }
-    detailsDialog = new CDetailsDialog(details, q);
+    detailsDialog = new CDetailsDialog(wholeDetails(), q);
     detailsDialog->setAttribute(Qt::WA_DeleteOnClose);
     detailsDialog->open();
-}
-
-void CMessageBoxPrivate::updateProblem()
-{
-    const bool known = !problemId.isEmpty();
-    ui.m_lblProblemIDNumber->setText(problemId);
-    ui.m_wProblemID->setVisible(known);
-    ui.m_lblHelpMeSolve->setVisible(known);
-    ui.m_wSupportInfo->setVisible(known && ui.m_lblHelpMeSolve->isChecked());
-    if (!known)
-        return;
-
-    const bool hasPage = !supportPage.isEmpty();
-    ui.m_lblProblemIDLink->setVisible(hasPage);
-    if (hasPage) {
-        const QString link = solutionUrl(supportPage, problemId).toString(QUrl::FullyEncoded);
-        ui.m_lblProblemIDLink->setText(
-            CMessageBox::tr("Check this <a href=\"%1\">solution</a>").arg(link.toHtmlEscaped()));
-    }
-    ui.m_lblSupportInfo->setText(
-        hasPage ? CMessageBox::tr("The solution page tells what causes this problem and what to do about "
-                                  "it. If it does not help, give the problem ID to the support team.")
-                : CMessageBox::tr("Give the problem ID to the support team."));
 }
 
 void CMessageBoxPrivate::viewChanged()
@@ -293,6 +239,7 @@ void CMessageBoxPrivate::viewChanged()
 
 void CMessageBoxPrivate::answerByItself()
 {
+    const ButtonID defaultButton = buttons.defaultAnswer();
     const bool secondOrThird = defaultButton == Messaging::Button2 || defaultButton == Messaging::Button3;
     processButtonClick(secondOrThird ? defaultButton : Messaging::Button1);
 }
@@ -370,6 +317,11 @@ void CMessageBox::setIcon(const QPixmap &icon)
     d->ui.m_lblMsgBox->setVisible(!icon.isNull());
 }
 
+void CMessageBox::setIconName(const QString &name)
+{
+    d->ui.m_lblMsgBox->setAccessibleName(name);
+}
+
 Help::HelpTopic CMessageBox::helpTopic() const
 {
     return d->helpTopic;
@@ -378,30 +330,22 @@ Help::HelpTopic CMessageBox::helpTopic() const
 void CMessageBox::setHelpTopic(Help::HelpTopic topic)
 {
     d->helpTopic = topic;
-    d->ui.m_pbHelp->setVisible(topic != Help::NoTopic);
+    d->ui.m_pbHelp->setVisible(!Help::topicUrl(topic).isEmpty());
 }
 
 QString CMessageBox::problemID() const
 {
-    return d->problemId;
+    return d->ui.m_wProblem->problemId();
 }
 
 void CMessageBox::setProblemID(const QString &id)
 {
-    d->problemId = id;
-    d->updateProblem();
+    d->ui.m_wProblem->setProblemId(id);
 }
 
 bool CMessageBox::setSupportPageAddress(const QString &address)
 {
-    const QUrl sample = solutionUrl(address, QStringLiteral("1"));
-    if (!address.isEmpty() && !Help::isWebAddress(sample)) {
-        KOV_LOG(0, "(!)Error: %s can't be the address of the support page",
-                KovGui::logText(sample.toDisplayString(QUrl::RemoveUserInfo)).constData());
-        return false;
-    }
-    supportPageAddress() = address;
-    return true;
+    return ProblemPanel::setSupportPageAddress(address);
 }
 
 bool CMessageBox::allowHide() const
@@ -421,54 +365,58 @@ bool CMessageBox::isDoNotShowAgainChecked() const
 
 QString CMessageBox::button1() const
 {
-    return d->buttonText(Messaging::Button1);
+    return d->buttons.text(Messaging::Button1);
 }
 
 QString CMessageBox::button2() const
 {
-    return d->buttonText(Messaging::Button2);
+    return d->buttons.text(Messaging::Button2);
 }
 
 QString CMessageBox::button3() const
 {
-    return d->buttonText(Messaging::Button3);
+    return d->buttons.text(Messaging::Button3);
 }
 
 void CMessageBox::setButton1(const QString &text)
 {
-    d->setButton(Messaging::Button1, {text, QMessageBox::AcceptRole});
+    d->buttons.setText(Messaging::Button1, text);
 }
 
 void CMessageBox::setButton2(const QString &text)
 {
-    d->setButton(Messaging::Button2, {text, QMessageBox::RejectRole});
+    d->buttons.setText(Messaging::Button2, text);
 }
 
 void CMessageBox::setButton3(const QString &text)
 {
-    d->setButton(Messaging::Button3, {text, QMessageBox::RejectRole});
+    d->buttons.setText(Messaging::Button3, text);
 }
 
 void CMessageBox::setButtonsMap(const Messaging::ButtonsMap &buttons)
 {
     for (const ButtonID id : {Messaging::Button1, Messaging::Button2, Messaging::Button3})
-        d->setButton(id, buttons.value(id));
+        d->buttons.set(id, buttons.value(id));
 }
 
 Messaging::ButtonID CMessageBox::defaultButton() const
 {
-    return d->defaultButton;
+    return d->buttons.defaultAnswer();
 }
 
 void CMessageBox::setDefaultButton(Messaging::ButtonID button)
 {
-    d->defaultButton = button;
-    d->updateDefaultButton();
+    d->buttons.setDefaultAnswer(button);
 }
 
 void CMessageBox::setButtonsAction(QObject *receiver, const QString &slot)
 {
-    d->action = CSlotInfo(receiver, slot);
+    setButtonsAction(CSlotInfo(receiver, slot));
+}
+
+void CMessageBox::setButtonsAction(const CSlotInfo &action)
+{
+    d->action = action;
 }
 
 void CMessageBox::setCountdownStopsWhenTouched(bool stops)
@@ -505,6 +453,14 @@ bool CMessageBox::event(QEvent *event)
     if (event->type() == QEvent::Polish || event->type() == QEvent::FontChange)
         d->fitTexts();
     return handled;
+}
+
+void CMessageBox::keyPressEvent(QKeyEvent *event)
+{
+    if (event->matches(QKeySequence::Copy))
+        QApplication::clipboard()->setText(d->everyText());
+    else
+        CMessageBoxWndBase::keyPressEvent(event);
 }
 
 bool CMessageBox::eventFilter(QObject *watched, QEvent *event)

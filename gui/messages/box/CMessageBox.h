@@ -19,13 +19,15 @@ class CMessageBoxPrivate;
  *
  * Message and description are simple rich text in which foreign text was escaped. Whatever they hold, no
  * picture, style sheet or other file is loaded, and links are opened by nobody: anchorClicked() tells of a
- * click. A line break in a text without markup stays a line break.
+ * click. What is no tag is shown as it was written, and a line break in a text without tags stays one. Of a
+ * text of more than 5,000 characters the beginning is shown; "More details..." has the whole. Ctrl+C copies
+ * all that the box says, as plain text, unless a part of a text is selected.
  *
  * Countdown: where a text holds "@KOV_GUI_STD_SECONDS_TIMER", optionally followed by "/" and a number of
  * seconds (else 60), the remaining seconds are shown. The count starts when the box is on screen; when it has
  * passed 0, the box answers with its default answer when that is 2 or 3, else with 1, by the same steps as a
- * click. When the answer's action keeps the box open, a text with the placeholder that is set then begins a new
- * count.
+ * click. When the answer's action keeps the box open, a text with the placeholder that is set then begins a
+ * new count.
  */
 class KOVGUI_EXPORT CMessageBox : public CMessageBoxWndBase
 {
@@ -64,7 +66,9 @@ public:
     QPixmap icon() const;
     /// A null pixmap leaves no gap.
     void setIcon(const QPixmap &icon);
-    /// Help::NoTopic, the initial value, hides the help button.
+    /// What a screen reader says for the icon: the severity, for example. Initially "Icon".
+    void setIconName(const QString &name);
+    /// The help button is there when the topic has an address. Help::NoTopic is the initial value.
     Help::HelpTopic helpTopic() const;
     void setHelpTopic(Help::HelpTopic topic);
 
@@ -84,7 +88,8 @@ public:
     /// False while the choice is not offered.
     bool isDoNotShowAgainChecked() const override;
 
-    /// A button's text, "&" marks its mnemonic; an empty one hides the button.
+    /// A button's text, "&" marks its mnemonic; an empty one hides the button. The role stays what
+    /// setButtonsMap() made it; a new first button accepts, the others reject.
     QString button1() const;
     QString button2() const;
     QString button3() const;
@@ -104,9 +109,10 @@ public:
      * logged, and the box ends with the answer.
      */
     void setButtonsAction(QObject *receiver, const QString &slot);
+    void setButtonsAction(const CSlotInfo &action);
 
-    /// Initially off: a countdown runs out whatever the user does. On: a key, a click or the wheel in the box
-    /// stops it for good.
+    /// Initially on: a key, a click or the wheel in the box stops a countdown for good. Off: it runs out
+    /// whatever the user does.
     void setCountdownStopsWhenTouched(bool stops);
 
     /// Shows a widget under the texts and takes it over; the one before is deleted. Null removes it.
@@ -115,6 +121,7 @@ public:
 
 protected:
     bool event(QEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
     bool eventFilter(QObject *watched, QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
     void showEvent(QShowEvent *event) override;

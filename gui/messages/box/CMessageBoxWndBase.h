@@ -33,8 +33,8 @@ public:
 
 Q_SIGNALS:
     /// Emitted exactly once, whichever way the window goes: answered, closed, or destroyed with its parent
-    /// (answer 0). It is hidden by then, and no modal widget any more; finished() came before. A result that is no
-    /// answer counts as 0. The receiver may delete the window.
+    /// (answer 0). It is hidden by then, and no modal widget any more; finished() came before. A result that
+    /// is no answer counts as 0. The receiver may delete the window.
     void beforeMessageDestroyed(const QString &uuid, Messaging::ButtonID answer, bool doNotShowAgain);
     void anchorClicked(const QString &uuid, const QUrl &url);
 

@@ -6,8 +6,9 @@ class QTimer;
 class QWidget;
 
 /**
- * The countdown in the texts of one box: "@KOV_GUI_STD_SECONDS_TIMER", optionally followed by "/" and a number
- * of seconds (else 60). It counts while the box is on screen, one tick at its beginning and one each second.
+ * The countdown in the texts of one box: "@KOV_GUI_STD_SECONDS_TIMER", optionally followed by "/" and a
+ * number of seconds (else 60). It counts while the box is on screen, one tick at its beginning and one each
+ * second.
  */
 class MessageCountdown : public QObject
 {
@@ -24,7 +25,7 @@ public:
     /// The text with the seconds that are left in place of every placeholder.
     QString filled(QString text) const;
     /// See CMessageBox::setCountdownStopsWhenTouched().
-    bool stopsWhenTouched = false;
+    bool stopsWhenTouched = true;
 
 Q_SIGNALS:
     void ticked();

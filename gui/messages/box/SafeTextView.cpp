@@ -123,7 +123,9 @@ void SafeTextView::followWindowColors()
 void SafeTextView::keyPressEvent(QKeyEvent *event)
 {
     const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-    if (enter && !selectsLink(textCursor())) {
+    // Without a selection the copy is of the whole message, and the box's.
+    const bool copiesNothing = event->matches(QKeySequence::Copy) && !textCursor().hasSelection();
+    if (copiesNothing || (enter && !selectsLink(textCursor()))) {
         event->ignore();
         return;
     }

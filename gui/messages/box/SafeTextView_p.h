@@ -18,9 +18,11 @@ public:
 
     /// Rich text. A selection and the scroll position stay, as far as the new text reaches.
     void setMessageText(const QString &text);
-    /// The room that the text takes when lines are broken at the limit. Narrowed down to that width it breaks no other way.
+    /// The room that the text takes when lines are broken at the limit. Narrowed down to that width it breaks
+    /// no other way.
     QSize sizeWithin(int widthLimit);
-    /// What the size hints follow. A text of more than the maximum height scrolls, in a view that wide and a bar more.
+    /// What the size hints follow. A text of more than the maximum height scrolls, in a view that wide and a
+    /// bar more.
     void setPreferredSize(int width, int height, int maximumHeight);
 
     QSize sizeHint() const override;

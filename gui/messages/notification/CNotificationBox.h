@@ -5,16 +5,17 @@
 #include <QPixmap>
 
 /**
- * A message that needs no answer: a frameless box that slides in at the corner of the screen, takes no keystroke meant
- * for the window below it, and closes by itself after five seconds. While the mouse rests on it or the user works in it
- * with the keyboard it stays, and for a second more.
+ * A message that needs no answer: a frameless box that slides in at the corner of the screen, takes no
+ * keystroke meant for the window below it, and closes by itself after five seconds. While the mouse rests on
+ * it or the user works in it with the keyboard it stays, and for a second more.
  *
- * The result is 1 when the box or its alternate button was clicked, else 0; what happens while the box slides out
- * changes nothing any more. It never carries another message.
+ * The result is 1 when the box or its alternate button was clicked, else 0; what happens while the box slides
+ * out changes nothing any more. It never carries another message.
  *
- * All texts are to be set before it is shown, when it gets its size. Message and description are simple rich text in
- * which foreign text was escaped; whatever they hold, only words, bold, italics, links and line breaks are shown, and
- * nothing is loaded. Texts too long for such a box end in an ellipsis; a tool tip has them whole.
+ * All texts are to be set before it is shown, when it gets its size. Message and description are simple rich
+ * text in which foreign text was escaped; whatever they hold, only words, bold, italics, links and line
+ * breaks are shown, and nothing is loaded. Texts too long for such a box end in an ellipsis; a tool tip has
+ * them whole.
  */
 class KOVGUI_EXPORT CNotificationBox : public CMessageBoxWndBase
 {

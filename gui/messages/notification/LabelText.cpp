@@ -1,5 +1,7 @@
 #include "gui/messages/notification/LabelText_p.h"
 
+#include "gui/messages/record/MessageText_p.h"
+
 #include <QImage>
 #include <QTextBlock>
 #include <QTextDocument>
@@ -47,11 +49,8 @@ QString cutTo(const QString &text, int limit)
 
 LabelText LabelText::fromRichText(const QString &richText, int limit)
 {
-    QString source = richText;
-    if (!source.contains(QLatin1Char('<')))
-        source.replace(QLatin1Char('\n'), QLatin1String("<br>"));
     ClosedDocument document;
-    document.setHtml(source);
+    document.setHtml(MessageText::asRichText(richText));
 
     LabelText result;
     int remaining = qMax(1, limit);

@@ -79,9 +79,10 @@ bool CMessageDataProvider::isForceShowMessage(int)
     return false;
 }
 
-Messaging::ButtonID CMessageDataProvider::getDefaultButton(int)
+Messaging::ButtonID CMessageDataProvider::getDefaultButton(int code)
 {
-    return Button1;
+    // Enter, pressed in passing, must not send a report.
+    return canGenerateReport(code) ? Button2 : Button1;
 }
 
 ButtonsMap CMessageDataProvider::getButtonsMap(int code)

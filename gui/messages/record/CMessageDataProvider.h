@@ -8,8 +8,9 @@
 #include <QPixmap>
 
 /**
- * Everything about a message code that the service does not know: answers, default answer, icon, help topic, whether it
- * must be shown. A replaceable policy, registered under "CMessageDataProvider"; the base class answers neutrally.
+ * Everything about a message code that the service does not know: answers, default answer, icon, help topic,
+ * whether it must be shown. A replaceable policy, registered under "CMessageDataProvider"; the base class
+ * answers neutrally.
  */
 class KOVGUI_EXPORT CMessageDataProvider : public QObject
 {

@@ -3,14 +3,14 @@
 #include "gui/log/Log.h"
 #include "gui/log/LogText.h"
 
-#include <QMetaMethod>
+#include <QPointer>
 #include <QUuid>
+
+#include <utility>
 
 namespace {
 
 const char Tag[] = "[MESSAGE_MNG]";
-// Code, answer and the caller's variant.
-constexpr int CloseArguments = 3;
 
 /// Slot records resolve the parameters of slots by the names of their types.
 void registerCallbackTypes()
@@ -22,23 +22,6 @@ void registerCallbackTypes()
         return true;
     }();
     Q_UNUSED(registered)
-}
-
-/// Whether the receiver has a slot of that name which a close call can serve.
-bool canListen(const CSlotInfo &slot)
-{
-    const QObject *receiver = slot.receiver();
-    if (!receiver)
-        return false;
-    const QByteArray signature = slot.slot().trimmed().toUtf8();
-    const bool hasKind = !signature.isEmpty() && signature.at(0) >= '0' && signature.at(0) <= '2';
-    const QByteArray name = signature.mid(hasKind).split('(').first().trimmed();
-    const QMetaObject *meta = receiver->metaObject();
-    for (int i = 0; i < meta->methodCount(); ++i) {
-        if (meta->method(i).name() == name && meta->method(i).parameterCount() <= CloseArguments)
-            return true;
-    }
-    return false;
 }
 
 } // namespace
@@ -55,6 +38,9 @@ public:
     CSlotInfo closeSlot;
     CSlotInfo buttonPressSlot;
     CSlotInfo anchorClickSlot;
+    /// A close slot was given that cannot be called.
+    bool closeSlotRefused = false;
+    bool answerTold = false;
     bool ended = false;
 };
 
@@ -128,13 +114,17 @@ CSlotInfo CMessageInfo::anchorClickSlot() const
 
 void CMessageInfo::setCloseSlot(const CSlotInfo &slot)
 {
-    d->closeSlot = CSlotInfo();
-    if (slot.isEmpty())
+    const KOV_RESULT code = d->data.code;
+    d->closeSlotRefused = !slot.isEmpty() && !slot.canInvoke(code, Messaging::ButtonNone, slot.params());
+    d->closeSlot = d->closeSlotRefused ? CSlotInfo() : slot;
+    if (!d->closeSlotRefused)
         return;
-    if (canListen(slot))
-        d->closeSlot = slot;
-    else
-        KOV_LOG_TAG(Tag, 0, "(!)Error: can't connect message listener.");
+    const char *receiver
+        = slot.receiver() ? slot.receiver()->metaObject()->className() : "a receiver that is gone";
+    KOV_LOG_TAG(Tag, 0,
+                "(!)Error: can't connect message listener. %s of %s can't be called with (KOV_RESULT, "
+                "Messaging::ButtonID, QVariant)",
+                KovGui::logText(slot.name()).constData(), receiver);
 }
 
 void CMessageInfo::setCloseSlot(QObject *listener, const QString &slot, const QVariant &params)
@@ -147,6 +137,42 @@ void CMessageInfo::setButtonPressSlot(const CSlotInfo &slot)
     d->buttonPressSlot = slot;
 }
 
+bool CMessageInfo::isAbandoned() const
+{
+    return d->closeSlotRefused || (!d->closeSlot.isEmpty() && !d->closeSlot.receiver());
+}
+
+CSlotInfo CMessageInfo::answerAction() const
+{
+    if (d->buttonPressSlot.isEmpty())
+        return CSlotInfo();
+    // The builder reads the message; the listener learns of its answer.
+    return CSlotInfo(const_cast<CMessageInfo *>(this), &CMessageInfo::askListener);
+}
+
+bool CMessageInfo::askListener(Messaging::ButtonID answer, const QPointer<QWidget> &box)
+{
+    const QPointer<CMessageInfo> guard(this);
+    const CSlotInfo slot = d->buttonPressSlot;
+    bool keepsOpen = false;
+    if (!slot.invokeForBool(&keepsOpen, answer, box))
+        KOV_LOG(0, "ASSERT( %s ) occured in %s:%d [%s]", "invoked", "CMessageInfo.cpp", __LINE__,
+                "CMessageBoxPrivate::processButtonClick");
+    if (guard)
+        d->answerTold = !keepsOpen;
+    return keepsOpen;
+}
+
+void CMessageInfo::tellAnswer(Messaging::ButtonID answer)
+{
+    if (std::exchange(d->answerTold, true) || !d->buttonPressSlot.receiver())
+        return;
+    const CSlotInfo slot = d->buttonPressSlot;
+    if (!slot.invoke(answer, QPointer<QWidget>()))
+        KOV_LOG_TAG(Tag, 0, "(!)Can not invoke event handler for answered message with slot %s",
+                    KovGui::logText(slot.name()).constData());
+}
+
 void CMessageInfo::setAnchorClickSlot(const CSlotInfo &slot)
 {
     d->anchorClickSlot = slot;
@@ -157,13 +183,17 @@ void CMessageInfo::emitBeforeDeleted(Messaging::ButtonID answer)
     if (d->ended)
         return;
     d->ended = true;
+    const QPointer<CMessageInfo> guard(this);
+    tellAnswer(answer);
+    if (!guard)
+        return;
     // The callbacks may delete this object.
     const CSlotInfo slot = d->closeSlot;
     const KOV_RESULT code = d->data.code;
     Q_EMIT beforeMessageDeleted(code, answer, slot.params());
     if (slot.receiver() && !slot.invoke(code, answer, slot.params()))
         KOV_LOG_TAG(Tag, 0, "(!)Can not invoke event handler for closed message with slot %s",
-                    KovGui::logText(slot.slot()).constData());
+                    KovGui::logText(slot.name()).constData());
 }
 
 bool CMessageInfo::equalTo(const CMessageInfo &other) const

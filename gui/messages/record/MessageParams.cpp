@@ -64,3 +64,9 @@ MessageParams &MessageParams::addButton(Messaging::ButtonID id, const Messaging:
     buttons.insert(id, button);
     return *this;
 }
+
+MessageParams &MessageParams::setAskedFor(bool asked)
+{
+    askedFor = asked;
+    return *this;
+}

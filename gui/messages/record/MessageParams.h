@@ -24,6 +24,9 @@ public:
     MessageParams &setLongMsg(const QString &text);
     /// Inserts or replaces one answer. With at least one, the catalogue's answers are not used.
     MessageParams &addButton(Messaging::ButtonID id, const Messaging::Button &button);
+    /// False for what the user has not just asked for, such as the result of work in the background: its
+    /// window leaves the keyboard where it is, see CBaseDialog::setAskedFor(). Initially true.
+    MessageParams &setAskedFor(bool asked);
 
     KOV_RESULT code;
     QString issuerId;
@@ -35,6 +38,7 @@ public:
     QString shortMsg;
     QString longMsg;
     Messaging::ButtonsMap buttons;
+    bool askedFor = true;
 };
 
 Q_DECLARE_METATYPE(MessageParams)

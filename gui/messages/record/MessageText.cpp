@@ -1,9 +1,14 @@
 #include "gui/messages/record/MessageText_p.h"
 
 #include <QMap>
+#include <QRegularExpression>
 #include <QVarLengthArray>
 
 namespace {
+
+const QLatin1String placeholderStart("@KOV_GUI_");
+/// Without decimal digits of its own, which would be taken for a device's number.
+const QLatin1String plainAt("&#x40;");
 
 struct Placeholder
 {
@@ -72,6 +77,7 @@ QString substitute(const QString &text, const QStringList &params)
 QString toRichText(const QString &plain)
 {
     QString text = plain.toHtmlEscaped();
+    text.replace(QLatin1Char('@'), plainAt);
     text.replace(QLatin1String("\r\n"), QLatin1String("<br>"));
     return text.replace(QLatin1Char('\n'), QLatin1String("<br>"));
 }
@@ -82,6 +88,49 @@ QStringList toRichText(const QStringList &plain)
     for (const QString &text : plain)
         texts.append(toRichText(text));
     return texts;
+}
+
+QString asRichText(const QString &text)
+{
+    static const QRegularExpression tag(
+        QStringLiteral(
+            R"(<!(?:DOCTYPE|--)[^>]*>|</?(?:a|b|big|body|br|center|code|dd|div|dl|dt|em|font|h[1-6]|head|hr)"
+            R"(|html|i|img|li|link|meta|nobr|ol|p|pre|qt|s|small|span|strong|style|sub|sup|table|tbody|td)"
+            R"(|tfoot|th|thead|title|tr|tt|u|ul))"
+            R"((?:\s+[\w:-]+\s*=\s*(?:"[^"]*"|'[^']*'|[^\s"'<>]+))*\s*/?>)"),
+        QRegularExpression::CaseInsensitiveOption);
+    QString result;
+    int end = 0;
+    bool hasTags = false;
+    for (int open = text.indexOf(QLatin1Char('<')); open >= 0; open = text.indexOf(QLatin1Char('<'), end)) {
+        const QRegularExpressionMatch match
+            = tag.match(text, open, QRegularExpression::NormalMatch, QRegularExpression::AnchoredMatchOption);
+        result += text.midRef(end, open - end);
+        result += match.hasMatch() ? match.captured() : QStringLiteral("&lt;");
+        end = match.hasMatch() ? match.capturedEnd() : open + 1;
+        hasTags = hasTags || match.hasMatch();
+    }
+    result += text.midRef(end);
+    return hasTags ? result : result.replace(QLatin1Char('\n'), QLatin1String("<br>"));
+}
+
+QString withoutForeignPlaceholders(const QString &text, const QString &pattern)
+{
+    static const QRegularExpression placeholder(QStringLiteral("@KOV_GUI_\\w+(?:/\\d*)?"));
+    if (text.count(placeholderStart) <= pattern.count(placeholderStart))
+        return text;
+    QStringList own;
+    for (auto matches = placeholder.globalMatch(pattern); matches.hasNext();)
+        own.append(matches.next().captured());
+    QString result;
+    int end = 0;
+    for (auto matches = placeholder.globalMatch(text); matches.hasNext();) {
+        const QRegularExpressionMatch match = matches.next();
+        result += text.midRef(end, match.capturedStart() - end);
+        result += own.contains(match.captured()) ? match.captured() : QString(plainAt) + match.captured().mid(1);
+        end = match.capturedEnd();
+    }
+    return result + text.midRef(end);
 }
 
 const char *typeName(_KOV_MESSAGE_TYPE_ENUM type)

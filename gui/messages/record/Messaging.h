@@ -12,10 +12,12 @@
 #include <QString>
 #include <QWidget>
 
-/// The record that describes one message. Value types; GUI thread only, because a record holds a guarded widget.
+/// The record that describes one message. Value types; GUI thread only, because a record holds a guarded
+/// widget.
 namespace Messaging {
 
-/// The answer chosen by the user: 0 none (closed without one, or nothing stored), else the number of the answer.
+/// The answer chosen by the user: 0 none (closed without one, or nothing stored), else the number of the
+/// answer.
 enum ButtonID : int { ButtonNone = 0, Button1 = 1, Button2 = 2, Button3 = 3 };
 
 /// One answer: its text as it is shown (a mnemonic "&" allowed) and its role.
@@ -59,7 +61,8 @@ class KOVGUI_EXPORT MessageData
 public:
     /// An empty record of code 0.
     MessageData() = default;
-    /// Fills type, flags, caption, default answer and details action from the code; texts and answers stay empty.
+    /// Fills type, flags, caption, default answer and details action from the code; texts and answers stay
+    /// empty.
     explicit MessageData(int code);
 
     /// Writes the record to the log, at verbosity 1. Foreign text is escaped.
@@ -91,6 +94,9 @@ public:
     t_SdkHandleWrap eventHandle;
     /// Tells that a problem report was generated.
     bool reportGenerated = false;
+    /// The user has just asked for what it tells; a spontaneous message counts as not asked for whatever
+    /// stands here. See CBaseDialog::setAskedFor().
+    bool askedFor = true;
 };
 
 } // namespace Messaging

@@ -3,6 +3,7 @@
 #include "gui/frame/ImplementationRegistry_p.h"
 #include "gui/log/Log.h"
 #include "gui/messages/record/CMessageDataProvider.h"
+#include "gui/messages/record/MessageText_p.h"
 #include "gui/messages/record/MessageUtils.h"
 
 namespace {
@@ -18,6 +19,16 @@ QString issuerOf(const t_SdkHandleWrap &event)
     return QString::fromUtf8(buffer.constData(), int(size));
 }
 
+/// What an event says; its parameters are foreign text and bring no placeholders.
+QString textOf(const t_SdkHandleWrap &event, bool brief)
+{
+    const QString text = MessageUtils::getMessageString(event, brief);
+    KOV_RESULT code = KOV_SUCCESS;
+    if (!text.contains(QLatin1Char('@')) || KOV_FAILED(KovEvent_GetErrCode(event, &code)))
+        return text;
+    return MessageText::withoutForeignPlaceholders(text, MessageUtils::getMessageString(code, brief));
+}
+
 SdkMessage readEvent(const t_SdkHandleWrap &event)
 {
     SdkMessage message;
@@ -30,13 +41,13 @@ SdkMessage readEvent(const t_SdkHandleWrap &event)
     message.valid = true;
     message.issuerId = issuerOf(event);
     message.nestedEvent = MessageUtils::getComplexEventParam(event);
-    message.shortMsg = MessageUtils::getMessageString(event, true);
-    message.longMsg = MessageUtils::getMessageString(event, false);
+    message.shortMsg = textOf(event, true);
+    message.longMsg = textOf(event, false);
     message.buttons = MessageUtils::getButtonsMap(event, message.code);
     // An envelope that says nothing itself speaks through its content.
     if (message.shortMsg.isEmpty() && message.longMsg.isEmpty() && !message.nestedEvent.isNull()) {
-        message.shortMsg = MessageUtils::getMessageString(message.nestedEvent, true);
-        message.longMsg = MessageUtils::getMessageString(message.nestedEvent, false);
+        message.shortMsg = textOf(message.nestedEvent, true);
+        message.longMsg = textOf(message.nestedEvent, false);
     }
     return message;
 }

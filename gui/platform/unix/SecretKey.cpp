@@ -1,16 +1,13 @@
 #include "gui/platform/SecretKey.h"
 
 #include "gui/platform/KnownFolders.h"
+#include "gui/platform/Module.h"
 #include "gui/platform/unix/Descriptor.h"
+#include "gui/platform/unix/KeyStore.h"
 
-#include <QByteArray>
-#include <QEventLoop>
-#include <QPointer>
-#include <QTimer>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
-#include <qt5keychain/keychain.h>
 #include <string>
 #include <sys/random.h>
 #include <sys/stat.h>
@@ -19,8 +16,6 @@
 namespace KovGui::Platform {
 
 namespace {
-
-constexpr int KeyStoreLimitMilliseconds = 3000;
 
 void wipe(void *memory, std::size_t size)
 {
@@ -73,83 +68,21 @@ bool createKeyFile(const std::string &path, SecretKey &key)
     return isKept && readKeyFile(path, key) == FileState::Read;
 }
 
-/// Runs a job of the key store. False when it did not end in time; it then goes on, and deletes itself.
-bool run(QKeychain::Job *job)
+bool keyFromStore(SecretKey &key, Report report)
 {
-    QEventLoop loop;
-    bool isFinished = false;
-    QObject::connect(job, &QKeychain::Job::finished, &loop, [&](QKeychain::Job *) {
-        isFinished = true;
-        loop.quit();
-    });
-    QTimer::singleShot(KeyStoreLimitMilliseconds, &loop, &QEventLoop::quit);
-    job->setAutoDelete(true);
-    job->start();
-    if (!isFinished)
-        loop.exec(QEventLoop::ExcludeUserInputEvents);
-    return isFinished;
-}
-
-template <typename Job>
-Job *keyStoreJob()
-{
-    auto *job = new Job(QStringLiteral("Tessarine"));
-    job->setKey(QStringLiteral("passwords"));
-    // Never the clear text in a settings file that the key store would fall back to.
-    job->setInsecureFallback(false);
-    return job;
-}
-
-bool keepInKeyStore(const SecretKey &key)
-{
-    auto *job = keyStoreJob<QKeychain::WritePasswordJob>();
-    QByteArray data(reinterpret_cast<const char *>(key.data()), int(key.size()));
-    job->setBinaryData(data);
-    wipe(data.data(), std::size_t(data.size()));
-    bool isKept = false;
-    QObject::connect(job, &QKeychain::Job::finished, job,
-                     [&isKept](QKeychain::Job *ended) { isKept = ended->error() == QKeychain::NoError; });
-    const QPointer<QObject> guard(job);
-    const bool isFinished = run(job);
-    if (!isFinished && guard)
-        guard->disconnect();
-    return isFinished && isKept;
-}
-
-enum class StoreState { Read, Missing, Unavailable };
-
-StoreState readKeyStore(SecretKey &key)
-{
-    auto *job = keyStoreJob<QKeychain::ReadPasswordJob>();
-    StoreState state = StoreState::Unavailable;
-    QObject::connect(job, &QKeychain::Job::finished, job, [job, &key, &state](QKeychain::Job *ended) {
-        const QByteArray data = job->binaryData();
-        if (ended->error() == QKeychain::EntryNotFound)
-            state = StoreState::Missing;
-        if (ended->error() != QKeychain::NoError || data.size() != int(key.size()))
-            return;
-        std::memcpy(key.data(), data.constData(), key.size());
-        state = StoreState::Read;
-    });
-    const QPointer<QObject> guard(job);
-    if (run(job))
-        return state;
-    if (guard)
-        guard->disconnect();
-    return StoreState::Unavailable;
-}
-
-bool keyFromStore(SecretKey &key)
-{
-    switch (readKeyStore(key)) {
-    case StoreState::Read:
-        return true;
-    case StoreState::Unavailable:
+    static const auto *const store
+        = static_cast<const KeyStoreFunctions *>(moduleFunctions("keystore", report));
+    if (!store)
         return false;
-    case StoreState::Missing:
+    switch (store->read(key)) {
+    case KeyStoreState::Read:
+        return true;
+    case KeyStoreState::Unavailable:
+        return false;
+    case KeyStoreState::Missing:
         break;
     }
-    return makeKey(key) && keepInKeyStore(key) && readKeyStore(key) == StoreState::Read;
+    return makeKey(key) && store->keep(key) && store->read(key) == KeyStoreState::Read;
 }
 
 } // namespace
@@ -166,7 +99,7 @@ bool secretKey(SecretKey &key, Report report)
         report(0, ("(!)Error: the key file is not a private file of this user: " + path).c_str());
         return false;
     }
-    if (keyFromStore(key))
+    if (keyFromStore(key, report))
         return true;
     report(2, "No key store answers; the key for stored passwords is kept in a private file.");
     if (!folder.empty() && createKeyFile(path, key))

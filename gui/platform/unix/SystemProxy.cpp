@@ -144,10 +144,14 @@ bool SystemProxyQuery::Private::understand(const std::string &answer, ProxyAddre
         const std::string line = answer.substr(start, end - start);
         if (line.rfind("note ", 0) == 0)
             report(1, line.c_str() + 5);
+        else if (line.rfind("error ", 0) == 0)
+            report(0, ("(!)Error: " + line.substr(6) + '.').c_str());
         else if (line == "direct")
             return false;
         else if (line.rfind("proxy ", 0) == 0 && parseProxyAddress(line.substr(6), result))
             return true;
+        else if (line.rfind("socks ", 0) == 0 && parseProxyAddress(line.substr(6), result))
+            return result.isSocks = true;
     }
     report(0, "(!)Error: the system gave no answer to the question for a proxy.");
     return false;

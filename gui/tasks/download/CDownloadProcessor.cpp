@@ -107,8 +107,9 @@ bool CDownloadProcessor::isUsable() const
                     KovGui::logText(request.utilityPath).constData());
         return false;
     }
-    if (!QUrl(request.url).password().isEmpty()) {
-        KOV_LOG(0, "(!)Error: an address with a password cannot be downloaded: %s",
+    if (!WebUtils::isOpenAddress(request.url)) {
+        KOV_LOG(0,
+                "(!)Error: an address without a host, or with a user or a password, cannot be downloaded: %s",
                 KovGui::logText(WebUtils::maskedUrl(QUrl(request.url))).constData());
         return false;
     }
@@ -132,6 +133,8 @@ QStringList CDownloadProcessor::arguments() const
         return list;
     list << QStringLiteral("--proxy-server") << proxy.hostName() << QStringLiteral("--proxy-port")
          << QString::number(proxy.port());
+    if (proxy.type() == QNetworkProxy::Socks5Proxy)
+        list << QStringLiteral("--proxy-kind") << QStringLiteral("socks5");
     if (!proxy.user().isEmpty())
         list << QStringLiteral("-pu") << proxy.user() << QStringLiteral("--proxy-try-count")
              << QStringLiteral("1");

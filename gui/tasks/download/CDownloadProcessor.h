@@ -12,8 +12,8 @@
 #include <memory>
 
 /**
- * One run of the download utility (docs/reference/download-utility.md) as a child process: starts it, hands it the
- * proxy's password on standard input, turns what it prints into signals.
+ * One run of the download utility (docs/reference/download-utility.md) as a child process: starts it, hands
+ * it the proxy's password on standard input, turns what it prints into signals.
  *
  * Belongs to the thread that made it, and blocks it in run(); its signals come from within run().
  */
@@ -24,18 +24,17 @@ class KOVGUI_EXPORT CDownloadProcessor : public QObject
 public:
     struct Request
     {
-        /// Not with a password: the arguments of a process can be read by every user of the machine.
-        QString url;
+        QString url; ///< one that is not WebUtils::isOpenAddress() is refused
         QString destination; ///< an existing folder
         QString utilityPath;
         bool isBackground = false;
-        /// Without a host: no proxy. User and password count only together with a host; a password with a line
-        /// feed in it is refused.
+        /// Without a host: no proxy. User and password count only together with a host; a password with a
+        /// line feed in it is refused.
         QNetworkProxy proxy;
     };
 
-    /// What downloadFinished() tells in place of an exit code when the utility did not end by itself: it could not
-    /// be started, it crashed, or it was killed.
+    /// What downloadFinished() tells in place of an exit code when the utility did not end by itself: it
+    /// could not be started, it crashed, or it was killed.
     static const int noExitCode = -1;
 
     /// @param isCanceled  may be set by any thread at any time; outlives this object
@@ -43,14 +42,14 @@ public:
                        QObject *parent = nullptr);
     ~CDownloadProcessor() override;
 
-    /// Downloads; returns after downloadFinished(), when the process is gone. Notices a cancel within a tenth of a
-    /// second, whatever the utility does.
+    /// Downloads; returns after downloadFinished(), when the process is gone. Notices a cancel within a tenth
+    /// of a second, whatever the utility does.
     void run();
 
 Q_SIGNALS:
     void sendProgress(uint percent);
-    /// At most fifty times a second, so that no utility floods the receiver's event queue; the last report comes
-    /// in any case.
+    /// At most fifty times a second, so that no utility floods the receiver's event queue; the last report
+    /// comes in any case.
     void sendDownloadProgressData(DownloadProgressData data);
     /**
      * Once for each run().

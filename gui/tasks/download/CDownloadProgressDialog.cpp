@@ -1,6 +1,7 @@
 #include "gui/tasks/download/CDownloadProgressDialog.h"
 
 #include "abstract_task/CAbstractTask.h"
+#include "gui/frame/Application.h"
 #include "gui/tasks/progress/FormatUtils.h"
 #include "ui_CDownloadProgressDialog.h"
 
@@ -37,12 +38,18 @@ public:
     void showProgress(bool isBusy);
     void fitToFont(CDownloadProgressDialog *dialog);
     void align(Qt::LayoutDirection direction);
+    /// Only that something goes on is known, not how far it is.
+    bool isBusy() const
+    {
+        return data.fileSize <= 0 || (!status.isEmpty() && (!keepsAmounts || data.downloadedBytes <= 0));
+    }
     bool isPaused() const { return operation && operation->isPaused(); }
 
     Ui::CDownloadProgressDialog ui;
     DownloadProgressData data;
     QPointer<const CAbstractTask> operation;
     QString status;
+    bool keepsAmounts = false;
     /// As they are without the cut.
     QHash<QLabel *, QString> texts;
     QTimer *timer = nullptr;
@@ -154,11 +161,12 @@ void CDownloadProgressDialog::setOperation(const CAbstractTask *operation)
     update();
 }
 
-void CDownloadProgressDialog::setStatusText(const QString &text)
+void CDownloadProgressDialog::setStatusText(const QString &text, bool keepsAmounts)
 {
-    if (text == d->status)
+    if (text == d->status && keepsAmounts == d->keepsAmounts)
         return;
     d->status = text;
+    d->keepsAmounts = keepsAmounts;
     update();
 }
 
@@ -178,10 +186,18 @@ void CDownloadProgressDialog::update()
 {
     d->timer->stop();
     const bool isPaused = d->isPaused();
-    const QString text = withoutFormatMarks(d->status.isEmpty() ? d->amounts() : d->status);
+    const bool isBusy = d->isBusy();
+    QString text = d->status.isEmpty() ? d->amounts() : d->status;
+    if (!d->status.isEmpty() && !isBusy)
+        text = tr("%1 (%2)", "1: what goes on, 2: amounts").arg(text, d->amounts());
+    text = withoutFormatMarks(text);
     d->setText(d->ui.m_lblProgress, isPaused ? text + tr(" - stopped") : text);
     d->setText(d->ui.m_lblRate, d->rate());
-    d->showProgress(!isPaused && (!d->status.isEmpty() || d->data.fileSize <= 0));
+    d->showProgress(!isPaused && isBusy);
+    const QString appName = KovGui::getAppGuiName();
+    setWindowTitle(isBusy ? tr("%1: downloading").arg(appName)
+                          : tr("%2 % of %1 downloaded", "1: application, 2: number")
+                                .arg(appName, QString::number(qBound(0, d->data.progress, 100))));
     d->ui.m_pbPauseResume->setText(isPaused ? tr("&Resume") : tr("&Pause"));
     d->ui.m_pbPauseResume->setAccessibleName(isPaused ? tr("Resume the download") : tr("Pause the download"));
     d->ui.m_pbCancel->setAccessibleName(tr("Cancel the download"));

@@ -9,10 +9,12 @@
 class CAbstractTask;
 
 /**
- * Shows how far a download is, with buttons to pause, resume and cancel it. It decides nothing: the buttons are
- * signals, and what it shows is what it was told.
+ * Shows how far a download is, with buttons to pause, resume and cancel it. It decides nothing: the buttons
+ * are signals, and what it shows is what it was told.
  *
  * Cancel, Escape and the title bar hide the window and emit rejected().
+ *
+ * Its title names the application, and how far the download is once that is known.
  *
  * All texts are shown as they stand, markup included; what does not fit is cut in the middle.
  */
@@ -28,9 +30,10 @@ public:
     void setFileName(const QString &name);
     /// Whether this task is paused is shown; the window follows it. Null: never paused. Owns nothing.
     void setOperation(const CAbstractTask *operation);
-    /// Shown instead of the amounts while something else than the transfer goes on, with a bar that only says "busy";
-    /// empty: the amounts.
-    void setStatusText(const QString &text);
+    /// Shown instead of the amounts while something else than the transfer goes on, with a bar that only says
+    /// "busy"; empty: the amounts.
+    /// @param keepsAmounts  the transfer only stands still: the amounts follow the text, and the bar stays
+    void setStatusText(const QString &text, bool keepsAmounts = false);
     /// At first "Preparing...".
     QString statusText() const;
 

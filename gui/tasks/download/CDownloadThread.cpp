@@ -9,6 +9,7 @@ class CDownloadThread::Private
 public:
     const CDownloadProcessor::Request request;
     std::atomic<bool> isCanceled{false};
+    std::atomic<bool> isReported{false};
 };
 
 CDownloadThread::CDownloadThread(const CDownloadProcessor::Request &request, QObject *parent)
@@ -29,8 +30,8 @@ CDownloadThread::~CDownloadThread()
 
 void CDownloadThread::cancel()
 {
-    KOV_LOG(2, "Download thread was canceled.");
-    d->isCanceled = true;
+    if (!d->isCanceled.exchange(true) && !d->isReported)
+        KOV_LOG(2, "Download thread was canceled.");
 }
 
 bool CDownloadThread::isCanceled() const
@@ -49,5 +50,9 @@ void CDownloadThread::run()
             &CDownloadThread::sendDownloadProgressData, Qt::DirectConnection);
     connect(&processor, &CDownloadProcessor::downloadFinished, this, &CDownloadThread::downloadFinished,
             Qt::DirectConnection);
+    d->isReported = false;
+    connect(
+        &processor, &CDownloadProcessor::downloadFinished, this, [this] { d->isReported = true; },
+        Qt::DirectConnection);
     processor.run();
 }

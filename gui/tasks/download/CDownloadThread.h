@@ -8,11 +8,12 @@
 #include <memory>
 
 /**
- * Runs the download utility on a thread of its own, once for each start(); start it anew only after its finished().
+ * Runs the download utility on a thread of its own, once for each start(); start it anew only after its
+ * finished().
  *
- * The destructor and the application's end (aboutToQuit) cancel and wait, about a tenth of a second, so neither a
- * running thread nor the utility is left behind. Lives on the GUI thread; the signals come from the thread that it
- * runs.
+ * The destructor and the application's end (aboutToQuit) cancel and wait, about a tenth of a second, so
+ * neither a running thread nor the utility is left behind. Lives on the GUI thread; the signals come from the
+ * thread that it runs.
  */
 class KOVGUI_EXPORT CDownloadThread : public QThread
 {
@@ -22,8 +23,8 @@ public:
     explicit CDownloadThread(const CDownloadProcessor::Request &request, QObject *parent = nullptr);
     ~CDownloadThread() override;
 
-    /// For good: a later start() reports a canceled download. From any thread; returns at once, downloadFinished()
-    /// follows when the utility is gone.
+    /// For good: a later start() reports a canceled download. From any thread; returns at once,
+    /// downloadFinished() follows when the utility is gone.
     void cancel();
     bool isCanceled() const;
 

@@ -2,49 +2,33 @@
 
 #include "gui/log/Log.h"
 #include "gui/log/LogText.h"
+#include "gui/platform/Module.h"
+#include "gui/tasks/download/md5/Md5_p.h"
 
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
 
-#include <openssl/evp.h>
-
-#include <array>
 #include <atomic>
 #include <vector>
 
 namespace {
 
-// Read, not mapped: reading a file that shrinks ends early, touching a mapping of it ends the process. A piece that
-// stays in the processor's cache is also hashed faster than a window of a mapping.
+// Read, not mapped: reading a file that shrinks ends early, touching a mapping of it ends the process. A
+// piece that stays in the processor's cache is also hashed faster than a window of a mapping.
 const std::size_t pieceSize = 256 * 1024;
 
-/// OpenSSL's, because QCryptographicHash of Qt 5 is slower than md5sum.
-class Md5
+void report(unsigned level, const char *text)
 {
-public:
-    Md5()
-        : m_context(EVP_MD_CTX_new(), EVP_MD_CTX_free)
-        , m_ok(m_context && EVP_DigestInit_ex(m_context.get(), EVP_md5(), nullptr) == 1)
-    { }
-    void add(const char *data, std::size_t size)
-    {
-        m_ok = m_ok && EVP_DigestUpdate(m_context.get(), data, size) == 1;
-    }
-    /// Empty when the library refuses MD5.
-    QByteArray hex()
-    {
-        std::array<unsigned char, EVP_MAX_MD_SIZE> bytes;
-        unsigned size = 0;
-        if (!m_ok || EVP_DigestFinal_ex(m_context.get(), bytes.data(), &size) != 1)
-            return QByteArray();
-        return QByteArray(reinterpret_cast<const char *>(bytes.data()), int(size)).toHex();
-    }
+    KOV_LOG(int(level), "%s", KovGui::logText(QByteArray(text)).constData());
+}
 
-private:
-    const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> m_context;
-    bool m_ok;
-};
+const Md5Functions *md5Functions()
+{
+    static const auto *const functions
+        = static_cast<const Md5Functions *>(KovGui::Platform::moduleFunctions("md5", report));
+    return functions;
+}
 
 } // namespace
 
@@ -98,16 +82,19 @@ QByteArray CMd5Calculator::digest() const
         return QByteArray();
     const qint64 size = file.size();
     std::vector<char> piece(pieceSize);
-    Md5 md5;
+    const Md5Functions *const functions = md5Functions();
+    if (!functions)
+        return QByteArray();
+    const std::unique_ptr<Md5> md5 = functions->make();
     for (qint64 done = 0;;) {
         if (d->isCancelled)
             return QByteArray();
         const qint64 length = file.read(piece.data(), qint64(piece.size()));
         if (length == 0)
-            return done == size ? md5.hex() : QByteArray();
+            return done == size ? md5->hex() : QByteArray();
         done += length;
         if (length < 0 || done > size)
             return QByteArray();
-        md5.add(piece.data(), std::size_t(length));
+        md5->add(piece.data(), std::size_t(length));
     }
 }

@@ -8,16 +8,16 @@
 #include <memory>
 
 /**
- * Computes the MD5 digest of a file on a thread of its own, in flat memory whatever the file's size. MD5 finds
- * damage, not forgery.
+ * Computes the MD5 digest of a file on a thread of its own, in flat memory whatever the file's size. MD5
+ * finds damage, not forgery.
  *
  *     auto *calculator = new CMd5Calculator(path, this);
  *     connect(calculator, SIGNAL(finished(bool, QString)), this, SLOT(onDigest(bool, QString)));
  *     calculator->start();
  *
- * Made with new: after the run it deletes itself, so hold it by QPointer. It may be deleted earlier, also while it
- * runs: the destructor, and the application's end, cancel it and wait for the piece under way, which takes
- * milliseconds unless the disk hangs.
+ * Made with new: after the run it deletes itself, so hold it by QPointer. It may be deleted earlier, also
+ * while it runs: the destructor, and the application's end, cancel it and wait for the piece under way, which
+ * takes milliseconds unless the disk hangs.
  */
 class KOVGUI_EXPORT CMd5Calculator : public QThread
 {
@@ -28,7 +28,8 @@ public:
     ~CMd5Calculator() override;
 
     void run() override;
-    /// finished(false, "") follows, unless the digest is complete already. From any thread, also before start().
+    /// finished(false, "") follows, unless the digest is complete already. From any thread, also before
+    /// start().
     void cancel();
     bool isCancelled() const;
 

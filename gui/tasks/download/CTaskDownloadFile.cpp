@@ -143,7 +143,11 @@ KOV_RESULT CTaskDownloadFile::getProxyInfo()
 {
     setWaitForSubTaskCompletion();
     const CSlotInfo whenFinished(this, "1onProxyDetectionFinished(KOV_RESULT, CAbstractTask*)");
-    CTaskManager::instance()->runTask(new CTaskId_GetProxyInfo(d->url, true), whenFinished, true);
+    // Not shared: it may ask for a password, and its question goes with the download.
+    CAbstractTask *search
+        = CTaskManager::instance()->runTask(new CTaskId_GetProxyInfo(d->url, true), whenFinished, false);
+    if (search && !search->isFinished())
+        attachChildTask(search);
     return KOV_SUCCESS;
 }
 
@@ -163,7 +167,8 @@ void CTaskDownloadFile::onProxyDetectionFinished(KOV_RESULT result, CAbstractTas
     }
     if (const auto *found = qobject_cast<ProxyResult *>(task))
         d->proxy = found->proxy();
-    subTaskCompleted(result);
+    // That nobody had to be asked for credentials is no news of the download.
+    subTaskCompleted(KOV_SUCCESS);
 }
 
 KOV_RESULT CTaskDownloadFile::download()

@@ -9,16 +9,16 @@
 #include <memory>
 
 /**
- * Downloads a file with the download utility, through the proxy that CTaskGetProxyInfo finds, and on demand tries
- * again later when there is no connection. The bytes never pass through this process; what is fetched so far stays
- * in the part file (FileDownloadInfo), and a later task goes on from there.
+ * Downloads a file with the download utility, through the proxy that CTaskGetProxyInfo finds, and on demand
+ * tries again later when there is no connection. The bytes never pass through this process; what is fetched
+ * so far stays in the part file (FileDownloadInfo), and a later task goes on from there.
  *
  * The utility is the program of the mode key "ctl" (KovGui::setUpdaterFilePathAndUpdateMode()).
  *
- * The result is KOV_SUCCESS; KOV_ERR_FAILURE when the download failed or was canceled; that of the search for a
- * proxy when it failed; or what the task was terminated with. Every task that was executed emits downloadFinished()
- * once, before taskFinished(): with an empty path, 0 and 1 when it ended before the download began or was
- * terminated. The file's content is not verified, see CMd5Calculator.
+ * The result is KOV_SUCCESS; KOV_ERR_FAILURE when the download failed or was canceled; that of the search for
+ * a proxy when it failed; or what the task was terminated with. Every task that was executed emits
+ * downloadFinished() once, before taskFinished(): with an empty path, 0 and 1 when it ended before the
+ * download began or was terminated. The file's content is not verified, see CMd5Calculator.
  *
  * Owned by its creator. It may be deleted at any time; the utility is gone soon after, at the latest when the
  * application object goes. GUI thread only.
@@ -32,9 +32,9 @@ public:
     Q_ENUM(TaskStep)
 
     enum DownloadOption {
-        /// After a failure that waiting may cure (no connection, interrupted), try again after 5, 30 and 60 seconds,
-        /// then every 5 minutes, eleven times in all. The timer is the child "reconnectTimer". A crash of the
-        /// utility is no such failure.
+        /// After a failure that waiting may cure (no connection, interrupted), try again after 5, 30 and 60
+        /// seconds, then every 5 minutes, eleven times in all. The timer is the child "reconnectTimer". A
+        /// crash of the utility is no such failure.
         Reconnect = 1,
         /// Give way to other programs.
         BackgroundDownload = 2,
@@ -50,13 +50,13 @@ public:
     };
     Q_ENUM(State)
 
-    /// @param url          http or https, without a password: one in it is refused
+    /// @param url          one that is not WebUtils::isOpenAddress() is refused
     /// @param destination  an existing folder
     CTaskDownloadFile(const QString &url, const QString &destination, DownloadOptions options);
     ~CTaskDownloadFile() override;
 
-    /// Ends the download with KOV_ERR_FAILURE, whatever the state: at once, or when the utility is gone. Before
-    /// execute(): the task ends at its first step. After the end it does nothing.
+    /// Ends the download with KOV_ERR_FAILURE, whatever the state: at once, or when the utility is gone.
+    /// Before execute(): the task ends at its first step. After the end it does nothing.
     void cancel();
     /// True after a cancel() that came before the end.
     bool isCanceled() const;

@@ -59,11 +59,9 @@ QString CTaskInteractiveDownload::Private::statusText(int step) const
 
 bool CTaskInteractiveDownload::Private::isUsable() const
 {
-    const QUrl url(info.url);
-    const bool isHttp = url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https");
-    if (!isHttp || info.destinationFileName().isEmpty()) {
+    if (!WebUtils::isOpenAddress(info.url) || info.destinationFileName().isEmpty()) {
         KOV_LOG_TAG(Tag, 0, "(!)Error: the address names no file that can be downloaded: %s",
-                    logText(WebUtils::maskedUrl(url)).constData());
+                    logText(WebUtils::maskedUrl(QUrl(info.url))).constData());
         return false;
     }
     if (isDigestGiven && DownloadChecks::digestFrom(info.md5.toLatin1()) != info.md5) {
@@ -272,5 +270,5 @@ void CTaskInteractiveDownload::onDownloadPauseResumeClicked()
 void CTaskInteractiveDownload::updateProgressDialog()
 {
     if (d->dialog)
-        d->dialog->setStatusText(d->statusText(getCurrentSubTask()));
+        d->dialog->setStatusText(d->statusText(getCurrentSubTask()), getCurrentSubTask() == DownloadFile);
 }

@@ -8,34 +8,37 @@
 #include <memory>
 
 /**
- * Downloads one file for a person: reuses what is there when its digest is right, learns digest and length, sees that
- * the disk has room, shows a window with pause, resume and cancel, and checks the finished file against its digest.
- * The bytes are fetched by CTaskDownloadFile, which waits for a lost connection and goes on from its part file.
+ * Downloads one file for a person: reuses what is there when its digest is right, learns digest and length,
+ * sees that the disk has room, shows a window with pause, resume and cancel, and checks the finished file
+ * against its digest. The bytes are fetched by CTaskDownloadFile, which waits for a lost connection and goes
+ * on from its part file.
  *
- * In the background there is no window. A task that may not ask fails where the others ask. Questions and the window
- * go with the task; bringToFront() raises both.
+ * In the background there is no window. A task that may not ask fails where the others ask. Questions and the
+ * window go with the task; bringToFront() raises both.
  *
- * Ends with KOV_SUCCESS and a file whose digest is the expected one; KOV_ERR_CANCELLED when the user cancelled, by the
- * button or by closing the window; KOV_ERR_FAILURE when a check failed and the user did not want another try, or may
- * not be asked. It ends when the download utility is gone, so another one may start at once; only a task that is
- * deleted leaves it to die by itself. The part file is kept for a later run.
+ * Ends with KOV_SUCCESS and a file whose digest is the expected one; KOV_ERR_CANCELLED when the user
+ * cancelled, by the button or by closing the window; KOV_ERR_FAILURE when a check failed and the user did not
+ * want another try, or may not be asked. It ends when the download utility is gone, so another one may start
+ * at once; only a task that is deleted leaves it to die by itself. The part file is kept for a later run.
  *
  * The steps, in the order in which they run:
  * - ShowProgressDialog: over the active window. When that one is destroyed, the download is cancelled.
- * - PrepareDownload: the address is http or https and names a safe file, an expected digest is one; the folder is made,
- * and may be written to unless the file is there already.
- * - QueryDownloadContentChecksum: without an expected digest, the first word of the file at the address with ".md5"
- * appended (in front of its query). Without a digest nothing is downloaded.
- * - ValidateExistingFile: a file of that name and digest ends the task with success. Any other is put to the user: "Try
- * Again" removes it, anything else keeps it and fails. A task that may not ask removes it from a folder inside the
- * application's own data and cache folders; elsewhere it may be the user's, and gets ".damaged" behind its name.
- * - QueryDownloadContentLength: a server that cannot say is no failure, nor is one that knows no HEAD (405, 501).
+ * - PrepareDownload: the address is an open one (WebUtils::isOpenAddress()) and names a safe file, an
+ * expected digest is one; the folder is made, and may be written to unless the file is there already.
+ * - QueryDownloadContentChecksum: without an expected digest, the first word of the file at the address with
+ * ".md5" appended (in front of its query). Without a digest nothing is downloaded.
+ * - ValidateExistingFile: a file of that name and digest ends the task with success. Any other is put to the
+ * user: "Try Again" removes it, anything else keeps it and fails. A task that may not ask removes it from a
+ * folder inside the application's own data and cache folders; elsewhere it may be the user's, and gets
+ * ".damaged" behind its name.
+ * - QueryDownloadContentLength: a server that cannot say is no failure, nor is one that knows no HEAD (405,
+ * 501).
  * - CheckFreeSpace: for the length, or FileDownloadInfo::size. Neither known: the transfer finds out.
  * - DownloadFile, ValidateDownloadedFile: a file with the wrong digest is removed.
  *
- * **Pause.** pause() ends the transfer under way, resume() runs its step again (and WaitForResume before it, until the
- * old utility is gone). A digest that is being computed and a request that was sent go on; what follows waits. A check
- * that fails in a pause is made again after it.
+ * **Pause.** pause() ends the transfer under way, resume() runs its step again (and WaitForResume before it,
+ * until the old utility is gone). A digest that is being computed and a request that was sent go on; what
+ * follows waits. A check that fails in a pause is made again after it.
  *
  * GUI thread only.
  */
@@ -57,8 +60,8 @@ public:
     };
     Q_ENUM(TaskStep)
 
-    /// @param expectedDigest  MD5, hexadecimal; empty: FileDownloadInfo::md5, and when that is empty as well, it is
-    /// fetched from the address with ".md5" appended
+    /// @param expectedDigest  MD5, hexadecimal; empty: FileDownloadInfo::md5, and when that is empty as
+    /// well, it is fetched from the address with ".md5" appended
     /// @param inBackground    no window, and the transfer gives way to other programs
     /// @param mayAskUser      failures become questions; false: they end the task
     CTaskInteractiveDownload(const FileDownloadInfo &info, const QString &expectedDigest, bool inBackground,

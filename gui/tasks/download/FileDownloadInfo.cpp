@@ -48,6 +48,12 @@ QString FileDownloadInfo::destinationFilePartPath() const
     return path.isEmpty() ? QString() : path + QLatin1String(FileName::partSuffix);
 }
 
+bool FileDownloadInfo::isCutOff() const
+{
+    const QString path = destinationFilePath();
+    return !path.isEmpty() && !QFileInfo(path).isFile() && QFileInfo(destinationFilePartPath()).isFile();
+}
+
 qint64 FileDownloadInfo::downloadedByFar() const
 {
     for (const QString &path : {destinationFilePath(), destinationFilePartPath()}) {

@@ -20,8 +20,8 @@ public:
     /// The last component of the address's path, percent escapes decoded. Empty for an empty address, one
     /// that ends in a slash, and a name that is not safe.
     static QString destinationFileNameFromUrl(const QString &url);
-    /// True for a name that stays inside its folder on every system: see FileName::isSafe(), which the download
-    /// utility asks as well.
+    /// True for a name that stays inside its folder on every system: see FileName::isSafe(), which the
+    /// download utility asks as well.
     static bool isSafeFileName(const QString &name);
 
     QString destinationFileName() const;
@@ -29,10 +29,14 @@ public:
     QString destinationFilePath() const;
     /// The same with ".kovupd-part" appended: what is downloaded so far.
     QString destinationFilePartPath() const;
-    /// Makes this the directory when none is chosen yet: never is a file looked for, or written, by its name alone.
+    /// Makes this the directory when none is chosen yet: never is a file looked for, or written, by its name
+    /// alone.
     void chooseDirectory(const QString &directory);
     /// Bytes on disk: of the finished file if it exists, else of the partial file, else 0.
     qint64 downloadedByFar() const;
+    /// A download was cut off, by the application's end for instance: there is a partial file and no finished
+    /// one, and another download to this directory goes on from it.
+    bool isCutOff() const;
 
     /// The address, or the path of a local file.
     QString url;

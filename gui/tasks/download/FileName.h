@@ -3,8 +3,8 @@
 #include <string>
 #include <string_view>
 
-/// Names of files that come from an address: the one place that decides what may become a file, for the library
-/// and for the download utility, so without Qt. Pure, without I/O.
+/// Names of files that come from an address: the one place that decides what may become a file, for the
+/// library and for the download utility, so without Qt. Pure, without I/O.
 namespace FileName {
 
 /// Endings of the files that stand beside a download; a name with its ending fits into 255 bytes.

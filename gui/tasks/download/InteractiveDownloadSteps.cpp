@@ -116,8 +116,8 @@ void CTaskInteractiveDownload::onQueryDownloadContentChecksumFinished(QString qs
     }
     ask(MessageParams(KOV_QUESTION_DOWNLOAD_FAILED)
             .setLongMsg(
-                tr("The checksum of <b>%1</b> could not be fetched, so the file could not be verified. Check your "
-                   "Internet connection, and try again.")
+                tr("The checksum of <b>%1</b> could not be fetched, so the file could not be verified. "
+                   "Check your Internet connection, and try again.")
                     .arg(d->info.destinationFileName().toHtmlEscaped())),
         retryStep());
 }
@@ -255,6 +255,11 @@ void CTaskInteractiveDownload::onDownloadFinished(QString path, int exitCode, in
     d->transfer = nullptr;
     if (isTransferGood(exitCode, exitStatus)) {
         subTaskCompleted(KOV_SUCCESS);
+        return;
+    }
+    // Not by this task, which would not hear of it: the application ends, and there is nobody to ask.
+    if (exitStatus != 0 && !path.isEmpty()) {
+        subTaskCompleted(KOV_ERR_CANCELLED);
         return;
     }
     if (exitCode == int(DownloadUtility::ExitCode::DiskFull)) {

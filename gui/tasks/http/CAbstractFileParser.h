@@ -11,8 +11,8 @@
  * Reads a file that a request fetched.
  *
  * A task that is given a parser sets an empty file path to the file that it wrote, and runs parse() when its
- * request succeeded. A path that is set stays: a parser that serves a second request needs setFilePath() first
- * (an empty one for the task to set).
+ * request succeeded. A path that is set stays: a parser that serves a second request needs setFilePath()
+ * first (an empty one for the task to set).
  *
  * A derived class overrides the protected parse() and says `using CAbstractFileParser::parse;`.
  */

@@ -9,6 +9,7 @@
 #include "gui/tasks/http/SslRule_p.h"
 #include "gui/tasks/http/WebUtils.h"
 #include "gui/tasks/sign_in/CProxyAuthenticator.h"
+#include "gui/tasks/sign_in/ProxyAuthUtils.h"
 
 #include <QFileInfo>
 #include <QNetworkProxy>
@@ -118,6 +119,9 @@ void CTaskHttpOperation::Private::logError(const QNetworkReply &finished) const
 
 void CTaskHttpOperation::Private::takeBody(QNetworkReply &growing)
 {
+    // Closed when it was aborted.
+    if (!growing.isOpen())
+        return;
     if (isTooLarge)
         return;
     response += growing.readAll();
@@ -159,7 +163,7 @@ CTaskHttpOperation::CTaskHttpOperation(const QNetworkRequest &request,
     d->policy = policy;
     d->body = body;
     if (proxy)
-        d->manager->setProxy(*proxy);
+        d->manager->setProxy(ProxyAuthUtils::toToolkit(*proxy));
     d->timer = new QTimer(this);
     d->timer->setObjectName(QStringLiteral("operationTimeout"));
     d->timer->setInterval(OperationTimeout);

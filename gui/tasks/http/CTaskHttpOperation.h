@@ -25,8 +25,8 @@ class QSslError;
  *
  * Redirects are not followed unless the request asks for it by its attribute. The request carries the headers
  * that it needs; the one that is added is "Accept-Encoding: identity". A request with that header of its own
- * gets its body as the server sent it: nothing is decompressed, so nothing grows beyond what was received. Log records and error texts hold URLs in their masked form only
- * (WebUtils::maskedUrl()).
+ * gets its body as the server sent it: nothing is decompressed, so nothing grows beyond what was received.
+ * Log records and error texts hold URLs in their masked form only (WebUtils::maskedUrl()).
  *
  * When the request fails, or the task is terminated or deleted while it runs, its file is removed, also a
  * named one and one of an earlier run.
@@ -48,8 +48,8 @@ public:
     };
     Q_ENUM(ParserOwnershipPolicy)
 
-    /// The most bytes that a body may have: 16 MiB. A larger one ends the task when the limit is passed; nothing
-    /// of it is kept.
+    /// The most bytes that a body may have: 16 MiB. A larger one ends the task when the limit is passed;
+    /// nothing of it is kept.
     static constexpr qint64 MaximumBodySize = 16 * 1024 * 1024;
 
     /**

@@ -48,7 +48,8 @@ public:
 
     /// Null when none was given or it is gone.
     CAbstractFileParser *parser() const;
-    /// The finished reply; null as long as there is none. Valid as long as the task, which keeps the operation.
+    /// The finished reply; null as long as there is none. Valid as long as the task, which keeps the
+    /// operation.
     QNetworkReply *reply() const;
     unsigned type() const override;
 

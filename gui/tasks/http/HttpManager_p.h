@@ -7,9 +7,9 @@
 /**
  * The network access manager of one task.
  *
- * Destroying a manager while it waits for the answer to a proxy's challenge blocks the caller for seconds, and
- * destroying it in one of its own signals is use after free; a task may end in both. So nobody deletes it:
- * the task calls retire().
+ * Destroying a manager while it waits for the answer to a proxy's challenge blocks the caller for seconds,
+ * and destroying it in one of its own signals is use after free; a task may end in both. So nobody deletes
+ * it: the task calls retire().
  *
  * Whoever answers challenges connects to proxyAuthenticationRequired between construction and
  * challengesAreAnswered().
@@ -30,8 +30,8 @@ public:
         });
     }
 
-    /// Gives up ownership: the manager deletes itself, with its replies, from the event loop and after an open
-    /// challenge.
+    /// Gives up ownership: the manager deletes itself, with its replies, from the event loop and after an
+    /// open challenge.
     void retire()
     {
         setParent(nullptr);

@@ -34,7 +34,7 @@ struct HttpResponse
     QString rootTag;
     /// "Unknown" for a root without the attribute.
     QString version;
-    /// The root's children in document order, with the text of everything in them. Pieces that are nothing but
-    /// white space are dropped.
+    /// The root's children in document order, with the text of everything in them. Pieces that are nothing
+    /// but white space are dropped.
     QList<QPair<QString, QString>> elements;
 };

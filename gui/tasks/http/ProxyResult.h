@@ -6,8 +6,8 @@
 #include <QtPlugin>
 
 /**
- * What a task that looks for a proxy answers; for qobject_cast. The task is run by its identifier, so its class
- * is whatever the host registered under "CTaskGetProxyInfo".
+ * What a task that looks for a proxy answers; for qobject_cast. The task is run by its identifier, so its
+ * class is whatever the host registered under "CTaskGetProxyInfo".
  */
 class ProxyResult
 {

@@ -1,7 +1,7 @@
 #include "gui/tasks/http/WebUtils.h"
 
 #include "gui/frame/Application.h"
-#include "gui/frame/LibraryVersion_p.h"
+#include "gui/frame/LibraryVersion.h"
 
 #include <QRegularExpression>
 #include <QSysInfo>
@@ -30,12 +30,18 @@ bool isPerson(const QString &key)
     return isOneOf(key, {QLatin1String("Name"), QLatin1String("Email"), QLatin1String("E-mail")});
 }
 
+bool isPassword(const QString &key)
+{
+    return isOneOf(key, {QLatin1String("Password"), QLatin1String("NewPassword")});
+}
+
 /// A value as it stands in the query.
 QString maskedValue(const QString &key, const QString &value)
 {
-    if (value.isEmpty())
+    const QString plainKey = QUrl::fromPercentEncoding(key.toUtf8());
+    if (value.isEmpty() && !isPassword(plainKey))
         return value;
-    if (isPerson(QUrl::fromPercentEncoding(key.toUtf8())))
+    if (isPerson(plainKey))
         return WebUtils::maskedEMail(QUrl::fromPercentEncoding(value.toUtf8()));
     return QStringLiteral("xxx");
 }
@@ -54,8 +60,7 @@ void maskValues(QString &text, const QUrl &url)
         mask(url.userName(format), QStringLiteral("***"), shortestSecret);
         mask(url.password(format), QStringLiteral("xxx"), shortestSecret);
         for (const auto &[key, value] : QUrlQuery(url).queryItems(format)) {
-            const bool isSecret
-                = isPerson(key) || isOneOf(key, {QLatin1String("Password"), QLatin1String("NewPassword")});
+            const bool isSecret = isPerson(key) || isPassword(key);
             mask(value, maskedValue(key, value), isSecret ? shortestSecret : shortestValue);
         }
     }
@@ -118,6 +123,13 @@ QString withMaskedUrls(const QString &text, const QUrl &url)
     maskOtherUrls(result);
     maskValues(result, url);
     return result;
+}
+
+bool isOpenAddress(const QString &address)
+{
+    const QUrl url(address);
+    const bool isWeb = url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https");
+    return url.isValid() && isWeb && !url.host().isEmpty() && url.userInfo().isEmpty();
 }
 
 QueryItems productInfo(const QString &localeName)

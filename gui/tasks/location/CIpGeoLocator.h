@@ -25,8 +25,8 @@ public:
     };
     Q_ENUM(LocationState)
 
-    /// The service's own results -1 to -3. Everything else that goes wrong is UnknownError: another result, an
-    /// answer that is none (a captive portal's page), no answer at all.
+    /// The service's own results -1 to -3. Everything else that goes wrong is UnknownError: another result,
+    /// an answer that is none (a captive portal's page), no answer at all.
     enum LocationError {
         NoError = 0,
         ServerError = 1,

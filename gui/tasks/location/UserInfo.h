@@ -19,8 +19,8 @@ struct Country
  * All countries, sorted by name as the user's language sorts.
  *
  * The data is that of the iso-codes package, with names in the language of the default locale (QLocale())
- * where it has them, else in English. Where the package is not installed the toolkit's own list is taken, with
- * English names, and a warning is logged. Reads files at every call; keep the result.
+ * where it has them, else in English. Where the package is not installed the toolkit's own list is taken,
+ * with English names, and a warning is logged. Reads files at every call; keep the result.
  */
 KOVGUI_EXPORT QList<Country> countries();
 

@@ -25,8 +25,8 @@ void report(unsigned level, const char *text)
         KovGui::log("", "ProxyInfo", level, "%s", logText(QByteArray(text)).constData());
 }
 
-/// What is sent to foreign servers and scripts: no user, no query, and the host alone where the connection would
-/// hide the rest.
+/// What is sent to foreign servers and scripts: no user, no query, and the host alone where the connection
+/// would hide the rest.
 std::string disclosed(const QString &url)
 {
     QUrl address = QUrl(url).adjusted(QUrl::RemoveUserInfo | QUrl::RemoveQuery | QUrl::RemoveFragment);
@@ -62,6 +62,7 @@ public:
     std::string scriptUrl;
     QString host;
     uint port = 0;
+    bool isSocks = false;
 };
 
 CInitAutoProxyThread::CInitAutoProxyThread(const QString &url, const QString &scriptUrl)
@@ -105,6 +106,11 @@ uint CInitAutoProxyThread::port() const
     return d->port;
 }
 
+bool CInitAutoProxyThread::isSocks() const
+{
+    return d->isSocks;
+}
+
 void CInitAutoProxyThread::run()
 {
     KovGui::Platform::ProxyAddress proxy;
@@ -112,6 +118,7 @@ void CInitAutoProxyThread::run()
     if (isFound) {
         d->host = QString::fromStdString(proxy.host);
         d->port = proxy.port;
+        d->isSocks = proxy.isSocks;
     }
     Q_EMIT proxyDetected(isFound, d->host, d->port);
 }

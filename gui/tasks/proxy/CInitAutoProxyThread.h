@@ -16,9 +16,9 @@ namespace Tessarine {
  *     connect(thread, &CInitAutoProxyThread::proxyDetected, this, ...);
  *     thread->start();
  *
- * Deletes itself after its end, from the event loop; do not keep a plain pointer. One that still runs when the
- * application object goes is stopped and waited for; one that cannot be stopped (Windows) is left alone, for
- * destroying it would crash the program.
+ * Deletes itself after its end, from the event loop; do not keep a plain pointer. One that still runs when
+ * the application object goes is stopped and waited for; one that cannot be stopped (Windows) is left alone,
+ * for destroying it would crash the program.
  */
 class KOVGUI_EXPORT CInitAutoProxyThread : public QThread
 {
@@ -44,6 +44,7 @@ public:
     /// What proxyDetected() said; an empty host before that. After the thread's end.
     QString host() const;
     uint port() const;
+    bool isSocks() const; ///< SOCKS 5 instead of HTTP
 
 Q_SIGNALS:
     /// The answer, once. Without a proxy: false, an empty host and 0.

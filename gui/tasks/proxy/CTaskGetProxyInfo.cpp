@@ -24,8 +24,8 @@ constexpr int DetectionLimit = 10000;
 constexpr int ProxyAuthenticationStatus = 407;
 constexpr int ServerAuthenticationStatus = 401;
 
-/// A request that is only there to be challenged: it ends when the response's headers tell that the proxy let it
-/// through. What the URL names may be a whole package.
+/// A request that is only there to be challenged: it ends when the response's headers tell that the proxy let
+/// it through. What the URL names may be a whole package.
 class ProxyProbe : public CTaskHttpOperation
 {
 public:
@@ -60,9 +60,10 @@ class CTaskGetProxyInfo::Private
 {
 public:
     QByteArray maskedUrl(const QString &url) const { return logText(WebUtils::maskedUrl(QUrl(url))); }
-    void take(const QString &host, uint port)
+    void take(const QString &host, uint port, bool isSocks)
     {
-        proxy = QNetworkProxy(QNetworkProxy::HttpProxy, host, quint16(port));
+        proxy = QNetworkProxy(isSocks ? QNetworkProxy::Socks5Proxy : QNetworkProxy::HttpProxy, host,
+                              quint16(port));
     }
     void takeCachedCredentials();
     void giveUpDetection();
@@ -170,10 +171,11 @@ void CTaskGetProxyInfo::onProxyDetected(bool succeded, QString host, uint port)
     if (!d->query || (sender() && sender() != d->query))
         return;
     d->detectionTimer->stop();
+    const bool isSocks = d->query->isSocks();
     d->query = nullptr;
     if (!host.isEmpty()) {
         KOV_LOG(0, "set user defined proxy host = %s, port = %d", logText(host).constData(), int(port));
-        d->take(host, port);
+        d->take(host, port, isSocks);
     } else if (!succeded) {
         KOV_LOG(3, "no proxy was detected");
     }
@@ -197,7 +199,7 @@ void CTaskGetProxyInfo::onAsyncProxyRequestFinished()
     } else {
         KOV_LOG(2, "detected proxy for url '%s' Host = '%s', Port = '%d'", masked.constData(),
                 logText(query->host()).constData(), int(query->port()));
-        d->take(query->host(), query->port());
+        d->take(query->host(), query->port(), query->isSocks());
     }
     d->giveUpDetection();
     subTaskCompleted(KOV_SUCCESS);

@@ -9,19 +9,20 @@
 #include <memory>
 
 /**
- * Finds the proxy for a URL: the user's own (docs/reference/proxy-settings.md), else the one that the system's
- * settings or an auto-configuration script name. On demand it also lets the proxy ask for a user name and a
- * password, once, ahead of the real request.
+ * Finds the proxy for a URL: the user's own (docs/reference/proxy-settings.md), else the one that the
+ * system's settings or an auto-configuration script name. On demand it also lets the proxy ask for a user
+ * name and a password, once, ahead of the real request.
  *
  * Made and owned by CTaskManager:
  *
  *     CTaskManager::instance()->runTask(new CTaskId_GetProxyInfo(url, false), onFinished, true);
  *
  * Looking for a proxy never fails: what goes wrong is logged, and the default proxy stays. A system that does
- * not answer is given up after a while (ten seconds; the timer is the child "proxyDetectionTimer"), and a late
- * answer is ignored. The task fails only with KOV_ERR_PROXY_AUTHENTICATION_REQUIRED or
+ * not answer is given up after a while (ten seconds; the timer is the child "proxyDetectionTimer"), and a
+ * late answer is ignored. The task fails only with KOV_ERR_PROXY_AUTHENTICATION_REQUIRED or
  * KOV_ERR_SERVER_AUTHENTICATION_REQUIRED, from the search for credentials, and with what it was terminated
- * with. Without a proxy the search for credentials gives KOV_NO_PROXY_TO_ASK, a success: test with KOV_FAILED.
+ * with. Without a proxy the search for credentials gives KOV_NO_PROXY_TO_ASK, a success: test with
+ * KOV_FAILED.
  *
  * GUI thread only.
  */

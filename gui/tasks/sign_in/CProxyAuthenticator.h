@@ -19,9 +19,14 @@ class QNetworkReply;
  * cache, then with the saved credentials (ProxyAuthUtils.h), then by asking the user.
  *
  * Credentials belong to one proxy: its type, host and port. Those that the proxy refused are not sent to it
- * again in this process, unless the user types them again; a question that the user cancels leaves the request
- * to fail with QNetworkReply::ProxyAuthenticationRequiredError. One question is open at a time. Another request
- * that is challenged meanwhile waits for the answer, in an event loop of its own.
+ * again in this process, unless the user types them again; a question that the user cancels leaves the
+ * request to fail with QNetworkReply::ProxyAuthenticationRequiredError. One question is open at a time.
+ * Another request that is challenged meanwhile waits for the answer, in an event loop of its own, until one
+ * of them has found out whether it is right.
+ *
+ * Basic and Digest get user and password in UTF-8. NTLM works where the toolkit does: for http and with
+ * well-formed challenges; a request that it does not get anywhere with in ten seconds is aborted (the
+ * manager's child "handshakeTimer"), with an error in the log.
  *
  * Passwords are kept in memory until destroy() and handed to Qt; they are never logged.
  *
@@ -40,14 +45,14 @@ public:
     /// From now on challenges of this manager are answered here. A second call for one manager does nothing.
     void addRequestor(QNetworkAccessManager *manager);
     /**
-     * The manager's requests are given up: its open question is closed as if cancelled, its waiting challenges
-     * stay unanswered, and new ones are not answered any more. Call it before a manager is told to abort or to
-     * go: one that is deleted while its challenge is open blocks the thread for seconds. Delete it later, from
-     * the event loop.
+     * The manager's requests are given up: its open question is closed as if cancelled, its waiting
+     * challenges stay unanswered, and new ones are not answered any more. Call it before a manager is told to
+     * abort or to go: one that is deleted while its challenge is open blocks the thread for seconds. Delete
+     * it later, from the event loop.
      */
     void removeRequestor(QNetworkAccessManager *manager);
-    /// Whether a challenge of the manager waits for the user. Its reply ends by itself after removeRequestor();
-    /// one that is aborted before that would end twice, which Qt complains about.
+    /// Whether a challenge of the manager waits for the user. Its reply ends by itself after
+    /// removeRequestor(); one that is aborted before that would end twice, which Qt complains about.
     bool isChallenged(const QNetworkAccessManager *manager) const;
 
     /// The cached credentials; empty when there are none.

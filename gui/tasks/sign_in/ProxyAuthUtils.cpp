@@ -38,6 +38,28 @@ QString proxyKey(const QNetworkProxy &proxy)
         .arg(proxy.port());
 }
 
+QString toToolkit(const QString &text)
+{
+    return QString::fromLatin1(text.toUtf8());
+}
+
+QString fromToolkit(const QString &text)
+{
+    const QByteArray bytes = text.toLatin1();
+    const QString plain = QString::fromUtf8(bytes);
+    const bool isOfThatForm
+        = QString::fromLatin1(bytes) == text && !plain.contains(QChar(QChar::ReplacementCharacter));
+    return isOfThatForm ? plain : text;
+}
+
+QNetworkProxy toToolkit(const QNetworkProxy &proxy)
+{
+    QNetworkProxy result = proxy;
+    result.setUser(toToolkit(proxy.user()));
+    result.setPassword(toToolkit(proxy.password()));
+    return result;
+}
+
 bool getProxyCredentials(const QNetworkProxy &proxy, QString &user, QString &password)
 {
     const QString key = settingsKey(proxy);

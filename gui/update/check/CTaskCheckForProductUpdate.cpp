@@ -4,9 +4,11 @@
 #include "gui/frame/Application.h"
 #include "gui/frame/GUI.h"
 #include "gui/frame/ImplementationRegistry_p.h"
+#include "gui/frame/LibraryVersion_p.h"
 #include "gui/help/Help.h"
 #include "gui/log/Log.h"
 #include "gui/log/LogText.h"
+#include "gui/messages/CSearchParentHelper.h"
 #include "gui/messages/CTaskQuestion.h"
 #include "gui/tasks/TaskIds.h"
 #include "gui/update/check/UpdaterOutputUtils.h"
@@ -24,6 +26,7 @@
 #include <QIcon>
 #include <QPointer>
 #include <QTimer>
+#include <QUrl>
 
 #include <utility>
 
@@ -239,6 +242,7 @@ KOV_RESULT CTaskCheckForProductUpdate::showProgress()
     progress->setCancelButtonVisible(!isSmartInstallMode());
     connect(progress, SIGNAL(canceled()), this, SLOT(onCheckForUpdatesCanceled()));
     d->progress = progress;
+    CSearchParentHelper::makeTransient(progress, d->question.issuer());
     progress->show();
     return KOV_SUCCESS;
 }
@@ -263,7 +267,9 @@ KOV_RESULT CTaskCheckForProductUpdate::checkForUpdates()
     if (!url.isEmpty() && UpdateUrl::checked(url).isEmpty()) {
         KOV_LOG_TAG(logTag, 0, "(!)Error: the update catalogue's address [%s] cannot be used.",
                     UpdateUrl::forLog(url).constData());
-        completeWith(KOV_ERR_UPDATE_SERVER_NOT_REACHABLE, isInteractive());
+        completeWith(KOV_ERR_UPDATER_FAILED, isInteractive(),
+                     tr("The address of the update server, %1, cannot be used. Correct it in the settings.")
+                         .arg(QString::fromUtf8(UpdateUrl::forLog(url))));
         return KOV_SUCCESS;
     }
     url = UpdateUrl::checked(url);
@@ -296,6 +302,7 @@ void CTaskCheckForProductUpdate::launch()
     // A build without the class that finds proxies would only report, at every check, that there is none.
     if (KovGui::staticMetaObjectHash().contains(QStringLiteral("CTaskGetProxyInfo")))
         params.proxyUrl = d->catalogueUrl;
+    params.mayAskForPassword = !isCheckInBackground();
     d->launcher = new CTaskLaunchUpdater(params);
     connect(d->launcher, SIGNAL(taskFinished(KOV_RESULT)), this, SLOT(onCheckForUpdateFinished(KOV_RESULT)));
     d->launcher->execute();
@@ -317,7 +324,8 @@ void CTaskCheckForProductUpdate::onCheckForUpdateFinished(KOV_RESULT result)
     if (ranToItsEnd && saysExitCode(exitCode, ExitCode::UpdateFound))
         takeUpdate(output);
     else if (ranToItsEnd && saysExitCode(exitCode, ExitCode::NoUpdate))
-        completeWith(KOV_NO_UPDATE_AVAILABLE, isInteractive() && !d->options.testFlag(DoNotShowUpToDate));
+        completeWith(KOV_NO_UPDATE_AVAILABLE, isInteractive() && !d->options.testFlag(DoNotShowUpToDate),
+                     QString::fromLatin1(LibraryVersion::text()));
     else if (ranToItsEnd && saysExitCode(exitCode, ExitCode::NoConnection))
         handleNoConnection();
     else
@@ -348,7 +356,9 @@ void CTaskCheckForProductUpdate::handleNoConnection()
                         });
         return;
     }
-    completeWith(KOV_ERR_UPDATE_SERVER_NOT_REACHABLE, isInteractive());
+    const QString server = QUrl(d->catalogueUrl).host();
+    completeWith(KOV_ERR_UPDATE_SERVER_NOT_REACHABLE, isInteractive(),
+                 server.isEmpty() ? tr("The update server") : server);
 }
 
 void CTaskCheckForProductUpdate::completeWith(KOV_RESULT result, bool withMessage, const QString &reason)

@@ -13,8 +13,8 @@
  *
  * Ends with KOV_SUCCESS and getUpdateInfo() when there is one, KOV_NO_UPDATE_AVAILABLE (which is no failure)
  * when there is none, KOV_ERR_CANCELLED when the user cancelled, KOV_ERR_UPDATER_MISSING,
- * KOV_ERR_UPDATE_SERVER_NOT_REACHABLE (no connection, or an address that no updater may be given) or
- * KOV_ERR_UPDATER_FAILED (a crash, any other exit code, an update without a package).
+ * KOV_ERR_UPDATE_SERVER_NOT_REACHABLE (no connection) or KOV_ERR_UPDATER_FAILED (a crash, any other exit
+ * code, an update without a package, an address of a catalogue that no updater may be given).
  *
  * A check in the foreground shows a progress window from its start and a message for every outcome but a
  * found update; it ends when the user has closed the message. A check in the background shows nothing. Every
@@ -73,8 +73,8 @@ public:
     /// runs it shows its progress window at once.
     void setCheckInBackground(bool inBackground);
 
-    /// What was found; null unless an update was. Valid as long as the task lives. This class finds minor updates only;
-    /// a host's check that knows of major upgrades overrides it.
+    /// What was found; null unless an update was. Valid as long as the task lives. This class finds minor
+    /// updates only; a host's check that knows of major upgrades overrides it.
     virtual const CProductUpdateInfo *getUpdateInfo() const;
 
     /// The catalogue to ask instead of the product's own; left empty for the product's own. A failure ends

@@ -21,6 +21,7 @@ CConfirmUpdateInstallationDialog::CConfirmUpdateInstallationDialog(QWidget *pare
     connect(d->ui.m_pbInstall, &QPushButton::clicked, this, &Self::onInstallNowClicked);
     connect(d->ui.m_pbPostpone, &QPushButton::clicked, this, &Self::onInstallPostponeClicked);
     connect(d->ui.m_pbCancel, &QPushButton::clicked, this, &Self::onDontInstallClicked);
+    UpdateDialogLook::explainSkip(d->ui.m_pbCancel);
     d->ui.m_pbInstall->setFocus();
     setDescription(QString());
 }

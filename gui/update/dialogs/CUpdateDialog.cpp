@@ -46,6 +46,7 @@ CUpdateDialog::CUpdateDialog(ConfirmationMode mode, QWidget *parent)
     connect(d->ui.m_pbPostpone, &QPushButton::clicked, this, &CUpdateDialog::onInstallPostponeClicked);
     connect(d->ui.m_pbSkipVersion, &QPushButton::clicked, this, &CUpdateDialog::onInstallSkipped);
     connect(d->ui.m_pbOk, &QPushButton::clicked, this, &CUpdateDialog::accept);
+    UpdateDialogLook::explainSkip(d->ui.m_pbSkipVersion);
     setupGui();
 }
 

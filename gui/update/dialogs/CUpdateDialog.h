@@ -14,8 +14,9 @@ class CProductUpdateInfo;
  *     dialog.setNotificationFor(info);
  *     if (dialog.exec() == CUpdateDialog::InstallNow) ...
  *
- * Everything in the record is foreign: versions are shown as plain text, the release notes with simple formatting that
- * loads nothing; their links lead to web pages only and open on a click. Without notes there is no box for them.
+ * Everything in the record is foreign: versions are shown as plain text, the release notes with simple
+ * formatting that loads nothing; their links lead to web pages only and open on a click. Without notes there
+ * is no box for them.
  */
 class KOVGUI_EXPORT CUpdateDialog : public CBaseDialog
 {
@@ -49,8 +50,8 @@ public:
     explicit CUpdateDialog(CUpdateDialog::ConfirmationMode mode, QWidget *parent = nullptr);
     ~CUpdateDialog() override;
 
-    /// Fills in the new version and the release notes. A record whose id tells no version is asked for that of its
-    /// package. May be called again.
+    /// Fills in the new version and the release notes. A record whose id tells no version is asked for that
+    /// of its package. May be called again.
     void setNotificationFor(const CProductUpdateInfo &info);
 
 protected:

@@ -2,8 +2,8 @@
 
 #include "gui/window/ClosedTextBrowser_p.h"
 
-/// Shows release notes, see ReleaseNotes::toHtml(). A click on a link, or Return on it, opens a web page in the browser;
-/// pointing at it shows where it leads. Return elsewhere goes to the dialog.
+/// Shows release notes, see ReleaseNotes::toHtml(). A click on a link, or Return on it, opens a web page in
+/// the browser; pointing at it shows where it leads. Return elsewhere goes to the dialog.
 class ReleaseNotesView : public ClosedTextBrowser
 {
     Q_OBJECT

@@ -1,7 +1,7 @@
 #include "gui/update/dialogs/UpdateDialogLook_p.h"
 
 #include "gui/frame/Application.h"
-#include "gui/frame/LibraryVersion_p.h"
+#include "gui/frame/LibraryVersion.h"
 #include "gui/update/record/CProductUpdateInfo.h"
 
 #include <QApplication>
@@ -52,6 +52,15 @@ void UpdateDialogLook::keepButtonsWhole(QWidget *row)
         button->ensurePolished();
     row->layout()->invalidate();
     row->setMinimumWidth(row->layout()->sizeHint().width());
+}
+
+void UpdateDialogLook::explainSkip(QAbstractButton *button)
+{
+    const QString text = QCoreApplication::translate(
+        "UpdateDialogLook",
+        "This version is not offered again by itself. Looking for updates offers it, and newer ones are offered.");
+    button->setToolTip(text);
+    button->setAccessibleDescription(text);
 }
 
 QString UpdateDialogLook::windowTitle()

@@ -12,28 +12,30 @@
 class CConfirmUpdateInstallationDialog;
 
 /**
- * Takes an update from pending to installed: clears out stale packages, asks where it should, downloads the package,
- * has critical applications closed, verifies the package and hands it to the updater program.
+ * Takes an update from pending to installed: clears out stale packages, asks where it should, downloads the
+ * package, has critical applications closed, verifies the package and hands it to the updater program.
  *
- * Ends with KOV_SUCCESS when the updater has installed; KOV_ERR_CANCELLED when the user put it off, skipped it or
- * cancelled (userChoice() tells which), or when it was superseded; KOV_ERR_UPDATER_MISSING;
- * KOV_ERR_UPDATE_INSTALLATION_FAILED when the updater failed; KOV_ERR_FAILURE for a failed download and for a package
- * that cannot be verified. What ends it in the foreground was told to the user by then.
+ * Ends with KOV_SUCCESS when the updater has installed; KOV_ERR_CANCELLED when the user put it off, skipped
+ * it or cancelled (userChoice() tells which), or when it was superseded; KOV_ERR_UPDATER_MISSING;
+ * KOV_ERR_UPDATE_INSTALLATION_FAILED when the updater failed; KOV_ERR_FAILURE for a failed download and for a
+ * package that cannot be verified. What ends it in the foreground was told to the user by then.
  *
  * **Questions.** The download is offered by CUpdateDialog. The installation is offered by
- * CConfirmUpdateInstallationDialog when the user has watched the download, else by CUpdateDialog, with the release
- * notes. A dialog that is closed means "later". In a smart install every "no", and a download that the user cancels,
- * is asked about before it counts.
+ * CConfirmUpdateInstallationDialog when the user has watched the download, else by CUpdateDialog, with the
+ * release notes. A dialog that is closed means "later". In a smart install every "no", and a download that
+ * the user cancels, is asked about before it counts.
  *
- * **The package** lies in the record's folder; a record without one gets UpgradeUtils::updatesFolder(). It is compared
- * with the record's digest before every installation, wherever it came from; one that is damaged is removed and offered
- * to be downloaded again, one that has gone is downloaded again. A record without a digest is never installed.
+ * **The package** lies in the record's folder; a record without one gets UpgradeUtils::updatesFolder(). It is
+ * compared with the record's digest before every installation, wherever it came from; one that is damaged is
+ * removed and offered to be downloaded again, one that has gone is downloaded again. A record without a
+ * digest is never installed.
  *
- * The settings keep what is handed to the updater (UpgradeUtils::takeInstalledUpdate()). While it runs terminate()
- * waits for it. Destroying the task kills it; it puts back what it was replacing.
+ * The settings keep what is handed to the updater (UpgradeUtils::takeInstalledUpdate()). While it runs
+ * terminate() waits for it. Destroying the task kills it; it puts back what it was replacing.
  *
  * At most one installation exists at a time. The class is replaceable: what is registered under
- * "CTaskInstallProductUpdate" is created, which needs Q_OBJECT and an invokable constructor with these parameters.
+ * "CTaskInstallProductUpdate" is created, which needs Q_OBJECT and an invokable constructor with these
+ * parameters.
  */
 class KOVGUI_EXPORT CTaskInstallProductUpdate : public CAbstractTask
 {
@@ -105,10 +107,11 @@ public:
     void bringToFront() override;
 
 protected:
-    /// The step that offers the installation. An override waits (setWaitForSubTaskCompletion()) and completes the step
-    /// with KOV_SUCCESS, or KOV_ERR_CANCELLED.
+    /// The step that offers the installation. An override waits (setWaitForSubTaskCompletion()) and completes
+    /// the step with KOV_SUCCESS, or KOV_ERR_CANCELLED.
     Q_INVOKABLE virtual KOV_RESULT confirmUpdateInstall();
-    /// The names of running applications that must be closed before the installation. Asked for often: be quick.
+    /// The names of running applications that must be closed before the installation. Asked for often: be
+    /// quick.
     virtual QStringList criticalApps() const;
     /// The step that verifies the package and runs the updater.
     Q_INVOKABLE virtual KOV_RESULT installUpdate();

@@ -19,7 +19,8 @@ public:
     /// Gives up what runs.
     ~PackageCheck() override;
 
-    /// A damaged package, and one that cannot be read, is logged and removed. finished() follows from the event loop.
+    /// A damaged package, and one that cannot be read, is logged and removed. finished() follows from the
+    /// event loop.
     void start(const FileDownloadInfo &package);
     void cancel();
 

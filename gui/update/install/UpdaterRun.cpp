@@ -2,9 +2,11 @@
 
 #include "gui/frame/Application.h"
 #include "gui/log/Log.h"
+#include "gui/messages/CSearchParentHelper.h"
 #include "gui/update/launch/UpdateCommand_p.h"
 #include "gui/update/launch/UpdaterFault_p.h"
 #include "gui/update/record/UpdateUrl_p.h"
+#include "gui/update/record/UpgradeUtils.h"
 #include "gui/window/CProgressDialog.h"
 
 #include <QApplication>
@@ -42,6 +44,7 @@ void UpdaterRun::showProgress()
     window->setCancelButtonVisible(false);
     QObject::connect(m_launcher, &CTaskLaunchUpdater::progress, window, &CProgressDialog::setValue);
     m_window = window;
+    CSearchParentHelper::makeTransient(window, UpgradeUtils::messageIssuer());
     window->show();
 }
 

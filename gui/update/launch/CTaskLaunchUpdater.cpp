@@ -7,6 +7,7 @@
 #include "gui/log/Log.h"
 #include "gui/tasks/TaskIds.h"
 #include "gui/tasks/http/ProxyResult.h"
+#include "gui/tasks/sign_in/ProxyAuthUtils.h"
 #include "gui/update/launch/CommandLineUtils.h"
 #include "gui/update/record/UpdateUrl_p.h"
 
@@ -14,12 +15,15 @@
 #include <QNetworkProxy>
 #include <QPointer>
 #include <QRegularExpression>
+#include <QTimer>
 
 #include <utility>
 
 namespace {
 
 const char logTag[] = "[APP_UPDATE]";
+
+constexpr int longestSilence = 30 * 60 * 1000;
 
 void logStandardError(const QByteArray &line)
 {
@@ -74,14 +78,39 @@ void abandon(QProcess *process)
     process->kill();
 }
 
-QStringList proxyArguments(const QNetworkProxy &proxy)
+/// Without what no command line or line of a password can hold.
+QNetworkProxy usable(QNetworkProxy proxy)
 {
     const QString host = proxy.hostName();
     if (host.isEmpty() || host.startsWith(QLatin1Char('-')))
+        return QNetworkProxy();
+    const QString password = proxy.password();
+    const bool holdsLineEnd = password.contains(QLatin1Char('\n')) || password.contains(QChar(0));
+    if (proxy.user().startsWith(QLatin1Char('-')) || password.isEmpty() || holdsLineEnd)
+        proxy.setUser(QString());
+    return proxy;
+}
+
+QStringList proxyArguments(const QNetworkProxy &proxy)
+{
+    if (proxy.hostName().isEmpty())
         return QStringList();
-    return {QStringLiteral("--proxy-server"),    host,
-            QStringLiteral("--proxy-port"),      QString::number(proxy.port()),
-            QStringLiteral("--proxy-try-count"), QStringLiteral("1")};
+    QStringList arguments{QStringLiteral("--proxy-server"),    proxy.hostName(),
+                          QStringLiteral("--proxy-port"),      QString::number(proxy.port()),
+                          QStringLiteral("--proxy-try-count"), QStringLiteral("1")};
+    if (!proxy.user().isEmpty())
+        arguments << QStringLiteral("--proxy-user") << proxy.user();
+    return arguments;
+}
+
+void addSavedPassword(QNetworkProxy *proxy)
+{
+    QString user;
+    QString password;
+    if (!proxy->user().isEmpty() || !ProxyAuthUtils::getProxyCredentials(*proxy, user, password))
+        return;
+    proxy->setUser(user);
+    proxy->setPassword(password);
 }
 
 QNetworkProxy proxyOf(CAbstractTask *task)
@@ -104,8 +133,9 @@ public:
     QProcess *takeProcess() { return std::exchange(process, nullptr); }
 
     const TaskParams params;
-    QStringList proxyArguments;
+    QNetworkProxy proxy;
     QProcess *process = nullptr;
+    QTimer *hangTimer = nullptr;
     ChildErrorLog standardError{logStandardError, logDroppedErrors};
     QByteArray output;
     int exitCode = -1;
@@ -117,7 +147,13 @@ public:
 CTaskLaunchUpdater::CTaskLaunchUpdater(const TaskParams &params)
     : CAbstractTask(new CTaskId_LaunchUpdater(params.commandLine, params.proxyUrl))
     , d(new Private(params))
-{ }
+{
+    d->hangTimer = new QTimer(this);
+    d->hangTimer->setObjectName(QStringLiteral("hangTimer"));
+    d->hangTimer->setSingleShot(true);
+    d->hangTimer->setInterval(longestSilence);
+    connect(d->hangTimer, &QTimer::timeout, this, &CTaskLaunchUpdater::onHang);
+}
 
 CTaskLaunchUpdater::~CTaskLaunchUpdater()
 {
@@ -161,16 +197,24 @@ KOV_RESULT CTaskLaunchUpdater::getProxyInfo()
 {
     setWaitForSubTaskCompletion();
     const CSlotInfo whenFinished(this, "1onProxyDetectionFinished(KOV_RESULT, CAbstractTask*)");
-    CTaskManager::instance()->runTask(new CTaskId_GetProxyInfo(d->params.proxyUrl, false), whenFinished,
-                                      true);
+    CTaskManager::instance()->runTask(
+        new CTaskId_GetProxyInfo(d->params.proxyUrl, d->params.mayAskForPassword), whenFinished, true);
     return KOV_SUCCESS;
 }
 
 void CTaskLaunchUpdater::onProxyDetectionFinished(KOV_RESULT result, CAbstractTask *task)
 {
-    if (KOV_SUCCEEDED(result) && task)
-        d->proxyArguments = proxyArguments(proxyOf(task));
-    else
+    if (result == KOV_ERR_PROXY_AUTHENTICATION_REQUIRED) {
+        subTaskCompleted(result);
+        return;
+    }
+    // A server that wants a password has it from the updater's configuration.
+    if ((KOV_SUCCEEDED(result) || result == KOV_ERR_SERVER_AUTHENTICATION_REQUIRED) && task) {
+        QNetworkProxy proxy = proxyOf(task);
+        if (!proxy.hostName().isEmpty())
+            addSavedPassword(&proxy);
+        d->proxy = usable(proxy);
+    } else
         KOV_LOG_TAG(logTag, 1, "(!)Warning: no proxy could be looked for [0x%08X]; the updater runs without.",
                     unsigned(result));
     subTaskCompleted(KOV_SUCCESS);
@@ -195,18 +239,23 @@ KOV_RESULT CTaskLaunchUpdater::launch()
     d->process = new QProcess;
     connect(d->process, &QProcess::readyReadStandardOutput, this, &CTaskLaunchUpdater::onStandardOutput);
     connect(d->process, &QProcess::readyReadStandardError, this, &CTaskLaunchUpdater::onStandardError);
-    connect(d->process, SIGNAL(finished(int, QProcess::ExitStatus)), this,
-            SLOT(onStandartRunFinished(int, QProcess::ExitStatus)));
+    connect(d->process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), this,
+            &CTaskLaunchUpdater::onStandartRunFinished);
     connect(d->process, &QProcess::errorOccurred, this, &CTaskLaunchUpdater::onProcessError);
-    d->process->start(program, arguments + d->proxyArguments);
+    d->hangTimer->start();
+    d->process->start(program, arguments + proxyArguments(d->proxy));
     // A program that cannot be started may be reported from within start().
-    if (d->process)
-        d->process->closeWriteChannel();
+    if (!d->process)
+        return KOV_SUCCESS;
+    if (!d->proxy.user().isEmpty())
+        d->process->write(d->proxy.password().toUtf8() + '\n');
+    d->process->closeWriteChannel();
     return KOV_SUCCESS;
 }
 
 void CTaskLaunchUpdater::onStandardOutput()
 {
+    d->hangTimer->start();
     const QByteArray chunk = d->process->readAllStandardOutput();
     if (chunk.size() > maximumOutputSize - d->output.size()) {
         KOV_LOG_TAG(logTag, 0, "(!)Error: the updater printed more than %d bytes.", maximumOutputSize);
@@ -220,6 +269,15 @@ void CTaskLaunchUpdater::onStandardOutput()
 void CTaskLaunchUpdater::onStandardError()
 {
     d->standardError.add(d->process->readAllStandardError());
+}
+
+void CTaskLaunchUpdater::onHang()
+{
+    if (!d->process)
+        return;
+    KOV_LOG_TAG(logTag, 0, "(!)Error: the updater printed nothing for %d minutes and is ended.",
+                longestSilence / (60 * 1000));
+    d->process->kill();
 }
 
 void CTaskLaunchUpdater::onStandartRunFinished(int exitCode, QProcess::ExitStatus exitStatus)

@@ -13,14 +13,17 @@
  * Runs the updater program once and keeps how it ended and what it printed.
  *
  * The program is started from the command line's list of arguments, never through a shell; its standard input
- * is closed at once. Its standard error goes to the log line by line, at most 16 KiB of it.
+ * holds the password of the proxy, if there is one, and is closed. Its standard error goes to the log line by
+ * line, at most 16 KiB of it.
  *
  * The task's result says whether the program ran to its end: 0 then, whatever its exit code, and also when it
  * crashed. KOV_ERR_FAILURE when it could not be started, when the command line is broken, when it printed
  * more than maximumOutputSize, and for an elevated run, which this library does not do.
+ * KOV_ERR_PROXY_AUTHENTICATION_REQUIRED when the user did not give the password that the proxy wants.
  *
- * There is no time limit: an updater that hangs is ended by terminate(), which kills it without waiting for
- * it. The same happens when the task is destroyed while the program runs.
+ * A program that printed nothing for 30 minutes hangs and is killed, which counts as a crash (the timer is
+ * the child "hangTimer"). terminate() kills it without waiting for it. The same happens when the task is
+ * destroyed while the program runs.
  */
 class KOVGUI_EXPORT CTaskLaunchUpdater : public CAbstractTask
 {
@@ -37,6 +40,8 @@ public:
         bool elevated = false;
         /// The address for which a proxy is to be found; empty: no proxy is looked for.
         QString proxyUrl;
+        /// A proxy that wants a password may ask the user for it. Else only a saved one is used.
+        bool mayAskForPassword = false;
     };
 
     /// Bytes of standard output; an updater that prints more is killed.
@@ -66,6 +71,7 @@ private Q_SLOTS:
     void onProxyDetectionFinished(KOV_RESULT result, CAbstractTask *task);
     void onStandardOutput();
     void onStandardError();
+    void onHang();
     void onStandartRunFinished(int exitCode, QProcess::ExitStatus exitStatus);
     void onProcessError(QProcess::ProcessError error);
 

@@ -86,6 +86,9 @@ QString UpdaterFault::explanation(int exitCode)
 
 QString UpdaterFault::explanation(KOV_RESULT result, int exitCode, QProcess::ExitStatus exitStatus)
 {
+    if (result == KOV_ERR_PROXY_AUTHENTICATION_REQUIRED)
+        return Text::tr("The proxy server lets nothing through without a user name and a password. "
+                        "Look for updates again, and enter them.");
     if (KOV_FAILED(result))
         return Text::tr("The program that updates the application could not be run. "
                         "Install the application again to repair it; your data and settings are kept.");

@@ -1,6 +1,6 @@
 #include "gui/update/record/CAppVersion.h"
 
-#include "gui/frame/LibraryVersion_p.h"
+#include "gui/frame/LibraryVersion.h"
 
 #include <tuple>
 

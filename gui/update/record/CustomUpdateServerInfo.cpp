@@ -1,6 +1,8 @@
 #include "gui/update/record/CustomUpdateServerInfo.h"
 
+#include "gui/log/Log.h"
 #include "gui/update/record/UpdateSettings_p.h"
+#include "gui/update/record/UpdateUrl_p.h"
 
 #include <QSettings>
 
@@ -21,6 +23,17 @@ CustomUpdateServerInfo::Policy CustomUpdateServerInfo::policy()
     if (text.isEmpty() || text == QLatin1String("Tessarine"))
         return TessarineServer;
     return CustomServer;
+}
+
+bool CustomUpdateServerInfo::setUrl(const QString &address)
+{
+    if (!address.isEmpty() && UpdateUrl::checked(address).isEmpty()) {
+        KOV_LOG_TAG("[APP_UPDATE]", 0, "(!)Error: [%s] is no address of an update catalogue.",
+                    UpdateUrl::forLog(address).constData());
+        return false;
+    }
+    QSettings().setValue(UpdateSettings::updatePolicy, address);
+    return true;
 }
 
 QString CustomUpdateServerInfo::url()

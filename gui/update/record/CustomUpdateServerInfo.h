@@ -20,5 +20,8 @@ KOVGUI_EXPORT Policy policy();
 /// The server's catalogue address as the settings have it, unchecked; empty unless the policy is
 /// CustomServer.
 KOVGUI_EXPORT QString url();
+/// Asks the catalogue at this address from now on; empty: the product's own server.
+/// @return false, with a logged error and nothing changed, for an address that no updater may be given
+KOVGUI_EXPORT bool setUrl(const QString &address);
 
 } // namespace CustomUpdateServerInfo

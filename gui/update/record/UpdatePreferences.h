@@ -2,8 +2,8 @@
 
 #include "gui/KovGuiGlobal.h"
 
-/// What the user chose about updates, in the application's default settings. CAppUpdateLogic tells what holds as long as
-/// the user did not choose. GUI thread only.
+/// What the user chose about updates, in the application's default settings. CAppUpdateLogic tells what holds
+/// as long as the user did not choose. GUI thread only.
 namespace UpdatePreferences {
 
 enum CheckPeriod {
@@ -14,7 +14,8 @@ enum CheckPeriod {
     Monthly = 3,
 };
 
-/// @param byDefault  what holds without a choice; any other number than the four counts as Never, stored or here
+/// @param byDefault what holds without a choice; any other number than the four counts as Never, stored or
+/// here
 KOVGUI_EXPORT CheckPeriod checkPeriod(int byDefault);
 KOVGUI_EXPORT void setCheckPeriod(CheckPeriod period);
 

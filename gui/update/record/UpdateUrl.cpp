@@ -24,10 +24,7 @@ QString UpdateUrl::checked(const QString &address)
     if (address.size() > longestAddress || std::any_of(address.begin(), address.end(), isForbidden))
         return QString();
     const QUrl url(address, QUrl::StrictMode);
-    const bool isWeb = url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https");
-    if (!url.isValid() || !isWeb || url.host().isEmpty() || url.host().startsWith(QLatin1Char('-')))
-        return QString();
-    if (!url.password().isEmpty())
+    if (!url.isValid() || !WebUtils::isOpenAddress(address) || url.host().startsWith(QLatin1Char('-')))
         return QString();
     return QString::fromLatin1(url.toEncoded());
 }

@@ -12,8 +12,8 @@ namespace UpdateUrl {
 /**
  * The address in the form in which it may be handed to the updater, or empty when it may not.
  *
- * Accepted is a strict http or https address with a host, without blanks, quotes and control characters. An
- * address with a password is refused: every user of the machine can read the arguments of a process.
+ * Accepted is a strict address that is WebUtils::isOpenAddress(), without blanks, quotes and control
+ * characters.
  */
 KOVGUI_EXPORT QString checked(const QString &address);
 

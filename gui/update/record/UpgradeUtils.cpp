@@ -1,6 +1,7 @@
 #include "gui/update/record/UpgradeUtils.h"
 
-#include "gui/frame/LibraryVersion_p.h"
+#include "gui/frame/Application.h"
+#include "gui/frame/LibraryVersion.h"
 #include "gui/log/Log.h"
 #include "gui/log/LogText.h"
 #include "gui/update/record/CProductUpdateInfo.h"
@@ -10,6 +11,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QLocale>
+#include <QProcess>
 #include <QSettings>
 #include <QStandardPaths>
 
@@ -235,6 +237,23 @@ QString updatesFolder()
         return QString();
     }
     return path;
+}
+
+void confirmRunningVersion()
+{
+    QString updateMode;
+    const QString updater = KovGui::getUpdaterFilePathAndUpdateMode(updateMode, QStringLiteral("ctl"));
+    if (!QFileInfo(updater).isExecutable())
+        return;
+    // Its answer is of no use here: where there is nothing to confirm, it says so on standard error.
+    QProcess process;
+    process.setProgram(updater);
+    process.setArguments({QStringLiteral("confirm")});
+    process.setStandardOutputFile(QProcess::nullDevice());
+    process.setStandardErrorFile(QProcess::nullDevice());
+    if (!process.startDetached())
+        KOV_LOG_TAG("[APP_UPDATE]", 0, "(!)Error: %s cannot be started to confirm this version.",
+                    KovGui::logText(updater).constData());
 }
 
 QString messageIssuer()

@@ -36,12 +36,16 @@ KOVGUI_EXPORT bool isNeedToInstallUpdateOnAppStart(int *type = nullptr);
 /// Whether the installation at the next start is to be offered first; true unless it was stored otherwise.
 KOVGUI_EXPORT bool isConfirmationNeededOnAppStart();
 
-/// An update goes to the updater program now. Kept for the version that starts next: the application may be gone when
-/// the installation has ended.
+/// An update goes to the updater program now. Kept for the version that starts next: the application may be
+/// gone when the installation has ended.
 KOVGUI_EXPORT void setUpdateHandedOver(const CProductUpdateInfo &info);
 /// True once, in the first run of the version that was handed over last. For a host that tells its user.
 /// @param info  receives the update
 KOVGUI_EXPORT bool takeInstalledUpdate(CProductUpdateInfo *info);
+
+/// To be called once, when the application has come up: it runs, and its installation need not go back to the
+/// version before. Told by the updater program in the background; does nothing without one.
+KOVGUI_EXPORT void confirmRunningVersion();
 
 /// The user chose not to be offered this update again. An empty id is never skipped and never stored.
 KOVGUI_EXPORT bool isUpdateSkipped(const QString &transactionId);
@@ -76,10 +80,11 @@ KOVGUI_EXPORT bool setUpdateServerBase(const QString &address);
 KOVGUI_EXPORT QString defaultCatalogueUrl(int applicationMode);
 
 /**
- * The folder for update packages, "updates" in the application's local data, for this user alone. Created when it is
- * missing.
- * @return empty, with a logged error, when it cannot be had: a file or a symbolic link in its place, or a folder that
- * belongs to somebody else. Never use the empty text as a folder then: it would stand for another one.
+ * The folder for update packages, "updates" in the application's local data, for this user alone. Created
+ * when it is missing.
+ * @return empty, with a logged error, when it cannot be had: a file or a symbolic link in its place, or a
+ * folder that belongs to somebody else. Never use the empty text as a folder then: it would stand for another
+ * one.
  */
 KOVGUI_EXPORT QString updatesFolder();
 

@@ -89,11 +89,14 @@ const QVector<Option> &options()
         {"--config", "FILE", "Configuration instead of updater.xml beside the program",
          text(&CommandLine::configurationFile)},
         {"--product", "NAME", "Look for an update of this product", text(&CommandLine::product)},
+        {"--line", "LINE", "Line of the catalogue, such as console/v3", text(&CommandLine::line)},
         {"--current-version", "A.B.C.D", "The version that is installed", applyCurrentVersion},
         {"--locale", "NAME", "Locale of the installation, such as de_DE", text(&CommandLine::locale)},
         {"--os", "NAME", "Operating system: windows, linux, macos", text(&CommandLine::os)},
         {"--proxy-server", "HOST", "Connect through this HTTP proxy", applyProxyServer},
         {"--proxy-port", "PORT", "Port of the proxy", number(&CommandLine::proxyPort, 65535)},
+        {"--proxy-user", "NAME", "User of the proxy; the password is one line on standard input",
+         text(&CommandLine::proxyUser)},
         {"--proxy-try-count", "N", "Times to try the proxy, 1 to 10",
          number(&CommandLine::proxyTryCount, CommandLine::maximumProxyTryCount)},
         {"--ca-file", "FILE", "Trust these certificate authorities (PEM) instead of the system's",
@@ -136,6 +139,8 @@ QString contradiction(const CommandLine &line, const QSet<QString> &given)
         return QStringLiteral("--update install needs --file");
     if (line.proxyServer.isEmpty() != (line.proxyPort == 0))
         return QStringLiteral("--proxy-server and --proxy-port need each other");
+    if (!line.proxyUser.isEmpty() && line.proxyServer.isEmpty())
+        return QStringLiteral("--proxy-user needs --proxy-server");
     return QString();
 }
 
@@ -180,6 +185,5 @@ QString helpText()
             = QStringLiteral("%1 %2").arg(QLatin1String(option.name), QLatin1String(option.valueName));
         text += QStringLiteral("  %1 %2\n").arg(syntax, -26).arg(QLatin1String(option.help));
     }
-    text += QStringLiteral("\nFor those who publish: updater sign, updater generate-key\n");
     return text;
 }

@@ -20,6 +20,8 @@ struct CommandLine
     QString url;
     QString configurationFile;
     QString product;
+    /// Of the catalogue; empty for the one that its address tells.
+    QString line;
     std::optional<VersionNumber> currentVersion;
     QString locale;
     QString os;
@@ -30,6 +32,8 @@ struct CommandLine
     /// Empty for a direct connection.
     QString proxyServer;
     int proxyPort = 0;
+    /// Empty for a proxy that asks for none. Its password comes on standard input.
+    QString proxyUser;
     int proxyTryCount = 1;
     /// Seconds that the whole transfer may take.
     int timeout = 60;
@@ -41,5 +45,5 @@ struct CommandLine
 /// @return empty, or what is wrong as one sentence without a full stop; the command line is not usable then
 QString parseCommandLine(const QStringList &arguments, CommandLine *commandLine);
 
-/// The text of --help, ending with a line feed.
+/// The text of --help, without the commands, ending with a line feed.
 QString helpText();

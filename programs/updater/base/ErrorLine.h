@@ -10,3 +10,6 @@ void printError(const QString &text);
 
 /// Prints the text, returns the code.
 ExitCode fail(ExitCode code, const QString &text);
+
+/// Writes to standard output. @return the code, or OutputError with a line on standard error: a cut report is no report
+ExitCode printText(const QString &text, ExitCode code);

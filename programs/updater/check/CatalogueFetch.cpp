@@ -138,6 +138,11 @@ private:
         set(CURLOPT_PROXYTYPE, long(CURLPROXY_HTTP));
         set(CURLOPT_PROXYPORT, long(m_request.proxyPort));
         set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+        if (m_request.proxyUser.isEmpty())
+            return;
+        set(CURLOPT_PROXYAUTH, long(CURLAUTH_ANY));
+        set(CURLOPT_PROXYUSERNAME, m_request.proxyUser.toUtf8().constData());
+        set(CURLOPT_PROXYPASSWORD, m_request.proxyPassword.constData());
     }
 
     CURLcode performWithTries()

@@ -18,6 +18,9 @@ struct FetchRequest
     int proxyPort = 0;
     /// How often a connection that fails is tried through the proxy, at least 1.
     int proxyTryCount = 1;
+    /// Empty for a proxy that asks for none.
+    QString proxyUser;
+    QByteArray proxyPassword;
     /// For a whole check: all its documents, redirects and tries.
     int timeoutSeconds = 60;
 };

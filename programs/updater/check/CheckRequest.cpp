@@ -4,6 +4,7 @@
 #include "programs/updater/base/Address.h"
 
 #include <QLocale>
+#include <QRegularExpression>
 #include <QSysInfo>
 
 namespace {
@@ -42,6 +43,14 @@ VersionNumber installedVersion(const CommandLine &commandLine, const CUpdProduct
     return {KOV_VERSION_MAJOR, KOV_VERSION_MINOR, KOV_VERSION_PATCH, KOV_VERSION_BUILD};
 }
 
+QString lineOf(const QUrl &catalogue)
+{
+    static const QRegularExpression form(
+        QStringLiteral("/([^/]+/v[^/]+)/tessarine/tessarine_updates\\.xml\\z"));
+    const QRegularExpressionMatch match = form.match(catalogue.path(QUrl::FullyDecoded));
+    return match.hasMatch() ? match.captured(1) : QStringLiteral(KOV_UPDATE_LINE);
+}
+
 QString firstGiven(const QString &first, const QString &second)
 {
     return first.isEmpty() ? second : first;
@@ -64,10 +73,12 @@ CheckRequestResult makeCheckRequest(const CommandLine &commandLine, const CUpdat
         result.fault = QStringLiteral("the address of the update catalogue is not valid: %1").arg(fault);
         return result;
     }
+    result.request.line = commandLine.line.isEmpty() ? lineOf(fetch.url) : commandLine.line;
     fetch.certificateFile = commandLine.certificateFile;
     fetch.proxyServer = commandLine.proxyServer;
     fetch.proxyPort = commandLine.proxyPort;
     fetch.proxyTryCount = commandLine.proxyTryCount;
+    fetch.proxyUser = commandLine.proxyUser;
     fetch.timeoutSeconds = commandLine.timeout;
 
     const CUpdProduct *const product = installedProduct(configuration, commandLine.product);

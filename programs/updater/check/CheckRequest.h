@@ -1,7 +1,8 @@
 #pragma once
 
-#include "gui/update/catalogue/CUpdaterConfig.h"
+#include "gui/data_model/documents/CUpdaterConfig.h"
 #include "programs/updater/base/CommandLine.h"
+#include "programs/updater/base/RejectedVersion.h"
 #include "programs/updater/check/CatalogueFetch.h"
 #include "programs/updater/check/UpdateChoice.h"
 #include "programs/updater/package/PackageManifest.h"
@@ -11,6 +12,11 @@ struct CheckRequest
 {
     FetchRequest fetch;
     UpdateCriteria criteria;
+    /// Which line of versions the catalogue has to be of: of the command line, else "LINE/vN" of an address
+    /// ".../LINE/vN/tessarine/tessarine_updates.xml", else the one that the program was built for.
+    QString line;
+    /// Versions that were gone back from, as told to the user; the criteria hold them as well.
+    QVector<RejectedVersion> rejected;
     /// False when the configuration says that the product is not to be updated.
     bool isEnabled = true;
 };

@@ -46,6 +46,14 @@ TrustedFetch::TrustedFetch(const CheckRequest &request, const TrustCriteria &cri
 
 FetchResult TrustedFetch::fetchCatalogue()
 {
+    bool isOfAnotherFile = false;
+    const FetchResult result = judgedCatalogue(&isOfAnotherFile);
+    // One of the two may have been replaced between the requests.
+    return isOfAnotherFile ? judgedCatalogue(&isOfAnotherFile) : result;
+}
+
+FetchResult TrustedFetch::judgedCatalogue(bool *isOfAnotherFile)
+{
     const FetchResult fetched = fetchDocument(m_request.fetch, m_deadline);
     const QString what = QStringLiteral("the update catalogue %1").arg(Address::shown(fetched.url));
     if (fetched.code != ExitCode::UpdateFound)
@@ -53,13 +61,18 @@ FetchResult TrustedFetch::fetchCatalogue()
     const FetchResult signature = fetchSignature(m_request.fetch.url, what);
     if (signature.code != ExitCode::UpdateFound)
         return signature;
-    const TrustVerdict verdict = judgeCatalogue(fetched.body, signature.body, m_criteria,
-                                                m_store->catalogueCounter(m_criteria.product));
+    TrustVerdict verdict = judgeCatalogue(fetched.body, signature.body, m_criteria);
+    *isOfAnotherFile = verdict.isOfAnotherFile;
     if (verdict.code != ExitCode::UpdateFound)
         return refusal(verdict, what);
     // A check that forgets the counter would take an older catalogue the next time.
-    const QString fault = m_store->setCatalogueCounter(m_criteria.product, verdict.statement.counter);
-    return fault.isEmpty() ? fetched : forgetful(fault);
+    const OfferStore::Counted counted = m_store->countCatalogue(verdict.statement);
+    if (counted.isOld) {
+        verdict.code = ExitCode::CatalogueOutdated;
+        verdict.fault = QStringLiteral("it is older than one seen before");
+        return refusal(verdict, what);
+    }
+    return counted.fault.isEmpty() ? fetched : forgetful(counted.fault);
 }
 
 FetchResult TrustedFetch::fetchPackageSignature(const QUrl &package, const ChosenUpdate &chosen)

@@ -23,6 +23,7 @@ public:
     FetchResult fetchPackageSignature(const QUrl &package, const ChosenUpdate &chosen);
 
 private:
+    FetchResult judgedCatalogue(bool *isOfAnotherFile);
     FetchResult fetchSignature(const QUrl &url, const QString &what);
 
     const CheckRequest &m_request;

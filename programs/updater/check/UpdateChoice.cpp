@@ -100,7 +100,7 @@ std::optional<ChosenUpdate> chooseUpdate(const CUpdates &catalogue, const Update
             continue;
         for (const CUpdProductVersion &version : product.versions) {
             const VersionNumber number{version.major, version.minor, version.subMinor, version.subSubMinor};
-            if (number <= criteria.currentVersion)
+            if (number <= criteria.currentVersion || criteria.rejected.contains(number))
                 continue;
             for (const CUpdate &update : version.updates)
                 choice.consider(number, update);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "gui/update/catalogue/CUpdates.h"
+#include "gui/data_model/documents/CUpdates.h"
 #include "programs/updater/base/VersionNumber.h"
 
 #include <optional>
@@ -14,6 +14,8 @@ struct UpdateCriteria
     QString locale;
     /// "windows", "linux", "macos", or the name of another system.
     QString os;
+    /// Versions that are not offered.
+    QVector<VersionNumber> rejected = {};
 };
 
 struct ChosenUpdate
@@ -26,7 +28,7 @@ struct ChosenUpdate
  * The newest update that applies, if any.
  *
  * It applies if its product has the name asked for and updates enabled; its version is newer than the current
- * one; its status is "released"; it need not be bought; it is for the operating system and for the locale,
+ * one and not rejected; its status is "released"; it need not be bought; it is for the operating system and for the locale,
  * its language or any; and its ancestry names the current version or a beginning of it, or is empty.
  *
  * Of several, the highest version counts, then the closest locale, then the system by name before any, then

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "programs/updater/base/InstallResult.h"
+#include "programs/updater/base/RejectedVersion.h"
 #include "programs/updater/package/PackageFile.h"
 #include "programs/updater/package/PackageManifest.h"
 
@@ -13,10 +14,13 @@
  *
  *     current/    the version in use, with its manifest.json
  *     previous/   the version before, if there was one
- *     .updater/   private: lock, journal, counter, and what an installation under way writes
+ *     .updater/   private: lock, journal, counters, and what an installation under way writes
  *
  * Whatever ends the program, at whatever moment, the next open() or recover() finds or makes `current` a complete
  * version, the old one or the new one. docs/reference/update-package.md describes the journal.
+ *
+ * What is no longer needed and cannot be removed never fails anything: it is set aside, reported on standard error once,
+ * and tried again by every later run.
  *
  * Implemented once per operating system. One thread.
  */
@@ -28,14 +32,23 @@ public:
     {
         /// False: as on a file system that cannot exchange two names in one step.
         bool canExchange = true;
-        /// Called before every rename.
-        std::function<void()> beforeMove;
+        /// Called before every call that changes a file or a folder.
+        std::function<void()> beforeChange = nullptr;
+        /// False: as a disk that does not take what was written.
+        std::function<bool()> canSync = nullptr;
     };
+
+    /// How often in a row a new version may fail to come up before the next start goes back.
+    static constexpr int mostFailedStarts = 2;
 
     /// The installation that a program in this folder belongs to; empty when there is none.
     static QString find(const QString &programFolder);
     /// What is installed below the folder; nothing when there is no readable manifest.
     static std::optional<PackageManifest> installedManifest(const QString &root);
+    /// Versions of the installation that must not be offered, because they were gone back from; newest last.
+    static QVector<RejectedVersion> rejectedVersions(const QString &root);
+    /// The version in use came up. Needs no lock, so that an application that starts holds up no installation.
+    static InstallResult confirmVersion(const QString &root);
     /// Clears up after an updater that was killed. Does nothing while another one runs, or when the folder is not this
     /// user's to change.
     static InstallResult recover(const QString &root);
@@ -51,8 +64,9 @@ public:
 
     /// Of `current`.
     const PackageManifest &manifest() const;
-    /// The counter of the installed package; 0 when it was not installed by an updater.
-    quint64 counter() const;
+    /// The highest counter of an installed package that was signed with this key (Signature::Statement::key); 0 without
+    /// one. A record that cannot be read is ExitCode::InstallFailed.
+    InstallResult readCounter(const QByteArray &key, quint64 *counter) const;
 
     /// ExitCode::NotEnoughSpace when there is less room than this, in bytes.
     InstallResult checkSpace(qint64 needed) const;
@@ -63,10 +77,21 @@ public:
     /// Writes into the folder that makeStaging() made; end() returns when everything is on the medium. Valid as
     /// long as this object.
     PackageTarget &staging();
-    /// Puts the staging, complete, in the place of `current`, which becomes `previous`. Returns when that is on the
-    /// medium; if it fails, what was `current` is so still.
-    /// @param counter  of the new package
-    InstallResult commit(quint64 counter);
+    /// Puts the staging, complete, in the place of `current`, which becomes `previous`, and puts the new version on trial
+    /// (countStart()). Returns when that is on the medium; if it fails, what was `current` is so still.
+    /// @param key, counter  of the new package
+    InstallResult commit(const QByteArray &key, quint64 counter);
+
+    /// `previous` and `current` change places, and the version that was in use is rejected until a newer one is
+    /// installed. ExitCode::NothingBefore when `previous` is no older version of the product.
+    /// @param reason  for a person; cut to one line of 200 characters
+    InstallResult stepBack(const QString &reason);
+
+    /// To be called before a program of `current` takes this process's place. A new version is on trial until
+    /// confirmVersion(): its starts are counted, but for those while one that was counted still runs. After too many it
+    /// is stepped back from.
+    /// @return true when that happened
+    bool countStart();
 
 private:
     class Private;

@@ -30,6 +30,11 @@ InstallResult outdated(const QString &fault)
     return refuse(ExitCode::PackageOutdated, QStringLiteral("the package is not installed: %1").arg(fault));
 }
 
+InstallResult broken(const QString &fault)
+{
+    return refuse(ExitCode::PackageBroken, QStringLiteral("the package is not valid: %1").arg(fault));
+}
+
 /// Percentages of one run, of which each is told once.
 class ProgressLine
 {
@@ -72,9 +77,7 @@ public:
     InstallResult begin(const PackageManifest &manifest, const QByteArray &manifestText) override
     {
         if (manifest.product != m_statement.product || manifest.version != m_statement.version)
-            return refuse(ExitCode::PackageBroken,
-                          QStringLiteral("the package is not valid: its manifest is for %1 %2, its signature "
-                                         "for %3 %4")
+            return broken(QStringLiteral("its manifest is for %1 %2, its signature for %3 %4")
                               .arg(manifest.product, versionText(manifest.version), m_statement.product,
                                    versionText(m_statement.version)));
         m_total = manifest.totalSize();
@@ -180,7 +183,11 @@ private:
         if (m_statement.version <= installed.version)
             return outdated(QStringLiteral("its version %1 is not newer than the installed %2")
                                 .arg(versionText(m_statement.version), versionText(installed.version)));
-        if (m_statement.counter < m_installation.counter())
+        quint64 counter = 0;
+        const InstallResult known = m_installation.readCounter(m_statement.key, &counter);
+        if (!known.ok())
+            return known;
+        if (m_statement.counter < counter)
             return outdated(QStringLiteral("it was published before what is installed"));
         static const QRegularExpression ending(QStringLiteral("-(\\d+\\.\\d+\\.\\d+\\.\\d+)\\.tar\\.gz\\z"));
         const QRegularExpressionMatch match = ending.match(m_request.packageFile);
@@ -232,7 +239,7 @@ private:
     InstallResult commit()
     {
         m_progress.reach(unpackedPercent);
-        const InstallResult result = m_installation.commit(m_statement.counter);
+        const InstallResult result = m_installation.commit(m_statement.key, m_statement.counter);
         if (result.ok())
             m_progress.reach(100);
         return result;

@@ -1,22 +1,21 @@
 #include "programs/updater/publish/PackTool.h"
 
+#include "programs/updater/base/Arguments.h"
 #include "programs/updater/base/ErrorLine.h"
 
 #include <QCryptographicHash>
 #include <QDir>
-#include <QDirIterator>
 #include <QFileInfo>
-#include <QMap>
 #include <QSaveFile>
 #include <algorithm>
 #include <archive.h>
 #include <archive_entry.h>
 #include <cerrno>
+#include <filesystem>
 #include <memory>
 
 namespace {
 
-constexpr QLatin1String packCommand("pack");
 constexpr int blockSize = 64 * 1024;
 
 InstallResult unusable(const QString &fault)
@@ -24,52 +23,65 @@ InstallResult unusable(const QString &fault)
     return {ExitCode::PackageBroken, fault};
 }
 
-InstallResult readEntry(const QFileInfo &info, PackageEntry *entry)
+QString shown(const std::filesystem::path &path)
 {
-    QFile file(info.filePath());
+    return QString::fromStdString(path.u8string());
+}
+
+InstallResult readEntry(const std::filesystem::path &path, PackageEntry *entry)
+{
+    QFile file(QFile::decodeName(path.c_str()));
     QCryptographicHash digest(QCryptographicHash::Sha256);
     if (!file.open(QIODevice::ReadOnly) || !digest.addData(&file))
-        return unusable(QStringLiteral("%1 cannot be read: %2").arg(info.filePath(), file.errorString()));
+        return unusable(QStringLiteral("%1 cannot be read: %2").arg(shown(path), file.errorString()));
     entry->size = file.size();
-    entry->isExecutable = info.permission(QFileDevice::ExeOwner);
+    entry->isExecutable = file.permissions().testFlag(QFileDevice::ExeOwner);
     entry->digest = digest.result();
     return InstallResult();
 }
 
 /// A version that is installed holds the manifest of its package, which is made anew.
-bool isOldManifest(const QDir &folder, const QString &path)
+bool isOldManifest(const std::filesystem::path &path)
 {
-    QFile file(folder.filePath(path));
+    QFile file(QFile::decodeName(path.c_str()));
     PackageManifest manifest;
-    return path == QLatin1String(PackageManifest::fileName) && file.open(QIODevice::ReadOnly)
+    return file.open(QIODevice::ReadOnly)
            && PackageManifest::parse(file.read(PackageManifest::maximumTextSize + 1), &manifest).isEmpty();
 }
 
-InstallResult listFiles(const QDir &folder, PackageManifest *manifest)
+/// @param left  files beside those to be packed: what this command and the signing write
+InstallResult listFiles(const std::filesystem::path &folder, const QStringList &left,
+                        PackageManifest *manifest)
 {
-    QDirIterator iterator(folder.path(),
-                          QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                          QDirIterator::Subdirectories);
-    while (iterator.hasNext()) {
-        iterator.next();
-        const QFileInfo info = iterator.fileInfo();
-        const QString path = folder.relativeFilePath(info.filePath());
-        if (info.isSymLink() || (!info.isFile() && !info.isDir()))
-            return unusable(QStringLiteral("%1 is a link or a special file").arg(info.filePath()));
-        if (info.isDir() || isOldManifest(folder, path))
+    namespace fs = std::filesystem;
+    std::error_code error;
+    // Names as bytes, and an error for a folder that cannot be read: what is not in the package would be missed later.
+    for (fs::recursive_directory_iterator i(folder, error), end; !error && i != end; i.increment(error)) {
+        const fs::file_status status = i->symlink_status();
+        const std::string path = i->path().lexically_relative(folder).generic_string();
+        if (status.type() == fs::file_type::directory || left.contains(QFile::decodeName(i->path().c_str())))
+            continue;
+        if (status.type() != fs::file_type::regular)
+            return unusable(QStringLiteral("%1 is a link or a special file").arg(shown(i->path())));
+        if (path == PackageManifest::fileName && isOldManifest(i->path()))
             continue;
         PackageEntry entry;
-        entry.path = path.toUtf8();
-        const InstallResult result = readEntry(info, &entry);
+        entry.path = QByteArray::fromStdString(path);
+        if (!PackageManifest::isSafePath(entry.path))
+            return unusable(QStringLiteral("%1 has a name that a package cannot hold").arg(shown(i->path())));
+        const InstallResult result = readEntry(i->path(), &entry);
         if (!result.ok())
             return result;
         manifest->files.append(entry);
     }
+    if (error)
+        return unusable(QStringLiteral("%1 cannot be read completely: %2")
+                            .arg(shown(folder), QString::fromStdString(error.message())));
     std::sort(manifest->files.begin(), manifest->files.end(),
               [](const PackageEntry &one, const PackageEntry &other) { return one.path < other.path; });
     const QString fault = manifest->fault();
     return fault.isEmpty() ? InstallResult()
-                           : unusable(QStringLiteral("%1 cannot be packed: %2").arg(folder.path(), fault));
+                           : unusable(QStringLiteral("%1 cannot be packed: %2").arg(shown(folder), fault));
 }
 
 class Writing
@@ -160,24 +172,6 @@ InstallResult writePackage(const QDir &folder, const PackageManifest &manifest, 
             QStringLiteral("%1 cannot be written: %2").arg(output, file.errorString())};
 }
 
-/// The folder stands under an empty name. @return empty, or what is wrong
-QString collect(const QStringList &arguments, QMap<QString, QString> *values)
-{
-    const QStringList names{QStringLiteral("--product"), QStringLiteral("--version"),
-                            QStringLiteral("--output")};
-    for (int i = 0; i < arguments.size(); ++i) {
-        const bool isOption = arguments.at(i).startsWith(QLatin1String("--"));
-        const QString name = isOption ? arguments.at(i) : QString();
-        if (isOption && (!names.contains(name) || i + 1 == arguments.size()))
-            return QStringLiteral("argument %1 is not an option, or lacks its value").arg(i + 1);
-        if (values->contains(name))
-            return QStringLiteral("the folder or an option is given twice");
-        values->insert(name, isOption ? arguments.at(++i) : arguments.at(i));
-    }
-    return values->size() == names.size() + 1 ? QString()
-                                              : QStringLiteral("the folder or an option is missing");
-}
-
 } // namespace
 
 InstallResult packFolder(const QString &folder, const QString &product, const VersionNumber &version,
@@ -189,27 +183,26 @@ InstallResult packFolder(const QString &folder, const QString &product, const Ve
     PackageManifest manifest;
     manifest.product = product;
     manifest.version = version;
-    const InstallResult result = listFiles(directory, &manifest);
+    const QFileInfo info(output);
+    const QString target = QDir(info.dir().canonicalPath()).filePath(info.fileName());
+    const std::filesystem::path path(QFile::encodeName(directory.path()).toStdString());
+    const InstallResult result = listFiles(path, {target, target + QStringLiteral(".sig")}, &manifest);
     return result.ok() ? writePackage(directory, manifest, output) : result;
 }
 
-bool isPackToolCommand(const QString &name)
+ExitCode runPackTool(const QStringList &arguments, const QString &)
 {
-    return name == packCommand;
-}
-
-ExitCode runPackTool(const QStringList &arguments)
-{
-    QMap<QString, QString> values;
+    const QStringList options{QStringLiteral("--product"), QStringLiteral("--version"),
+                              QStringLiteral("--output")};
+    Values values;
     VersionNumber version{};
-    QString fault = collect(arguments.mid(1), &values);
+    QString fault = parseArguments(arguments, options, &values);
+    if (fault.isEmpty() && values.size() != options.size() + 1)
+        fault = QStringLiteral("the folder or an option is missing");
     if (fault.isEmpty() && !parseVersion(values.value(QStringLiteral("--version")), &version))
         fault = QStringLiteral("--version is not four numbers");
     if (!fault.isEmpty())
-        return fail(ExitCode::UsageError,
-                    QStringLiteral("%1 (usage: updater pack FOLDER --product NAME --version A.B.C.D "
-                                   "--output FILE.tar.gz)")
-                        .arg(fault));
+        return fail(ExitCode::UsageError, QStringLiteral("%1 (see updater pack --help)").arg(fault));
     const InstallResult result
         = packFolder(values.value(QString()), values.value(QStringLiteral("--product")), version,
                      values.value(QStringLiteral("--output")));

@@ -1,28 +1,22 @@
 #include "programs/updater/publish/SignTool.h"
 
+#include "gui/data_model/documents/CUpdates.h"
+#include "programs/updater/base/Arguments.h"
 #include "programs/updater/base/ErrorLine.h"
+#include "programs/updater/package/PackageFile.h"
 #include "programs/updater/trust/Signature.h"
 #include "programs/updater/trust/SigningKey.h"
 
 #include <QFile>
 #include <QFileInfo>
-#include <QMap>
 #include <QSaveFile>
-#include <cstdio>
+#include <algorithm>
 
 namespace {
 
-constexpr QLatin1String signCommand("sign");
-constexpr QLatin1String generateCommand("generate-key");
-
 ExitCode refuseUsage(const QString &fault)
 {
-    return fail(
-        ExitCode::UsageError,
-        QStringLiteral("%1 (usage: updater sign FILE --key KEYFILE --role catalogue|package --product NAME "
-                       "[--version A.B.C.D] [--counter N] --expires YYYY-MM-DDThh:mm:ssZ "
-                       "[--output FILE.sig], or updater generate-key KEYFILE)")
-            .arg(fault));
+    return fail(ExitCode::UsageError, QStringLiteral("%1 (see updater sign --help)").arg(fault));
 }
 
 struct SignOrder
@@ -33,28 +27,6 @@ struct SignOrder
     Signature::Statement statement;
 };
 
-using Values = QMap<QString, QString>;
-
-/// The file stands under an empty name. @return empty, or what is wrong
-QString collect(const QStringList &arguments, Values *values)
-{
-    const QStringList names{QStringLiteral("--key"),     QStringLiteral("--role"),
-                            QStringLiteral("--product"), QStringLiteral("--version"),
-                            QStringLiteral("--counter"), QStringLiteral("--expires"),
-                            QStringLiteral("--output")};
-    for (int i = 0; i < arguments.size(); ++i) {
-        const bool isOption = arguments.at(i).startsWith(QLatin1String("--"));
-        const QString name = isOption ? arguments.at(i) : QString();
-        if (isOption && (!names.contains(name) || i + 1 == arguments.size()))
-            return QStringLiteral("argument %1 is not an option, or lacks its value").arg(i + 1);
-        if (values->contains(name))
-            return isOption ? QStringLiteral("%1 is given twice").arg(name)
-                            : QStringLiteral("more than one file is named");
-        values->insert(name, isOption ? arguments.at(++i) : arguments.at(i));
-    }
-    return QString();
-}
-
 bool readRole(const QString &text, Signature::Role *role)
 {
     *role = text == QLatin1String("package") ? Signature::Role::Package : Signature::Role::Catalogue;
@@ -64,6 +36,7 @@ bool readRole(const QString &text, Signature::Role *role)
 QString makeOrder(const Values &values, const QDateTime &now, SignOrder *order)
 {
     const QString version = QStringLiteral("--version");
+    const QString line = QStringLiteral("--line");
     const QString counter = QStringLiteral("--counter");
     Signature::Statement &statement = order->statement;
     order->file = values.value(QString());
@@ -77,6 +50,9 @@ QString makeOrder(const Values &values, const QDateTime &now, SignOrder *order)
     if (values.contains(version) != isPackage
         || (isPackage && !parseVersion(values.value(version), &statement.version)))
         return QStringLiteral("--version has four numbers, for a package only");
+    statement.line = values.value(line);
+    if (values.contains(line) == isPackage || (!isPackage && !Signature::isName(statement.line)))
+        return QStringLiteral("--line names the line of versions, such as console/v3, for a catalogue only");
     bool isNumber = true;
     statement.counter = values.contains(counter) ? values.value(counter).toULongLong(&isNumber)
                                                  : quint64(now.toSecsSinceEpoch());
@@ -95,6 +71,56 @@ bool isSameFile(const QString &one, const QString &other)
     return !path.isEmpty() && path == QFileInfo(other).canonicalFilePath();
 }
 
+/// Takes what a package holds, and keeps nothing.
+class Inspection : public PackageTarget
+{
+public:
+    InstallResult begin(const PackageManifest &manifest, const QByteArray &) override
+    {
+        m_manifest = manifest;
+        return InstallResult();
+    }
+    InstallResult beginFile(const PackageEntry &) override { return InstallResult(); }
+    InstallResult write(const char *, qint64) override { return InstallResult(); }
+    InstallResult endFile() override { return InstallResult(); }
+    InstallResult end() override { return InstallResult(); }
+
+    const PackageManifest &manifest() const { return m_manifest; }
+
+private:
+    PackageManifest m_manifest;
+};
+
+/// Empty, or why an updater would refuse the package.
+QString packageFault(const SignOrder &order)
+{
+    PackageFile file;
+    Inspection inspection;
+    InstallResult result = file.open(QFileInfo(order.file).canonicalFilePath());
+    if (result.ok())
+        result = readPackage(file, inspection);
+    if (!result.ok())
+        return result.fault;
+    const PackageManifest &manifest = inspection.manifest();
+    if (manifest.product == order.statement.product && manifest.version == order.statement.version)
+        return QString();
+    return QStringLiteral("it holds %1 %2").arg(manifest.product, versionText(manifest.version));
+}
+
+QString catalogueFault(const SignOrder &order)
+{
+    QFile file(order.file);
+    CUpdates catalogue;
+    XmlReport report;
+    if (!file.open(QIODevice::ReadOnly) || !catalogue.read(file.readAll(), &report))
+        return report.errors.value(0, file.errorString());
+    const auto isOurs
+        = [&order](const CUpdProduct &product) { return product.productName == order.statement.product; };
+    return std::any_of(catalogue.products.begin(), catalogue.products.end(), isOurs)
+               ? QString()
+               : QStringLiteral("it does not list the product %1").arg(order.statement.product);
+}
+
 ExitCode writeSignature(const QString &path, const QByteArray &content)
 {
     QSaveFile file(path);
@@ -104,11 +130,18 @@ ExitCode writeSignature(const QString &path, const QByteArray &content)
     return ExitCode(0);
 }
 
-ExitCode sign(const QStringList &arguments)
+} // namespace
+
+ExitCode runSignTool(const QStringList &arguments, const QString &)
 {
     Values values;
     SignOrder order;
-    QString fault = collect(arguments, &values);
+    QString fault
+        = parseArguments(arguments,
+                         {QStringLiteral("--key"), QStringLiteral("--role"), QStringLiteral("--product"),
+                          QStringLiteral("--version"), QStringLiteral("--line"), QStringLiteral("--counter"),
+                          QStringLiteral("--expires"), QStringLiteral("--output")},
+                         &values);
     if (fault.isEmpty())
         fault = makeOrder(values, QDateTime::currentDateTimeUtc(), &order);
     if (!fault.isEmpty())
@@ -119,6 +152,10 @@ ExitCode sign(const QStringList &arguments)
     if (!file.open(QIODevice::ReadOnly) || !Signature::describe(&file, &order.statement))
         return fail(ExitCode::UsageError,
                     QStringLiteral("%1 cannot be read: %2").arg(order.file, file.errorString()));
+    // What the updater would refuse must not be published.
+    fault = order.statement.role == Signature::Role::Package ? packageFault(order) : catalogueFault(order);
+    if (!fault.isEmpty())
+        return fail(ExitCode::UsageError, QStringLiteral("%1 is not signed: %2").arg(order.file, fault));
     SigningKey key;
     fault = key.read(order.keyFile);
     if (!fault.isEmpty())
@@ -126,36 +163,22 @@ ExitCode sign(const QStringList &arguments)
                     QStringLiteral("the key %1 is not usable: %2").arg(order.keyFile, fault));
     const QByteArray signature = Signature::write(order.statement, key);
     Signature::Statement copy;
-    // What the updater would refuse must not be published.
     fault = Signature::read(signature, {key.publicKey()}, &copy);
     return fault.isEmpty()
                ? writeSignature(order.output, signature)
                : refuseUsage(QStringLiteral("--product is not a name of at most %1 printable characters")
-                                 .arg(Signature::maximumProductLength));
+                                 .arg(Signature::maximumNameLength));
 }
 
-ExitCode generateKey(const QStringList &arguments)
+ExitCode runKeyTool(const QStringList &arguments, const QString &)
 {
     if (arguments.size() != 1 || arguments.first().isEmpty())
-        return refuseUsage(QStringLiteral("the name of the key's file is needed"));
+        return fail(ExitCode::UsageError,
+                    QStringLiteral("the name of the key's file is needed (see updater generate-key --help)"));
     SigningKey key;
     const QString fault = key.create(arguments.first());
     if (!fault.isEmpty())
         return fail(ExitCode::OutputError,
                     QStringLiteral("the key %1 cannot be written: %2").arg(arguments.first(), fault));
-    const bool isPrinted = std::puts(key.publicKey().toHex().constData()) >= 0 && std::fflush(stdout) == 0;
-    return isPrinted ? ExitCode(0)
-                     : fail(ExitCode::OutputError, QStringLiteral("standard output cannot be written"));
-}
-
-} // namespace
-
-bool isSignToolCommand(const QString &name)
-{
-    return name == signCommand || name == generateCommand;
-}
-
-ExitCode runSignTool(const QStringList &arguments)
-{
-    return arguments.first() == signCommand ? sign(arguments.mid(1)) : generateKey(arguments.mid(1));
+    return printText(QLatin1String(key.publicKey().toHex()) + QLatin1Char('\n'), ExitCode(0));
 }

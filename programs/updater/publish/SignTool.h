@@ -4,13 +4,9 @@
 
 #include <QStringList>
 
-/**
- * The part of the program for those who publish: "sign" writes the signature file of a catalogue or a package,
- * "generate-key" makes a private key. docs/reference/update-signatures.md
- *
- * @param arguments  without the program's name, the command first
- */
-ExitCode runSignTool(const QStringList &arguments);
+/// "sign": writes the signature file of a catalogue or a package, which an updater has to be able to take apart.
+/// docs/reference/update-signatures.md
+ExitCode runSignTool(const QStringList &arguments, const QString &programDirectory);
 
-/// True for the name of a command of runSignTool().
-bool isSignToolCommand(const QString &name);
+/// "generate-key": makes a private key, and prints the public one.
+ExitCode runKeyTool(const QStringList &arguments, const QString &programDirectory);

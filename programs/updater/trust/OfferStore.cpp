@@ -2,7 +2,6 @@
 
 #include "programs/updater/base/ErrorLine.h"
 #include "programs/updater/base/Files.h"
-#include "programs/updater/trust/Signature.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -26,9 +25,12 @@ QString recordPath(const QString &folder, const char *kind, const QString &produ
     return QDir(folder).filePath(QLatin1String(kind) + QLatin1String(digest));
 }
 
-QString counterPath(const QString &folder, const QString &product)
+/// A second key starts anew, and lines do not block each other.
+QString counterPath(const QString &folder, const Signature::Statement &catalogue)
 {
-    return recordPath(folder, "counter-", product);
+    return recordPath(folder, "counter-",
+                      catalogue.product + QLatin1Char('\n') + catalogue.line + QLatin1Char('\n')
+                          + QLatin1String(catalogue.key));
 }
 
 /// One record a package: a newer offer leaves those before it as they are.
@@ -70,7 +72,7 @@ quint64 readCounter(const QString &path, QString *fault)
     bool ok = false;
     const quint64 counter = record.trimmed().toULongLong(&ok);
     if (!ok && QFile::exists(path) && fault->isEmpty())
-        *fault = QStringLiteral("%1 holds no counter").arg(path);
+        *fault = QStringLiteral("%1 is damaged: remove it to begin anew").arg(path);
     return counter;
 }
 
@@ -106,28 +108,18 @@ OfferStore::OfferStore(const QString &folder)
                                        + QStringLiteral("/tessarine/updater"))
 { }
 
-quint64 OfferStore::catalogueCounter(const QString &product) const
-{
-    QString fault;
-    const quint64 counter = readCounter(counterPath(m_folder, product), &fault);
-    if (!fault.isEmpty())
-        printError(fault);
-    return counter;
-}
-
-QString OfferStore::setCatalogueCounter(const QString &product, quint64 counter)
+OfferStore::Counted OfferStore::countCatalogue(const Signature::Statement &catalogue)
 {
     const Turn turn(m_folder);
     if (!turn.fault().isEmpty())
-        return turn.fault();
-    const QString path = counterPath(m_folder, product);
+        return {false, turn.fault()};
+    const QString path = counterPath(m_folder, catalogue);
     QString damage;
     const quint64 known = readCounter(path, &damage);
-    // Another check may have seen a newer catalogue meanwhile.
-    if (damage.isEmpty() && counter <= known)
-        return QString();
-    const QByteArray record = QByteArray::number(counter) + '\n';
-    return cannotWrite(path, Files::replacePrivate(path, record.constData(), record.size()));
+    if (!damage.isEmpty() || catalogue.counter <= known)
+        return {catalogue.counter < known, damage};
+    const QByteArray record = QByteArray::number(catalogue.counter) + '\n';
+    return {false, cannotWrite(path, Files::replacePrivate(path, record.constData(), record.size()))};
 }
 
 QByteArray OfferStore::packageSignature(const QString &product, const QString &packageFileName) const

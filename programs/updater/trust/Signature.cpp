@@ -20,12 +20,6 @@ const QByteArray &domain()
     return prefix;
 }
 
-/// Which key to try; says nothing about trust.
-QByteArray keyId(const PublicKey &key)
-{
-    return QCryptographicHash::hash(key, QCryptographicHash::Sha512).left(8).toHex();
-}
-
 QString dottedVersion(const VersionNumber &version)
 {
     return QStringLiteral("%1.%2.%3.%4").arg(version[0]).arg(version[1]).arg(version[2]).arg(version[3]);
@@ -38,8 +32,8 @@ QByteArray signedText(const Statement &statement, const QByteArray &key)
     QByteArray text = "Tessarine-Signature: 1\nRole: ";
     text += isPackage ? "package" : "catalogue";
     text += "\nProduct: " + statement.product.toUtf8();
-    if (isPackage)
-        text += "\nVersion: " + dottedVersion(statement.version).toLatin1();
+    text += isPackage ? "\nVersion: " + dottedVersion(statement.version).toLatin1()
+                      : "\nLine: " + statement.line.toUtf8();
     text += "\nCounter: " + QByteArray::number(statement.counter);
     text += "\nExpires: " + timeText(statement.expires).toLatin1();
     text += "\nSize: " + QByteArray::number(statement.size);
@@ -52,17 +46,9 @@ QByteArray wholeText(const QByteArray &text, const QByteArray &signature)
     return text + "Signature: " + signature.toHex() + '\n';
 }
 
-bool isProduct(const QString &name)
-{
-    return !name.isEmpty() && name.size() <= maximumProductLength && name == name.trimmed()
-           && std::all_of(name.begin(), name.end(),
-                          [](QChar character) { return character.isPrint() || character.isSurrogate(); });
-}
-
 struct Parsed
 {
     Statement statement;
-    QByteArray key;
     QByteArray signature;
 };
 
@@ -74,20 +60,23 @@ bool parse(const QByteArray &file, Parsed *parsed)
     for (const QByteArray &line : file.split('\n'))
         values.append(line.mid(line.indexOf(' ') + 1));
     const bool isPackage = values.value(1) == "package";
-    if (values.size() != (isPackage ? 11 : 10))
+    if (values.size() != 11)
         return false;
     Statement &statement = parsed->statement;
     statement.role = isPackage ? Role::Package : Role::Catalogue;
     statement.product = QString::fromUtf8(values.at(2));
-    if (isPackage && !parseVersion(QString::fromLatin1(values.takeAt(3)), &statement.version))
+    const QString versionOrLine = QString::fromUtf8(values.takeAt(3));
+    if (isPackage ? !parseVersion(versionOrLine, &statement.version) : !isName(versionOrLine))
         return false;
+    if (!isPackage)
+        statement.line = versionOrLine;
     statement.counter = values.at(3).toULongLong();
     statement.expires = parseTime(QString::fromLatin1(values.at(4)));
     statement.size = values.at(5).toLongLong();
     statement.digest = QByteArray::fromHex(values.at(6));
-    parsed->key = values.at(7);
+    statement.key = values.at(7);
     parsed->signature = QByteArray::fromHex(values.at(8));
-    return isProduct(statement.product) && statement.expires.isValid() && statement.size >= 0
+    return isName(statement.product) && statement.expires.isValid() && statement.size >= 0
            && statement.digest.size() == int(crypto_hash_sha512_BYTES)
            && parsed->signature.size() == int(crypto_sign_BYTES);
 }
@@ -104,6 +93,18 @@ bool isSignedBy(const PublicKey &key, const QByteArray &text, const QByteArray &
 }
 
 } // namespace
+
+QByteArray Signature::fingerprint(const PublicKey &key)
+{
+    return QCryptographicHash::hash(key, QCryptographicHash::Sha512).left(8).toHex();
+}
+
+bool Signature::isName(const QString &text)
+{
+    return !text.isEmpty() && text.size() <= maximumNameLength && text == text.trimmed()
+           && std::all_of(text.begin(), text.end(),
+                          [](QChar character) { return character.isPrint() || character.isSurrogate(); });
+}
 
 QVector<Signature::PublicKey> Signature::builtInKeys()
 {
@@ -122,11 +123,12 @@ QString Signature::read(const QByteArray &file, const QVector<PublicKey> &keys, 
     Parsed parsed;
     if (!parse(file, &parsed))
         return QStringLiteral("its signature has not the form of one");
-    const QByteArray text = signedText(parsed.statement, parsed.key);
+    const QByteArray text = signedText(parsed.statement, parsed.statement.key);
     if (wholeText(text, parsed.signature) != file)
         return QStringLiteral("its signature has not the form of one");
-    const auto key = std::find_if(keys.begin(), keys.end(),
-                                  [&parsed](const PublicKey &known) { return keyId(known) == parsed.key; });
+    const auto key = std::find_if(keys.begin(), keys.end(), [&parsed](const PublicKey &known) {
+        return fingerprint(known) == parsed.statement.key;
+    });
     if (key == keys.end())
         return QStringLiteral("it is signed with a key that this program does not know");
     if (!isSignedBy(*key, text, parsed.signature))
@@ -137,7 +139,7 @@ QString Signature::read(const QByteArray &file, const QVector<PublicKey> &keys, 
 
 QByteArray Signature::write(const Statement &statement, const SigningKey &key)
 {
-    const QByteArray text = signedText(statement, keyId(key.publicKey()));
+    const QByteArray text = signedText(statement, fingerprint(key.publicKey()));
     return wholeText(text, key.sign(domain() + text));
 }
 

@@ -20,8 +20,8 @@ enum class Role { Catalogue, Package };
 
 /// Longest signature file read, in bytes.
 constexpr int maximumFileSize = 4096;
-/// Longest product name, in characters.
-constexpr int maximumProductLength = 128;
+/// Longest name of a product or a line, in characters.
+constexpr int maximumNameLength = 128;
 
 /// What the signer said of a file.
 struct Statement
@@ -30,7 +30,9 @@ struct Statement
     QString product;
     /// Of a package; zeros for a catalogue.
     VersionNumber version{};
-    /// Grows with every file that the publisher signs for the product and role.
+    /// Of a catalogue: the line of versions that it lists, such as "console/v3" or "console-beta/v3". Empty for a package.
+    QString line;
+    /// Grows with every file that is signed with the key for the product, role and line.
     quint64 counter = 0;
     /// UTC, whole seconds; not valid from then on.
     QDateTime expires;
@@ -38,10 +40,16 @@ struct Statement
     qint64 size = 0;
     /// SHA-512 of the signed file, 64 bytes.
     QByteArray digest;
+    /// Fingerprint of the key that signed it; write() does not look at it.
+    QByteArray key;
 };
 
 /// Ed25519, 32 bytes each.
 using PublicKey = QByteArray;
+/// By which a signature names its key: 16 hexadecimal digits. Says nothing about trust.
+QByteArray fingerprint(const PublicKey &key);
+/// What a product or a line may be called: printable, at most maximumNameLength characters, no blank at either end.
+bool isName(const QString &text);
 /// The keys that this program was built with, at most two: the one in use and its successor or predecessor. Empty when
 /// it was built with none; then nothing is trusted.
 QVector<PublicKey> builtInKeys();

@@ -59,6 +59,11 @@ QString SigningKey::read(const QString &path)
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
         return file.errorString();
+    // A pipe has no reader but us.
+    constexpr QFileDevice::Permissions others
+        = QFileDevice::ReadGroup | QFileDevice::WriteGroup | QFileDevice::ReadOther | QFileDevice::WriteOther;
+    if (!file.isSequential() && (file.permissions() & others))
+        return QStringLiteral("other users can read or write it; close it to them (chmod 600)");
     Secret<char, fileSize + 1> text;
     qint64 size = 0;
     for (qint64 count = 1; count > 0; size += qMax<qint64>(0, count))

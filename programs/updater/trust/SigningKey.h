@@ -15,7 +15,7 @@ public:
     ~SigningKey();
     Q_DISABLE_COPY(SigningKey)
 
-    /// Reads the file, which may be a pipe. @return empty, or what is wrong as a sentence without a full stop
+    /// Reads the file, which may be a pipe; one that other users can read or write is refused. @return empty, or what is wrong as a sentence without a full stop
     QString read(const QString &path);
     /// Makes a new key and a file for it that only the user can read. A file of that name is kept: then it fails.
     /// @return as of read()

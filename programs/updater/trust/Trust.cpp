@@ -9,7 +9,7 @@ using Signature::Statement;
 
 TrustVerdict refuse(ExitCode code, const QString &fault)
 {
-    return {code, fault, Statement()};
+    return {code, fault, false, Statement()};
 }
 
 TrustVerdict distrust(const QString &fault)
@@ -31,13 +31,13 @@ TrustVerdict judge(const QByteArray &signatureFile, Role role, const TrustCriter
         return refuse(
             ExitCode::CatalogueOutdated,
             QStringLiteral("its signature expired at %1").arg(Signature::timeText(statement.expires)));
-    return {ExitCode::UpdateFound, QString(), statement};
+    return {ExitCode::UpdateFound, QString(), false, statement};
 }
 
 } // namespace
 
 TrustVerdict judgeCatalogue(const QByteArray &catalogue, const QByteArray &signatureFile,
-                            const TrustCriteria &criteria, quint64 highestCounter)
+                            const TrustCriteria &criteria)
 {
     const TrustVerdict verdict = judge(signatureFile, Role::Catalogue, criteria);
     if (verdict.code != ExitCode::UpdateFound)
@@ -47,9 +47,11 @@ TrustVerdict judgeCatalogue(const QByteArray &catalogue, const QByteArray &signa
     Statement actual;
     if (!buffer.open(QIODevice::ReadOnly) || !Signature::describe(&buffer, &actual)
         || actual.size != verdict.statement.size || actual.digest != verdict.statement.digest)
-        return distrust(QStringLiteral("it is not the file that was signed"));
-    if (verdict.statement.counter < highestCounter)
-        return refuse(ExitCode::CatalogueOutdated, QStringLiteral("it is older than one seen before"));
+        return {ExitCode::CatalogueNotTrusted, QStringLiteral("it is not the file that was signed"), true,
+                Statement()};
+    if (verdict.statement.line != criteria.line)
+        return distrust(QStringLiteral("it is of the line \"%1\", not of \"%2\"")
+                            .arg(verdict.statement.line, criteria.line));
     return verdict;
 }
 

@@ -78,14 +78,244 @@ class tst_DownloadFaults : public QObject
 
 private Q_SLOTS:
     void cleanup() { clear(); }
-    void neverSucceedsWithAWrongFile_data();
-    void neverSucceedsWithAWrongFile();
-    void lostConnectionsKeepThePart_data();
-    void lostConnectionsKeepThePart();
-    void fiveDroppedConnections();
-    void stallIsNoticedInTime();
-    void twoHundredKills();
-    void stopsOnRequest();
+    void neverSucceedsWithAWrongFile_data()
+    {
+        QTest::addColumn<bool>("isContinued"); // an earlier run left the first half, tagged "one"
+        QTest::addColumn<Handler>("fault");
+        QTest::addColumn<int>("exitCode");
+        QTest::addColumn<QByteArray>("expected"); // what is under the file's name afterwards; null: nothing
+        QTest::addColumn<QByteArray>("more");
+
+        const QByteArray none;
+        const auto continued = [](const char *name, const Handler &fault, int exitCode,
+                                  const QByteArray &expected, const QByteArray &more = {}) {
+            QTest::newRow(name) << true << fault << exitCode << expected << more;
+        };
+        continued("nothing happened", honest(file, tag), 0, file);
+        continued("changed, the server says so", honest(other, otherTag), 0, other);
+        continued("changed, If-Range ignored", parts(patched, otherTag, asItIs), 0, patched);
+        continued("changed, no tag in the answer", parts(patched, "", asItIs), 0, patched);
+        continued("other bytes under the right tag", parts(other, tag, asItIs), 0, other);
+        continued("range of another place", parts(file, tag, asItIs, 1000), 0, file);
+        const auto fromTheStart = [](Reply &reply) { reply.body = file.left(reply.body.size()); };
+        continued("bytes of another place", parts(file, tag, fromTheStart), 0, file);
+        continued("another total",
+                  parts(file, tag, [](Reply &reply) { reply.head.replace("/262144", "/262145"); }), 0, file);
+        continued("no range told",
+                  parts(file, tag, [](Reply &reply) { reply.head.replace("-Range", "-Other"); }), 0, file);
+        continued(
+            "several parts at once",
+            parts(file, tag, [](Reply &reply) { reply.head += "Content-Type: multipart/byteranges\r\n"; }), 0,
+            file);
+        continued("another length under the right tag", always(TestServer::whole(file.left(1000), tag)), 28,
+                  none);
+        continued("ranges ignored", always(TestServer::whole(file, tag)), 0, file);
+        const auto refuse = [](Reply &reply) {
+            reply = {"416 No\r\nContent-Length: 0\r\n", "", reply.end, 0};
+        };
+        continued("416", parts(other.left(1000), otherTag, refuse), 0, other.left(1000));
+        const Handler small = [](const Request &request) {
+            return TestServer::part(file.left(int(request.from) + 60000), request.from, size, tag);
+        };
+        continued("range in small pieces", small, 0, file);
+        const Handler unsteady = [](const Request &request) {
+            return TestServer::honest(request, other, "\"v" + QByteArray::number(request.number) + "\"",
+                                      half);
+        };
+        continued("changes again and again", unsteady, 29, none);
+        const auto damage = [](Reply &reply) { reply.body[overlap + 5] = '!'; };
+        continued("only the digest tells", parts(file, tag, damage), 0, file, "--md5 " + md5(file));
+
+        const auto row = [](const char *name, const Handler &fault, int exitCode, const QByteArray &expected,
+                            const QByteArray &more = {}) {
+            QTest::newRow(name) << false << fault << exitCode << expected << more;
+        };
+        const auto answer
+            = [&](const char *name, const Reply &reply, int exitCode, const QByteArray &expected = {},
+                  const QByteArray &more = {}) { row(name, always(reply), exitCode, expected, more); };
+        const QByteArray empty = "Content-Length: 0\r\n";
+        const auto stall = TestServer::End::Stay;
+        row("less than promised, again and again", honest(file, tag, 20000), 31, none, "--retries 3");
+        answer("chunks without an end", {"200 OK\r\nTransfer-Encoding: chunked\r\n", "2\r\nhi\r\n"}, 31, none,
+               "--retries 0");
+        answer("chunks with an end", {"200 OK\r\nTransfer-Encoding: chunked\r\n", "2\r\nhi\r\n0\r\n\r\n"}, 0,
+               "hi");
+        answer("end unknown", {"200 OK\r\n", file.left(half)}, 28);
+        answer("end unknown, digest known", {"200 OK\r\n", file}, 0, file, "--md5 " + md5(file));
+        answer("two lengths", {"200 OK\r\nContent-Length: 5\r\nContent-Length: 3\r\n", "hello"}, 28);
+        answer("part that nobody asked for", TestServer::part(file, 0, size, tag), 28);
+        answer("compressed unasked", {"200 OK\r\nContent-Encoding: gzip\r\nContent-Length: 2\r\n", "hi"}, 28);
+        answer("digest differs", TestServer::whole(file, tag), 30, none, "--sha256 " + QByteArray(64, '0'));
+        answer("longer than the disk", {"200 OK\r\nContent-Length: 1152921504606846976\r\n", "x", stall}, 16);
+        answer("empty file", {"200 OK\r\n" + empty, ""}, 0, "");
+        answer("headers without an end",
+               {"200 OK\r\n" + ("X: " + QByteArray(60000, 'x') + "\r\n").repeated(9), ""}, 28);
+        answer("header line without an end", {"200 OK\r\nX: " + QByteArray(150000, 'x') + "\r\n", ""}, 28);
+        answer("headers that drip",
+               {"", "HTTP/1.1 200 OK\r\n" + QByteArray("X: y\r\n").repeated(5000), stall, 6}, 31, none,
+               "--stall-limit 1 --retries 0");
+        answer("no HTTP", {"", "220 mail.example\r\n\r\n"}, 28);
+        answer("silence", {"200 OK\r\nContent-Length: 9\r\n", "x", stall}, 31, none,
+               "--stall-limit 1 --retries 0");
+        const Handler later = [=](const Request &request) {
+            return request.number == 1 ? Reply{"503 Busy\r\nRetry-After: 1\r\n" + empty, ""}
+                                       : TestServer::whole(file, tag);
+        };
+        row("later, and then", later, 0, file);
+        answer("much later", {"503 Busy\r\nRetry-After: 3600\r\n" + empty, ""}, 31);
+        answer("login", {"401 Who\r\nWWW-Authenticate: Basic realm=x\r\n" + empty, ""}, 21);
+        answer("forbidden", {"403 No\r\n" + empty, ""}, 22);
+        answer("not there", {"404 No\r\nContent-Length: 2\r\n", "no"}, 23);
+        answer("no method", {"405 No\r\n" + empty, ""}, 24);
+        answer("no content", {"204 No\r\n", ""}, 28);
+        answer("redirect to a local file", {"302 To\r\nLocation: file:///etc/passwd\r\n" + empty, ""}, 27);
+        const Handler largePage = [=](const Request &request) {
+            return request.number == 1 ? Reply{"302 To\r\nLocation: other\r\nContent-Length: 1000000000\r\n",
+                                               QByteArray(200000, 'x'), stall}
+                                       : TestServer::whole(file, tag);
+        };
+        row("redirect with a page without end", largePage, 0, file);
+        answer("redirect in a circle", {"302 To\r\nLocation: /file.bin\r\n" + empty, ""}, 27);
+    }
+
+    void neverSucceedsWithAWrongFile()
+    {
+        QFETCH(bool, isContinued);
+        QFETCH(Handler, fault);
+        QFETCH(int, exitCode);
+        QFETCH(QByteArray, expected);
+        QFETCH(QByteArray, more);
+
+        TestServer server(honest(file, tag, half));
+        if (isContinued) {
+            QCOMPARE(UtilityRun(server.url(), m_folder.path(), "--retries 0 " + more).run(), 31);
+            QCOMPARE(fileContent(path(".kovupd-part")), file.left(half));
+        }
+        server.handler = fault;
+        UtilityRun run(server.url(), m_folder.path(), more);
+        QVERIFY2(run.run() == exitCode, run.errors.constData());
+        QCOMPARE(fileContent(path()), expected);
+        QCOMPARE(fileContent(path()).isNull(), expected.isNull());
+        QCOMPARE(run.errors.contains("error: "), exitCode != 0);
+        QVERIFY(!isContinued || server.requests.at(1).contains("\r\nIf-Range: " + tag + "\r\n"));
+        if (exitCode == 0)
+            QCOMPARE(QDir(m_folder.path()).entryList(QDir::Files), QStringList{QStringLiteral("file.bin")});
+    }
+
+    void lostConnectionsKeepThePart_data()
+    {
+        QTest::addColumn<QByteArray>("answer");
+        QTest::addColumn<QByteArray>("scheme");
+        QTest::addColumn<TestServer::End>("end");
+        const auto close = TestServer::End::Close;
+        for (const char *answer :
+             {"", "HTT", "HTTP/1.1 20", "HTTP/1.1 200 OK\r\n", "HTTP/1.1 200 OK\r\nContent-Length: 26",
+              "HTTP/1.1 206 Partial Content\r\nContent-Length: 9\r\n"})
+            QTest::newRow(answer) << QByteArray(answer) << QByteArray("http") << close;
+        QTest::newRow("TLS, closed") << QByteArray() << QByteArray("https") << close;
+        QTest::newRow("TLS, reset") << QByteArray() << QByteArray("https") << TestServer::End::Reset;
+    }
+
+    void lostConnectionsKeepThePart()
+    {
+        QFETCH(QByteArray, answer);
+        QFETCH(QByteArray, scheme);
+        QFETCH(TestServer::End, end);
+        TestServer server(honest(file, tag, half), end);
+        const QByteArray digest = " --md5 " + md5(file);
+        QCOMPARE(UtilityRun(server.url(), m_folder.path(), "--retries 0" + digest).run(), 31);
+        server.handler = always({"", answer, end});
+        const int before = server.connections;
+        UtilityRun run(server.url("/file.bin", scheme), m_folder.path(), "--retries 1" + digest);
+        QVERIFY2(run.run() == 31, run.errors.constData());
+        QCOMPARE(server.connections, before + 2);
+        QCOMPARE(fileContent(path(".kovupd-part")), file.left(half));
+    }
+
+    void fiveDroppedConnections()
+    {
+        const QByteArray content = testContent(1000003, 3).repeated(96);
+        QByteArray sidecar;
+        TestServer server([&](const Request &request) {
+            sidecar = fileContent(path(".kovupd-info"));
+            return TestServer::honest(request, content, tag, request.number <= 5 ? 15 * 1024 * 1024 : -1);
+        });
+        QCOMPARE(UtilityRun(server.url(), m_folder.path()).run(), 0);
+        QVERIFY(fileContent(path()) == content);
+        QCOMPARE(server.requests.size(), 6);
+        QVERIFY2(server.served <= content.size() + 6 * (overlap + 1000),
+                 QByteArray::number(server.served).constData());
+        // A loss of power in the middle would not have cost everything.
+        QVERIFY2(QRegularExpression(QStringLiteral("synced [67]\\d{7}\n"))
+                     .match(QString::fromUtf8(sidecar))
+                     .hasMatch(),
+                 sidecar.constData());
+    }
+
+    void stallIsNoticedInTime()
+    {
+        QElapsedTimer sinceStall;
+        qint64 waited = 0;
+        TestServer server([&, inner = onceHalf(TestServer::End::Stay)](const Request &request) {
+            waited = sinceStall.isValid() ? sinceStall.elapsed() : 0;
+            sinceStall.start();
+            return inner(request);
+        });
+        QCOMPARE(UtilityRun(server.url(), m_folder.path(), "--stall-limit 1").run(), 0);
+        QCOMPARE(fileContent(path()), file);
+        QVERIFY2(waited >= 1000 && waited < 20000, QByteArray::number(waited).constData());
+    }
+
+    void killedAgainAndAgain()
+    {
+        const QByteArray content = testContent(1024 * 1024, 4);
+        TestServer server([&content](const Request &request) {
+            Reply reply = TestServer::honest(request, content, tag);
+            reply.pieceSize = 32 * 1024;
+            return reply;
+        });
+        QElapsedTimer whole;
+        whole.start();
+        QCOMPARE(UtilityRun(server.url(), m_folder.path()).run(), 0);
+        const int runTime = int(whole.elapsed());
+        clear();
+
+        int kills = 0;
+        int completed = 0;
+        QRandomGenerator random(5);
+        while (kills < 60 || completed == 0) {
+            // Every other file without a digest: nothing but the care with the files keeps those right.
+            UtilityRun run(server.url(), m_folder.path(),
+                           completed % 2 == 1 ? "--md5 " + md5(content) : QByteArray());
+            if (kills < 60)
+                QTimer::singleShot(random.bounded(runTime), &run.process, &QProcess::kill);
+            run.start();
+            const int exitCode = run.wait();
+            const QByteArray result = fileContent(path());
+            QVERIFY2(exitCode == 0 || exitCode == -1, run.errors.constData());
+            QVERIFY(exitCode == -1 || !result.isNull());
+            QVERIFY(result.isNull() || result == content);
+            kills += exitCode == -1;
+            if (result.isNull())
+                continue;
+            ++completed;
+            clear();
+        }
+    }
+
+    void stopsOnRequest()
+    {
+        TestServer server(onceHalf(TestServer::End::Stay));
+        UtilityRun run(server.url(), m_folder.path());
+        run.start();
+        QTRY_COMPARE(fileContent(path(".kovupd-part")).size(), half);
+        run.process.terminate();
+        QCOMPARE(run.wait(), 32);
+        QVERIFY(fileContent(path(".kovupd-info")).contains("synced " + QByteArray::number(half)));
+        QCOMPARE(UtilityRun(server.url(), m_folder.path()).run(), 0);
+        QCOMPARE(fileContent(path()), file);
+        QVERIFY(server.served <= size + overlap + 1000);
+    }
 
 private:
     QString path(const char *suffix = "") const
@@ -100,240 +330,6 @@ private:
 
     QTemporaryDir m_folder;
 };
-
-void tst_DownloadFaults::neverSucceedsWithAWrongFile_data()
-{
-    QTest::addColumn<bool>("isContinued"); // an earlier run left the first half, tagged "one"
-    QTest::addColumn<Handler>("fault");
-    QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QByteArray>("expected"); // what is under the file's name afterwards; null: nothing
-    QTest::addColumn<QByteArray>("more");
-
-    const QByteArray none;
-    const auto continued = [](const char *name, const Handler &fault, int exitCode,
-                              const QByteArray &expected, const QByteArray &more = {}) {
-        QTest::newRow(name) << true << fault << exitCode << expected << more;
-    };
-    continued("nothing happened", honest(file, tag), 0, file);
-    continued("changed, the server says so", honest(other, otherTag), 0, other);
-    continued("changed, If-Range ignored", parts(patched, otherTag, asItIs), 0, patched);
-    continued("changed, no tag in the answer", parts(patched, "", asItIs), 0, patched);
-    continued("other bytes under the right tag", parts(other, tag, asItIs), 0, other);
-    continued("range of another place", parts(file, tag, asItIs, 1000), 0, file);
-    const auto fromTheStart = [](Reply &reply) { reply.body = file.left(reply.body.size()); };
-    continued("bytes of another place", parts(file, tag, fromTheStart), 0, file);
-    continued("another total",
-              parts(file, tag, [](Reply &reply) { reply.head.replace("/262144", "/262145"); }), 0, file);
-    continued("no range told", parts(file, tag, [](Reply &reply) { reply.head.replace("-Range", "-Other"); }),
-              0, file);
-    continued("several parts at once",
-              parts(file, tag, [](Reply &reply) { reply.head += "Content-Type: multipart/byteranges\r\n"; }),
-              0, file);
-    continued("another length under the right tag", always(TestServer::whole(file.left(1000), tag)), 28,
-              none);
-    continued("ranges ignored", always(TestServer::whole(file, tag)), 0, file);
-    const auto refuse = [](Reply &reply) { reply = {"416 No\r\nContent-Length: 0\r\n", "", reply.end, 0}; };
-    continued("416", parts(other.left(1000), otherTag, refuse), 0, other.left(1000));
-    const Handler small = [](const Request &request) {
-        return TestServer::part(file.left(int(request.from) + 60000), request.from, size, tag);
-    };
-    continued("range in small pieces", small, 0, file);
-    const Handler unsteady = [](const Request &request) {
-        return TestServer::honest(request, other, "\"v" + QByteArray::number(request.number) + "\"", half);
-    };
-    continued("changes again and again", unsteady, 29, none);
-    const auto damage = [](Reply &reply) { reply.body[overlap + 5] = '!'; };
-    continued("only the digest tells", parts(file, tag, damage), 0, file, "--md5 " + md5(file));
-
-    const auto row = [](const char *name, const Handler &fault, int exitCode, const QByteArray &expected,
-                        const QByteArray &more = {}) {
-        QTest::newRow(name) << false << fault << exitCode << expected << more;
-    };
-    const auto answer
-        = [&](const char *name, const Reply &reply, int exitCode, const QByteArray &expected = {},
-              const QByteArray &more = {}) { row(name, always(reply), exitCode, expected, more); };
-    const QByteArray empty = "Content-Length: 0\r\n";
-    const auto stall = TestServer::End::Stay;
-    row("less than promised, again and again", honest(file, tag, 20000), 31, none, "--retries 3");
-    answer("chunks without an end", {"200 OK\r\nTransfer-Encoding: chunked\r\n", "2\r\nhi\r\n"}, 31, none,
-           "--retries 0");
-    answer("chunks with an end", {"200 OK\r\nTransfer-Encoding: chunked\r\n", "2\r\nhi\r\n0\r\n\r\n"}, 0,
-           "hi");
-    answer("end unknown", {"200 OK\r\n", file.left(half)}, 28);
-    answer("end unknown, digest known", {"200 OK\r\n", file}, 0, file, "--md5 " + md5(file));
-    answer("two lengths", {"200 OK\r\nContent-Length: 5\r\nContent-Length: 3\r\n", "hello"}, 28);
-    answer("part that nobody asked for", TestServer::part(file, 0, size, tag), 28);
-    answer("compressed unasked", {"200 OK\r\nContent-Encoding: gzip\r\nContent-Length: 2\r\n", "hi"}, 28);
-    answer("digest differs", TestServer::whole(file, tag), 30, none, "--sha256 " + QByteArray(64, '0'));
-    answer("longer than the disk", {"200 OK\r\nContent-Length: 1152921504606846976\r\n", "x", stall}, 16);
-    answer("empty file", {"200 OK\r\n" + empty, ""}, 0, "");
-    answer("headers without an end",
-           {"200 OK\r\n" + ("X: " + QByteArray(60000, 'x') + "\r\n").repeated(9), ""}, 28);
-    answer("header line without an end", {"200 OK\r\nX: " + QByteArray(150000, 'x') + "\r\n", ""}, 28);
-    answer("headers that drip", {"", "HTTP/1.1 200 OK\r\n" + QByteArray("X: y\r\n").repeated(5000), stall, 6},
-           31, none, "--stall-limit 1 --retries 0");
-    answer("no HTTP", {"", "220 mail.example\r\n\r\n"}, 28);
-    answer("silence", {"200 OK\r\nContent-Length: 9\r\n", "x", stall}, 31, none,
-           "--stall-limit 1 --retries 0");
-    const Handler later = [=](const Request &request) {
-        return request.number == 1 ? Reply{"503 Busy\r\nRetry-After: 1\r\n" + empty, ""}
-                                   : TestServer::whole(file, tag);
-    };
-    row("later, and then", later, 0, file);
-    answer("much later", {"503 Busy\r\nRetry-After: 3600\r\n" + empty, ""}, 31);
-    answer("login", {"401 Who\r\nWWW-Authenticate: Basic realm=x\r\n" + empty, ""}, 21);
-    answer("forbidden", {"403 No\r\n" + empty, ""}, 22);
-    answer("not there", {"404 No\r\nContent-Length: 2\r\n", "no"}, 23);
-    answer("no method", {"405 No\r\n" + empty, ""}, 24);
-    answer("no content", {"204 No\r\n", ""}, 28);
-    answer("redirect to a local file", {"302 To\r\nLocation: file:///etc/passwd\r\n" + empty, ""}, 27);
-    const Handler largePage = [=](const Request &request) {
-        return request.number == 1 ? Reply{"302 To\r\nLocation: other\r\nContent-Length: 1000000000\r\n",
-                                           QByteArray(200000, 'x'), stall}
-                                   : TestServer::whole(file, tag);
-    };
-    row("redirect with a page without end", largePage, 0, file);
-    answer("redirect in a circle", {"302 To\r\nLocation: /file.bin\r\n" + empty, ""}, 27);
-}
-
-void tst_DownloadFaults::neverSucceedsWithAWrongFile()
-{
-    QFETCH(bool, isContinued);
-    QFETCH(Handler, fault);
-    QFETCH(int, exitCode);
-    QFETCH(QByteArray, expected);
-    QFETCH(QByteArray, more);
-
-    TestServer server(honest(file, tag, half));
-    if (isContinued) {
-        QCOMPARE(UtilityRun(server.url(), m_folder.path(), "--retries 0 " + more).run(), 31);
-        QCOMPARE(fileContent(path(".kovupd-part")), file.left(half));
-    }
-    server.handler = fault;
-    UtilityRun run(server.url(), m_folder.path(), more);
-    QVERIFY2(run.run() == exitCode, run.errors.constData());
-    QCOMPARE(fileContent(path()), expected);
-    QCOMPARE(fileContent(path()).isNull(), expected.isNull());
-    QCOMPARE(run.errors.contains("error: "), exitCode != 0);
-    QVERIFY(!isContinued || server.requests.at(1).contains("\r\nIf-Range: " + tag + "\r\n"));
-    if (exitCode == 0)
-        QCOMPARE(QDir(m_folder.path()).entryList(QDir::Files), QStringList{QStringLiteral("file.bin")});
-}
-
-void tst_DownloadFaults::lostConnectionsKeepThePart_data()
-{
-    QTest::addColumn<QByteArray>("answer");
-    QTest::addColumn<QByteArray>("scheme");
-    QTest::addColumn<TestServer::End>("end");
-    const auto close = TestServer::End::Close;
-    for (const char *answer :
-         {"", "HTT", "HTTP/1.1 20", "HTTP/1.1 200 OK\r\n", "HTTP/1.1 200 OK\r\nContent-Length: 26",
-          "HTTP/1.1 206 Partial Content\r\nContent-Length: 9\r\n"})
-        QTest::newRow(answer) << QByteArray(answer) << QByteArray("http") << close;
-    QTest::newRow("TLS, closed") << QByteArray() << QByteArray("https") << close;
-    QTest::newRow("TLS, reset") << QByteArray() << QByteArray("https") << TestServer::End::Reset;
-}
-
-void tst_DownloadFaults::lostConnectionsKeepThePart()
-{
-    QFETCH(QByteArray, answer);
-    QFETCH(QByteArray, scheme);
-    QFETCH(TestServer::End, end);
-    TestServer server(honest(file, tag, half), end);
-    const QByteArray digest = " --md5 " + md5(file);
-    QCOMPARE(UtilityRun(server.url(), m_folder.path(), "--retries 0" + digest).run(), 31);
-    server.handler = always({"", answer, end});
-    const int before = server.connections;
-    UtilityRun run(server.url("/file.bin", scheme), m_folder.path(), "--retries 1" + digest);
-    QVERIFY2(run.run() == 31, run.errors.constData());
-    QCOMPARE(server.connections, before + 2);
-    QCOMPARE(fileContent(path(".kovupd-part")), file.left(half));
-}
-
-void tst_DownloadFaults::fiveDroppedConnections()
-{
-    const QByteArray content = testContent(1000003, 3).repeated(96);
-    QByteArray sidecar;
-    TestServer server([&](const Request &request) {
-        sidecar = fileContent(path(".kovupd-info"));
-        return TestServer::honest(request, content, tag, request.number <= 5 ? 15 * 1024 * 1024 : -1);
-    });
-    QCOMPARE(UtilityRun(server.url(), m_folder.path()).run(), 0);
-    QVERIFY(fileContent(path()) == content);
-    QCOMPARE(server.requests.size(), 6);
-    QVERIFY2(server.served <= content.size() + 6 * (overlap + 1000),
-             QByteArray::number(server.served).constData());
-    // A loss of power in the middle would not have cost everything.
-    QVERIFY2(QRegularExpression(QStringLiteral("synced [67]\\d{7}\n"))
-                 .match(QString::fromUtf8(sidecar))
-                 .hasMatch(),
-             sidecar.constData());
-}
-
-void tst_DownloadFaults::stallIsNoticedInTime()
-{
-    QElapsedTimer sinceStall;
-    qint64 waited = 0;
-    TestServer server([&, inner = onceHalf(TestServer::End::Stay)](const Request &request) {
-        waited = sinceStall.isValid() ? sinceStall.elapsed() : 0;
-        sinceStall.start();
-        return inner(request);
-    });
-    QCOMPARE(UtilityRun(server.url(), m_folder.path(), "--stall-limit 1").run(), 0);
-    QCOMPARE(fileContent(path()), file);
-    QVERIFY2(waited >= 1000 && waited < 2000, QByteArray::number(waited).constData());
-}
-
-void tst_DownloadFaults::twoHundredKills()
-{
-    const QByteArray content = testContent(1024 * 1024, 4);
-    TestServer server([&content](const Request &request) {
-        Reply reply = TestServer::honest(request, content, tag);
-        reply.pieceSize = 32 * 1024;
-        return reply;
-    });
-    QElapsedTimer whole;
-    whole.start();
-    QCOMPARE(UtilityRun(server.url(), m_folder.path()).run(), 0);
-    const int runTime = int(whole.elapsed());
-    clear();
-
-    int kills = 0;
-    int completed = 0;
-    QRandomGenerator random(5);
-    while (kills < 200 || completed == 0) {
-        // Every other file without a digest: nothing but the care with the files keeps those right.
-        UtilityRun run(server.url(), m_folder.path(),
-                       completed % 2 == 1 ? "--md5 " + md5(content) : QByteArray());
-        if (kills < 200)
-            QTimer::singleShot(random.bounded(runTime), &run.process, &QProcess::kill);
-        run.start();
-        const int exitCode = run.wait();
-        const QByteArray result = fileContent(path());
-        QVERIFY2(exitCode == 0 || exitCode == -1, run.errors.constData());
-        QVERIFY(exitCode == -1 || !result.isNull());
-        QVERIFY(result.isNull() || result == content);
-        kills += exitCode == -1;
-        if (result.isNull())
-            continue;
-        ++completed;
-        clear();
-    }
-}
-
-void tst_DownloadFaults::stopsOnRequest()
-{
-    TestServer server(onceHalf(TestServer::End::Stay));
-    UtilityRun run(server.url(), m_folder.path());
-    run.start();
-    QTRY_COMPARE(fileContent(path(".kovupd-part")).size(), half);
-    run.process.terminate();
-    QCOMPARE(run.wait(), 32);
-    QVERIFY(fileContent(path(".kovupd-info")).contains("synced " + QByteArray::number(half)));
-    QCOMPARE(UtilityRun(server.url(), m_folder.path()).run(), 0);
-    QCOMPARE(fileContent(path()), file);
-    QVERIFY(server.served <= size + overlap + 1000);
-}
 
 KOV_TEST_MAIN(QCoreApplication, tst_DownloadFaults)
 #include "tst_download_faults.moc"

@@ -21,20 +21,128 @@ Reply honest(const Request &request)
 
 } // namespace
 
-/// Against the real things: a proxy that demands a password, and a server with a certificate of a private authority.
+/// Against the real things: a proxy that demands a password, and a server with a certificate of a private
+/// authority.
 class tst_DownloadServers : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void passwordReachesOnlyTheProxy();
-    void wrongPasswordIsSentOnce();
-    void noWayAroundTheProxy();
-    void certificates_data();
-    void certificates();
-    void tunnel();
+    void initTestCase()
+    {
+        QVERIFY2(m_squid.start(proxyUser, password), m_squid.errorText().constData());
+        QVERIFY(QDir().mkpath(path("www")) && writeFile(path("www/file.bin"), file));
+        const QString certificate
+            = m_authority.issue(QStringLiteral("/CN=localhost"), QStringLiteral("DNS:localhost"));
+        const QString redirect
+            = QStringLiteral("location /down/ { return 302 http://localhost:1/file.bin; }");
+        QVERIFY2(m_nginx.start(path("www"), certificate + redirect, QStringLiteral("ssl")),
+                 qPrintable(m_nginx.errorString()));
+    }
+
+    void init()
+    {
+        QVERIFY(QDir(path("out")).removeRecursively() && QDir().mkpath(path("out")));
+        m_squid.clearAccessLog();
+    }
+
+    void passwordReachesOnlyTheProxy()
+    {
+        TestServer origin([](const Request &request) {
+            Reply reply = TestServer::honest(request, file, "\"one\"", request.number == 1 ? 200 * 1024 : -1);
+            reply.end = request.number == 1 ? TestServer::End::Stay : TestServer::End::Close;
+            return reply;
+        });
+        UtilityRun run(origin.url(), path("out"), throughProxy());
+        run.start(password + "\n");
+        QTRY_VERIFY(!fileContent(path("out/file.bin.kovupd-part")).isEmpty());
+        const QString process = QStringLiteral("/proc/%1/").arg(run.process.processId());
+        QByteArray seen = fileContent(process + QStringLiteral("cmdline"));
+        QVERIFY(seen.contains(proxyUser));
+        seen += fileContent(process + QStringLiteral("environ"));
+        run.process.terminate();
+        QCOMPARE(run.wait(), 32);
+        seen += run.output + run.errors + fileContent(path("out/file.bin.kovupd-info"));
+
+        UtilityRun again(origin.url(), path("out"), throughProxy());
+        QCOMPARE(again.run(password + "\n"), 0);
+        QCOMPARE(fileContent(path("out/file.bin")), file);
+        QVERIFY2(m_squid.accessLog().contains(proxyUser), m_squid.accessLog().constData());
+        seen += again.output + again.errors + origin.requests.join();
+        QVERIFY(!seen.contains("Proxy-Authorization"));
+        for (const QByteArray &form : {password, password.toBase64(), password.toPercentEncoding(),
+                                       (proxyUser + ":" + password).toBase64()})
+            QVERIFY2(!seen.contains(form), seen.constData());
+    }
+
+    void wrongPasswordIsSentOnce()
+    {
+        TestServer origin(honest);
+        for (const QByteArray &url : {origin.url(), secureUrl("localhost")}) {
+            init();
+            UtilityRun run(url, path("out"), throughProxy());
+            QCOMPARE(run.run("wrong\n"), 20);
+            // One question without a user, one with.
+            QTRY_COMPARE(m_squid.accessLog().count(proxyUser), 1);
+            QVERIFY2(m_squid.accessLog().count("DENIED/407") <= 2, m_squid.accessLog().constData());
+        }
+        QVERIFY(origin.requests.isEmpty());
+        QCOMPARE(UtilityRun(origin.url(), path("out"), throughProxy()).run(), 20);
+        QCOMPARE(UtilityRun(origin.url(), path("out"), throughProxy()).run(QByteArray("a\0b\n", 4)), 33);
+    }
+
+    void noWayAroundTheProxy()
+    {
+        TestServer origin(honest);
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("no_proxy"), QStringLiteral("*"));
+        environment.insert(QStringLiteral("http_proxy"), QStringLiteral("http://127.0.0.1:1"));
+
+        const QByteArray nobody
+            = "--proxy-server 127.0.0.1 --proxy-port " + QByteArray::number(NginxServer::freePort());
+        UtilityRun refused(origin.url(), path("out"), nobody);
+        refused.process.setProcessEnvironment(environment);
+        QCOMPARE(refused.run(), 25);
+        QVERIFY(origin.requests.isEmpty());
+
+        // And the other way round: the environment's proxy is nobody's wish.
+        UtilityRun direct(origin.url(), path("out"));
+        direct.process.setProcessEnvironment(environment);
+        QCOMPARE(direct.run(), 0);
+    }
+
+    void certificates_data()
+    {
+        QTest::addColumn<QByteArray>("url");
+        QTest::addColumn<QByteArray>("more");
+        QTest::addColumn<int>("exitCode");
+
+        QTest::newRow("trusted") << secureUrl("localhost") << trusting() << 0;
+        QTest::newRow("unknown authority") << secureUrl("localhost") << QByteArray() << 26;
+        QTest::newRow("another name") << secureUrl("127.0.0.1") << trusting() << 26;
+        QTest::newRow("no such file") << secureUrl("localhost") << QByteArray("--ca-file /nonexistent") << 26;
+        QTest::newRow("redirect to plain HTTP")
+            << secureUrl("localhost", "/down/file.bin") << trusting() << 27;
+    }
+
+    void certificates()
+    {
+        QFETCH(QByteArray, url);
+        QFETCH(QByteArray, more);
+        QFETCH(int, exitCode);
+        UtilityRun run(url, path("out"), more);
+        QVERIFY2(run.run() == exitCode, run.errors.constData());
+        QCOMPARE(fileContent(path("out/file.bin")), exitCode == 0 ? file : QByteArray());
+    }
+
+    void tunnel()
+    {
+        UtilityRun run(secureUrl("localhost"), path("out"), throughProxy() + trusting());
+        QVERIFY2(run.run(password) == 0, run.errors.constData());
+        QCOMPARE(fileContent(path("out/file.bin")), file);
+        QTRY_VERIFY(m_squid.accessLog().contains("CONNECT localhost:" + QByteArray::number(m_nginx.port())
+                                                 + " " + proxyUser));
+    }
 
 private:
     QString path(const char *name) const { return m_folder.filePath(QLatin1String(name)); }
@@ -54,120 +162,6 @@ private:
     SquidServer m_squid;
     NginxServer m_nginx;
 };
-
-void tst_DownloadServers::initTestCase()
-{
-    QVERIFY2(m_squid.start(proxyUser, password), m_squid.errorText().constData());
-    QVERIFY(QDir().mkpath(path("www")) && writeFile(path("www/file.bin"), file));
-    const QString certificate
-        = m_authority.issue(QStringLiteral("/CN=localhost"), QStringLiteral("DNS:localhost"));
-    const QString redirect = QStringLiteral("location /down/ { return 302 http://localhost:1/file.bin; }");
-    QVERIFY2(m_nginx.start(path("www"), certificate + redirect, QStringLiteral("ssl")),
-             qPrintable(m_nginx.errorString()));
-}
-
-void tst_DownloadServers::init()
-{
-    QVERIFY(QDir(path("out")).removeRecursively() && QDir().mkpath(path("out")));
-    m_squid.clearAccessLog();
-}
-
-void tst_DownloadServers::passwordReachesOnlyTheProxy()
-{
-    TestServer origin([](const Request &request) {
-        Reply reply = TestServer::honest(request, file, "\"one\"", request.number == 1 ? 200 * 1024 : -1);
-        reply.end = request.number == 1 ? TestServer::End::Stay : TestServer::End::Close;
-        return reply;
-    });
-    UtilityRun run(origin.url(), path("out"), throughProxy());
-    run.start(password + "\n");
-    QTRY_VERIFY(!fileContent(path("out/file.bin.kovupd-part")).isEmpty());
-    const QString process = QStringLiteral("/proc/%1/").arg(run.process.processId());
-    QByteArray seen = fileContent(process + QStringLiteral("cmdline"));
-    QVERIFY(seen.contains(proxyUser));
-    seen += fileContent(process + QStringLiteral("environ"));
-    run.process.terminate();
-    QCOMPARE(run.wait(), 32);
-    seen += run.output + run.errors + fileContent(path("out/file.bin.kovupd-info"));
-
-    UtilityRun again(origin.url(), path("out"), throughProxy());
-    QCOMPARE(again.run(password + "\n"), 0);
-    QCOMPARE(fileContent(path("out/file.bin")), file);
-    QVERIFY2(m_squid.accessLog().contains(proxyUser), m_squid.accessLog().constData());
-    seen += again.output + again.errors + origin.requests.join();
-    QVERIFY(!seen.contains("Proxy-Authorization"));
-    for (const QByteArray &form : {password, password.toBase64(), password.toPercentEncoding(),
-                                   (proxyUser + ":" + password).toBase64()})
-        QVERIFY2(!seen.contains(form), seen.constData());
-}
-
-void tst_DownloadServers::wrongPasswordIsSentOnce()
-{
-    TestServer origin(honest);
-    for (const QByteArray &url : {origin.url(), secureUrl("localhost")}) {
-        init();
-        UtilityRun run(url, path("out"), throughProxy());
-        QCOMPARE(run.run("wrong\n"), 20);
-        // One question without a user, one with.
-        QTRY_COMPARE(m_squid.accessLog().count(proxyUser), 1);
-        QVERIFY2(m_squid.accessLog().count("DENIED/407") <= 2, m_squid.accessLog().constData());
-    }
-    QVERIFY(origin.requests.isEmpty());
-    QCOMPARE(UtilityRun(origin.url(), path("out"), throughProxy()).run(), 20);
-    QCOMPARE(UtilityRun(origin.url(), path("out"), throughProxy()).run(QByteArray("a\0b\n", 4)), 33);
-}
-
-void tst_DownloadServers::noWayAroundTheProxy()
-{
-    TestServer origin(honest);
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("no_proxy"), QStringLiteral("*"));
-    environment.insert(QStringLiteral("http_proxy"), QStringLiteral("http://127.0.0.1:1"));
-
-    const QByteArray nobody
-        = "--proxy-server 127.0.0.1 --proxy-port " + QByteArray::number(NginxServer::freePort());
-    UtilityRun refused(origin.url(), path("out"), nobody);
-    refused.process.setProcessEnvironment(environment);
-    QCOMPARE(refused.run(), 25);
-    QVERIFY(origin.requests.isEmpty());
-
-    // And the other way round: the environment's proxy is nobody's wish.
-    UtilityRun direct(origin.url(), path("out"));
-    direct.process.setProcessEnvironment(environment);
-    QCOMPARE(direct.run(), 0);
-}
-
-void tst_DownloadServers::certificates_data()
-{
-    QTest::addColumn<QByteArray>("url");
-    QTest::addColumn<QByteArray>("more");
-    QTest::addColumn<int>("exitCode");
-
-    QTest::newRow("trusted") << secureUrl("localhost") << trusting() << 0;
-    QTest::newRow("unknown authority") << secureUrl("localhost") << QByteArray() << 26;
-    QTest::newRow("another name") << secureUrl("127.0.0.1") << trusting() << 26;
-    QTest::newRow("no such file") << secureUrl("localhost") << QByteArray("--ca-file /nonexistent") << 26;
-    QTest::newRow("redirect to plain HTTP") << secureUrl("localhost", "/down/file.bin") << trusting() << 27;
-}
-
-void tst_DownloadServers::certificates()
-{
-    QFETCH(QByteArray, url);
-    QFETCH(QByteArray, more);
-    QFETCH(int, exitCode);
-    UtilityRun run(url, path("out"), more);
-    QVERIFY2(run.run() == exitCode, run.errors.constData());
-    QCOMPARE(fileContent(path("out/file.bin")), exitCode == 0 ? file : QByteArray());
-}
-
-void tst_DownloadServers::tunnel()
-{
-    UtilityRun run(secureUrl("localhost"), path("out"), throughProxy() + trusting());
-    QVERIFY2(run.run(password) == 0, run.errors.constData());
-    QCOMPARE(fileContent(path("out/file.bin")), file);
-    QTRY_VERIFY(m_squid.accessLog().contains("CONNECT localhost:" + QByteArray::number(m_nginx.port()) + " "
-                                             + proxyUser));
-}
 
 KOV_TEST_MAIN(QCoreApplication, tst_DownloadServers)
 #include "tst_download_servers.moc"

@@ -6,12 +6,21 @@
 
 #include <QByteArray>
 #include <fcntl.h>
+#include <functional>
 #include <optional>
 
 using KovGui::Platform::Descriptor;
 
 /// Files and folders by their names inside an open folder; no link is ever followed.
 namespace Files {
+
+/// For tests: called before every call that changes a file or a folder.
+inline std::function<void()> beforeChange;
+inline void changing()
+{
+    if (beforeChange)
+        beforeChange();
+}
 
 /// Flags of every opening; nothing that is opened can make the program wait.
 constexpr int safely = O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
@@ -29,7 +38,16 @@ InstallResult writeNew(int folder, const char *name, const char *data, qint64 si
 InstallResult writeAll(int file, const char *data, qint64 size);
 /// Returns when the file or folder stands on the medium.
 InstallResult sync(int descriptor);
-/// Removes a file, or a folder with all that it holds; nothing to remove is success.
+/// As the system's rename; also a folder of the user's that he may not write to.
+bool move(int fromFolder, const char *from, int toFolder, const char *to);
+/// Two names change places in one step. False with errno EINVAL where the file system cannot do that.
+bool exchange(int folder, const char *name, int otherFolder, const char *otherName);
+/// Removes a file, or a folder with all that it holds, on one file system: what is mounted in it stays. Nothing to
+/// remove is success. What cannot be removed may lie in the folder under names of rubbish afterwards.
 InstallResult remove(int folder, const char *name);
+/// Frees the name: what cannot be removed is reported on standard error and kept under a name of rubbish.
+InstallResult discard(int folder, const char *name);
+/// Tries again, and says nothing.
+void removeRubbish(int folder);
 
 } // namespace Files

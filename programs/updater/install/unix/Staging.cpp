@@ -10,6 +10,7 @@ constexpr mode_t folderMode = 0755;
 
 InstallResult openNewFolder(int parent, const char *name, Descriptor *folder)
 {
+    Files::changing();
     if (mkdirat(parent, name, folderMode) != 0 && errno != EEXIST)
         return Files::systemFault(QStringLiteral("a folder cannot be made"));
     *folder = Files::openFolder(parent, name);
@@ -22,7 +23,7 @@ InstallResult openNewFolder(int parent, const char *name, Descriptor *folder)
 
 InstallResult Staging::make(int parent)
 {
-    const InstallResult result = Files::remove(parent, name);
+    const InstallResult result = Files::discard(parent, name);
     return result.ok() ? openNewFolder(parent, name, &m_root) : result;
 }
 
@@ -59,6 +60,7 @@ InstallResult Staging::enter(const QByteArray &folderPath)
 
 InstallResult Staging::createFile(int folder, const QByteArray &name, bool isExecutable)
 {
+    Files::changing();
     m_file = Descriptor(
         openat(folder, name.constData(), O_WRONLY | O_CREAT | O_EXCL | Files::safely, mode_t(0600)));
     if (!m_file.isOpen() || fchmod(m_file.number(), isExecutable ? 0755 : 0644) != 0)

@@ -1,0 +1,120 @@
+#include "gui/mapping/storage/SettingsFile_p.h"
+
+#include "gui/log/Log.h"
+#include "gui/log/LogText.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFileInfo>
+#include <QLockFile>
+#include <QSaveFile>
+#include <QSettings>
+#include <QTemporaryDir>
+
+namespace {
+
+constexpr int LockWaitMs = 10000;
+
+/// Puts the values into what a settings file holds. On a full disk QSettings says that it wrote what it only began, and it
+/// notices damage only when it reads: the outcome is looked at through another name.
+QString edit(QByteArray *content, QSettings::Format format, const QHash<QString, QVariant> &values)
+{
+    const QString noRoom = QStringLiteral("no room for a temporary copy");
+    const QTemporaryDir folder;
+    const QString draft = folder.filePath(QStringLiteral("draft"));
+    const QString proof = folder.filePath(QStringLiteral("proof"));
+    QFile file(draft);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) || file.write(*content) != content->size())
+        return noRoom;
+    file.close();
+
+    QStringList keys;
+    {
+        QSettings settings(draft, format);
+        settings.allKeys(); // has all of it read
+        if (settings.status() != QSettings::NoError)
+            return QStringLiteral("it holds something that is no setting");
+        for (auto value = values.begin(); value != values.end(); ++value)
+            settings.setValue(value.key(), *value);
+        keys = settings.allKeys();
+    }
+    if (!file.open(QIODevice::ReadOnly) || !QFile::copy(draft, proof))
+        return noRoom;
+    *content = file.readAll();
+    return content->endsWith('\n') && QSettings(proof, format).allKeys() == keys ? QString() : noRoom;
+}
+
+/// Nobody ever sees half of it.
+QString replace(const QString &fileName, const QByteArray &content)
+{
+    const QDateTime before = QFileInfo(fileName).lastModified();
+    QSaveFile file(fileName);
+    // Buffered it would not notice that the last bytes found no room.
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+        return file.errorString();
+    if (file.write(content) != content.size())
+        return QStringLiteral("the disk is full");
+    // QSettings reads a file again when its size or its time has changed.
+    if (before.isValid() && file.fileTime(QFileDevice::FileModificationTime) <= before)
+        file.setFileTime(before.addMSecs(1), QFileDevice::FileModificationTime);
+    return file.commit() ? QString() : file.errorString();
+}
+
+QString writeFile(const QString &fileName, QSettings::Format format, const QHash<QString, QVariant> &values)
+{
+    // The lock under which every QSettings writes this file.
+    QLockFile lock(fileName + QStringLiteral(".lock"));
+    if (!lock.tryLock(LockWaitMs))
+        return QStringLiteral("another process holds it, or the disk is full");
+    QByteArray content;
+    QFile file(fileName);
+    if (file.exists()) {
+        if (!file.open(QIODevice::ReadOnly))
+            return file.errorString();
+        content = file.readAll();
+    }
+    const QString error = edit(&content, format, values);
+    return error.isEmpty() ? replace(fileName, content) : error;
+}
+
+} // namespace
+
+namespace SettingsFile {
+
+QString key(const QString &prefix, const QString &path)
+{
+    const QString whole = prefix + QLatin1Char('/') + path;
+    // QSettings takes neighbouring slashes for one, and none at either end.
+    return whole.split(QLatin1Char('/'), Qt::SkipEmptyParts).join(QLatin1Char('/'));
+}
+
+QVariant value(const QSettings &settings, const QString &key, const QVariant &defaultValue)
+{
+    const QVariant stored = settings.value(key, defaultValue);
+    if (stored.isValid() || !defaultValue.isValid())
+        return stored;
+    KOV_LOG(0, "(!)Error: The setting [%s] holds no value; its default takes its place.",
+            KovGui::logText(key).constData());
+    return defaultValue;
+}
+
+QString write(const QHash<QString, QVariant> &values)
+{
+    QSettings settings;
+    const QString fileName = settings.fileName();
+    const auto complaint = [&](const QString &error) {
+        return error.isEmpty() ? QString() : fileName + QStringLiteral(": ") + error;
+    };
+    if (settings.status() == QSettings::AccessError || !settings.isWritable())
+        return complaint(QStringLiteral("it cannot be written"));
+    // Some systems keep settings elsewhere than in a file.
+    if (settings.format() == QSettings::IniFormat || fileName.endsWith(QLatin1String(".conf")))
+        return complaint(writeFile(fileName, settings.format(), values));
+    for (auto value = values.begin(); value != values.end(); ++value)
+        settings.setValue(value.key(), *value);
+    settings.sync();
+    return complaint(settings.status() == QSettings::NoError ? QString()
+                                                             : QStringLiteral("it could not be written"));
+}
+
+} // namespace SettingsFile

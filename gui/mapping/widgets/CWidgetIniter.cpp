@@ -1,0 +1,7 @@
+#include "gui/mapping/widgets/CWidgetIniter.h"
+
+CWidgetIniter::CWidgetIniter(QObject *parent)
+    : QObject(parent)
+{ }
+
+void CWidgetIniter::initWidget(QWidget *, const QVariant &) { }

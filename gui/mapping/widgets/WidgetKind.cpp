@@ -1,0 +1,82 @@
+#include "gui/mapping/widgets/WidgetKind_p.h"
+
+#include <QComboBox>
+#include <QLineEdit>
+#include <QSlider>
+#include <QSpinBox>
+#include <QTextEdit>
+
+namespace {
+
+template <typename Widget, auto Content>
+QVariant content(const QWidget *widget)
+{
+    return (static_cast<const Widget *>(widget)->*Content)();
+}
+
+QVariant checked(const QWidget *widget)
+{
+    return widget->property("checked");
+}
+
+constexpr WidgetKind Kinds[] = {
+    {"QComboBox",
+     {"currentIndexChanged(int)", nullptr},
+     nullptr,
+     content<QComboBox, &QComboBox::currentIndex>},
+    {"QLineEdit",
+     {"editingFinished()", nullptr},
+     "textEdited(QString)",
+     content<QLineEdit, &QLineEdit::text>},
+    // Its watcher tells.
+    {"QTextEdit", {nullptr, nullptr}, "textChanged()", content<QTextEdit, &QTextEdit::toPlainText>},
+    {"QDoubleSpinBox",
+     {"valueChanged(double)", "editingFinished()"},
+     "textEdited(QString)",
+     content<QDoubleSpinBox, &QDoubleSpinBox::value>},
+    {"QSpinBox",
+     {"valueChanged(int)", "editingFinished()"},
+     "textEdited(QString)",
+     content<QSpinBox, &QSpinBox::value>},
+    {"QSlider", {"valueChanged(int)", nullptr}, nullptr, content<QSlider, &QAbstractSlider::value>},
+    {"QWidget", {"toggled(bool)", nullptr}, nullptr, checked},
+};
+
+} // namespace
+
+const WidgetKind &WidgetKind::of(const QWidget *widget)
+{
+    for (const WidgetKind &kind : Kinds) {
+        if (widget->inherits(kind.className))
+            return kind;
+    }
+    Q_UNREACHABLE();
+}
+
+Accessor Accessor::find(const QWidget *widget, const char *property, const char *verb, const char *arguments,
+                        const std::initializer_list<QObject *> &objects)
+{
+    const auto accessor = [&](const QByteArray &name) {
+        const QByteArray signature = name + arguments;
+        for (QObject *object : objects) {
+            const int index = object->metaObject()->indexOfMethod(signature.constData());
+            if (index >= 0)
+                return Accessor{object->metaObject()->method(index), object, QString::fromUtf8(name)};
+        }
+        return Accessor{QMetaMethod(), nullptr, QString::fromUtf8(name)};
+    };
+    const auto ofClass
+        = [&](const char *className) { return accessor(QByteArray(verb) + className + "Value"); };
+
+    const QByteArray named = widget->property(property).toString().toUtf8();
+    if (!named.isEmpty())
+        return accessor(named);
+    if (widget->inherits("QAbstractButton") || widget->inherits("CMultilineCheckBox"))
+        return ofClass("QAbstractButton");
+    for (const QMetaObject *meta = widget->metaObject(); meta; meta = meta->superClass()) {
+        const Accessor found = ofClass(meta->className());
+        if (found.object)
+            return found;
+    }
+    return ofClass(widget->metaObject()->className());
+}

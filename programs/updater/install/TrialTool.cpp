@@ -1,0 +1,93 @@
+#include "programs/updater/install/TrialTool.h"
+
+#include "programs/updater/base/Arguments.h"
+#include "programs/updater/base/ErrorLine.h"
+#include "programs/updater/install/Installation.h"
+
+#include <QFile>
+#include <cstring>
+
+namespace {
+
+QString rootOf(const Values &values, const QString &programDirectory)
+{
+    const QString given = values.value(QStringLiteral("--root"));
+    return given.isEmpty() ? Installation::find(programDirectory) : given;
+}
+
+ExitCode result(const InstallResult &result)
+{
+    return result.ok() ? result.code : fail(result.code, result.fault);
+}
+
+/// Takes the arguments apart and finds the installation.
+InstallResult findRoot(const QStringList &arguments, const QStringList &options,
+                       const QString &programDirectory, Values *values, QString *root)
+{
+    const QString fault = parseArguments(arguments, options, values);
+    if (!fault.isEmpty() || values->contains(QString()))
+        return {ExitCode::UsageError,
+                fault.isEmpty() ? QStringLiteral("there is one argument too many") : fault};
+    *root = rootOf(*values, programDirectory);
+    return root->isEmpty()
+               ? InstallResult{ExitCode::NoInstallation,
+                               QStringLiteral("this program lies in no installation; --root names one")}
+               : InstallResult();
+}
+
+} // namespace
+
+ExitCode runRollbackTool(const QStringList &arguments, const QString &programDirectory)
+{
+    Values values;
+    QString root;
+    Installation installation;
+    InstallResult opened = findRoot(arguments, {QStringLiteral("--root"), QStringLiteral("--reason")},
+                                    programDirectory, &values, &root);
+    if (opened.ok())
+        opened = installation.open(root);
+    if (!opened.ok())
+        return result(opened);
+    const VersionNumber before = installation.manifest().version;
+    const InstallResult done = installation.stepBack(values.value(QStringLiteral("--reason")));
+    if (!done.ok())
+        return result(done);
+    return printText(QStringLiteral("%1 %2 is in use again; %3 is not offered any more.\n")
+                         .arg(installation.manifest().product, versionText(installation.manifest().version),
+                              versionText(before)),
+                     ExitCode(0));
+}
+
+ExitCode runConfirmTool(const QStringList &arguments, const QString &programDirectory)
+{
+    Values values;
+    QString root;
+    const InstallResult found
+        = findRoot(arguments, {QStringLiteral("--root")}, programDirectory, &values, &root);
+    return result(found.ok() ? Installation::confirmVersion(root) : found);
+}
+
+ExitCode prepareRun(char *argv[], const QString &programDirectory, QByteArray *path, char ***next)
+{
+    char **argument = argv + 2;
+    Values values;
+    if (*argument && std::strcmp(*argument, "--root") == 0 && argument[1]) {
+        values.insert(QStringLiteral("--root"), QFile::decodeName(argument[1]));
+        argument += 2;
+    }
+    if (!*argument || !PackageManifest::isSafePath(*argument))
+        return fail(ExitCode::UsageError, QStringLiteral("a program inside the installation is needed"));
+    const QString root = rootOf(values, programDirectory);
+    if (root.isEmpty())
+        return fail(ExitCode::NoInstallation, QStringLiteral("this program lies in no installation"));
+    Installation installation;
+    if (installation.open(root).ok()) {
+        const QString version = versionText(installation.manifest().version);
+        if (installation.countStart())
+            printError(QStringLiteral("version %1 did not come up; the version before is in use again")
+                           .arg(version));
+    }
+    *path = QFile::encodeName(root) + "/current/" + QByteArray(*argument);
+    *next = argument;
+    return ExitCode::UpdateFound;
+}

@@ -1,0 +1,121 @@
+#pragma once
+
+#include "gui/messages/box/CDetailsDialog.h"
+#include "gui/messages/box/CMessageBox.h"
+#include "gui/messages/notification/CNotificationBox.h"
+#include "gui/tasks/download/CDownloadProgressDialog.h"
+#include "gui/tasks/sign_in/CProxyAuthenticator.h"
+#include "gui/tasks/sign_in/CUserAuthDialog.h"
+#include "gui/update/dialogs/CConfirmUpdateInstallationDialog.h"
+#include "gui/update/dialogs/CUpdateDialog.h"
+#include "gui/update/record/CProductUpdateInfo.h"
+#include "gui/window/CProgressDialog.h"
+
+#include <QAbstractButton>
+#include <QVector>
+
+#include <functional>
+
+/// A window of the library, as full as it gets.
+struct DialogRow
+{
+    const char *name;
+    std::function<QWidget *()> make;
+    const char *className; ///< and object name
+    const char
+        *tabOrder; ///< object names, from the widget with the focus on; empty: it never takes the keyboard
+    bool escapeHides;
+};
+
+inline QWidget *makeMessageBox()
+{
+    auto *box = new CMessageBox;
+    box->setTitle(QStringLiteral("Console"));
+    box->setMessage(QStringLiteral("The machine cannot be started."));
+    box->setDescription(QStringLiteral("There is not enough memory. ").repeated(40));
+    box->setDetails(QStringLiteral("Details"));
+    box->setHelpTopic(Help::MessagesTopic);
+    box->setProblemID(QStringLiteral("15351"));
+    box->setAllowHide(true);
+    box->setButtonsMap({{Messaging::Button1, {QStringLiteral("&Try Again"), QMessageBox::AcceptRole}},
+                        {Messaging::Button2, {QStringLiteral("&Ignore"), QMessageBox::RejectRole}}});
+    box->findChild<QAbstractButton *>(QStringLiteral("m_lblHelpMeSolve"))->click();
+    return box;
+}
+
+inline QWidget *makeNotification()
+{
+    auto *box = new CNotificationBox;
+    box->setWindowTitle(QStringLiteral("Console"));
+    box->setMessage(QStringLiteral("The machine was stopped."));
+    box->setDescription(QStringLiteral("There was not enough memory."));
+    box->setDetails(QStringLiteral("Details"));
+    box->setButton1(QStringLiteral("&Start Again"));
+    box->setAllowHide(true);
+    return box;
+}
+
+inline QWidget *makeProgress()
+{
+    auto *dialog = new CProgressDialog;
+    dialog->setWindowTitle(QStringLiteral("Update"));
+    dialog->setLabelText(QStringLiteral("Checking for updates of everything there is. ").repeated(6));
+    return dialog;
+}
+
+inline QWidget *makeDownload()
+{
+    auto *dialog = new CDownloadProgressDialog({37, 3725, 456789012, 1234567890, 1234567});
+    dialog->setFileName(QStringLiteral("a-very-long-name-").repeated(20));
+    dialog->setStatusText(QString());
+    return dialog;
+}
+
+inline QWidget *makeLogin()
+{
+    auto *dialog = CProxyAuthenticator::createAuthDialog(QStringLiteral("proxy.example"), 8080, true);
+    dialog->setUsername(QStringLiteral("user"));
+    return dialog;
+}
+
+inline QWidget *makeOffer(CUpdateDialog::ConfirmationMode mode)
+{
+    auto *dialog = new CUpdateDialog(mode);
+    CProductUpdateInfo info;
+    info.transactionId = QStringLiteral("Tessarine Console-3.1.5-31502");
+    info.updateDescription = QStringLiteral("Better.\nFaster.\n").repeated(40);
+    dialog->setNotificationFor(info);
+    return dialog;
+}
+
+inline QWidget *makeConfirmation()
+{
+    auto *dialog = new CConfirmUpdateInstallationDialog;
+    dialog->setDescription(QStringLiteral("These applications will be closed. ").repeated(20));
+    return dialog;
+}
+
+/// Every window class of the library has a row; tst_dialogs refuses one without.
+inline const QVector<DialogRow> &dialogTable()
+{
+    static const QVector<DialogRow> table{
+        {"message box", makeMessageBox, "CMessageBox",
+         "m_pbButton1 m_pbButton2 m_txtMessage m_txtInfo m_lblProblemIDNumber m_lblProblemIDLink "
+         "m_lblHelpMeSolve m_lblSupportInfo m_ckbDoNotShowFlag m_pbHelp m_pbDetails",
+         true},
+        {"notification", makeNotification, "CNotificationBox", "", true},
+        {"details", [] { return new CDetailsDialog(QStringLiteral("line\n").repeated(99)); },
+         "CDetailsDialog", "m_pbClose m_txtDetails", true},
+        {"download", makeDownload, "CDownloadProgressDialog", "m_pbPauseResume m_pbCancel", true},
+        {"progress", makeProgress, "CProgressDialog", "m_pbCancel", false},
+        {"login", makeLogin, "CUserAuthDialog", "m_lePassword m_ckbRemember m_pbOk m_pbCancel m_leName",
+         true},
+        {"offer", [] { return makeOffer(CUpdateDialog::Download); }, "CUpdateDialog",
+         "m_pbInstall m_txtDescription m_pbSkipVersion m_pbPostpone", true},
+        {"congratulations", [] { return makeOffer(CUpdateDialog::Congratulations); }, "CUpdateDialog",
+         "m_pbOk m_txtDescription", true},
+        {"confirmation", makeConfirmation, "CConfirmUpdateInstallationDialog",
+         "m_pbInstall m_pbCancel m_pbPostpone", true},
+    };
+    return table;
+}
