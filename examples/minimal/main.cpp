@@ -3,6 +3,10 @@
 #include "abstract_task/Tasks.h"
 #include "gui/KovGui.h"
 #include "gui/frame/LibraryVersion.h"
+#include "gui/mapping/storage/CMappingController.h"
+#include "gui/mapping/storage/CMappingModel.h"
+#include "gui/mapping/widgets/CDataProvider.h"
+#include "gui/mapping/widgets/CWidgetMapper.h"
 #include "gui/messages/CMessageManager.h"
 #include "gui/messages/record/MessageParams.h"
 #include "gui/update/CAppUpdateLogic.h"
@@ -11,12 +15,16 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QDialog>
+#include <QLineEdit>
 #include <QMainWindow>
 #include <QMenuBar>
 #include <QMetaEnum>
+#include <QPushButton>
 #include <QSettings>
 #include <QTcpSocket>
 #include <QUrl>
+#include <QVBoxLayout>
 
 namespace Minimal {
 Q_NAMESPACE
@@ -75,6 +83,45 @@ public:
     bool isDownloadInBackgroundByDefault() const override { return false; }
 };
 
+/// Settings in widgets.
+class MinimalPreferences : public QDialog
+{
+    struct Model : CMappingModel
+    {
+        Model()
+            : CMappingModel(ManualSubmit)
+        { }
+        QVariant getDefaultValue(const QString &, const QString &) const override { return QString(); }
+    };
+
+public:
+    explicit MinimalPreferences(QWidget *parent)
+        : QDialog(parent)
+    {
+        auto *name = new QLineEdit(this);
+        name->setAccessibleName(tr("Your name"));
+        name->setProperty("storages", QStringLiteral("QSettings")); // a form of Qt Designer has these, too
+        name->setProperty("QSettings", QStringLiteral("user.name"));
+        auto *apply = new QPushButton(tr("&Apply"), this);
+        apply->setEnabled(false);
+        connect(&m_mapper, &CWidgetMapper::modificationChanged, apply, &QWidget::setEnabled);
+        connect(apply, &QPushButton::clicked, this, [this] {
+            if (m_mapper.flush()) // what is being typed
+                m_model.submit();
+        });
+        auto *layout = new QVBoxLayout(this);
+        layout->addWidget(name);
+        layout->addWidget(apply);
+        m_mapper.addMappings(this);
+    }
+
+private:
+    Model m_model;
+    CMappingController m_controller{m_model};
+    CDataProvider m_provider;
+    CWidgetMapper m_mapper{m_controller, m_provider, nullptr};
+};
+
 class MinimalWindow : public QMainWindow
 {
 public:
@@ -90,6 +137,12 @@ public:
         QAction *connection = menuBar()->addAction(tr("&Connect"));
         connect(connection, &QAction::triggered, this,
                 [this] { greet(QUrl(QSettings().value(QStringLiteral("Server")).toString())); });
+        QAction *preferences = menuBar()->addAction(tr("&Preferences…"));
+        connect(preferences, &QAction::triggered, this, [this] {
+            auto *dialog = new MinimalPreferences(this);
+            dialog->setAttribute(Qt::WA_DeleteOnClose);
+            dialog->open();
+        });
     }
 
 private:

@@ -48,14 +48,14 @@ CAppUpdateWorker::CAppUpdateWorker(CAppUpdateLogic *logic)
     d->retry = new DownloadRetry(this);
     connect(d->retry, &QTimer::timeout, this, [this] {
         if (isDownloadInBackgroundWanted())
-            install({}, false);
+            install({});
     });
     d->installation = new InstallationSlot(this);
     connect(d->installation, &InstallationSlot::finished, this,
             &CAppUpdateWorker::onTaskInstallUpdateFinished);
     connect(d->installation, &InstallationSlot::vacated, this, [this](const InstallRequest &next) {
         if (!d->isQuitting)
-            install(next, true);
+            install(next);
     });
     if (!UpgradeUtils::isUpdatesRestricted())
         d->pending.loadAtStart();
@@ -233,7 +233,7 @@ void CAppUpdateWorker::handOn(const CTaskCheckForProductUpdate &check)
     d->retry->reset();
     d->pending.set(info, inBackground, isSmart);
     // An unattended installation asks its own question.
-    install({isSmart, !inBackground && !isSmart}, !inBackground);
+    install({isSmart, !inBackground && !isSmart, !inBackground});
 }
 
 void CAppUpdateWorker::offerMajorUpgrade(const CProductUpdateInfo &info, bool inBackground)
@@ -253,7 +253,8 @@ void CAppUpdateWorker::offerMajorUpgrade(const CProductUpdateInfo &info, bool in
     const QStringList own{KovGui::getAppGuiName(), info.getVersion()};
     MessageParams params(code);
     params.setShortMsgParams(own + messageParameters(code, false))
-        .setLongMsgParams(own + messageParameters(code, true));
+        .setLongMsgParams(own + messageParameters(code, true))
+        .setAskedFor(!inBackground);
     d->majorOffer.ask(params, [this](KOV_RESULT shown, Messaging::ButtonID answer) {
         onInstallMajorUpdateAnswered(shown, answer);
     });

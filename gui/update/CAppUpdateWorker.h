@@ -154,7 +154,7 @@ private:
     void handOn(const CTaskCheckForProductUpdate &check);
     void offerMajorUpgrade(const CProductUpdateInfo &info, bool inBackground);
     bool isDownloadInBackgroundWanted() const;
-    KOV_RESULT install(InstallRequest request, bool isAskedFor);
+    KOV_RESULT install(InstallRequest request);
     KOV_RESULT startInstallation(bool inBackground, const InstallRequest &request);
     void followChoice(const CTaskInstallProductUpdate &task);
     void offerNewerLater(const CTaskInstallProductUpdate &task);

@@ -48,7 +48,12 @@ public:
         if (retry->isActive())
             UpgradeUtils::setDownloadingUpdateInBackground(true);
         const CTaskInstallProductUpdate *task = installation->task();
-        if (!task || task->isSmartInstallMode() || !PendingUpdate::isOnDisk(task->getInstallationPath()))
+        if (!task || task->isSmartInstallMode())
+            return;
+        // A download that was watched; the next start finds the update again, and goes on from the partial file.
+        if (task->updateInfo().download.isCutOff() && !task->isInBackgroundDownload())
+            UpgradeUtils::setNeedToCheckUpdateOnAppStart(true);
+        if (!PendingUpdate::isOnDisk(task->getInstallationPath()))
             return;
         UpgradeUtils::setDownloadingUpdateInBackground(false);
         if (isSuperseded(task->updateInfo()))

@@ -48,6 +48,7 @@ void InstallationSlot::supersede(const InstallRequest &request)
 {
     m_next.forceDownload |= request.forceDownload;
     m_next.confirm |= request.confirm;
+    m_next.askedFor |= request.askedFor;
     if (std::exchange(m_isSuperseding, true))
         return;
     m_superseded = std::exchange(m_task, nullptr);

@@ -10,6 +10,8 @@ struct InstallRequest
 {
     bool forceDownload = false;
     bool confirm = false;
+    /// The user has just asked for it, so its windows may take the keyboard.
+    bool askedFor = false;
 };
 
 /**

@@ -38,7 +38,7 @@ const CProductUpdateInfo *CAppUpdateWorker::pendingUpdateInfo() const
 void CAppUpdateWorker::onInstallReminderTimeout()
 {
     // Put off by the user: a download must not start now as if nobody had been asked.
-    installPendingUpdate(false, true);
+    install({false, true, false});
 }
 
 bool CAppUpdateWorker::isDownloadInBackgroundWanted() const
@@ -48,10 +48,10 @@ bool CAppUpdateWorker::isDownloadInBackgroundWanted() const
 
 KOV_RESULT CAppUpdateWorker::installPendingUpdate(bool forceDownload, bool confirm)
 {
-    return install({forceDownload, confirm}, true);
+    return install({forceDownload, confirm, true});
 }
 
-KOV_RESULT CAppUpdateWorker::install(InstallRequest request, bool isAskedFor)
+KOV_RESULT CAppUpdateWorker::install(InstallRequest request)
 {
     if (UpgradeUtils::isUpdatesRestricted()) {
         KOV_LOG_TAG(logTag, 2, "In current application mode product upgrade not available.");
@@ -80,7 +80,7 @@ KOV_RESULT CAppUpdateWorker::install(InstallRequest request, bool isAskedFor)
     }
     if (running) {
         KOV_LOG_TAG(logTag, 2, "A task to install product update is already running. Skip another install.");
-        if (isAskedFor)
+        if (request.askedFor)
             running->bringToFront();
         return KOV_ERR_IN_PROGRESS;
     }
@@ -95,6 +95,8 @@ KOV_RESULT CAppUpdateWorker::startInstallation(bool inBackground, const InstallR
     params.confirmDownload
         = request.confirm || (d->pending.wasFoundInBackground() && !inBackground && !request.forceDownload);
     params.smartInstall = d->pending.isSmart();
+    // The dialog after a silent download comes long after the question.
+    params.askedFor = request.askedFor && !inBackground;
     auto *task = static_cast<CTaskInstallProductUpdate *>(KovGui::createRegistered(
         "CTaskInstallProductUpdate", CTaskInstallProductUpdate::staticMetaObject,
         QArgument<CProductUpdateInfo>("const CProductUpdateInfo&", *d->pending.info()),

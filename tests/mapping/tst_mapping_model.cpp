@@ -263,7 +263,7 @@ private Q_SLOTS:
         QVERIFY(model.takeEvents().endsWith("failed"));
         QCOMPARE(log.count("(!)Error: The settings are not saved"), 1);
         QCOMPARE(fileContent(QSettings().fileName()), before);
-        // The storage has the old values, for everybody in this process, and the model still has the new ones.
+        // The storage has the old values, for everybody in this process; the model still has the new ones.
         QVERIFY(QSettings().value("p").toString() != text && !QSettings().contains("new"));
         QVERIFY(model.isModified() && model.getValue("QSettings", "p") == text);
         mend();

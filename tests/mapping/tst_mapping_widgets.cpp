@@ -91,7 +91,7 @@ private Q_SLOTS:
     void initTestCase() { ignoreOffscreenWarnings(); }
     void init() { useNewSettings(); }
 
-    /// A value written, what the widget then shows, another that it is made to show, and the value read from that.
+    /// A value written, what the widget then shows, another that it is made to show, and what is read then.
     void conversion_data()
     {
         QTest::addColumn<Kind>("kind");

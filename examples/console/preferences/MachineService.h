@@ -8,8 +8,8 @@
 #include <atomic>
 #include <memory>
 
-/// The service's side of the sample machine's configuration: it lies in a file, and everything takes its time. The results
-/// come as jobs.
+/// The service's side of the sample machine's configuration: it lies in a file, and everything takes its
+/// time. The results come as jobs.
 class MachineService
 {
 public:
@@ -18,8 +18,8 @@ public:
 
     /// A job that brings the configuration as a JSON object.
     t_SdkHandleWrap load() const;
-    /// A job that changes these values of the configuration. It refuses a machine without a name and one with more memory than
-    /// this computer lends: ConsoleMessages::MachineRefused, with an event that says why.
+    /// A job that changes these values of the configuration. It refuses a machine without a name and one with
+    /// more memory than this computer lends: ConsoleMessages::MachineRefused, with an event that says why.
     t_SdkHandleWrap save(const QJsonObject &changes) const;
     /// An unavailable service ends every job with KOV_ERR_FAILURE.
     void setAvailable(bool available) { *m_available = available; }

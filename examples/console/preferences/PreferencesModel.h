@@ -7,7 +7,8 @@
 
 class CSdkRequest;
 
-/// The console's settings, and the configuration of its machine as the storage "Machine": machines[1].name and so on.
+/// The console's settings, and the configuration of its machine as the storage "Machine": machines[1].name
+/// and so on.
 class PreferencesModel : public CMappingModel
 {
     Q_OBJECT

@@ -6,8 +6,8 @@
 #include <QVariant>
 
 /**
- * Stands between a changed value and the model: takes single values over, typically to ask the user, and says later
- * whether they are accepted.
+ * Stands between a changed value and the model: takes single values over, typically to ask the user, and says
+ * later whether they are accepted.
  *
  *     bool handleValue(storage, path, value) override
  *     {
@@ -17,9 +17,9 @@
  *         return true;      // the question's end calls onSuccessMessageClosed() or onRejectedMessageClosed()
  *     }
  *
- * A handler holds one value at a time: the next one is offered after the answer. The answer may come before handleValue()
- * returns. Without an answer the value, and those behind it, wait for ever; a handler that is deleted or replaced has
- * rejected the value that it held.
+ * A handler holds one value at a time: the next one is offered after the answer. The answer may come before
+ * handleValue() returns. Without an answer the value, and those behind it, wait for ever; a handler that is
+ * deleted or replaced has rejected the value that it held.
  */
 class KOVGUI_EXPORT CMappingValueHandler : public QObject
 {

@@ -9,39 +9,46 @@
 #include <QLockFile>
 #include <QSaveFile>
 #include <QSettings>
-#include <QTemporaryDir>
+#include <QTemporaryFile>
 
 namespace {
 
 constexpr int LockWaitMs = 10000;
 
-/// Puts the values into what a settings file holds. On a full disk QSettings says that it wrote what it only began, and it
-/// notices damage only when it reads: the outcome is looked at through another name.
+/// The settings in a file's text: a line each, but for the names of the groups and the lines between them.
+int settingsIn(const QByteArray &content)
+{
+    int count = 0;
+    for (int begin = 0; begin < content.size(); begin = content.indexOf('\n', begin) + 1)
+        count += int(content[begin] != '\n' && content[begin] != '\r' && content[begin] != '[');
+    return count;
+}
+
+/// Puts the values into what a settings file holds. On a full disk QSettings says that it wrote what it only
+/// began, so the outcome is counted; and it notices damage only when it reads a file for the first time,
+/// which a copy always is.
 QString edit(QByteArray *content, QSettings::Format format, const QHash<QString, QVariant> &values)
 {
     const QString noRoom = QStringLiteral("no room for a temporary copy");
-    const QTemporaryDir folder;
-    const QString draft = folder.filePath(QStringLiteral("draft"));
-    const QString proof = folder.filePath(QStringLiteral("proof"));
-    QFile file(draft);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) || file.write(*content) != content->size())
+    QTemporaryFile draft;
+    if (!draft.open() || draft.write(*content) != content->size() || !draft.flush())
         return noRoom;
-    file.close();
 
-    QStringList keys;
+    int count = 0;
     {
-        QSettings settings(draft, format);
+        QSettings settings(draft.fileName(), format);
         settings.allKeys(); // has all of it read
         if (settings.status() != QSettings::NoError)
             return QStringLiteral("it holds something that is no setting");
         for (auto value = values.begin(); value != values.end(); ++value)
             settings.setValue(value.key(), *value);
-        keys = settings.allKeys();
+        count = settings.allKeys().size();
     }
-    if (!file.open(QIODevice::ReadOnly) || !QFile::copy(draft, proof))
+    QFile file(draft.fileName());
+    if (!file.open(QIODevice::ReadOnly))
         return noRoom;
     *content = file.readAll();
-    return content->endsWith('\n') && QSettings(proof, format).allKeys() == keys ? QString() : noRoom;
+    return content->endsWith('\n') && settingsIn(*content) == count ? QString() : noRoom;
 }
 
 /// Nobody ever sees half of it.
@@ -83,9 +90,12 @@ namespace SettingsFile {
 
 QString key(const QString &prefix, const QString &path)
 {
-    const QString whole = prefix + QLatin1Char('/') + path;
+    const QLatin1Char slash('/');
+    if (prefix.isEmpty() && !path.contains(slash))
+        return path;
+    const QString whole = prefix + slash + path;
     // QSettings takes neighbouring slashes for one, and none at either end.
-    return whole.split(QLatin1Char('/'), Qt::SkipEmptyParts).join(QLatin1Char('/'));
+    return whole.split(slash, Qt::SkipEmptyParts).join(slash);
 }
 
 QVariant value(const QSettings &settings, const QString &key, const QVariant &defaultValue)

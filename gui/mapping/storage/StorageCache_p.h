@@ -4,8 +4,8 @@
 #include <QString>
 #include <QVariant>
 
-/// What a model knows of one storage: the values that it holds, and those that were set and wait for a submission. Every
-/// question is answered in constant time.
+/// What a model knows of one storage: the values that it holds, and those that were set and wait for a
+/// submission. Every question is answered in constant time.
 class StorageCache
 {
 public:

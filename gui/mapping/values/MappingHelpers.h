@@ -5,11 +5,11 @@
 /**
  * Functions over value trees and paths.
  *
- * A trailing `storage` is a filter: empty means every storage. "First" means first by the storage's name, then
- * by the path, so that no result depends on the order of a hash.
+ * A trailing `storage` is a filter: empty means every storage. "First" means first by the storage's name,
+ * then by the path, so that no result depends on the order of a hash.
  *
- * A path is a list of components joined by "."; an index in square brackets inside a component names an item of
- * a list: a.items[12].name.
+ * A path is a list of components joined by "."; an index in square brackets inside a component names an item
+ * of a list: a.items[12].name.
  */
 namespace MappingHelpers {
 
@@ -42,8 +42,8 @@ KOVGUI_EXPORT QVariant getFirstValue(const Mappings::Values &values);
 KOVGUI_EXPORT bool getValuesFromList(const Mappings::Values &source, Mappings::Values &target);
 /// The valid values of both; the second's where both hold a path.
 KOVGUI_EXPORT Mappings::Values mergeValues(const Mappings::Values &first, const Mappings::Values &second);
-/// A list's new item gets its real path: the value of each path that begins with `from` is stored once more, under the
-/// path that begins with `to` instead.
+/// A list's new item gets its real path: the value of each path that begins with `from` is stored once more,
+/// under the path that begins with `to` instead.
 KOVGUI_EXPORT void patchNewlyAddedListItemPath(Mappings::Values &values, const QString &from,
                                                const QString &to, const QString &storage = QString());
 
@@ -54,8 +54,8 @@ KOVGUI_EXPORT QString getValueName(const QString &path);
 /// The path without its last component; empty for a path of one component.
 KOVGUI_EXPORT QString getParentObjectPath(const QString &path);
 
-/// Writes the tree to the Qt message log, critical, a line an entry: `storage: path = value`. Control characters are
-/// escaped. The values are written out: dump a request where they may be secret.
+/// Writes the tree to the Qt message log, critical, a line an entry: `storage: path = value`. Control
+/// characters are escaped. The values are written out: dump a request where they may be secret.
 KOVGUI_EXPORT void dumpValues(const Mappings::Values &values, const QString &title);
 
 /// Whether two values mean the same although a storage may have turned one of them into a text: 5 and "5",

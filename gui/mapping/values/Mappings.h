@@ -23,7 +23,8 @@ constexpr const char *QSettingsStorage = "QSettings";
 constexpr const char *StoragesProp = "storages";
 /// A placeholder in a path and the property whose text takes its place.
 constexpr const char *DynamicPathPart = "DYNAMIC_PART";
-/// True for a widget whose changes are reported by somebody else, see CWidgetMapper::onPreprocessedValueChanged().
+/// True for a widget whose changes are reported by somebody else, see
+/// CWidgetMapper::onPreprocessedValueChanged().
 constexpr const char *PreprocessValueProp = "preprocessValue";
 /// Names of other accessors than those of the widget's class, see CDataProvider.
 constexpr const char *GetterProp = "getter";
@@ -41,7 +42,8 @@ constexpr const char *InvertValueProp = "invertValue";
 /// For an application's own accessors. The library does not read it.
 constexpr const char *UnckeckableButtonProp = "unckeckableButton";
 
-/// Every storage and path of both. Where both hold a path: the second's value if it is valid, else the first's.
+/// Every storage and path of both. Where both hold a path: the second's value if it is valid, else the
+/// first's.
 KOVGUI_EXPORT Values unitePaths(const Values &first, const Values &second);
 
 } // namespace Mappings

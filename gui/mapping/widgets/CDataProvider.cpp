@@ -5,9 +5,11 @@
 #include "gui/mapping/values/MappingHelpers.h"
 #include "gui/mapping/widgets/CDataProvider_p.h"
 #include "gui/mapping/widgets/CTextEditValueWatcher.h"
-#include "gui/mapping/widgets/WidgetKind_p.h"
 
+#include <QAbstractButton>
+#include <QComboBox>
 #include <QLineEdit>
+#include <QSlider>
 #include <QSpinBox>
 #include <QTextEdit>
 
@@ -18,18 +20,14 @@ QByteArray nameOf(const QWidget *widget)
     return KovGui::logText(widget->objectName());
 }
 
-QMetaMethod slotNamed(const char *signature)
+/// What `find` finds, once a class for widgets that name none of their own.
+template <typename Find>
+Accessor accessor(const QWidget *widget, AccessorsByClass *known, const char *property, const Find &find)
 {
-    const QMetaObject &meta = CDataProvider::staticMetaObject;
-    return meta.method(meta.indexOfSlot(signature));
-}
-
-/// Nothing when the object has no such signal: an unknown kind of widget is no mistake by itself.
-void connectIfThere(QObject *object, const char *signal, CDataProvider *provider, const QMetaMethod &slot)
-{
-    const int index = object->metaObject()->indexOfSignal(signal);
-    if (index >= 0)
-        QObject::connect(object, object->metaObject()->method(index), provider, slot);
+    if (bindingProperty(widget, property).isValid())
+        return find();
+    const auto found = known->constFind(widget->metaObject());
+    return found != known->constEnd() ? *found : *known->insert(widget->metaObject(), find());
 }
 
 QString spinBoxText(const QWidget *widget)
@@ -79,30 +77,50 @@ void CDataProvider::connectWidgetSignals(QWidget *widget)
         KOV_LOG(1, "Warning: Widget[%s] already added in map.", nameOf(widget).constData());
         return;
     }
-    static const QMetaMethod change = slotNamed("onValueChanged()");
-    static const QMetaMethod edit = slotNamed("onEdited()");
-    const WidgetKind &kind = WidgetKind::of(widget);
     CDataProviderPrivate::Watched &watched = d->watched[widget];
-    watched.kind = &kind;
+    watched.kind = &WidgetKind::of(widget);
     connect(widget, &QObject::destroyed, d.get(),
             [this](const QObject *destroyed) { d->watched.remove(destroyed); });
-    if (!widget->property(Mappings::PreprocessValueProp).toBool()) {
-        for (const char *signal : kind.changeSignals) {
-            if (signal)
-                connectIfThere(widget, signal, this, change);
-        }
-        if (auto *editor = qobject_cast<QTextEdit *>(widget)) {
-            watched.watcher = new CTextEditValueWatcher(editor);
-            connect(watched.watcher, &CTextEditValueWatcher::editFinished, this,
-                    &CDataProvider::onTextEditorValueChanged);
-        }
-        QObject *const typedInto = qobject_cast<QAbstractSpinBox *>(widget)
-                                       ? widget->findChild<QLineEdit *>(QString(), Qt::FindDirectChildrenOnly)
-                                       : static_cast<QObject *>(widget);
-        if (kind.typingSignal && typedInto)
-            connectIfThere(typedInto, kind.typingSignal, this, edit);
-    }
+    if (!bindingProperty(widget, Mappings::PreprocessValueProp).toBool())
+        watch(widget);
     d->remember(widget);
+}
+
+/// sender() would look through the connections of all widgets: each tells of itself.
+void CDataProvider::watch(QWidget *widget)
+{
+    const auto changed = [this, widget] { report(widget); };
+    const auto typed = [this, widget] { noteTyping(widget); };
+    const auto typedInside = [&] {
+        if (auto *inside = widget->findChild<QLineEdit *>(QString(), Qt::FindDirectChildrenOnly))
+            connect(inside, &QLineEdit::textEdited, this, typed);
+    };
+    if (auto *box = qobject_cast<QComboBox *>(widget)) {
+        connect(box, qOverload<int>(&QComboBox::currentIndexChanged), this, changed);
+    } else if (auto *line = qobject_cast<QLineEdit *>(widget)) {
+        connect(line, &QLineEdit::editingFinished, this, changed);
+        connect(line, &QLineEdit::textEdited, this, typed);
+    } else if (auto *text = qobject_cast<QTextEdit *>(widget)) {
+        auto *watcher = new CTextEditValueWatcher(text);
+        d->watched[widget].watcher = watcher;
+        connect(watcher, &CTextEditValueWatcher::editFinished, this,
+                &CDataProvider::onTextEditorValueChanged);
+        connect(text, &QTextEdit::textChanged, this, typed);
+    } else if (auto *number = qobject_cast<QDoubleSpinBox *>(widget)) {
+        connect(number, qOverload<double>(&QDoubleSpinBox::valueChanged), this, changed);
+        connect(number, &QDoubleSpinBox::editingFinished, this, changed);
+        typedInside();
+    } else if (auto *integer = qobject_cast<QSpinBox *>(widget)) {
+        connect(integer, qOverload<int>(&QSpinBox::valueChanged), this, changed);
+        connect(integer, &QSpinBox::editingFinished, this, changed);
+        typedInside();
+    } else if (auto *slider = qobject_cast<QSlider *>(widget)) {
+        connect(slider, &QSlider::valueChanged, this, changed);
+    } else if (auto *button = qobject_cast<QAbstractButton *>(widget)) {
+        connect(button, &QAbstractButton::toggled, this, changed);
+    } else if (widget->metaObject()->indexOfSignal("toggled(bool)") >= 0) {
+        connect(widget, SIGNAL(toggled(bool)), this, SLOT(onValueChanged()));
+    }
 }
 
 void CDataProvider::disconnectWidgetSignals(QWidget *widget)
@@ -121,8 +139,10 @@ void CDataProvider::disconnectWidgetSignals(QWidget *widget)
 
 bool CDataProvider::getWidgetValues(QWidget *widget, Mappings::Values &values)
 {
-    const Accessor getter
-        = Accessor::find(widget, Mappings::GetterProp, "get", "(QWidget*,QString,QString)", {d.get(), this});
+    const Accessor getter = accessor(widget, &d->getters, Mappings::GetterProp, [&] {
+        return Accessor::find(widget, Mappings::GetterProp, "get", "(QWidget*,QString,QString)",
+                              {d.get(), this});
+    });
     for (auto storage = values.begin(); storage != values.end(); ++storage) {
         for (auto path = storage->begin(); path != storage->end(); ++path) {
             QVariant value;
@@ -142,8 +162,10 @@ bool CDataProvider::getWidgetValues(QWidget *widget, Mappings::Values &values)
 
 void CDataProvider::setWidgetValues(QWidget *widget, const Mappings::Values &values)
 {
-    const Accessor setter
-        = Accessor::find(widget, Mappings::SetterProp, "set", "(QWidget*,Mappings::Values)", {d.get(), this});
+    const Accessor setter = accessor(widget, &d->setters, Mappings::SetterProp, [&] {
+        return Accessor::find(widget, Mappings::SetterProp, "set", "(QWidget*,Mappings::Values)",
+                              {d.get(), this});
+    });
     const QPointer<QWidget> alive(widget);
     const QPointer<CDataProvider> self(this);
     const bool wasBlocked = widget->blockSignals(true);
@@ -229,13 +251,9 @@ void CDataProvider::onTextEditorValueChanged()
         report(watcher->editor());
 }
 
-void CDataProvider::onEdited()
+void CDataProvider::noteTyping(QWidget *widget)
 {
-    auto *widget = qobject_cast<QWidget *>(sender());
-    // A spin box is typed into through the line edit inside it.
-    if (widget && !d->watched.contains(widget))
-        widget = widget->parentWidget();
-    if (!widget || !d->watched.contains(widget) || d->loading > 0)
+    if (d->loading > 0)
         return;
     d->typed.removeAll(QPointer<QWidget>());
     if (!d->typed.contains(widget))

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "gui/mapping/values/Mappings.h"
+#include "gui/mapping/widgets/WidgetKind_p.h"
 
 #include <QHash>
 #include <QPointer>
@@ -8,8 +9,6 @@
 #include <QWidget>
 
 class CTextEditValueWatcher;
-struct WidgetKind;
-
 /// The watched widgets, and the accessors of every kind: methods that are invoked by name.
 class CDataProviderPrivate : public QObject
 {
@@ -48,6 +47,8 @@ public:
     Q_INVOKABLE void setQGroupBoxValue(QWidget *widget, const Mappings::Values &values);
 
     QHash<const QObject *, Watched> watched;
+    AccessorsByClass getters;
+    AccessorsByClass setters;
     /// Into which the user typed since they were written or reported last.
     QVector<QPointer<QWidget>> typed;
     /// Widgets being written: a radio button that is checked unchecks its neighbour, which tells so.

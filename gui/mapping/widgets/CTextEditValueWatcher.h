@@ -6,7 +6,8 @@
 
 class QTextEdit;
 
-/// Tells when the user leaves a text editor, as a line edit tells by itself: not for another window and not for a menu.
+/// Tells when the user leaves a text editor, as a line edit tells by itself: not for another window and not
+/// for a menu.
 class KOVGUI_EXPORT CTextEditValueWatcher : public QObject
 {
     Q_OBJECT

@@ -15,8 +15,8 @@ class KOVGUI_EXPORT CWidgetIniter : public QObject
 public:
     explicit CWidgetIniter(QObject *parent = nullptr);
 
-    /// Called when the widget is mapped, and before it is filled again because all values may have changed. The widget's
-    /// signals are blocked meanwhile.
+    /// Called when the widget is mapped, and before it is filled again because all values may have changed.
+    /// The widget's signals are blocked meanwhile.
     /// @param value  invalid when the mapper calls
     virtual void initWidget(QWidget *widget, const QVariant &value);
 };

@@ -234,7 +234,8 @@ bool CWidgetMapper::addMappings(QWidget *form)
     widgets.prepend(form);
     QVector<QWidget *> entered;
     for (QWidget *widget : qAsConst(widgets)) {
-        if (!widget->property(Mappings::StoragesProp).isValid())
+        // Most widgets of a form have none.
+        if (!widget->dynamicPropertyNames().contains(Mappings::StoragesProp))
             continue;
         if (d->enter(widget))
             entered.append(widget);

@@ -1,6 +1,7 @@
 #include "gui/mapping/widgets/ValueScale_p.h"
 
 #include "gui/mapping/values/Mappings.h"
+#include "gui/mapping/widgets/WidgetKind_p.h"
 
 #include <QWidget>
 
@@ -54,12 +55,12 @@ std::optional<qint64> wholeNumber(const QVariant &value, ValueScale::Type type)
 ValueScale ValueScale::of(const QWidget *widget)
 {
     ValueScale scale;
-    if (widget->property(Mappings::ValueTypeUIntProp).toBool())
+    if (bindingProperty(widget, Mappings::ValueTypeUIntProp).toBool())
         scale.type = UInt;
-    else if (widget->property(Mappings::ValueTypeDoubleProp).toBool())
+    else if (bindingProperty(widget, Mappings::ValueTypeDoubleProp).toBool())
         scale.type = Double;
-    scale.multiplier = qMax(widget->property(Mappings::MultiplierProp).toInt(), 1);
-    scale.divisor = qMax(widget->property(Mappings::DivisorProp).toInt(), 1);
+    scale.multiplier = qMax(bindingProperty(widget, Mappings::MultiplierProp).toInt(), 1);
+    scale.divisor = qMax(bindingProperty(widget, Mappings::DivisorProp).toInt(), 1);
     return scale;
 }
 

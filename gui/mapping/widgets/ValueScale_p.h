@@ -7,10 +7,12 @@
 class QWidget;
 
 /**
- * Between the number that is stored and the one that a widget shows: shown = stored * multiplier / divisor, and back.
+ * Between the number that is stored and the one that a widget shows: shown = stored * multiplier / divisor,
+ * and back.
  *
- * Whole numbers are computed in 64 bits and divided as such; what does not fit the type is its nearest value. A computed
- * double becomes a whole number by leaving out its fraction, unless it misses the next one by rounding only.
+ * Whole numbers are computed in 64 bits and divided as such; what does not fit the type is its nearest value.
+ * A computed double becomes a whole number by leaving out its fraction, unless it misses the next one by
+ * rounding only.
  */
 struct ValueScale
 {

@@ -3,6 +3,7 @@
 #include "gui/mapping/values/MappingHelpers.h"
 #include "gui/mapping/widgets/CDataProvider_p.h"
 #include "gui/mapping/widgets/ValueScale_p.h"
+#include "gui/mapping/widgets/WidgetKind_p.h"
 
 #include <QAbstractSlider>
 #include <QComboBox>
@@ -35,7 +36,7 @@ void logUseless(const QWidget *widget, const char *wanted)
 
 bool isInverted(const QWidget *widget)
 {
-    return widget->property(Mappings::InvertValueProp).toBool();
+    return bindingProperty(widget, Mappings::InvertValueProp).toBool();
 }
 
 /// Nothing for a value that is no text.

@@ -20,26 +20,13 @@ QVariant checked(const QWidget *widget)
 }
 
 constexpr WidgetKind Kinds[] = {
-    {"QComboBox",
-     {"currentIndexChanged(int)", nullptr},
-     nullptr,
-     content<QComboBox, &QComboBox::currentIndex>},
-    {"QLineEdit",
-     {"editingFinished()", nullptr},
-     "textEdited(QString)",
-     content<QLineEdit, &QLineEdit::text>},
-    // Its watcher tells.
-    {"QTextEdit", {nullptr, nullptr}, "textChanged()", content<QTextEdit, &QTextEdit::toPlainText>},
-    {"QDoubleSpinBox",
-     {"valueChanged(double)", "editingFinished()"},
-     "textEdited(QString)",
-     content<QDoubleSpinBox, &QDoubleSpinBox::value>},
-    {"QSpinBox",
-     {"valueChanged(int)", "editingFinished()"},
-     "textEdited(QString)",
-     content<QSpinBox, &QSpinBox::value>},
-    {"QSlider", {"valueChanged(int)", nullptr}, nullptr, content<QSlider, &QAbstractSlider::value>},
-    {"QWidget", {"toggled(bool)", nullptr}, nullptr, checked},
+    {"QComboBox", content<QComboBox, &QComboBox::currentIndex>},
+    {"QLineEdit", content<QLineEdit, &QLineEdit::text>},
+    {"QTextEdit", content<QTextEdit, &QTextEdit::toPlainText>},
+    {"QDoubleSpinBox", content<QDoubleSpinBox, &QDoubleSpinBox::value>},
+    {"QSpinBox", content<QSpinBox, &QSpinBox::value>},
+    {"QSlider", content<QSlider, &QAbstractSlider::value>},
+    {"QWidget", checked},
 };
 
 } // namespace
@@ -51,6 +38,11 @@ const WidgetKind &WidgetKind::of(const QWidget *widget)
             return kind;
     }
     Q_UNREACHABLE();
+}
+
+QVariant bindingProperty(const QWidget *widget, const char *name)
+{
+    return widget->dynamicPropertyNames().contains(name) ? widget->property(name) : QVariant();
 }
 
 Accessor Accessor::find(const QWidget *widget, const char *property, const char *verb, const char *arguments,
@@ -68,7 +60,7 @@ Accessor Accessor::find(const QWidget *widget, const char *property, const char 
     const auto ofClass
         = [&](const char *className) { return accessor(QByteArray(verb) + className + "Value"); };
 
-    const QByteArray named = widget->property(property).toString().toUtf8();
+    const QByteArray named = bindingProperty(widget, property).toString().toUtf8();
     if (!named.isEmpty())
         return accessor(named);
     if (widget->inherits("QAbstractButton") || widget->inherits("CMultilineCheckBox"))

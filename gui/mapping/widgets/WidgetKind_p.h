@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QHash>
 #include <QMetaMethod>
 #include <QVariant>
 
@@ -9,16 +10,16 @@ class QWidget;
 struct WidgetKind
 {
     const char *className;
-    /// What the user's changes are told by. Null ends the list early.
-    const char *changeSignals[2];
-    /// What typing is told by, of the widget or of the line edit inside it; null for a widget without.
-    const char *typingSignal;
     /// The content, as something to compare.
     QVariant (*shown)(const QWidget *widget);
 
     /// By inheritance. Whatever is none of the others is taken for something that can be checked.
     static const WidgetKind &of(const QWidget *widget);
 };
+
+/// A dynamic property of the widget. QObject::property() looks through all others first, which takes its
+/// time.
+QVariant bindingProperty(const QWidget *widget, const char *name);
 
 /// The accessor of a widget: a method of one of the given objects, the first that has it.
 struct Accessor
@@ -34,3 +35,6 @@ struct Accessor
     static Accessor find(const QWidget *widget, const char *property, const char *verb, const char *arguments,
                          const std::initializer_list<QObject *> &objects);
 };
+
+/// The accessors of classes that were found once.
+using AccessorsByClass = QHash<const QMetaObject *, Accessor>;

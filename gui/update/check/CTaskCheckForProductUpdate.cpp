@@ -4,7 +4,7 @@
 #include "gui/frame/Application.h"
 #include "gui/frame/GUI.h"
 #include "gui/frame/ImplementationRegistry_p.h"
-#include "gui/frame/LibraryVersion_p.h"
+#include "gui/frame/LibraryVersion.h"
 #include "gui/help/Help.h"
 #include "gui/log/Log.h"
 #include "gui/log/LogText.h"

@@ -29,8 +29,16 @@ void CTaskInstallProductUpdate::Private::open(CBaseDialog *window, const char *a
     QObject::connect(window, SIGNAL(finished(int)), q, answerSlot);
     q->setWaitForSubTaskCompletion();
     CSearchParentHelper::makeTransient(window, UpgradeUtils::messageIssuer());
+    window->setAskedFor(params.askedFor);
     window->open();
-    raise(window);
+    if (params.askedFor)
+        window->present();
+}
+
+void CTaskInstallProductUpdate::Private::present(CBaseDialog *window)
+{
+    window->setAskedFor(true);
+    window->present();
 }
 
 void CTaskInstallProductUpdate::Private::takeOffer(int answer)
@@ -53,7 +61,7 @@ void CTaskInstallProductUpdate::Private::ask(KOV_RESULT code, const QStringList 
                                                                                          Messaging::ButtonID))
 {
     MessageParams message(code);
-    message.setLongMsgParams(parameters);
+    message.setLongMsgParams(parameters).setAskedFor(params.askedFor || choice == InstallNow);
     if (code == KOV_ERR_UPDATE_INSTALLATION_FAILED && !mayRetry)
         message.addButton(Messaging::Button1, {CTaskInstallProductUpdate::tr("OK"), QMessageBox::AcceptRole});
     question.ask(message, [this, answered](KOV_RESULT shown, Messaging::ButtonID answer) {
@@ -215,7 +223,7 @@ void CTaskInstallProductUpdate::bringToFront()
     if (d->question.isOpen())
         d->question.raise();
     else if (d->dialog)
-        raise(d->dialog);
+        d->present(d->dialog);
     else if (d->updater.window())
         raise(d->updater.window());
     else

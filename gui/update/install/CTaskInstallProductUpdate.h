@@ -62,6 +62,8 @@ public:
         bool confirmDownload = false;
         /// Unattended.
         bool smartInstall = false;
+        /// The user has just asked for it: its dialogs take the keyboard. False: CBaseDialog::setAskedFor().
+        bool askedFor = true;
     };
 
     /// What the user answered to the latest question about this update.

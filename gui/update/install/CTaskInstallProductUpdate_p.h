@@ -22,6 +22,8 @@ public:
     bool hasPackage() const { return QFileInfo(path()).isFile(); }
 
     void open(CBaseDialog *window, const char *answerSlot);
+    /// The user wants to see it now.
+    void present(CBaseDialog *window);
     void takeOffer(int answer);
     void ask(KOV_RESULT code, const QStringList &parameters,
              void (CTaskInstallProductUpdate::*answered)(KOV_RESULT, Messaging::ButtonID));
