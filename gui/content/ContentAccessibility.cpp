@@ -70,7 +70,7 @@ public:
         return widget ? widget->rect() : QRect();
     }
     QString text(QAccessible::Text) const override { return {}; }
-    QAccessible::Role role() const override { return QAccessible::Client; }
+    QAccessible::Role role() const override { return QAccessible::Pane; }
     QAccessible::State state() const override { return {}; }
 };
 
@@ -78,8 +78,14 @@ class SceneWidgetInterface : public QAccessibleWidget
 {
 public:
     explicit SceneWidgetInterface(QWidget *widget)
-        : QAccessibleWidget(widget, QAccessible::Client)
+        : QAccessibleWidget(widget, QAccessible::Pane)
     { }
+
+    QString text(QAccessible::Text which) const override
+    {
+        const QString own = QAccessibleWidget::text(which);
+        return own.isEmpty() && which == QAccessible::Name ? widget()->window()->windowTitle() : own;
+    }
 
     QAccessibleInterface *scene() const
     {

@@ -10,8 +10,12 @@
 #include "gui/update/dialogs/CUpdateDialog.h"
 #include "gui/update/record/CProductUpdateInfo.h"
 #include "gui/window/CProgressDialog.h"
+#include "gui/wizard/declarative/CDeclarativeWizardDialog.h"
+#include "gui/wizard/widgets/CWizardDialog.h"
+#include "tests/wizard/SampleWizard.h"
 
 #include <QAbstractButton>
+#include <QLabel>
 #include <QVector>
 
 #include <functional>
@@ -95,6 +99,26 @@ inline QWidget *makeConfirmation()
     return dialog;
 }
 
+inline QWidget *makeWizard(bool asScenes)
+{
+    static SampleWizard wizard;
+    auto *model = new SampleModel(wizard);
+    QDialog *dialog = nullptr;
+    if (asScenes)
+        dialog = new CDeclarativeWizardDialog(*model);
+    else
+        dialog = new CWizardDialog(*model, [](CAbstractWizardPage &page) {
+            page.setTitle(QStringLiteral("A page with a long title. ").repeated(6));
+            auto *label = new QLabel(QStringLiteral("What there is to say about it. ").repeated(20));
+            label->setObjectName(QStringLiteral("text"));
+            label->setWordWrap(true);
+            return label;
+        });
+    model->setParent(dialog);
+    dialog->setWindowTitle(QStringLiteral("Wizard"));
+    return dialog;
+}
+
 /// Every window class of the library has a row; tst_dialogs refuses one without.
 inline const QVector<DialogRow> &dialogTable()
 {
@@ -116,6 +140,8 @@ inline const QVector<DialogRow> &dialogTable()
          "m_pbOk m_txtDescription", true},
         {"confirmation", makeConfirmation, "CConfirmUpdateInstallationDialog",
          "m_pbInstall m_pbCancel m_pbPostpone", true},
+        {"wizard", [] { return makeWizard(false); }, "CWizardDialog", "Next Cancel Help", true},
+        {"wizard of scenes", [] { return makeWizard(true); }, "CDeclarativeWizardDialog", "scene", true},
     };
     return table;
 }

@@ -45,8 +45,6 @@ struct SampleWizard
 
 class SamplePage : public CAbstractWizardPage
 {
-    Q_OBJECT
-
 public:
     SamplePage(SampleWizard &wizard, CAbstractWizardModel &model, int id)
         : CAbstractWizardPage(model, id)
@@ -86,8 +84,6 @@ private:
 
 class SampleFactory : public CAbstractWizardPageFactory
 {
-    Q_OBJECT
-
 public:
     explicit SampleFactory(SampleWizard &wizard)
         : m_wizard(wizard)
@@ -104,8 +100,6 @@ private:
 
 class SampleFlow : public CAbstractWizardPageFlow
 {
-    Q_OBJECT
-
 public:
     explicit SampleFlow(SampleWizard &wizard)
         : m_wizard(wizard)
@@ -120,8 +114,6 @@ private:
 
 class SampleModel : public CAbstractWizardModel
 {
-    Q_OBJECT
-
 public:
     explicit SampleModel(SampleWizard &wizard)
     {

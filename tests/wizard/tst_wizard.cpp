@@ -1,15 +1,12 @@
-#include "gui/wizard/actions/CWizardActions.h"
 #include "gui/wizard/model/CAbstractWizardActionStateProvider.h"
-#include "gui/wizard/model/CAbstractWizardView.h"
 #include "gui/wizard/model/CWizardActionsUpdater.h"
-#include "gui/wizard/model/CWizardRollbackWorker.h"
 #include "gui/wizard/widgets/CWizardActionButtonSynchronizer.h"
 #include "tests/support/KovTest.h"
 #include "tests/support/LogCapture.h"
 #include "tests/wizard/SampleWizard.h"
 
+#include <QAbstractButton>
 #include <QAction>
-#include <QPushButton>
 #include <QWizard>
 
 #include <memory>
@@ -19,11 +16,6 @@ namespace {
 /// A model with its controller, walked by words.
 struct Walk
 {
-    Walk()
-    {
-        QObject::connect(controller.get(), &CWizardController::wizardActionsUpdated, [this] { ++updates; });
-    }
-
     /// The commands are separated by commas; "-" forgets the log so far.
     void run(const QString &script)
     {
@@ -56,6 +48,10 @@ struct Walk
             Q_EMIT model->page(id)->pageFinished();
         else if (verb == QLatin1String("answer"))
             Q_EMIT model->page(id)->pageRolledBack(rest.endsWith(QLatin1String("yes")));
+        else if (verb == QLatin1String("change"))
+            Q_EMIT model->page(id)->completeChanged();
+        else if (verb == QLatin1String("busy"))
+            model->setBusy(true);
         else if (verb == QLatin1String("delete"))
             delete model->page(id);
         else if (verb == QLatin1String("at"))
@@ -87,7 +83,6 @@ struct Walk
     SampleWizard wizard;
     std::unique_ptr<SampleModel> model = std::make_unique<SampleModel>(wizard);
     std::unique_ptr<CWizardController> controller = std::make_unique<CWizardController>(*model);
-    int updates = 0;
 };
 
 } // namespace
@@ -216,6 +211,179 @@ private Q_SLOTS:
         // The actions show where the wizard is, without being asked.
         QCOMPARE(walk.isEnabled(WizardActions::Back),
                  walk.model->pageFlow()->canGoBack() && !walk.model->isRollingBack());
+    }
+
+    /// The history, after ids were made current in that order.
+    void history_data()
+    {
+        QTest::addColumn<QVector<int>>("ids");
+        QTest::addColumn<QVector<int>>("history");
+        QTest::addColumn<int>("previous");
+        QTest::addColumn<int>("next");
+        QTest::addColumn<bool>("isFinal");
+
+        row("nothing", QVector<int>{}, QVector<int>{}, -1, 1, false);
+        row("the first page", QVector<int>{1}, QVector<int>{1}, -1, 2, false);
+        row("in a row", QVector<int>{1, 2, 3}, QVector<int>{1, 2, 3}, 2, 4, false);
+        row("the same again", QVector<int>{1, 2, 2}, QVector<int>{1, 2}, 1, 3, false);
+        row("back forgets", QVector<int>{1, 2, 3, 1}, QVector<int>{1}, -1, 2, false);
+        row("back and elsewhere", QVector<int>{1, 2, 3, 1, 3}, QVector<int>{1, 3}, 1, 4, false);
+        row("the last page", QVector<int>{1, 5}, QVector<int>{1, 5}, 1, -1, true);
+    }
+
+    void history()
+    {
+        QFETCH(QVector<int>, ids);
+        QFETCH(QVector<int>, history);
+        SampleWizard wizard;
+        SampleFlow sample(wizard);
+        CAbstractWizardPageFlow &flow = sample;
+        for (const int id : qAsConst(ids))
+            flow.setCurrentPageId(id);
+        QCOMPARE(flow.currentPageId(), history.isEmpty() ? -1 : history.last());
+        QCOMPARE(static_cast<QVector<int>>(flow.getPageHistory(history.value(0))), history);
+        QCOMPARE(static_cast<QVector<int>>(flow.getPageHistory(history.value(1))), history.mid(1));
+        QVERIFY(flow.getPageHistory(4).isEmpty());
+        QCOMPARE(flow.hasVisitedPage(3), history.contains(3));
+        QCOMPARE(flow.canGoBack(), history.size() > 1);
+        QTEST(flow.getPrevPageId(), "previous");
+        QTEST(flow.getNextPageId(), "next");
+        QTEST(flow.isOnFinalPage(), "isFinal");
+    }
+
+    /// The actions that are seen after a script, those that are disabled with a minus.
+    void actions_data()
+    {
+        QTest::addColumn<QString>("script");
+        QTest::addColumn<QString>("actions");
+
+        row("before the first page", "updateWizardActions", "Back- Next- Cancel Help");
+        row("the first page", "goNext", "Back- Next Cancel Help");
+        row("the second page", "goNext, goNext", "Back Next Cancel Help");
+        row("the last page", "goNext, goto 5", "Back Finish Cancel Help");
+        row("a page that is not complete", "goNext, goto 5, set 5 incomplete, change 5",
+            "Back Finish- Cancel Help");
+        row("while the model is busy", "goNext, busy", "Back- Next- Cancel Help");
+        row("while it is rolled back", "set 2 late, goNext, goNext, goBack, turns", "Back- Next Cancel Help");
+        row("after a refusal", "set 2 refuses, goNext, goNext, goBack, turns", "Back Next Cancel Help");
+        row("the page was deleted", "goNext, goNext, delete 2, updateWizardActions",
+            "Back Next- Cancel Help");
+    }
+
+    void actions()
+    {
+        QFETCH(QString, script);
+        Walk walk;
+        walk.run(script);
+        QStringList seen;
+        QStringList hidden;
+        for (int type = WizardActions::Back; type <= WizardActions::Facebook; ++type) {
+            const QAction *action = walk.controller->wizardAction(type);
+            if (action->isVisible())
+                seen << action->text() + QLatin1String(action->isEnabled() ? "" : "-");
+            else
+                hidden << action->text();
+        }
+        QTEST(seen.join(QLatin1Char(' ')), "actions");
+        hidden.removeOne(QStringLiteral("Next"));
+        hidden.removeOne(QStringLiteral("Finish"));
+        QCOMPARE(hidden.join(QLatin1Char(' ')),
+                 QStringLiteral("Commit Custom1 Custom2 Custom3 Tweet Facebook"));
+        QVERIFY(walk.controller->wizardAction(WizardActions::Close)->text().isEmpty());
+        QVERIFY(!walk.controller->wizardAction(12));
+    }
+
+    void customActions()
+    {
+        struct Handler : CAbstractWizardActionHandler
+        {
+            void handleCustomAction(int type) override { types << type; }
+            QVector<int> types;
+        };
+        Walk walk;
+        auto *handler = new Handler;
+        walk.model->setActionHandler(*handler);
+        walk.run(QStringLiteral("goNext, trigger Custom1, trigger Custom3, trigger Custom2"));
+        QCOMPARE(handler->types, (QVector<int>{6, 8, 7}));
+    }
+
+    /// An action keeps what a state does not name; a provider that took another's place is asked.
+    void actionStates()
+    {
+        struct Provider : CAbstractWizardActionStateProvider
+        {
+            QHash<QString, QVariant> getActionStateForPage(WizardActions::ActionType type,
+                                                           int page) const override
+            {
+                return {{QStringLiteral("text"), QStringLiteral("%1 on %2").arg(type).arg(page)},
+                        {QStringLiteral("mood"), 7}};
+            }
+        };
+        Walk walk;
+        walk.run(QStringLiteral("goNext"));
+        walk.model->setActionStateProvider(*new Provider);
+        walk.run(QStringLiteral("goNext"));
+        const QAction *finish = walk.controller->wizardAction(WizardActions::Finish);
+        QCOMPARE(finish->text(), QStringLiteral("3 on 2"));
+        QCOMPARE(finish->property("mood").toInt(), 7);
+        QVERIFY(!finish->isVisible());
+        CWizardActionsUpdater::setActionState(nullptr, {{QStringLiteral("text"), 1}});
+    }
+
+    void withoutModel()
+    {
+        const LogCapture log;
+        Walk walk;
+        walk.run(QStringLiteral("goNext"));
+        walk.model.reset();
+        const char *const names[] = {"goBack",      "goNext",      "finish",       "cancel",
+                                     "requestHelp", "postTwitter", "postFacebook", "updateWizardActions"};
+        for (const char *slot : names) {
+            QMetaObject::invokeMethod(walk.controller.get(), slot);
+            QCOMPARE(
+                log.count(qPrintable(
+                    QStringLiteral("Null Wizard Model in CWizardController::%1\n").arg(QLatin1String(slot)))),
+                1);
+        }
+        walk.controller->requestCustomAction(7);
+        QCOMPARE(log.count("Null Wizard Model in CWizardController::requestCustomAction\n"), 1);
+        walk.wizard.log.take();
+    }
+
+    /// Objects tell of their lives, when somebody listens.
+    void lives()
+    {
+        const LogCapture log(3);
+        std::make_unique<Walk>().reset();
+        for (const char *what :
+             {"Model", "Page Flow", "Page Factory", "Controller", "Rollback Worker", "Actions Updater"}) {
+            QCOMPARE(log.count(qPrintable(QStringLiteral("Created Wizard %1 <0x").arg(QLatin1String(what)))),
+                     1);
+            QCOMPARE(
+                log.count(qPrintable(QStringLiteral("Destroyed Wizard %1 <0x").arg(QLatin1String(what)))), 1);
+        }
+        QCOMPARE(log.count("Destroyed Wizard Actions <0x"), 2);
+    }
+
+    void synchronizedButton()
+    {
+        Walk walk;
+        QWizard window;
+        for (const auto type : {WizardActions::Next, WizardActions::Help, WizardActions::Close})
+            CWizardActionButtonSynchronizer::setupSyncronization(window, *walk.controller, type);
+        const auto synchronizers
+            = [&] { return window.findChildren<CWizardActionButtonSynchronizer *>().size(); };
+        QCOMPARE(synchronizers(), 2);
+        QAction *next = walk.controller->wizardAction(WizardActions::Next);
+        next->setText(QStringLiteral("On"));
+        next->setEnabled(false);
+        QCOMPARE(window.button(QWizard::NextButton)->text(), QStringLiteral("On"));
+        QVERIFY(!window.button(QWizard::NextButton)->isEnabled());
+        delete next;
+        QVERIFY(!walk.controller->wizardAction(WizardActions::Next));
+        QTRY_COMPARE(synchronizers(), 1);
+        delete window.button(QWizard::HelpButton);
+        QCOMPARE(synchronizers(), 0);
     }
 };
 

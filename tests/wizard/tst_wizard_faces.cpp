@@ -154,7 +154,9 @@ private Q_SLOTS:
         SampleModel model(wizard);
         CWizardDialog dialog(model, [](CAbstractWizardPage &page) -> QWidget * {
             page.setTitle(QStringLiteral("<b>Page %1</b>").arg(page.pageId()));
-            return new QLabel(page.title());
+            auto *label = new QLabel(page.title());
+            label->setObjectName(page.pageId() == 1 ? QStringLiteral("first") : QString());
+            return label;
         });
         dialog.show();
         QVERIFY(QTest::qWaitForWindowActive(&dialog));
@@ -181,7 +183,10 @@ private Q_SLOTS:
         QCOMPARE(buttons(), QStringLiteral("Back Cancel Help Next-"));
         click("Back");
         QTRY_COMPARE(model.currentPageId(), 1);
+        // Room for what its pages need, which it did not know when it was measured.
+        dialog.findChild<QLabel *>(QStringLiteral("first"))->setMinimumHeight(500);
         model.goToPage(5, GUI::Forward);
+        QVERIFY(dialog.height() > 500);
         QCOMPARE(buttons(), QStringLiteral("Back Cancel Finish Help"));
         QVERIFY(dialog.isVisible());
         wizard.traits.insert(QStringLiteral("5 invalid"));

@@ -14,7 +14,6 @@
 #include <QPointer>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QStackedWidget>
 #include <QVBoxLayout>
 #include <QWizardPage>
 
@@ -28,9 +27,9 @@ const QWizard::WizardButton Buttons[]
 
 QWidget *firstOf(QWidget *page)
 {
-    for (QWidget *widget = page->nextInFocusChain(); widget != page; widget = widget->nextInFocusChain()) {
-        if (page->isAncestorOf(widget) && (widget->focusPolicy() & Qt::TabFocus) && widget->isEnabled()
-            && widget->isVisibleTo(page))
+    for (QWidget *widget = page->nextInFocusChain(); page->isAncestorOf(widget);
+         widget = widget->nextInFocusChain()) {
+        if ((widget->focusPolicy() & Qt::TabFocus) && widget->isEnabled() && widget->isVisibleTo(page))
             return widget;
     }
     return nullptr;
@@ -62,12 +61,14 @@ public:
 private:
     QWidget *widgetOf(CAbstractWizardPage *page);
     void takeFocus(QWidget *widget) const;
+    void makeRoom() const;
 
     const PageWidgetFactory factory;
     QHash<const QObject *, QPointer<QWidget>> m_widgets;
     QMetaObject::Connection m_title;
     QLabel *m_heading = nullptr;
-    QStackedWidget *m_stack = nullptr;
+    QWidget *m_place = nullptr;
+    QPointer<QWidget> m_shown;
     QProgressBar *m_busy = nullptr;
 };
 
@@ -84,8 +85,11 @@ void CWizardDialog::Private::makePage()
     font.setBold(true);
     font.setPointSizeF(font.pointSizeF() * 1.15);
     m_heading->setFont(font);
-    m_stack = new QStackedWidget(page);
-    m_stack->setObjectName(QStringLiteral("pages"));
+    // A stack would measure every page at each change.
+    m_place = new QWidget(page);
+    m_place->setObjectName(QStringLiteral("pages"));
+    auto *place = new QVBoxLayout(m_place);
+    place->setContentsMargins(0, 0, 0, 0);
     m_busy = new QProgressBar(page);
     m_busy->setObjectName(QStringLiteral("busy"));
     m_busy->setAccessibleName(CWizardDialog::tr("Busy"));
@@ -101,7 +105,7 @@ void CWizardDialog::Private::makePage()
     auto *layout = new QVBoxLayout(page);
     layout->setSpacing(12);
     layout->addWidget(m_heading);
-    layout->addWidget(m_stack, 1);
+    layout->addWidget(m_place, 1);
     layout->addWidget(m_busy);
     q->addPage(page);
 }
@@ -156,8 +160,35 @@ void CWizardDialog::Private::showPage(CAbstractWizardPage *page, int)
     m_heading->setText(page->title());
     disconnect(m_title);
     m_title = connect(page, &CAbstractWizardPage::titleChanged, m_heading, &QLabel::setText);
-    m_stack->setCurrentWidget(widget);
+    if (m_shown != widget) {
+        if (m_shown) {
+            m_place->layout()->removeWidget(m_shown);
+            m_shown->hide();
+        }
+        m_place->layout()->addWidget(widget);
+        widget->show();
+        m_shown = widget;
+    }
+    if (q->isVisible())
+        makeRoom();
     takeFocus(widget);
+}
+
+/// QWizard measures its pages when they are added, which is before there is anything in them.
+void CWizardDialog::Private::makeRoom() const
+{
+    QWidget *const page = m_place->parentWidget();
+    QLayout *const layout = page->layout();
+    layout->activate();
+    QSize least = layout->totalMinimumSize();
+    if (layout->hasHeightForWidth())
+        least.setHeight(
+            qMax(least.height(), layout->totalHeightForWidth(qMax(page->width(), least.width()))));
+    const QSize missing = (least - page->size()).expandedTo(QSize(0, 0));
+    if (missing.isNull())
+        return;
+    q->setMinimumSize(q->minimumSize().expandedTo(q->size() + missing));
+    q->resize(q->size() + missing);
 }
 
 void CWizardDialog::Private::takeFocus(QWidget *widget) const
@@ -180,7 +211,7 @@ QWidget *CWizardDialog::Private::widgetOf(CAbstractWizardPage *page)
         widget = new QLabel(CWizardDialog::tr("This page cannot be shown."));
         widget->setObjectName(QStringLiteral("complaint"));
     }
-    m_stack->addWidget(widget);
+    widget->setParent(m_place);
     known = widget;
     connect(page, &QObject::destroyed, widget, &QObject::deleteLater);
     connect(page, &QObject::destroyed, this, [this, page] { m_widgets.remove(page); });
@@ -197,6 +228,12 @@ CWizardDialog::CWizardDialog(CAbstractWizardModel &model, const PageWidgetFactor
     setWizardStyle(QWizard::ModernStyle);
     d->makePage();
     d->makeButtons();
+    // QWizard's own parts have no names.
+    const auto parts = findChildren<QWidget *>();
+    for (QWidget *part : parts) {
+        if (part->objectName().isEmpty())
+            part->setObjectName(QStringLiteral("wizardPart"));
+    }
     d->controller.setParentWidget(this);
     connect(&model, &CAbstractWizardModel::finished, this,
             [this](int result) { done(result == 0 ? Accepted : Rejected); });

@@ -6,6 +6,7 @@ WizardPage {
     SystemPalette { id: palette }
 
     Rectangle {
+        anchors.left: parent.left
         width: 280
         height: 18
         color: palette.base
@@ -14,6 +15,7 @@ WizardPage {
         Accessible.name: qsTr("Written: %1 percent").arg(page ? page.progress : 0)
 
         Rectangle {
+            anchors.left: parent.left
             height: parent.height
             width: page ? parent.width * page.progress / 100 : 0
             color: palette.highlight

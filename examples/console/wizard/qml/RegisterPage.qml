@@ -6,9 +6,11 @@ WizardPage {
     SystemPalette { id: palette }
 
     Column {
+        anchors.left: parent.left
         spacing: 12
         Text {
             objectName: "registerNote"
+            anchors.left: parent.left
             width: 280
             text: page ? page.note : ""
             textFormat: Text.PlainText
@@ -19,6 +21,7 @@ WizardPage {
         }
         WizardButton {
             objectName: "registerNow"
+            anchors.left: parent.left
             visible: true
             enabled: page && !page.registered
             label: qsTr("Register now")

@@ -6,9 +6,11 @@ WizardPage {
     SystemPalette { id: palette }
 
     Column {
+        anchors.left: parent.left
         spacing: 12
-        Text { text: qsTr("Name"); textFormat: Text.PlainText; color: palette.windowText }
+        Text { anchors.left: parent.left; text: qsTr("Name"); textFormat: Text.PlainText; color: palette.windowText }
         Rectangle {
+            anchors.left: parent.left
             width: 280
             height: field.implicitHeight + 12
             color: palette.base
@@ -26,13 +28,14 @@ WizardPage {
                 color: palette.text
                 selectionColor: palette.highlight
                 selectedTextColor: palette.highlightedText
+                horizontalAlignment: TextInput.AlignLeft
                 text: page ? page.name : ""
                 onTextEdited: page.name = text
                 Accessible.role: Accessible.EditableText
                 Accessible.name: qsTr("Name")
             }
         }
-        Choice { objectName: "install"; text: qsTr("Install a system"); checked: page && !page.fromDisk; onChosen: page.fromDisk = false }
-        Choice { objectName: "fromDisk"; text: qsTr("Use a disk that has one"); checked: page && page.fromDisk; onChosen: page.fromDisk = true }
+        Choice { anchors.left: parent.left; objectName: "install"; text: qsTr("Install a system"); checked: page && !page.fromDisk; onChosen: page.fromDisk = false }
+        Choice { anchors.left: parent.left; objectName: "fromDisk"; text: qsTr("Use a disk that has one"); checked: page && page.fromDisk; onChosen: page.fromDisk = true }
     }
 }

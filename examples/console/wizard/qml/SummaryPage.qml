@@ -7,6 +7,7 @@ WizardPage {
 
     Text {
         objectName: "summary"
+        anchors.left: parent.left
         width: 320
         text: page ? page.summary : ""
         textFormat: Text.PlainText

@@ -5,10 +5,11 @@ WizardPage {
     readonly property QtObject page: contentParams.wizardPage
 
     Column {
+        anchors.left: parent.left
         spacing: 12
         Repeater {
             model: page ? page.systems : []
-            Choice { objectName: "system" + index; text: modelData; checked: page && page.system === index; onChosen: page.system = index }
+            Choice { anchors.left: parent.left; objectName: "system" + index; text: modelData; checked: page && page.system === index; onChosen: page.system = index }
         }
     }
 }
