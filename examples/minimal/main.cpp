@@ -1,3 +1,5 @@
+#include "MinimalPreferences.h"
+#include "MinimalWizard.h"
 #include "abstract_task/CAbstractTask.h"
 #include "abstract_task/CTaskManager.h"
 #include "abstract_task/Tasks.h"
@@ -8,8 +10,6 @@
 #include "gui/update/CAppUpdateLogic.h"
 #include "gui/update/CAppUpdateWorker.h"
 #include "gui/update/record/UpgradeUtils.h"
-#include "MinimalPreferences.h"
-#include "MinimalWizard.h"
 #include <QApplication>
 #include <QMainWindow>
 #include <QMenuBar>
