@@ -125,7 +125,7 @@ inline const QVector<DialogRow> &dialogTable()
     static const QVector<DialogRow> table{
         {"message box", makeMessageBox, "CMessageBox",
          "m_pbButton1 m_pbButton2 m_txtMessage m_txtInfo m_lblProblemIDNumber m_lblProblemIDLink "
-         "m_lblHelpMeSolve m_lblSupportInfo m_ckbDoNotShowFlag m_pbHelp m_pbDetails",
+         "m_lblHelpMeSolve m_lblSupportInfo m_ckbDoNotShowFlag m_pbDetails",
          true},
         {"notification", makeNotification, "CNotificationBox", "", true},
         {"details", [] { return new CDetailsDialog(QStringLiteral("line\n").repeated(99)); },

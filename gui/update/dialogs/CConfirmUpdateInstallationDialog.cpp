@@ -4,6 +4,7 @@
 #include "ui_CConfirmUpdateInstallationDialog.h"
 
 #include <QEvent>
+#include <QLayout>
 
 class CConfirmUpdateInstallationDialog::Private
 {
@@ -47,6 +48,9 @@ bool CConfirmUpdateInstallationDialog::event(QEvent *event)
         UpdateDialogLook::showIcon(d->ui.m_lblIcon);
         UpdateDialogLook::keepButtonsWhole(d->ui.m_buttonWidget);
     }
+    // A first size takes no more than two thirds of the screen, whatever a long text needs.
+    if (event->type() == QEvent::Show && !event->spontaneous())
+        resize(width(), qMax(height(), layout()->totalHeightForWidth(width())));
     return CBaseDialog::event(event);
 }
 
