@@ -3,6 +3,7 @@
 #include "gui/log/Log.h"
 #include "gui/tasks/sign_in/CUserAuthDialog.h"
 #include "tests/support/Files.h"
+#include "tests/support/ReplacedAnswers.h"
 #include "tests/support/TestServer.h"
 #include "tests/tasks/TaskFixture.h"
 
@@ -18,17 +19,6 @@
 #include <QtTest>
 
 #include <functional>
-
-/// Qt remarks on every answer that replaces a refused one. To be called from initTestCase().
-inline void ignoreReplacedAnswers()
-{
-    static QtMessageHandler testHandler = nullptr;
-    testHandler
-        = qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &context, const QString &text) {
-              if (!text.contains(QLatin1String("overriding active cache entry")))
-                  testHandler(type, context, text);
-          });
-}
 
 inline QByteArray logFile()
 {

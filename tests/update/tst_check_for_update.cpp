@@ -16,6 +16,7 @@
 #include "tests/support/LogCapture.h"
 #include "tests/support/NginxServer.h"
 #include "tests/support/OffscreenPlatform.h"
+#include "tests/support/ReplacedAnswers.h"
 #include "tests/support/SampleSignature.h"
 #include "tests/support/SquidServer.h"
 
@@ -61,6 +62,7 @@ private Q_SLOTS:
     void initTestCase()
     {
         ignoreOffscreenWarnings();
+        ignoreReplacedAnswers();
         KovGui::init(KAM_CONSOLE);
         KovGui::setLogVerbosity(2);
         for (const QMetaObject *policy :
