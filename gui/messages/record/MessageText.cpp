@@ -127,7 +127,8 @@ QString withoutForeignPlaceholders(const QString &text, const QString &pattern)
     for (auto matches = placeholder.globalMatch(text); matches.hasNext();) {
         const QRegularExpressionMatch match = matches.next();
         result += text.midRef(end, match.capturedStart() - end);
-        result += own.contains(match.captured()) ? match.captured() : QString(plainAt) + match.captured().mid(1);
+        result
+            += own.contains(match.captured()) ? match.captured() : QString(plainAt) + match.captured().mid(1);
         end = match.capturedEnd();
     }
     return result + text.midRef(end);
