@@ -333,6 +333,15 @@ private Q_SLOTS:
         CAppUpdateLogic::destroy();
         QVERIFY(!QSettings().contains(lastCheckedOn));
 
+        // One that was watched: the next start looks for its update, and goes on from what is there.
+        logic()->installUpdate(script.found, true, false);
+        QFile part(script.latest->updateInfo().download.destinationFilePartPath());
+        QVERIFY(QDir().mkpath(QFileInfo(part).path()) && part.open(QFile::WriteOnly));
+        QMetaObject::invokeMethod(qApp, "aboutToQuit");
+        script.latest->terminate(KOV_ERR_CANCELLED);
+        CAppUpdateLogic::destroy();
+        QVERIFY(UpgradeUtils::isNeedToCheckUpdateOnAppStart() && part.remove());
+
         // The first download is interrupted; the next one is done, and its question stays open.
         for (const bool isDone : {false, true}) {
             logic()->installUpdate(script.found, false, false);
@@ -419,10 +428,15 @@ private Q_SLOTS:
         script.endsLate = false;
         script.choice = Install::Postpone;
         logic()->installUpdate(script.found, true, false);
+        QVERIFY(script.latest->params().askedFor);
         QMetaObject::invokeMethod(qApp, "aboutToQuit");
         QCoreApplication::processEvents();
         script.latest->terminate(KOV_ERR_CANCELLED);
         QCOMPARE(intervalOf("installReminderTimer"), 600000);
+        // A reminder comes while its user does something else.
+        QMetaObject::invokeMethod(
+            logic()->worker()->findChild<QTimer *>(QStringLiteral("installReminderTimer")), "timeout");
+        QVERIFY(script.latest && !script.latest->params().askedFor);
     }
 
 private:
