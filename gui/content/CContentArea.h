@@ -13,10 +13,11 @@ class QQuickItem;
 class QWidget;
 
 /**
- * Shows one piece of content at a time in an item of a scene, which it fills; new content moves in while the old one
- * fades. The item's implicit size follows the content's.
+ * Shows one piece of content at a time in an item of a scene, which it fills; new content moves in while
+ * the old one fades. The item's implicit size follows the content's.
  *
- * The first area of a window is a CContentView's; an item of its content can be the container of another area.
+ * The first area of a window is a CContentView's; an item of its content can be the container of another
+ * area.
  */
 class KOVGUI_EXPORT CContentArea : public QObject
 {

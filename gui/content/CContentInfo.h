@@ -13,8 +13,8 @@ class CContentProvider;
 /**
  * Describes something that a content area can show: a scene (QML), who provides it, and parameters for it.
  *
- * The scene finds the provider under the name "contentProvider", the parameters as "contentParams" and this description as
- * "contentInfo".
+ * The scene finds the provider under the name "contentProvider", the parameters as "contentParams" and this
+ * description as "contentInfo".
  */
 class KOVGUI_EXPORT CContentInfo : public QObject
 {

@@ -5,8 +5,8 @@
 #include <QObject>
 
 /**
- * The base of models whose state is shown in a content area: whether the model works on something that its user has to
- * wait for. What shows the model dims or disables what cannot be done meanwhile.
+ * The base of models whose state is shown in a content area: whether the model works on something that its
+ * user has to wait for. What shows the model dims or disables what cannot be done meanwhile.
  */
 class KOVGUI_EXPORT CContentModel : public QObject
 {

@@ -13,11 +13,13 @@ class QQuickWindow;
 /**
  * A widget with a content area: where scenes meet a window of widgets.
  *
- * Tab walks through the items of the scene and the widgets that it hosts, and leaves the view at its end. Screen readers
- * see the items. Without a choice of the host's (QT_QUICK_BACKEND, QQuickWindow::setSceneGraphBackend()) it draws in
- * software, so it needs no graphics processor; the choice falls with the first view of the process.
+ * Tab walks through the items of the scene and the widgets that it hosts, and leaves the view at its end.
+ * Screen readers see the items. Without a choice of the host's (QT_QUICK_BACKEND,
+ * QQuickWindow::setSceneGraphBackend()) it draws in software, so it needs no graphics processor; the choice
+ * falls with the first view of the process.
  *
- * Without the QML modules of Qt Quick it shows a text that says so, logs the reason, and its area shows nothing.
+ * Without the QML modules of Qt Quick it shows a text that says so, logs the reason, and its area shows
+ * nothing.
  */
 class KOVGUI_EXPORT CContentView : public QWidget
 {

@@ -5,8 +5,8 @@
 #include <QObject>
 
 /**
- * Tells what becomes of one piece of content. It speaks from the event loop only, so whoever asked for the content has the
- * time to connect; it says nothing more once other content was asked for, which deletes it.
+ * Tells what becomes of one piece of content. It speaks from the event loop only, so whoever asked for the
+ * content has the time to connect; it says nothing more once other content was asked for, which deletes it.
  */
 class KOVGUI_EXPORT CContentWatcher : public QObject
 {

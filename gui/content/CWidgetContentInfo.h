@@ -4,8 +4,8 @@
 
 class QWidget;
 
-/// Content that is an ordinary widget. Its scene has a HostedWidget (import com.tessarine.content 1.0) that shows it; by
-/// default it has nothing else.
+/// Content that is an ordinary widget. Its scene has a HostedWidget (import com.tessarine.content 1.0) that
+/// shows it; by default it has nothing else.
 class KOVGUI_EXPORT CWidgetContentInfo : public CContentInfo
 {
     Q_OBJECT

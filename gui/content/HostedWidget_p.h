@@ -7,8 +7,8 @@
 class WidgetFrame;
 
 /**
- * An item that shows an ordinary widget at its place: laid over the scene, because a widget inside of it would pass clicks
- * on to what is below, and would open its pop-ups inside.
+ * An item that shows an ordinary widget at its place: laid over the scene, because a widget inside of it
+ * would pass clicks on to what is below, and would open its pop-ups inside.
  *
  * In QML: import com.tessarine.content 1.0. The widget is shown while the item is and has stopped fading.
  */

@@ -16,8 +16,9 @@
 struct SampleWizard
 {
     EventLog log;
-    /// What a page does, by "id trait": "2 incomplete", "2 invalid", "2 refuses", "2 late", "2 again" (is rolled back too
-    /// when it is returned to), "2 missing" (the factory makes none), "2 hasty" (finishes while it is entered).
+    /// What a page does, by "id trait": "2 incomplete", "2 invalid", "2 refuses", "2 late", "2 again" (is
+    /// rolled back too when it is returned to), "2 missing" (the factory makes none), "2 hasty" (finishes
+    /// while it is entered).
     QSet<QString> traits;
     /// Runs inside of a call: "validate 2", "enter 2".
     QMap<QString, std::function<void()>> hooks;

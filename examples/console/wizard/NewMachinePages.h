@@ -65,8 +65,8 @@ public:
     HardwarePage(NewMachineModel &model, int id);
 };
 
-/// Writes the disk, which takes a while, and goes on by itself. Deletes it again, which takes a while too, when the
-/// wizard goes back.
+/// Writes the disk, which takes a while, and goes on by itself. Deletes it again, which takes a while too,
+/// when the wizard goes back.
 class DiskPage : public CDeclarativeWizardPage
 {
     Q_OBJECT

@@ -7,8 +7,8 @@
 
 class QAction;
 
-/// The twelve actions of a wizard, one a type: what its buttons follow and trigger. They are children of this object; one
-/// that is deleted before is gone from the table.
+/// The twelve actions of a wizard, one a type: what its buttons follow and trigger. They are children of
+/// this object; one that is deleted before is gone from the table.
 class KOVGUI_EXPORT CWizardActions : public QObject
 {
     Q_OBJECT

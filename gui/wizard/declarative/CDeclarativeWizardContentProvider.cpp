@@ -29,7 +29,8 @@ public:
     QList<QAction *> buttons{};
 };
 
-/// The keyboard goes to the page, as in every wizard; without something to enter there, to the button that goes on.
+/// The keyboard goes to the page, as in every wizard; without something to enter there, to the button that
+/// goes on.
 void CDeclarativeWizardContentProvider::Private::takeFocus() const
 {
     QQuickItem *const scene = pageArea ? pageArea->contentItem() : nullptr;

@@ -11,10 +11,12 @@ class CAbstractWizardModel;
 class CWizardController;
 
 /**
- * A wizard in a window, as scenes: its pages are CDeclarativeWizardPage. CWizardDialog is the same with widgets.
+ * A wizard in a window, as scenes: its pages are CDeclarativeWizardPage. CWizardDialog is the same with
+ * widgets.
  *
- * Shown for the first time it starts the wizard. It is accepted when the model says finished(0), rejected when it says
- * another result. Closing it, by Escape too, asks the action handler's handleCloseEvent() and then cancels the wizard.
+ * Shown for the first time it starts the wizard. It is accepted when the model says finished(0), rejected
+ * when it says another result. Closing it, by Escape too, asks the action handler's handleCloseEvent() and
+ * then cancels the wizard.
  */
 class KOVGUI_EXPORT CDeclarativeWizardDialog : public CBaseDialog
 {

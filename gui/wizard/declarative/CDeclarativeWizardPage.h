@@ -15,8 +15,8 @@ class CDeclarativeWizardContentProvider;
  * A wizard page whose face is a scene.
  *
  * The scene's root may have a property "pageTitle", which follows the page's title. It finds the page as
- * contentParams.wizardPage; what its user enters belongs into properties of the page, because the scene is made anew each
- * time that the page is entered.
+ * contentParams.wizardPage; what its user enters belongs into properties of the page, because the scene is
+ * made anew each time that the page is entered.
  */
 class KOVGUI_EXPORT CDeclarativeWizardPage : public CAbstractWizardPage
 {
@@ -38,7 +38,8 @@ Q_SIGNALS:
 protected:
     CDeclarativeWizardPage(CAbstractWizardModel &model, int pageId, QObject *parent = nullptr);
 
-    /// What is shown as this page: by default the scene, with the provider and the parameters. The caller owns it.
+    /// What is shown as this page: by default the scene, with the provider and the parameters. The caller
+    /// owns it.
     virtual CContentInfo *createContentInfo(CDeclarativeWizardContentProvider *provider,
                                             const QMap<QString, QVariant> &params);
 

@@ -9,11 +9,12 @@
 class CAbstractWizardModel;
 
 /**
- * Decides what pressing an action of a wizard does. An application derives from it for what its wizard does otherwise.
+ * Decides what pressing an action of a wizard does. An application derives from it for what its wizard does
+ * otherwise.
  *
- * The default operations move the model. Next and Finish ask the current page's validatePage() first, which may run a
- * dialog: meanwhile both do nothing, and afterwards they count only if that page is still the current one. They do
- * nothing either while a rollback runs.
+ * The default operations move the model. Next and Finish ask the current page's validatePage() first, which
+ * may run a dialog: meanwhile both do nothing, and afterwards they count only if that page is still the
+ * current one. They do nothing either while a rollback runs.
  */
 class KOVGUI_EXPORT CAbstractWizardActionHandler : public QObject
 {

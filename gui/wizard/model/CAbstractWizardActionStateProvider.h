@@ -10,13 +10,15 @@
 class CAbstractWizardModel;
 
 /**
- * Says what each action of a wizard looks like on a page: an action state, which is a table from a property of QAction to
- * its value. The usual keys are "enabled", "visible" and "text"; a key that is missing leaves the property as it is.
+ * Says what each action of a wizard looks like on a page: an action state, which is a table from a property
+ * of QAction to its value. The usual keys are "enabled", "visible" and "text"; a key that is missing leaves
+ * the property as it is.
  *
- * By default, on every page: Back is enabled when there is a page to go back to and no rollback runs; Next and Finish are
- * enabled when the current page is complete and the model is not busy, Finish is visible on the final page and Next
- * elsewhere; Cancel and Help are there; the others are hidden, which an application changes for those that it handles.
- * Before the first page, and when its page was deleted, a wizard is not complete.
+ * By default, on every page: Back is enabled when there is a page to go back to and no rollback runs; Next
+ * and Finish are enabled when the current page is complete and the model is not busy, Finish is visible on
+ * the final page and Next elsewhere; Cancel and Help are there; the others are hidden, which an application
+ * changes for those that it handles. Before the first page, and when its page was deleted, a wizard is not
+ * complete.
  */
 class KOVGUI_EXPORT CAbstractWizardActionStateProvider : public QObject
 {

@@ -16,20 +16,21 @@ class CWizardController;
 /**
  * A wizard without a face: which page is current, which pages there are, and what moves it.
  *
- * A derived model sets a page factory and a page flow before the first page change; an action state provider and an
- * action handler with the usual behaviour are there from the beginning. It gets a controller (CWizardController), whose
- * goNext() enters the start page, and a face: a CWizardDialog, a CDeclarativeWizardDialog or a view of its own.
+ * A derived model sets a page factory and a page flow before the first page change; an action state
+ * provider and an action handler with the usual behaviour are there from the beginning. It gets a
+ * controller (CWizardController), whose goNext() enters the start page, and a face: a CWizardDialog, a
+ * CDeclarativeWizardDialog or a view of its own.
  *
- * Going on happens at once. Going back asks each page in between to undo its work, newest first (rollbackTo()), and
- * happens when all have.
+ * Going on happens at once. Going back asks each page in between to undo its work, newest first
+ * (rollbackTo()), and happens when all have.
  *
- * A page change that is asked for while another one is being announced (from a page's operation, or from a slot of these
- * signals) is carried out right after it; one that was asked for on behalf of a page that is not current any more is
- * dropped. Slots may delete the model, a page or the controller.
+ * A page change that is asked for while another one is being announced (from a page's operation, or from a
+ * slot of these signals) is carried out right after it; one that was asked for on behalf of a page that is
+ * not current any more is dropped. Slots may delete the model, a page or the controller.
  *
- * Errors (a page that the factory does not make, a page destroyed while it is entered) are logged and leave the wizard
- * where it was: the page that had been left already is entered again, as if its user had gone on and come back, and what
- * was asked for meanwhile is dropped.
+ * Errors (a page that the factory does not make, a page destroyed while it is entered) are logged and leave
+ * the wizard where it was: the page that had been left already is entered again, as if its user had gone on
+ * and come back, and what was asked for meanwhile is dropped.
  *
  * On the GUI thread only. Its destructor emits nothing.
  */
@@ -80,14 +81,14 @@ protected:
     /**
      * Changes the current page. Stops a rollback that is running.
      *
-     * @return the page; null when there is none, or when the change was put off because another one is being announced.
-     * The current page's id changes nothing.
+     * @return the page; null when there is none, or when the change was put off because another one is
+     * being announced. The current page's id changes nothing.
      */
     CAbstractWizardPage *goToPage(int id, GUI::DirectionType direction);
     void goToNextPage();
     void goToPrevPage();
-    /// Forgets the history and enters the start page. On the start page only the history is forgotten. A page that is
-    /// current is not told.
+    /// Forgets the history and enters the start page. On the start page only the history is forgotten. A
+    /// page that is current is not told.
     void restart();
     /// Asks the pages after a visited one to undo their work, then goes to it. Refused while a rollback runs.
     void rollbackTo(int id);

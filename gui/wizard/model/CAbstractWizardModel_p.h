@@ -11,8 +11,8 @@
 #include <functional>
 #include <optional>
 
-/// What a wizard model has and does. Everything that it calls out to may delete it: a page that is still there says that
-/// the model is, too.
+/// What a wizard model has and does. Everything that it calls out to may delete it: a page that is still
+/// there says that the model is, too.
 class CAbstractWizardModelPrivate : public QObject
 {
 public:
@@ -28,8 +28,8 @@ public:
     void unwire();
 
     bool isMoving() const { return m_moving; }
-    /// While a page change is being announced: keeps the function for the time after it and returns true. With a page, it
-    /// is called only if that page is the current one then.
+    /// While a page change is being announced: keeps the function for the time after it and returns true.
+    /// With a page, it is called only if that page is the current one then.
     bool putOff(const std::function<void()> &function,
                 std::optional<CAbstractWizardPage *> onBehalfOf = std::nullopt);
 

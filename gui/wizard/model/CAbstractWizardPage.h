@@ -13,9 +13,10 @@ class CWizardController;
 /**
  * One page of a wizard: its work and its rules. It shows nothing by itself; a view does.
  *
- * The model makes it through the factory when it is entered for the first time, keeps it and owns it: going back and on
- * again meets the same object with its state. Entered going forward, a page gets initializePage() and enterPage();
- * entered going back, enterPage() only. Left, it gets leavePage(), and going back cleanupPage() after it.
+ * The model makes it through the factory when it is entered for the first time, keeps it and owns it: going
+ * back and on again meets the same object with its state. Entered going forward, a page gets
+ * initializePage() and enterPage(); entered going back, enterPage() only. Left, it gets leavePage(), and
+ * going back cleanupPage() after it.
  *
  * A page that is deleted before its model is forgotten; the factory makes it again when it is entered again.
  */
@@ -36,19 +37,21 @@ public:
 
     /// Whether its user may go on. True by default. Emit completeChanged() when the answer changes.
     virtual bool isComplete() const;
-    /// Called before the wizard goes on or finishes; false keeps it here. May open dialogs: a second click on Next does
-    /// nothing meanwhile, and the wizard goes on only if this page is still the current one. True by default.
+    /// Called before the wizard goes on or finishes; false keeps it here. May open dialogs: a second click
+    /// on Next does nothing meanwhile, and the wizard goes on only if this page is still the current one.
+    /// True by default.
     virtual bool validatePage();
-    /// Undoes the page's work, because the wizard goes back past it. The page answers with pageRolledBack(), at once or
-    /// later; false keeps the wizard where it is. By default there is nothing to undo: true, at once.
+    /// Undoes the page's work, because the wizard goes back past it. The page answers with
+    /// pageRolledBack(), at once or later; false keeps the wizard where it is. By default there is nothing
+    /// to undo: true, at once.
     virtual void rollBackPage();
     /// The page's help topic; -1, the default, for none.
     virtual int helpTopic() const;
 
 Q_SIGNALS:
     void completeChanged();
-    /// The page has done its work by itself: the wizard goes on as if Next were pressed. From inside of initializePage()
-    /// or enterPage() too: then it goes on once the page is announced.
+    /// The page has done its work by itself: the wizard goes on as if Next were pressed. From inside of
+    /// initializePage() or enterPage() too: then it goes on once the page is announced.
     void pageFinished();
     /// The answer to rollBackPage(). Counts once; from anybody who was not asked not at all.
     void pageRolledBack(bool ok);
@@ -66,8 +69,8 @@ protected:
     virtual void enterPage(GUI::DirectionType direction);
     virtual void leavePage(GUI::DirectionType direction);
     virtual void cleanupPage();
-    /// Whether a rollback to this page rolls back this page as well. False by default: a page that is returned to keeps
-    /// its state.
+    /// Whether a rollback to this page rolls back this page as well. False by default: a page that is
+    /// returned to keeps its state.
     virtual bool rollbackOnEnter() const;
 
 private:

@@ -16,6 +16,7 @@ public:
     explicit CAbstractWizardPageFactory(QObject *parent = nullptr);
     ~CAbstractWizardPageFactory() override;
 
-    /// @return a new page, which the model then owns. Null is an error: it is logged, and the wizard stays where it was.
+    /// @return a new page, which the model then owns. Null is an error: it is logged, and the wizard stays
+    /// where it was.
     virtual CAbstractWizardPage *createPage(int pageId, CAbstractWizardModel &model) = 0;
 };

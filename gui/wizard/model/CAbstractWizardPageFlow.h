@@ -12,11 +12,11 @@ class CAbstractWizardModel;
 /**
  * The order of a wizard's pages: which page follows, and the history of the pages that were visited.
  *
- * "Back" follows the history, not the forward rule: the page before is the one that was really shown before, so a derived
- * flow may skip pages going forward and needs no book of its own.
+ * "Back" follows the history, not the forward rule: the page before is the one that was really shown
+ * before, so a derived flow may skip pages going forward and needs no book of its own.
  *
- * A page is named by its id, any integer but -1, which means "no page". The history is a stack, the first visited page at
- * the bottom, the current one on top; no id is in it twice.
+ * A page is named by its id, any integer but -1, which means "no page". The history is a stack, the first
+ * visited page at the bottom, the current one on top; no id is in it twice.
  *
  * A derived class implements the one decision that this one cannot make, getNextPageId(int).
  */
@@ -37,10 +37,11 @@ public:
     bool canGoBack() const;
     bool isOnFinalPage() const;
     bool hasVisitedPage(int pageId) const;
-    /// The history from a page up to the current one, both included, the older first. Empty for a page not visited.
+    /// The history from a page up to the current one, both included, the older first. Empty for a page not
+    /// visited.
     QStack<int> getPageHistory(int pageId) const;
-    /// A page that was not visited comes on top of the history; a visited one becomes the top: what was visited after it
-    /// is forgotten.
+    /// A page that was not visited comes on top of the history; a visited one becomes the top: what was
+    /// visited after it is forgotten.
     void setCurrentPageId(int pageId);
 
 protected:

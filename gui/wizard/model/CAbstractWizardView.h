@@ -7,7 +7,8 @@
 class CAbstractWizardModel;
 class CAbstractWizardPage;
 
-/// Shows a wizard's current page. What "showing" is, a derived view decides. The model must outlive the calls of model().
+/// Shows a wizard's current page. What "showing" is, a derived view decides. The model must outlive the
+/// calls of model().
 class KOVGUI_EXPORT CAbstractWizardView : public QObject
 {
     Q_OBJECT

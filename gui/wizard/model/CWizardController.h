@@ -12,13 +12,13 @@ class QAction;
 class QWidget;
 
 /**
- * Connects a wizard's actions to its model's action handler, and keeps the actions as the state provider says while the
- * wizard moves. A face shows the actions and triggers them; goNext() starts the wizard.
+ * Connects a wizard's actions to its model's action handler, and keeps the actions as the state provider
+ * says while the wizard moves. A face shows the actions and triggers them; goNext() starts the wizard.
  *
  * It does not own the model. Once the model is gone each slot logs an error and does nothing.
  *
- * A triggered action looks again at the provider: one that is disabled does nothing, however it was triggered, nor does a
- * hidden Next or Finish. The slots themselves are not limited by the actions.
+ * A triggered action looks again at the provider: one that is disabled does nothing, however it was
+ * triggered, nor does a hidden Next or Finish. The slots themselves are not limited by the actions.
  */
 class KOVGUI_EXPORT CWizardController : public QObject
 {

@@ -247,7 +247,8 @@ bool CAbstractWizardModelPrivate::putOff(const std::function<void()> &function,
 
 void CAbstractWizardModelPrivate::carryOutWhatWasPutOff()
 {
-    // A page that goes on by itself leads to the next one that does: a loop, because a recursion would end on the stack.
+    // A page that goes on by itself leads to the next one that does: a loop, because a recursion would end
+    // on the stack.
     if (m_carryingOut)
         return;
     const QPointer<CAbstractWizardModel> model(q);

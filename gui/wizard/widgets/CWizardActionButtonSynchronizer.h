@@ -18,8 +18,9 @@ class KOVGUI_EXPORT CWizardActionButtonSynchronizer : public QObject
 public:
     ~CWizardActionButtonSynchronizer() override;
 
-    /// For the wizard's button of the same number as the type. Does nothing for Twitter, Facebook and Close, which have no
-    /// button there. QWizard's own connections of its buttons stay: CWizardDialog is a wizard without them.
+    /// For the wizard's button of the same number as the type. Does nothing for Twitter, Facebook and
+    /// Close, which have no button there. QWizard's own connections of its buttons stay: CWizardDialog is a
+    /// wizard without them.
     static void setupSyncronization(QWizard &wizard, CWizardController &controller,
                                     WizardActions::ActionType type);
 

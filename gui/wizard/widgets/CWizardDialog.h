@@ -12,21 +12,22 @@ class CAbstractWizardPage;
 class CWizardController;
 
 /**
- * A wizard in a window, as widgets, with the look of QWizard and the rules of a wizard model: its buttons follow the
- * actions. CDeclarativeWizardDialog is the same with scenes.
+ * A wizard in a window, as widgets, with the look of QWizard and the rules of a wizard model: its buttons
+ * follow the actions. CDeclarativeWizardDialog is the same with scenes.
  *
  * Of QWizard only the look is left; its own pages, page order and buttons are not for use.
  *
- * Shown for the first time it starts the wizard. It is accepted when the model says finished(0), rejected when it says
- * another result. Closing it, by Escape too, asks the action handler's handleCloseEvent() and then cancels the wizard.
+ * Shown for the first time it starts the wizard. It is accepted when the model says finished(0), rejected
+ * when it says another result. Closing it, by Escape too, asks the action handler's handleCloseEvent() and
+ * then cancels the wizard.
  */
 class KOVGUI_EXPORT CWizardDialog : public QWizard
 {
     Q_OBJECT
 
 public:
-    /// Makes the widget of a page, when it is shown for the first time. The dialog takes it over; it lives as long as the
-    /// page and the dialog do. Null shows a text that says so.
+    /// Makes the widget of a page, when it is shown for the first time. The dialog takes it over; it lives
+    /// as long as the page and the dialog do. Null shows a text that says so.
     using PageWidgetFactory = std::function<QWidget *(CAbstractWizardPage &page)>;
 
     /// @param model  not owned

@@ -8,7 +8,12 @@ WizardPage {
     Column {
         anchors.left: parent.left
         spacing: 12
-        Text { anchors.left: parent.left; text: qsTr("Name"); textFormat: Text.PlainText; color: palette.windowText }
+        Text {
+            anchors.left: parent.left
+            text: qsTr("Name")
+            textFormat: Text.PlainText
+            color: palette.windowText
+        }
         Rectangle {
             anchors.left: parent.left
             width: 280
@@ -35,7 +40,19 @@ WizardPage {
                 Accessible.name: qsTr("Name")
             }
         }
-        Choice { anchors.left: parent.left; objectName: "install"; text: qsTr("Install a system"); checked: page && !page.fromDisk; onChosen: page.fromDisk = false }
-        Choice { anchors.left: parent.left; objectName: "fromDisk"; text: qsTr("Use a disk that has one"); checked: page && page.fromDisk; onChosen: page.fromDisk = true }
+        Choice {
+            anchors.left: parent.left
+            objectName: "install"
+            text: qsTr("Install a system")
+            checked: page && !page.fromDisk
+            onChosen: page.fromDisk = false
+        }
+        Choice {
+            anchors.left: parent.left
+            objectName: "fromDisk"
+            text: qsTr("Use a disk that has one")
+            checked: page && page.fromDisk
+            onChosen: page.fromDisk = true
+        }
     }
 }

@@ -9,7 +9,13 @@ WizardPage {
         spacing: 12
         Repeater {
             model: page ? page.systems : []
-            Choice { anchors.left: parent.left; objectName: "system" + index; text: modelData; checked: page && page.system === index; onChosen: page.system = index }
+            Choice {
+                anchors.left: parent.left
+                objectName: "system" + index
+                text: modelData
+                checked: page && page.system === index
+                onChosen: page.system = index
+            }
         }
     }
 }

@@ -61,7 +61,13 @@ FocusScope {
             color: palette.highlight
             Accessible.role: Accessible.ProgressBar
             Accessible.name: qsTr("Busy")
-            NumberAnimation on x { from: -bar.width / 4; to: bar.width; duration: 1400; loops: Animation.Infinite; running: frame.model !== null && frame.model.busy }
+            NumberAnimation on x {
+                from: -bar.width / 4
+                to: bar.width
+                duration: 1400
+                loops: Animation.Infinite
+                running: frame.model !== null && frame.model.busy
+            }
         }
     }
 
