@@ -14,7 +14,7 @@ class MinimalWizardModel : public CAbstractWizardModel
     struct Page : CAbstractWizardPage
     {
         Page(int id, CAbstractWizardModel &model)
-            : CAbstractWizardPage(id, model)
+            : CAbstractWizardPage(model, id)
         {
             setTitle(id == 1 ? tr("Which server?") : tr("Connect?"));
         }
