@@ -1,6 +1,5 @@
 #include "examples/console/sample/ConsoleUpdateWorker.h"
 
-#include "gui/frame/LibraryVersion.h"
 #include "gui/update/CAppUpdateLogic.h"
 #include "gui/update/dialogs/CUpdateDialog.h"
 #include "gui/update/record/UpgradeUtils.h"
