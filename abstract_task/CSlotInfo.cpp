@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr int MaxParameters = 10;
+constexpr int maxParameters = 10;
 
 QByteArray normalisedSignature(const QString &slot)
 {
@@ -129,9 +129,9 @@ struct CSlotInfo::Call
 {
     QMetaMethod method;
     int count = 0;
-    int types[MaxParameters];
-    const void *values[MaxParameters];
-    QVariant converted[MaxParameters];
+    int types[maxParameters];
+    const void *values[maxParameters];
+    QVariant converted[maxParameters];
 };
 
 QString CSlotInfo::name() const
@@ -151,7 +151,7 @@ const char *CSlotInfo::prepare(const QVector<Argument> &arguments, bool wantsAns
             return "no such slot";
     }
     call->count = m_function ? m_function->parameterTypes.size() : call->method.parameterCount();
-    if (call->count > arguments.size() || call->count > MaxParameters)
+    if (call->count > arguments.size() || call->count > maxParameters)
         return "it takes more arguments than are given";
     for (int i = 0; i < call->count; ++i) {
         call->types[i] = m_function ? m_function->parameterTypes.at(i) : call->method.parameterType(i);
@@ -196,7 +196,7 @@ bool CSlotInfo::invokeWith(const QVector<Argument> &arguments, bool *answer) con
         for (int i = 0; i < call.count; ++i)
             copies.append(QVariant(call.types[i], call.values[i]));
         const auto callLater = [function = m_function, copies] {
-            const void *values[MaxParameters];
+            const void *values[maxParameters];
             for (int i = 0; i < copies.size(); ++i)
                 values[i] = copies.at(i).constData();
             function->call(values);
@@ -206,13 +206,13 @@ bool CSlotInfo::invokeWith(const QVector<Argument> &arguments, bool *answer) con
 
     if (sameThread) {
         // As QMetaMethod::invoke would, which compares all types by their names once more.
-        void *values[MaxParameters + 1] = {answer};
+        void *values[maxParameters + 1] = {answer};
         for (int i = 0; i < call.count; ++i)
             values[i + 1] = const_cast<void *>(call.values[i]);
         receiver->qt_metacall(QMetaObject::InvokeMetaMethod, call.method.methodIndex(), values);
         return true;
     }
-    QGenericArgument values[MaxParameters];
+    QGenericArgument values[maxParameters];
     for (int i = 0; i < call.count; ++i)
         values[i] = QGenericArgument(QMetaType::typeName(call.types[i]), const_cast<void *>(call.values[i]));
     return call.method.invoke(receiver, Qt::QueuedConnection, values[0], values[1], values[2], values[3],

@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr quint64 TurnsInARow = 8;
+constexpr quint64 turnsInARow = 8;
 
 CTaskManager *theManager = nullptr;
 
@@ -119,7 +119,7 @@ void CTaskManager::Private::drain()
 {
     // Going through the event loop costs more than a short step, so a few turns are taken in a row; then
     // other events get theirs.
-    const quint64 limit = turn + TurnsInARow;
+    const quint64 limit = turn + turnsInARow;
     while (!ready.isEmpty() && ready.first()->turn < limit) {
         Task *task = ready.first();
         turn = qMax(turn, task->turn + 1);

@@ -18,7 +18,7 @@
 #include <vector>
 
 static constexpr int Runs = 9;
-static constexpr int RecordsOfARun = 200000;
+static constexpr int recordsOfARun = 200000;
 
 struct Writer
 {
@@ -35,7 +35,7 @@ static double median(std::vector<double> values)
 
 static double microsecondsEach(int threadCount, const std::function<void(int)> &write)
 {
-    const int each = RecordsOfARun / threadCount;
+    const int each = recordsOfARun / threadCount;
     const auto start = std::chrono::steady_clock::now();
     std::vector<std::thread> threads;
     for (int thread = 0; thread < threadCount; ++thread)
@@ -109,7 +109,7 @@ int main()
          {}},
         {"snprintf and write(O_APPEND)", [bare](int i) { writeBare(bare, i); }, {}},
     };
-    std::printf("median of %d runs of %d records\n\n", Runs, RecordsOfARun);
+    std::printf("median of %d runs of %d records\n\n", Runs, recordsOfARun);
     std::printf("| threads | writer | us a record | ours / it |\n| --- | --- | --- | --- |\n");
     measure(1, writers);
     measure(4, writers);

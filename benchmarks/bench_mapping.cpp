@@ -28,7 +28,7 @@
 namespace {
 
 constexpr int Rounds = 9;
-constexpr int Keystrokes = 200;
+constexpr int keystrokes = 200;
 
 /// Line edits, spin boxes and check boxes by turns.
 class Form : public QWidget
@@ -198,13 +198,13 @@ void run(Contestant *contestant, int count, Times *times)
     const auto note = [&](const char *work, double time) { (*times)[QLatin1String(work)].push_back(time); };
     note("bind, each", microseconds([&] { contestant->bind(&form); }) / count);
     note("keystroke", microseconds([&] {
-                          for (int i = 0; i < Keystrokes / 2; ++i) {
+                          for (int i = 0; i < keystrokes / 2; ++i) {
                               form.edit->insert(QStringLiteral("x"));
                               contestant->isChanged();
                               form.edit->backspace();
                               contestant->isChanged();
                           }
-                      }) / Keystrokes);
+                      }) / keystrokes);
     note("load, each", microseconds([&] { contestant->load(); }) / count);
     // Ours takes a value when it changes, the others when it is submitted.
     note("change and submit", microseconds([&] {

@@ -19,7 +19,7 @@
 
 namespace {
 
-constexpr int Rounds = 301;
+constexpr int rounds = 301;
 
 struct Content
 {
@@ -106,7 +106,7 @@ void compare(const Content &content, bool paint)
 {
     const Builder builders[] = {ours, kde, qt};
     std::vector<double> times[3];
-    for (int round = 0; round < Rounds; ++round) {
+    for (int round = 0; round < rounds; ++round) {
         for (int i = 0; i < 3; ++i)
             times[i].push_back(showOnce(builders[i], content, paint));
     }
@@ -129,7 +129,7 @@ int main(int argc, char *argv[])
     const Content contents[] = {{"message", message, QString(), false},
                                 {"message and description", message, description, false},
                                 {"the same, may be hidden", message, description, true}};
-    std::printf("medians of %d boxes on %s       CMessageBox  KMessageBox  QMessageBox\n", Rounds,
+    std::printf("medians of %d boxes on %s       CMessageBox  KMessageBox  QMessageBox\n", rounds,
                 qUtf8Printable(QGuiApplication::platformName()));
     for (const Content &content : contents) {
         compare(content, false);

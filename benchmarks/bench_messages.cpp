@@ -13,11 +13,11 @@
 namespace {
 
 /// "The virtual machine %1 could not be started"; the parameter makes messages differ.
-constexpr int Code = int(0x80015E83u);
+constexpr int code = int(0x80015E83u);
 
 void show(int number, const QString &issuer)
 {
-    CMessageManager::instance()->showMessageBox(Code, issuer, {}, {QString::number(number)});
+    CMessageManager::instance()->showMessageBox(code, issuer, {}, {QString::number(number)});
 }
 
 /// Every message stands in the queue of its issuer when an iteration ends.

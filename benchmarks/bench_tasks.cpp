@@ -31,7 +31,7 @@ extern "C" void *malloc(size_t size)
 namespace {
 
 constexpr int Rounds = 7;
-constexpr int ChainLength = 20000;
+constexpr int chainLength = 20000;
 
 struct Kinds
 {
@@ -160,7 +160,7 @@ public Q_SLOTS:
 
 private:
     const std::function<void(Chain *)> m_link;
-    int m_left = ChainLength;
+    int m_left = chainLength;
     QEventLoop m_loop;
 };
 
@@ -255,11 +255,11 @@ int main(int argc, char *argv[])
     Tasks::setClassResolver([](const QString &) { return &CTaskOneStep::staticMetaObject; });
 
     std::vector<Contestant> contestants{
-        {"chain, task", ChainLength, chainOfTasks},
-        {"chain, managed task", ChainLength, chainOfManagedTasks},
-        {"chain, managed, a function", ChainLength, chainOfTasksCalledByFunction},
-        {"chain, KJob", ChainLength, chainOfJobs},
-        {"chain, raw queued call", ChainLength, chainOfQueuedCalls},
+        {"chain, task", chainLength, chainOfTasks},
+        {"chain, managed task", chainLength, chainOfManagedTasks},
+        {"chain, managed, a function", chainLength, chainOfTasksCalledByFunction},
+        {"chain, KJob", chainLength, chainOfJobs},
+        {"chain, raw queued call", chainLength, chainOfQueuedCalls},
         {"queue of 1,000, task", 1000, [] { queueOfTasks(1000); }},
         {"queue of 40,000, task", 40000, [] { queueOfTasks(40000); }},
         {"queue of 1,000, KCompositeJob", 1000, [] { queueOfJobs(1000); }},

@@ -21,7 +21,7 @@
 
 namespace {
 
-constexpr int Rounds = 5;
+constexpr int rounds = 5;
 
 QString text(int id)
 {
@@ -146,12 +146,12 @@ int main(int argc, char *argv[])
     QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     std::printf("us a Next on %s, medians of %d; ours, KAssistantDialog, QWizard; ours : KAssistantDialog\n",
-                qUtf8Printable(QGuiApplication::platformName()), Rounds);
+                qUtf8Printable(QGuiApplication::platformName()), rounds);
     const std::function<std::pair<double, double>(int)> contestants[] = {ours, kde, qt};
     for (const int pages : {10, 100, 1000}) {
         std::vector<double> first[3];
         std::vector<double> again[3];
-        for (int round = 0; round < Rounds; ++round) {
+        for (int round = 0; round < rounds; ++round) {
             for (int i = 0; i < 3; ++i) {
                 const auto [made, shown] = contestants[i](pages);
                 first[i].push_back(made);

@@ -16,7 +16,7 @@
 
 namespace {
 
-const char ViewProperty[] = "kovContentView";
+const char viewProperty[] = "kovContentView";
 
 void chooseRenderer()
 {
@@ -47,7 +47,7 @@ CContentView::CContentView(QWidget *parent)
     setObjectName(QStringLiteral("CContentView"));
     d->scene = new ContentSceneWidget(this);
     d->scene->setObjectName(QStringLiteral("scene"));
-    d->scene->quickWindow()->setProperty(ViewProperty, QVariant::fromValue<QWidget *>(this));
+    d->scene->quickWindow()->setProperty(viewProperty, QVariant::fromValue<QWidget *>(this));
     d->scene->setSource(QUrl(QStringLiteral("qrc:/qml/ContentRoot.qml")));
     installContentAccessibility();
 
@@ -92,7 +92,7 @@ bool CContentView::focusFirst(QQuickItem *part)
 
 CContentView *CContentView::of(const QQuickWindow *window)
 {
-    return window ? qobject_cast<CContentView *>(window->property(ViewProperty).value<QWidget *>()) : nullptr;
+    return window ? qobject_cast<CContentView *>(window->property(viewProperty).value<QWidget *>()) : nullptr;
 }
 
 QSize CContentView::sizeHint() const

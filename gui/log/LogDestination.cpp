@@ -14,15 +14,15 @@ namespace KovGui::LogDestination {
 
 namespace LogFile = Platform::LogFile;
 
-static constexpr std::size_t LongestText = 1024;
+static constexpr std::size_t longestText = 1024;
 
 namespace {
 
 /// A directory and the log's path in it. Never changed and never freed once other threads can see it.
 struct Place
 {
-    char directory[LongestText];
-    char file[LongestText];
+    char directory[longestText];
+    char file[longestText];
     const Place *next;
 };
 
@@ -34,7 +34,7 @@ static std::atomic<std::int64_t> s_lastCheck{0};
 
 static const Place *known(const char *directory, const Place *list)
 {
-    while (list && std::strncmp(list->directory, directory, LongestText - 1) != 0)
+    while (list && std::strncmp(list->directory, directory, longestText - 1) != 0)
         list = list->next;
     return list;
 }
@@ -50,10 +50,10 @@ static const Place *placeOf(const char *directory)
     auto *place = static_cast<Place *>(std::malloc(sizeof(Place)));
     if (!place)
         return nullptr;
-    std::snprintf(place->directory, LongestText, "%s", directory);
+    std::snprintf(place->directory, longestText, "%s", directory);
     // The cut is meant: it shows as a folder that is not there.
     const int length
-        = std::snprintf(place->file, LongestText, "%s/%s", place->directory, "tessarine-qor.log");
+        = std::snprintf(place->file, longestText, "%s/%s", place->directory, "tessarine-qor.log");
     if (length < 0)
         place->file[0] = '\0';
     place->next = list;

@@ -12,14 +12,14 @@
 
 namespace {
 
-const char Tag[] = "[MESSAGE_MNG]";
-constexpr int NothingShown = -1;
+const char tag[] = "[MESSAGE_MNG]";
+constexpr int nothingShown = -1;
 
 bool isCalledFromOtherThread(const char *operation)
 {
     if (QThread::currentThread() == qApp->thread())
         return false;
-    KOV_LOG_TAG(Tag, 0, "(!)Error: %s is called from another thread, ignored.", operation);
+    KOV_LOG_TAG(tag, 0, "(!)Error: %s is called from another thread, ignored.", operation);
     return true;
 }
 
@@ -31,10 +31,10 @@ QString issuerOfWindow(const QWidget *widget)
 /// A message that could not be made still owes its caller the call.
 int refuse(KOV_RESULT code, const CSlotInfo &closeSlot)
 {
-    KOV_LOG_TAG(Tag, 0, "(!)Error: can't extract message info.");
+    KOV_LOG_TAG(tag, 0, "(!)Error: can't extract message info.");
     if (!closeSlot.isEmpty())
         closeSlot.invoke(code, Messaging::ButtonNone, closeSlot.params());
-    return NothingShown;
+    return nothingShown;
 }
 
 using Condition = std::function<bool(const CMessageBoxWndBase &, const Messaging::MessageData &)>;
@@ -70,7 +70,7 @@ void closeAll(const QList<CMessageBoxWndBase *> &windows)
 CMessageManager::CMessageManager()
     : m_processor(&policyOrDefault<CMessageProcessor>())
 {
-    KOV_LOG_TAG(Tag, 3, "Message manager %p created", static_cast<void *>(this));
+    KOV_LOG_TAG(tag, 3, "Message manager %p created", static_cast<void *>(this));
     qRegisterMetaType<MessageParams>("MessageParams");
     connect(m_processor, &CMessageProcessor::aboutToShowMessage, this, &CMessageManager::aboutToShowMessage);
     connect(m_processor, &CMessageProcessor::messageClosed, this, &CMessageManager::messageClosed);
@@ -87,7 +87,7 @@ CMessageManager *CMessageManager::instance()
 int CMessageManager::showMessageBox(const MessageParams &params)
 {
     if (isCalledFromOtherThread("showMessageBox()"))
-        return NothingShown;
+        return nothingShown;
     const QString issuerId = params.issuerId.isEmpty() ? issuerOfWindow(params.parent) : params.issuerId;
     CMessageInfo *message
         = m_processor->create(params.code, issuerId, params.shortMsgParams, params.longMsgParams, false);
@@ -112,9 +112,9 @@ int CMessageManager::showMessageBox(const QVariant &params)
 {
     if (params.userType() == qMetaTypeId<MessageParams>())
         return showMessageBox(params.value<MessageParams>());
-    KOV_LOG_TAG(Tag, 0, "(!)Error: can't extract params from %s. struct MessageParams must be in params.",
+    KOV_LOG_TAG(tag, 0, "(!)Error: can't extract params from %s. struct MessageParams must be in params.",
                 params.isValid() ? params.typeName() : "Invalid");
-    return NothingShown;
+    return nothingShown;
 }
 
 int CMessageManager::showMessageBox(int code, const QString &issuerId, const QStringList &shortParams,
@@ -122,7 +122,7 @@ int CMessageManager::showMessageBox(int code, const QString &issuerId, const QSt
                                     bool spontaneous, QWidget *parent, QWidget *hint)
 {
     if (isCalledFromOtherThread("showMessageBox()"))
-        return NothingShown;
+        return nothingShown;
     CMessageInfo *message = m_processor->create(code, issuerId, shortParams, longParams, spontaneous);
     if (!message)
         return refuse(code, closeSlot);
@@ -136,7 +136,7 @@ int CMessageManager::showMessageBox(int code, QWidget *parent, const QStringList
                                     bool spontaneous)
 {
     if (isCalledFromOtherThread("showMessageBox()"))
-        return NothingShown;
+        return nothingShown;
     return showMessageBox(code, issuerOfWindow(parent), shortParams, longParams, closeSlot, spontaneous,
                           parent);
 }
@@ -145,7 +145,7 @@ int CMessageManager::showMessageBox(t_SdkHandleWrap event, const QString &issuer
                                     const CSlotInfo &closeSlot)
 {
     if (isCalledFromOtherThread("showMessageBox()"))
-        return NothingShown;
+        return nothingShown;
     CMessageInfo *message = m_processor->create(event, issuerId, false, parent, nullptr);
     if (!message)
         return refuse(KOV_ERR_INVALID_HANDLE, closeSlot);
@@ -156,7 +156,7 @@ int CMessageManager::showMessageBox(t_SdkHandleWrap event, const QString &issuer
 int CMessageManager::showMessageFromServer(t_SdkHandleWrap event, const QString &issuerId, QWidget *parent)
 {
     if (isCalledFromOtherThread("showMessageFromServer()"))
-        return NothingShown;
+        return nothingShown;
     CMessageInfo *message = m_processor->create(event, issuerId, true, parent, nullptr);
     return message ? m_processor->tryToShowMessage(message) : refuse(KOV_ERR_INVALID_HANDLE, CSlotInfo());
 }
@@ -165,19 +165,19 @@ int CMessageManager::showMessageBoxForJob(t_SdkHandleWrap job, const QString &is
                                           const CSlotInfo *closeSlot, QWidget *parent)
 {
     if (isCalledFromOtherThread("showMessageBoxForJob()"))
-        return NothingShown;
+        return nothingShown;
     const CSlotInfo slot = closeSlot ? *closeSlot : CSlotInfo();
     KOV_RESULT code = KOV_SUCCESS;
     KOV_RESULT result = KovJob_GetRetCode(job, &code);
     if (KOV_FAILED(result)) {
-        KOV_LOG_TAG(Tag, 0, "(!)Error: KovJob_GetRetCode failed. RC = [%.8X]", unsigned(result));
+        KOV_LOG_TAG(tag, 0, "(!)Error: KovJob_GetRetCode failed. RC = [%.8X]", unsigned(result));
         return refuse(result, slot);
     }
     t_SdkHandleWrap event;
     result = KovJob_GetError(job, event.out());
     if (KOV_SUCCEEDED(result))
         return showMessageBox(event, issuerId, parent, slot);
-    KOV_LOG_TAG(Tag, 1,
+    KOV_LOG_TAG(tag, 1,
                 "KovJob_GetError failed. Seems to be the job doesn't contain additional info. RC = [%.8X]",
                 unsigned(result));
     return showMessageBox(code, issuerId, QStringList(), QStringList(), slot, false, parent);

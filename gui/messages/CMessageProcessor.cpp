@@ -17,8 +17,8 @@ using Messaging::MessageData;
 
 namespace {
 
-const char Tag[] = "[MESSAGE_MNG]";
-constexpr int AttentionMsecs = 1000;
+const char tag[] = "[MESSAGE_MNG]";
+constexpr int attentionMsecs = 1000;
 
 bool isAskedFor(const MessageData &data)
 {
@@ -30,7 +30,7 @@ bool isAbandonedQuestion(const CMessageInfo &message)
 {
     if (message.data().type != KMT_QUESTION || !message.isAbandoned())
         return false;
-    KOV_LOG_TAG(Tag, 0, "(!)Error: nobody waits for the answer of question %d, so it is not asked.",
+    KOV_LOG_TAG(tag, 0, "(!)Error: nobody waits for the answer of question %d, so it is not asked.",
                 message.data().code);
     return true;
 }
@@ -40,7 +40,7 @@ bool isAbandonedQuestion(const CMessageInfo &message)
 CMessageProcessor::CMessageProcessor()
     : d(new Private(this))
 {
-    KOV_LOG_TAG(Tag, 3, "Message processor %p created", static_cast<void *>(this));
+    KOV_LOG_TAG(tag, 3, "Message processor %p created", static_cast<void *>(this));
     // The event loop that would deliver them has ended, or is about to.
     connect(qApp, &QCoreApplication::aboutToQuit, this, [this] { d->endDestroyed(); });
     static QPointer<CMessageProcessor> latest;
@@ -57,7 +57,7 @@ CMessageProcessor::CMessageProcessor()
 
 CMessageProcessor::~CMessageProcessor()
 {
-    KOV_LOG_TAG(Tag, 3, "Message processor %p destroyed", static_cast<void *>(this));
+    KOV_LOG_TAG(tag, 3, "Message processor %p destroyed", static_cast<void *>(this));
     const QList<CMessageInfo *> waiting = d->suspended.takeAll();
     const QList<CMessageInfo *> open = d->shown.takeAll();
     for (CMessageInfo *message : waiting + open)
@@ -126,7 +126,7 @@ void CMessageProcessor::preprocessMsgLogic(CMessageInfo &message, bool quiet)
 {
     d->shown.append(&message);
     if (!quiet && !QApplication::activeWindow() && !QApplication::focusWidget())
-        QApplication::alert(nullptr, AttentionMsecs);
+        QApplication::alert(nullptr, attentionMsecs);
 }
 
 void CMessageProcessor::sendAnswerToVm(CMessageInfo &, int) { }
@@ -152,7 +152,7 @@ bool CMessageProcessor::isMessageShouldBeQueued(const CMessageInfo &message, boo
 int CMessageProcessor::showMessage(CMessageInfo *message, bool useActive)
 {
     if (message->data().type == KMT_QUESTION && message->data().buttons.isEmpty()) {
-        KOV_LOG_TAG(Tag, 0, "(!)Error: no answers for question message were specified.");
+        KOV_LOG_TAG(tag, 0, "(!)Error: no answers for question message were specified.");
         return Private::NothingShown;
     }
     if (isAbandonedQuestion(*message))
@@ -163,7 +163,7 @@ int CMessageProcessor::showMessage(CMessageInfo *message, bool useActive)
     CMessageBoxBuilder *builder = CMessageBoxBuilder::instance();
     CMessageBoxWndBase *window = builder ? builder->build(*message, parent) : nullptr;
     if (!window) {
-        KOV_LOG_TAG(Tag, 0, "(!)Error: message dialog was not created.");
+        KOV_LOG_TAG(tag, 0, "(!)Error: message dialog was not created.");
         d->shown.remove(message);
         return Private::NothingShown;
     }
@@ -199,9 +199,9 @@ void CMessageProcessor::handleProcessedMessage(CMessageInfo &message, ButtonID a
 
 int CMessageProcessor::tryToShowMessage(CMessageInfo *message)
 {
-    KOV_LOG_TAG(Tag, 2, "Trying to show message...");
+    KOV_LOG_TAG(tag, 2, "Trying to show message...");
     if (!message) {
-        KOV_LOG_TAG(Tag, 0, "(!)Error: can't obtain message info to show notification.");
+        KOV_LOG_TAG(tag, 0, "(!)Error: can't obtain message info to show notification.");
         return Private::NothingShown;
     }
     message->dump();
@@ -214,13 +214,13 @@ int CMessageProcessor::tryToShowMessage(CMessageInfo *message)
     int result = Private::NothingShown;
     switch (d->decide(*message)) {
     case MessageRules::Hidden: {
-        KOV_LOG_TAG(Tag, 1, "The message is hidden.");
+        KOV_LOG_TAG(tag, 1, "The message is hidden.");
         const ButtonID answer = MessageUtils::getDefaultButtonForHiddenMessage(message->data().code);
         handleProcessedMessage(*message, answer);
         return answer;
     }
     case MessageRules::Skipped:
-        KOV_LOG_TAG(Tag, 1, "Message has been skipped.");
+        KOV_LOG_TAG(tag, 1, "Message has been skipped.");
         d->skip(message);
         break;
     case MessageRules::Merged:
@@ -246,11 +246,11 @@ bool CMessageProcessor::isMessageMustBeShown(const CMessageInfo &message) const
 bool CMessageProcessor::isMessageShouldBeMerged(const CMessageInfo &message) const
 {
     if (d->shown.findEqual(message)) {
-        KOV_LOG_TAG(Tag, 1, "The same message is already shown. The message was merged.");
+        KOV_LOG_TAG(tag, 1, "The same message is already shown. The message was merged.");
         return true;
     }
     if (d->suspended.findEqual(message)) {
-        KOV_LOG_TAG(Tag, 1, "The same message is already suspended. The message was merged.");
+        KOV_LOG_TAG(tag, 1, "The same message is already suspended. The message was merged.");
         return true;
     }
     return false;
@@ -258,7 +258,7 @@ bool CMessageProcessor::isMessageShouldBeMerged(const CMessageInfo &message) con
 
 void CMessageProcessor::suspendMessage(CMessageInfo *message)
 {
-    KOV_LOG_TAG(Tag, 1, "Adding message of type %s to the message queue...",
+    KOV_LOG_TAG(tag, 1, "Adding message of type %s to the message queue...",
                 MessageText::typeName(message->data().type));
     d->suspended.append(message);
 }
@@ -322,7 +322,7 @@ int CMessageProcessor::queueLength(const QString &issuerId) const
 
 void CMessageProcessor::handleMessageClose(QString uuid, ButtonID answer, bool doNotShowAgain)
 {
-    KOV_LOG_TAG(Tag, 3, "Handle message box deletion...");
+    KOV_LOG_TAG(tag, 3, "Handle message box deletion...");
     const bool destroyed = !d->finished.remove(uuid) && sender();
     if (destroyed && d->shown.find(uuid))
         d->endLater(uuid, answer, doNotShowAgain);
@@ -342,7 +342,7 @@ void CMessageProcessor::handleMessageAnchorClicked(const QString &uuid, const QU
         return;
     }
     if (!message) {
-        KOV_LOG_TAG(Tag, 0, "(!)Error: can't get message info.");
+        KOV_LOG_TAG(tag, 0, "(!)Error: can't get message info.");
         return;
     }
     const CSlotInfo slot = message->anchorClickSlot();
@@ -352,6 +352,6 @@ void CMessageProcessor::handleMessageAnchorClicked(const QString &uuid, const QU
     }
     bool handled = false;
     if (!slot.invokeForBool(&handled, url))
-        KOV_LOG_TAG(Tag, 0, "(!)Can not invoke event handler for url clicked slot %s",
+        KOV_LOG_TAG(tag, 0, "(!)Can not invoke event handler for url clicked slot %s",
                     KovGui::logText(slot.name()).constData());
 }

@@ -14,7 +14,7 @@ using Messaging::MessageData;
 
 namespace {
 
-const char Tag[] = "[MESSAGE_MNG]";
+const char tag[] = "[MESSAGE_MNG]";
 
 /// Whether the object is an open message window or has one among its descendants.
 bool holdsMessageWindow(const QObject *object)
@@ -36,7 +36,7 @@ void invokeSkipped(const CMessageInfo &message)
     const CSlotInfo slot = message.closeSlot();
     if (slot.isEmpty() || slot.invoke(message.data().code, ButtonNone, slot.params()))
         return;
-    KOV_LOG_TAG(Tag, 0, "(!)Can not invoke event handler for skipped message with slot %s",
+    KOV_LOG_TAG(tag, 0, "(!)Can not invoke event handler for skipped message with slot %s",
                 KovGui::logText(slot.name()).constData());
 }
 
@@ -138,7 +138,7 @@ void CMessageProcessor::Private::finish(CMessageInfo *message, ButtonID answer)
     sendAnswer(message, answer);
     if (guard)
         message->emitBeforeDeleted(answer);
-    KOV_LOG_TAG(Tag, 3, "Removing message info...");
+    KOV_LOG_TAG(tag, 3, "Removing message info...");
     delete guard;
 }
 
@@ -146,10 +146,10 @@ void CMessageProcessor::Private::endShown(const QString &uuid, ButtonID answer, 
 {
     const QPointer<CMessageInfo> message(shown.find(uuid));
     if (!message) {
-        KOV_LOG_TAG(Tag, 0, "(!)Error: can't get message info to process queue.");
+        KOV_LOG_TAG(tag, 0, "(!)Error: can't get message info to process queue.");
         return;
     }
-    KOV_LOG_TAG(Tag, 2, "Message %s was closed with answer %d, do not show again: %d", qUtf8Printable(uuid),
+    KOV_LOG_TAG(tag, 2, "Message %s was closed with answer %d, do not show again: %d", qUtf8Printable(uuid),
                 int(answer), int(doNotShowAgain));
     message->tellAnswer(answer);
     if (!message)

@@ -13,8 +13,8 @@
 
 namespace {
 
-const char Tag[] = "[PARENT_SEARCH]";
-constexpr int Level = 3;
+const char tag[] = "[PARENT_SEARCH]";
+constexpr int level = 3;
 
 bool inheritsAny(const QObject *object, std::initializer_list<const char *> classNames)
 {
@@ -29,7 +29,7 @@ QByteArray vmUuid(const QObject *object)
 
 void logAncestorCheck(const QObject *ancestor, const QObject *object)
 {
-    KOV_LOG_TAG(Tag, Level,
+    KOV_LOG_TAG(tag, level,
                 "Check if %s (obj name: %s, vmUuid: %s) is ancestor of %s (obj name: %s, vmUuid: %s)...",
                 ancestor->metaObject()->className(), KovGui::logText(ancestor->objectName()).constData(),
                 vmUuid(ancestor).constData(), object->metaObject()->className(),
@@ -41,7 +41,7 @@ bool isSameOrAncestor(const QWidget *ancestor, const QWidget *widget)
     for (; widget; widget = widget->parentWidget()) {
         logAncestorCheck(ancestor, widget);
         const bool same = widget == ancestor;
-        KOV_LOG_TAG(Tag, Level, "%s", same ? "TRUE" : "FALSE");
+        KOV_LOG_TAG(tag, level, "%s", same ? "TRUE" : "FALSE");
         if (same)
             return true;
     }
@@ -51,13 +51,13 @@ bool isSameOrAncestor(const QWidget *ancestor, const QWidget *widget)
 /// The modal dialog, or what carries it.
 QWidget *parentAtModal(QWidget *modal)
 {
-    KOV_LOG_TAG(Tag, Level, "Check if active modal dialog [%s] can be a dialog parent.",
+    KOV_LOG_TAG(tag, level, "Check if active modal dialog [%s] can be a dialog parent.",
                 modal->metaObject()->className());
     if (CSearchParentHelper::canBeParent(modal)) {
-        KOV_LOG_TAG(Tag, Level, "OK. The parent is a modal dialog.");
+        KOV_LOG_TAG(tag, level, "OK. The parent is a modal dialog.");
         return modal;
     }
-    KOV_LOG_TAG(Tag, Level, "Inacceptable parent. Search for another one...");
+    KOV_LOG_TAG(tag, level, "Inacceptable parent. Search for another one...");
     QWidget *ancestor = modal->parentWidget();
     while (ancestor && !CSearchParentHelper::canBeParent(ancestor))
         ancestor = ancestor->parentWidget();
@@ -87,7 +87,7 @@ CSearchParentHelper *CSearchParentHelper::instance()
 
 QWidget *CSearchParentHelper::getParentForMessage(const QString &issuerId, bool useActive, QWidget *hint)
 {
-    KOV_LOG_TAG(Tag, Level, "Trying to get message box parent window. Issuer id: %s, useActive: %d, hint: %p",
+    KOV_LOG_TAG(tag, level, "Trying to get message box parent window. Issuer id: %s, useActive: %d, hint: %p",
                 KovGui::logText(issuerId).constData(), int(useActive), static_cast<void *>(hint));
 
     QWidget *parent = canBeParent(hint) ? hint : getApproxParent(issuerId, useActive);
@@ -97,9 +97,9 @@ QWidget *CSearchParentHelper::getParentForMessage(const QString &issuerId, bool 
         parent = parentAtModal(modal);
 
     if (parent)
-        KOV_LOG_TAG(Tag, Level, "The found parent is [%s].", parent->metaObject()->className());
+        KOV_LOG_TAG(tag, level, "The found parent is [%s].", parent->metaObject()->className());
     else
-        KOV_LOG_TAG(Tag, Level, "No parent for the message was found.");
+        KOV_LOG_TAG(tag, level, "No parent for the message was found.");
     return parent;
 }
 

@@ -4,8 +4,8 @@ namespace KovGui::Platform {
 
 namespace {
 
-constexpr std::size_t MaxHostLength = 255;
-constexpr unsigned MaxPort = 65535;
+constexpr std::size_t maxHostLength = 255;
+constexpr unsigned maxPort = 65535;
 
 std::string_view trimmed(std::string_view text)
 {
@@ -27,14 +27,14 @@ bool parsePort(std::string_view text, unsigned &port)
         value = value * 10 + unsigned(c - '0');
     }
     port = value;
-    return value >= 1 && value <= MaxPort;
+    return value >= 1 && value <= maxPort;
 }
 
 bool isHost(std::string_view text)
 {
     // Bytes above 127 are names that are not in ASCII form yet.
     constexpr std::string_view refused = " \t\"'<>()[]{}|\\^`@/?#%,;=&";
-    if (text.empty() || text.size() > MaxHostLength || text.find_first_of(refused) != std::string_view::npos)
+    if (text.empty() || text.size() > maxHostLength || text.find_first_of(refused) != std::string_view::npos)
         return false;
     for (const char c : text) {
         if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f)

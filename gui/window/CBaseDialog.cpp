@@ -11,7 +11,7 @@
 
 namespace {
 
-const char BlockingDialogProperty[] = "DynProp_BlockingDialog";
+const char blockingDialogProperty[] = "DynProp_BlockingDialog";
 
 Qt::WindowFlags withCustomFlags(Qt::WindowFlags flags, CWindowInterface::CustomWindowFlags customFlags)
 {
@@ -173,13 +173,13 @@ int CBaseDialog::exec()
     const QPointer<CBaseDialog> guard(this);
     const bool deleteOnClose = testAttribute(Qt::WA_DeleteOnClose);
     setAttribute(Qt::WA_DeleteOnClose, false);
-    setProperty(BlockingDialogProperty, true);
+    setProperty(blockingDialogProperty, true);
 
     const int result = QDialog::exec();
 
     if (!guard)
         return Rejected;
-    setProperty(BlockingDialogProperty, QVariant());
+    setProperty(blockingDialogProperty, QVariant());
     if (deleteOnClose)
         deleteLater();
     return result;

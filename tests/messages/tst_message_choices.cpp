@@ -15,16 +15,16 @@ using Messaging::MessageData;
 
 namespace {
 
-constexpr int FirstCode = 20000;
-constexpr int CodesPerProcess = 40;
-const QString Group = QStringLiteral("Hidden Messages ID List/");
+constexpr int firstCode = 20000;
+constexpr int codesPerProcess = 40;
+const QString group = QStringLiteral("Hidden Messages ID List/");
 
 bool prepare()
 {
     KovGui::init(KAM_CONSOLE);
     registerPolicy<CMessageDataProvider>();
     QVector<CatalogueCode> codes{{19000, "error", "Always", "Always.", false}};
-    for (int code = FirstCode; code < FirstCode + 3 * CodesPerProcess; ++code)
+    for (int code = firstCode; code < firstCode + 3 * codesPerProcess; ++code)
         codes.append({code, "warning", "Hide me", "Hide me.", true});
     return loadCatalogue(codes);
 }
@@ -34,7 +34,7 @@ int storeAndWait(int first)
 {
     if (!prepare())
         return 1;
-    for (int code = first; code < first + CodesPerProcess; ++code)
+    for (int code = first; code < first + codesPerProcess; ++code)
         MessageUtils::setMessageHidden(code, Button1);
     MessageData data;
     data.code = first;
@@ -59,9 +59,9 @@ private Q_SLOTS:
         QTest::addColumn<int>("code");
         QTest::addColumn<Messaging::ButtonID>("answer");
         QTest::addColumn<bool>("kept");
-        QTest::newRow("a possible answer") << FirstCode << Button1 << true;
-        QTest::newRow("an impossible answer") << FirstCode << Button2 << false;
-        QTest::newRow("no answer") << FirstCode << ButtonNone << false;
+        QTest::newRow("a possible answer") << firstCode << Button1 << true;
+        QTest::newRow("an impossible answer") << firstCode << Button2 << false;
+        QTest::newRow("no answer") << firstCode << ButtonNone << false;
         QTest::newRow("a message that may not be hidden") << 19000 << Button1 << false;
     }
 
@@ -71,7 +71,7 @@ private Q_SLOTS:
         QFETCH(Messaging::ButtonID, answer);
         QFETCH(bool, kept);
         MessageUtils::setMessageHidden(code, answer);
-        QCOMPARE(QSettings().contains(Group + QString::number(code)), kept);
+        QCOMPARE(QSettings().contains(group + QString::number(code)), kept);
         QCOMPARE(MessageUtils::isMessageHidden(code), kept);
         QCOMPARE(MessageUtils::getDefaultButtonForHiddenMessage(code), kept ? answer : ButtonNone);
         QCOMPARE(MessageUtils::hiddenMessages(), kept ? QList<int>{code} : QList<int>());
@@ -82,12 +82,12 @@ private Q_SLOTS:
     void staleEntriesGo()
     {
         for (const char *key : {"19000", "20000", "20001", "-5", "20002x"})
-            QSettings().setValue(Group + QLatin1String(key), 1u);
-        QSettings().setValue(Group + QStringLiteral("20001"), 77u);
+            QSettings().setValue(group + QLatin1String(key), 1u);
+        QSettings().setValue(group + QStringLiteral("20001"), 77u);
         QVERIFY(!MessageUtils::isMessageHidden(20001));
         QCOMPARE(MessageUtils::getHiddenMessagesCount(), 2);
-        QVERIFY(!QSettings().contains(Group + QStringLiteral("19000")));
-        QVERIFY(!QSettings().contains(Group + QStringLiteral("-5")));
+        QVERIFY(!QSettings().contains(group + QStringLiteral("19000")));
+        QVERIFY(!QSettings().contains(group + QStringLiteral("-5")));
         MessageUtils::restoreHiddenMessages();
         QCOMPARE(MessageUtils::getHiddenMessagesCount(), 0);
     }
@@ -115,14 +115,14 @@ private Q_SLOTS:
 
     void processesKeepEachOthersAnswers()
     {
-        MessageUtils::setMessageHidden(FirstCode, Button1);
+        MessageUtils::setMessageHidden(firstCode, Button1);
         QProcess children[2];
         for (int i = 0; i < 2; ++i) {
             children[i].start(
                 QCoreApplication::applicationFilePath(),
-                {QStringLiteral("--store"), QString::number(FirstCode + (i + 1) * CodesPerProcess)});
+                {QStringLiteral("--store"), QString::number(firstCode + (i + 1) * codesPerProcess)});
         }
-        for (int code = FirstCode + 1; code < FirstCode + CodesPerProcess; ++code)
+        for (int code = firstCode + 1; code < firstCode + codesPerProcess; ++code)
             MessageUtils::setMessageHidden(code, Button1);
         for (QProcess &child : children) {
             QVERIFY(child.waitForReadyRead());
@@ -131,7 +131,7 @@ private Q_SLOTS:
             QVERIFY(child.waitForFinished());
             QCOMPARE(child.exitStatus(), QProcess::CrashExit);
         }
-        QCOMPARE(MessageUtils::getHiddenMessagesCount(), 3 * CodesPerProcess);
+        QCOMPARE(MessageUtils::getHiddenMessagesCount(), 3 * codesPerProcess);
         QSettings settings;
         settings.beginGroup(QStringLiteral("Shown Once For VM Messages ID List"));
         QCOMPARE(settings.childKeys().size(), 2);
@@ -150,14 +150,14 @@ private Q_SLOTS:
         QFile file(path);
         QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write("no setting\n") > 0);
         file.close();
-        QCOMPARE(complaintWhileHiding(FirstCode), "damaged");
-        QCOMPARE(complaintWhileHiding(FirstCode + 1), "");
+        QCOMPARE(complaintWhileHiding(firstCode), "damaged");
+        QCOMPARE(complaintWhileHiding(firstCode + 1), "");
 
         QVERIFY(file.remove() && QDir().mkdir(path));
-        QCOMPARE(complaintWhileHiding(FirstCode), "not written");
-        QVERIFY2(MessageUtils::isMessageHidden(FirstCode), "the answer is lost for this run as well");
+        QCOMPARE(complaintWhileHiding(firstCode), "not written");
+        QVERIFY2(MessageUtils::isMessageHidden(firstCode), "the answer is lost for this run as well");
         QVERIFY(QDir().rmdir(path));
-        QCOMPARE(complaintWhileHiding(FirstCode + 1), "");
+        QCOMPARE(complaintWhileHiding(firstCode + 1), "");
         QVERIFY(file.open(QIODevice::ReadOnly));
         const QByteArray stored = file.readAll();
         QVERIFY2(stored.contains("20000=1") && stored.contains("20001=1"), stored.constData());

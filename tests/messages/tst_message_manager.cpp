@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr int Unbuildable = 9001;
+constexpr int unbuildable = 9001;
 const QString Issuer = QStringLiteral("vm");
 
 QStringList &events()
@@ -43,7 +43,7 @@ public:
 
     CMessageBoxWndBase *build(const CMessageInfo &message, QWidget *parent) override
     {
-        if (message.data().code == Unbuildable)
+        if (message.data().code == unbuildable)
             return nullptr;
         Box *box = CMessageBoxBuilder::build(message, parent);
         if (whileOpen)
@@ -121,7 +121,7 @@ private Q_SLOTS:
         registerPolicy<CMessageProcessor, Processor>();
         registerPolicy<CSearchParentHelper>();
         QVector<CatalogueCode> codes;
-        for (const int code : {1001, 1003, 1004, 4001, 5001, 6001, 6002, 7001, 7002, 8001, Unbuildable})
+        for (const int code : {1001, 1003, 1004, 4001, 5001, 6001, 6002, 7001, 7002, 8001, unbuildable})
             codes.append({code, "error", "Brief %1", "Full %2 %1", false});
         for (const int code : {3001, 3002})
             codes.append({code, "warning", "Hide", "Hide.", true});

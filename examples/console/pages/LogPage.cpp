@@ -17,7 +17,7 @@
 namespace {
 
 // The window shows the end of a log that may have grown for weeks.
-constexpr qint64 MostBytesShown = 64 * 1024;
+constexpr qint64 mostBytesShown = 64 * 1024;
 
 } // namespace
 
@@ -99,7 +99,7 @@ void LogPage::refresh()
         m_read = 0;
     if (file.size() == m_read)
         return;
-    file.seek(qMax(m_read, file.size() - MostBytesShown));
+    file.seek(qMax(m_read, file.size() - mostBytesShown));
     const QByteArray added = file.readAll();
     m_read = file.pos();
     m_text->moveCursor(QTextCursor::End);

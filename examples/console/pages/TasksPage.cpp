@@ -12,14 +12,14 @@
 
 namespace {
 
-constexpr int SampleFiles = 24;
+constexpr int sampleFiles = 24;
 
 } // namespace
 
 TasksPage::TasksPage(QWidget *parent)
     : ConsolePage(tr("Tasks"), parent)
 {
-    for (int i = 0; i < SampleFiles; ++i) {
+    for (int i = 0; i < sampleFiles; ++i) {
         QFile file(m_folder.filePath(QStringLiteral("machine-%1.cfg").arg(i, 2, 10, QLatin1Char('0'))));
         if (file.open(QIODevice::WriteOnly))
             file.write(QByteArray(1024 * (i + 1), char('a' + i)));
@@ -33,7 +33,7 @@ TasksPage::TasksPage(QWidget *parent)
     m_progress = new QProgressBar(area());
     m_progress->setObjectName(QStringLiteral("progress"));
     m_progress->setAccessibleName(tr("Files hashed"));
-    m_progress->setRange(0, SampleFiles);
+    m_progress->setRange(0, sampleFiles);
     m_progress->setValue(0);
     m_start = new QPushButton(tr("&Start"), area());
     m_start->setObjectName(QStringLiteral("startTask"));

@@ -12,8 +12,8 @@
 
 namespace {
 
-constexpr int AnswersAfterMs = 150;
-constexpr double MostMemoryKiB = 16.0 * 1024 * 1024;
+constexpr int answersAfterMs = 150;
+constexpr double mostMemoryKiB = 16.0 * 1024 * 1024;
 
 QJsonObject firstConfiguration()
 {
@@ -48,7 +48,7 @@ QString objection(const QJsonObject &configuration)
 {
     if (configuration.value(QLatin1String("name")).toString().trimmed().isEmpty())
         return QCoreApplication::translate("MachineService", "A machine needs a name.");
-    if (configuration.value(QLatin1String("memoryKiB")).toDouble() > MostMemoryKiB)
+    if (configuration.value(QLatin1String("memoryKiB")).toDouble() > mostMemoryKiB)
         return QCoreApplication::translate("MachineService",
                                            "This computer lends a machine 16,384 MB of memory at most.");
     return QString();
@@ -69,7 +69,7 @@ t_SdkHandleWrap startJob(const std::shared_ptr<std::atomic_bool> &available, con
     t_SdkHandleWrap job;
     KovService_CreateJob(job.out());
     QThreadPool::globalInstance()->start([=] {
-        QThread::msleep(AnswersAfterMs);
+        QThread::msleep(answersAfterMs);
         if (*available)
             work(job);
         else

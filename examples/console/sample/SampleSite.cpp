@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr int FileBytes = 24 * 1024 * 1024;
+constexpr int fileBytes = 24 * 1024 * 1024;
 
 /// What stands for a file: bytes that are the same in every run.
 QByteArray sampleBytes(int size)
@@ -65,7 +65,7 @@ QString SampleSite::path(const QByteArray &name) const
 
 bool SampleSite::writePages()
 {
-    const QByteArray file = sampleBytes(FileBytes);
+    const QByteArray file = sampleBytes(fileBytes);
     m_fileMd5 = QString::fromLatin1(QCryptographicHash::hash(file, QCryptographicHash::Md5).toHex());
     return LoopbackServer::save(path("site/files/tools.iso"), file)
            && LoopbackServer::save(path("site/index.html"), "<p>This page comes from the sample site.</p>\n")

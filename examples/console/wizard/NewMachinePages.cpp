@@ -6,9 +6,9 @@
 
 namespace {
 
-constexpr int StepMsecs = 60;
-constexpr int StepPercent = 4;
-constexpr qint64 BytesPerPercent = 64 * 1024;
+constexpr int stepMsecs = 60;
+constexpr int stepPercent = 4;
+constexpr qint64 bytesPerPercent = 64 * 1024;
 
 } // namespace
 
@@ -64,7 +64,7 @@ DiskPage::DiskPage(NewMachineModel &model, int id)
 {
     setTitle(tr("The disk is being written"));
     m_timer.setObjectName(QStringLiteral("diskTimer"));
-    m_timer.setInterval(StepMsecs);
+    m_timer.setInterval(stepMsecs);
     connect(&m_timer, &QTimer::timeout, this, &DiskPage::work);
 }
 
@@ -86,9 +86,9 @@ void DiskPage::rollBackPage()
 
 void DiskPage::work()
 {
-    setProgress(qBound(0, m_progress + (m_undoing ? -StepPercent : StepPercent), 100));
+    setProgress(qBound(0, m_progress + (m_undoing ? -stepPercent : stepPercent), 100));
     QFile disk(m_model.diskPath());
-    if (!disk.open(QIODevice::ReadWrite) || !disk.resize(m_progress * BytesPerPercent))
+    if (!disk.open(QIODevice::ReadWrite) || !disk.resize(m_progress * bytesPerPercent))
         setTitle(tr("The disk cannot be written: %1").arg(disk.errorString()));
     if (m_progress != (m_undoing ? 0 : 100))
         return;

@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr int LockWaitMs = 10000;
+constexpr int lockWaitMs = 10000;
 
 /// The settings in a file's text: a line each, but for the names of the groups and the lines between them.
 int settingsIn(const QByteArray &content)
@@ -71,7 +71,7 @@ QString writeFile(const QString &fileName, QSettings::Format format, const QHash
 {
     // The lock under which every QSettings writes this file.
     QLockFile lock(fileName + QStringLiteral(".lock"));
-    if (!lock.tryLock(LockWaitMs))
+    if (!lock.tryLock(lockWaitMs))
         return QStringLiteral("another process holds it, or the disk is full");
     QByteArray content;
     QFile file(fileName);

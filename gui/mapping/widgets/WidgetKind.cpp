@@ -19,7 +19,7 @@ QVariant checked(const QWidget *widget)
     return widget->property("checked");
 }
 
-constexpr WidgetKind Kinds[] = {
+constexpr WidgetKind kinds[] = {
     {"QComboBox", content<QComboBox, &QComboBox::currentIndex>},
     {"QLineEdit", content<QLineEdit, &QLineEdit::text>},
     {"QTextEdit", content<QTextEdit, &QTextEdit::toPlainText>},
@@ -33,7 +33,7 @@ constexpr WidgetKind Kinds[] = {
 
 const WidgetKind &WidgetKind::of(const QWidget *widget)
 {
-    for (const WidgetKind &kind : Kinds) {
+    for (const WidgetKind &kind : kinds) {
         if (widget->inherits(kind.className))
             return kind;
     }

@@ -10,8 +10,8 @@
 
 namespace {
 
-constexpr int InitialColumns = 72;
-constexpr int InitialLines = 16;
+constexpr int initialColumns = 72;
+constexpr int initialLines = 16;
 
 } // namespace
 
@@ -47,7 +47,7 @@ CDetailsDialog::CDetailsDialog(const QString &details, QWidget *parent, Qt::Wind
     layout->addWidget(text);
     layout->addWidget(buttons);
     const QFontMetrics metrics = text->fontMetrics();
-    const QSize wanted(metrics.averageCharWidth() * InitialColumns, metrics.lineSpacing() * InitialLines);
+    const QSize wanted(metrics.averageCharWidth() * initialColumns, metrics.lineSpacing() * initialLines);
     resize(wanted.boundedTo(screen()->availableGeometry().size() * 9 / 10));
 }
 

@@ -22,11 +22,11 @@ using Messaging::ButtonID;
 namespace {
 
 /// The texts' width, in average characters: short ones keep the box in shape, long ones stay readable.
-constexpr int LeastColumns = 38;
-constexpr int MostColumns = 72;
-constexpr qreal SeparatorOpacity = 0.18;
+constexpr int leastColumns = 38;
+constexpr int mostColumns = 72;
+constexpr qreal separatorOpacity = 0.18;
 /// What is laid out of a text, in characters: the time for one word grows with the square of its length.
-constexpr int LongestText = 5000;
+constexpr int longestText = 5000;
 
 QString toPlainText(const QString &text)
 {
@@ -35,14 +35,14 @@ QString toPlainText(const QString &text)
 
 bool isCut(const QString &text)
 {
-    return text.size() > LongestText;
+    return text.size() > longestText;
 }
 
 QString laidOut(const QString &text)
 {
     if (!isCut(text))
         return MessageText::asRichText(text);
-    return MessageText::toRichText(toPlainText(text).left(LongestText)) + QChar(0x2026);
+    return MessageText::toRichText(toPlainText(text).left(longestText)) + QChar(0x2026);
 }
 
 Ui::CMessageBox makeForm(CMessageBox *box)
@@ -135,10 +135,10 @@ void CMessageBoxPrivate::fitTexts()
 {
     const int column = q->fontMetrics().averageCharWidth();
     const QSize screen = q->screen()->availableGeometry().size();
-    const int limit = qMin(column * MostColumns, screen.width() / 2);
+    const int limit = qMin(column * mostColumns, screen.width() / 2);
     const QSize first = ui.m_txtMessage->sizeWithin(limit);
     const QSize second = description.isEmpty() ? QSize() : ui.m_txtInfo->sizeWithin(limit);
-    const int width = qMax(qMin(column * LeastColumns, limit), qMax(first.width(), second.width()));
+    const int width = qMax(qMin(column * leastColumns, limit), qMax(first.width(), second.width()));
     // On screen it only grows: a countdown must not make the box dance.
     m_textWidth = q->isVisible() ? qMax(width, m_textWidth) : width;
     ui.m_txtMessage->setPreferredSize(m_textWidth, first.height(), screen.height() / 4);
@@ -475,7 +475,7 @@ void CMessageBox::paintEvent(QPaintEvent *event)
     CMessageBoxWndBase::paintEvent(event);
     // The style's own separators are glaring in dark palettes.
     QColor line = palette().color(QPalette::WindowText);
-    line.setAlphaF(SeparatorOpacity);
+    line.setAlphaF(separatorOpacity);
     QPainter(this).fillRect(0, d->ui.m_layoutButtons->geometry().top(), width(), 1, line);
 }
 

@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr int FocusMargin = 2;
+constexpr int focusMargin = 2;
 
 }
 
@@ -36,7 +36,7 @@ QSize CMoreOptionsLabel::sizeHint() const
 {
     const QSize text = fontMetrics().size(Qt::TextShowMnemonic, this->text());
     const int height = qMax(text.height(), style()->pixelMetric(QStyle::PM_IndicatorHeight, nullptr, this));
-    return {textIndent() + text.width() + 2 * FocusMargin, height + 2 * FocusMargin};
+    return {textIndent() + text.width() + 2 * focusMargin, height + 2 * focusMargin};
 }
 
 QSize CMoreOptionsLabel::minimumSizeHint() const

@@ -8,8 +8,8 @@
 
 namespace {
 
-constexpr qint64 DefaultSeconds = 60;
-constexpr int TickMilliseconds = 1000;
+constexpr qint64 defaultSeconds = 60;
+constexpr int tickMilliseconds = 1000;
 
 const QRegularExpression &pattern()
 {
@@ -32,7 +32,7 @@ qint64 secondsOf(const QString &text)
         if (ok)
             return seconds;
     }
-    return DefaultSeconds;
+    return defaultSeconds;
 }
 
 bool isTouch(QEvent::Type type)
@@ -92,7 +92,7 @@ void MessageCountdown::begin()
         connect(m_timer, &QTimer::timeout, this, &MessageCountdown::tick);
     }
     m_remaining = m_initial;
-    m_timer->start(TickMilliseconds);
+    m_timer->start(tickMilliseconds);
     if (stopsWhenTouched)
         qApp->installEventFilter(this);
     tick();

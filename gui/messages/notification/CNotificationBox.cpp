@@ -12,15 +12,15 @@
 
 namespace {
 
-constexpr int Width = 324;
-constexpr int LargestIcon = 48;
-constexpr int ShownMilliseconds = 5000;
-constexpr int AfterUseMilliseconds = 1000;
+constexpr int boxWidth = 324;
+constexpr int largestIcon = 48;
+constexpr int shownMilliseconds = 5000;
+constexpr int afterUseMilliseconds = 1000;
 /// In characters: a box of the longest texts still fits on a small screen.
-constexpr int LongestMessage = 200;
-constexpr int LongestDescription = 500;
-constexpr int LongestDetails = 200;
-constexpr qreal BorderOpacity = 0.3;
+constexpr int longestMessage = 200;
+constexpr int longestDescription = 500;
+constexpr int longestDetails = 200;
+constexpr qreal borderOpacity = 0.3;
 
 } // namespace
 
@@ -91,10 +91,10 @@ void CNotificationBox::Private::fitSize()
         return;
     sized = true;
     if (useFixedSize) {
-        q->setFixedSize(Width, q->sizeHint().height());
+        q->setFixedSize(boxWidth, q->sizeHint().height());
         return;
     }
-    q->setFixedWidth(Width);
+    q->setFixedWidth(boxWidth);
     q->layout()->activate();
     q->setFixedHeight(q->sizeHint().height());
 }
@@ -105,7 +105,7 @@ void CNotificationBox::Private::enterGroup()
         return;
     group = &CNotificationBoxGroup::instance();
     group->addMessage(*q);
-    timer->start(ShownMilliseconds);
+    timer->start(shownMilliseconds);
     q->setMouseTracking(true);
 }
 
@@ -135,7 +135,7 @@ void CNotificationBox::Private::closeIfPending()
     if (!closePending)
         return;
     closePending = false;
-    timer->start(AfterUseMilliseconds);
+    timer->start(afterUseMilliseconds);
 }
 
 CNotificationBox::CNotificationBox(QWidget *parent)
@@ -159,7 +159,7 @@ QString CNotificationBox::message() const
 void CNotificationBox::setMessage(const QString &text)
 {
     d->message = text;
-    d->showText(d->ui.m_lblShortText, text, LongestMessage);
+    d->showText(d->ui.m_lblShortText, text, longestMessage);
 }
 
 QString CNotificationBox::description() const
@@ -170,7 +170,7 @@ QString CNotificationBox::description() const
 void CNotificationBox::setDescription(const QString &text)
 {
     d->description = text;
-    d->showText(d->ui.m_lblShortText2, text, LongestDescription);
+    d->showText(d->ui.m_lblShortText2, text, longestDescription);
 }
 
 QString CNotificationBox::details() const
@@ -182,7 +182,7 @@ void CNotificationBox::setDetails(const QString &text)
 {
     d->details = text;
     d->showText(d->ui.m_lblLongText, text.toHtmlEscaped().replace(QLatin1Char('\n'), QLatin1String("<br>")),
-                LongestDetails);
+                longestDetails);
 }
 
 QPixmap CNotificationBox::icon() const
@@ -193,7 +193,7 @@ QPixmap CNotificationBox::icon() const
 void CNotificationBox::setIcon(const QPixmap &icon)
 {
     d->icon = icon;
-    const QSize largest = QSize(LargestIcon, LargestIcon) * icon.devicePixelRatio();
+    const QSize largest = QSize(largestIcon, largestIcon) * icon.devicePixelRatio();
     const bool fits = icon.width() <= largest.width() && icon.height() <= largest.height();
     d->ui.m_lblIcon->setPixmap(fits ? icon
                                     : icon.scaled(largest, Qt::KeepAspectRatio, Qt::SmoothTransformation));
@@ -245,7 +245,7 @@ void CNotificationBox::setUseFixedSize(bool fixed)
 QSize CNotificationBox::sizeHint() const
 {
     // The layout's own hint is for the width that wrapped labels would like best.
-    return {Width, layout()->totalHeightForWidth(Width)};
+    return {boxWidth, layout()->totalHeightForWidth(boxWidth)};
 }
 
 void CNotificationBox::done(int answer)
@@ -308,7 +308,7 @@ void CNotificationBox::paintEvent(QPaintEvent *event)
 {
     CMessageBoxWndBase::paintEvent(event);
     QColor border = palette().color(QPalette::WindowText);
-    border.setAlphaF(BorderOpacity);
+    border.setAlphaF(borderOpacity);
     QPainter painter(this);
     painter.setPen(border);
     painter.drawRect(rect().adjusted(0, 0, -1, -1));

@@ -11,11 +11,11 @@
 
 namespace {
 
-constexpr int Gap = 6;
+constexpr int gap = 6;
 /// Above any place on a screen.
-constexpr int AboveAll = -QWIDGETSIZE_MAX;
-constexpr int MillisecondsPerPixel = 2;
-constexpr int CloseMilliseconds = 150;
+constexpr int aboveAll = -QWIDGETSIZE_MAX;
+constexpr int millisecondsPerPixel = 2;
+constexpr int closeMilliseconds = 150;
 
 QString slideName()
 {
@@ -65,7 +65,7 @@ void slide(const Place &place)
     delete animationOf(*place.box, slideName());
     const QPoint from = place.box->pos();
     makeAnimation(*place.box, slideName(), "pos", from, place.rest,
-                  MillisecondsPerPixel * qAbs(place.rest.y() - from.y()))
+                  millisecondsPerPixel * qAbs(place.rest.y() - from.y()))
         ->start(QAbstractAnimation::DeleteWhenStopped);
 }
 
@@ -110,11 +110,11 @@ void CNotificationBoxGroup::addMessage(CNotificationBox &box)
     if (d->find(box) != d->places.end())
         return;
     const QRect area = QGuiApplication::primaryScreen()->availableGeometry();
-    const QPoint rest(area.x() + area.width() - box.width() - Gap, area.y() + Gap);
-    moveMessages(AboveAll, box.height() + Gap);
+    const QPoint rest(area.x() + area.width() - box.width() - gap, area.y() + gap);
+    moveMessages(aboveAll, box.height() + gap);
     const QPoint start(rest.x(), -box.height());
     box.move(start);
-    makeAnimation(box, slideName(), "pos", start, rest, MillisecondsPerPixel * qAbs(box.height() + rest.y()))
+    makeAnimation(box, slideName(), "pos", start, rest, millisecondsPerPixel * qAbs(box.height() + rest.y()))
         ->start(QAbstractAnimation::DeleteWhenStopped);
     d->places.append({&box, rest});
 }
@@ -129,9 +129,9 @@ void CNotificationBoxGroup::closeMessage(CNotificationBox &box)
     if (isClosing(box))
         return;
     delete animationOf(box, slideName());
-    auto *hide = makeAnimation(box, closeHideName(), "windowOpacity", 1.0, 0.0, CloseMilliseconds);
+    auto *hide = makeAnimation(box, closeHideName(), "windowOpacity", 1.0, 0.0, closeMilliseconds);
     auto *move = makeAnimation(box, closeMoveName(), "pos", box.pos(), box.pos() + QPoint(box.width(), 0),
-                               CloseMilliseconds);
+                               closeMilliseconds);
     connect(hide, &QAbstractAnimation::finished, &box, &QWidget::close);
     move->start(QAbstractAnimation::DeleteWhenStopped);
     hide->start(QAbstractAnimation::DeleteWhenStopped);
@@ -144,7 +144,7 @@ void CNotificationBoxGroup::messageClosed(CNotificationBox &box)
         return;
     const int restY = place->rest.y();
     d->places.erase(place);
-    moveMessages(restY, -(box.height() + Gap));
+    moveMessages(restY, -(box.height() + gap));
 }
 
 void CNotificationBoxGroup::moveMessages(int fromY, int dy)

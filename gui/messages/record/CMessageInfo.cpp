@@ -10,7 +10,7 @@
 
 namespace {
 
-const char Tag[] = "[MESSAGE_MNG]";
+const char tag[] = "[MESSAGE_MNG]";
 
 /// Slot records resolve the parameters of slots by the names of their types.
 void registerCallbackTypes()
@@ -121,7 +121,7 @@ void CMessageInfo::setCloseSlot(const CSlotInfo &slot)
         return;
     const char *receiver
         = slot.receiver() ? slot.receiver()->metaObject()->className() : "a receiver that is gone";
-    KOV_LOG_TAG(Tag, 0,
+    KOV_LOG_TAG(tag, 0,
                 "(!)Error: can't connect message listener. %s of %s can't be called with (KOV_RESULT, "
                 "Messaging::ButtonID, QVariant)",
                 KovGui::logText(slot.name()).constData(), receiver);
@@ -169,7 +169,7 @@ void CMessageInfo::tellAnswer(Messaging::ButtonID answer)
         return;
     const CSlotInfo slot = d->buttonPressSlot;
     if (!slot.invoke(answer, QPointer<QWidget>()))
-        KOV_LOG_TAG(Tag, 0, "(!)Can not invoke event handler for answered message with slot %s",
+        KOV_LOG_TAG(tag, 0, "(!)Can not invoke event handler for answered message with slot %s",
                     KovGui::logText(slot.name()).constData());
 }
 
@@ -192,7 +192,7 @@ void CMessageInfo::emitBeforeDeleted(Messaging::ButtonID answer)
     const KOV_RESULT code = d->data.code;
     Q_EMIT beforeMessageDeleted(code, answer, slot.params());
     if (slot.receiver() && !slot.invoke(code, answer, slot.params()))
-        KOV_LOG_TAG(Tag, 0, "(!)Can not invoke event handler for closed message with slot %s",
+        KOV_LOG_TAG(tag, 0, "(!)Can not invoke event handler for closed message with slot %s",
                     KovGui::logText(slot.name()).constData());
 }
 
@@ -206,6 +206,6 @@ bool CMessageInfo::equalTo(const CMessageInfo &other) const
 
 void CMessageInfo::dump() const
 {
-    KOV_LOG_TAG(Tag, 1, "\nMessage id: %s", qUtf8Printable(d->uuid));
+    KOV_LOG_TAG(tag, 1, "\nMessage id: %s", qUtf8Printable(d->uuid));
     d->data.dump();
 }

@@ -12,12 +12,12 @@
 
 namespace {
 
-const QString HiddenGroup = QStringLiteral("Hidden Messages ID List");
-const QString ShownOnceGroup = QStringLiteral("Shown Once For VM Messages ID List");
+const QString hiddenGroup = QStringLiteral("Hidden Messages ID List");
+const QString shownOnceGroup = QStringLiteral("Shown Once For VM Messages ID List");
 
 QString hiddenKey(int code)
 {
-    return HiddenGroup + QLatin1Char('/') + QString::number(code, 10);
+    return hiddenGroup + QLatin1Char('/') + QString::number(code, 10);
 }
 
 /// Slashes would nest groups, and "a//b" would be the key of "a/b".
@@ -26,7 +26,7 @@ QString shownOnceKey(QString issuerId)
     issuerId.replace(QLatin1Char('%'), QLatin1String("%25"));
     issuerId.replace(QLatin1Char('/'), QLatin1String("%2F"));
     issuerId.replace(QLatin1Char('\\'), QLatin1String("%5C"));
-    return ShownOnceGroup + QLatin1Char('/') + issuerId;
+    return shownOnceGroup + QLatin1Char('/') + issuerId;
 }
 
 /**
@@ -150,13 +150,13 @@ void remove(int code)
 
 void removeAll()
 {
-    removeKey(HiddenGroup);
+    removeKey(hiddenGroup);
 }
 
 QList<int> codes()
 {
     QSettings &source = settings();
-    source.beginGroup(HiddenGroup);
+    source.beginGroup(hiddenGroup);
     const QStringList keys = source.childKeys();
     source.endGroup();
 

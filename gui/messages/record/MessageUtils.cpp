@@ -14,11 +14,11 @@ using Messaging::ButtonID;
 
 namespace {
 
-constexpr uint32_t BriefTextSize = 400;
-constexpr uint32_t FullTextSize = 1000;
+constexpr uint32_t briefTextSize = 400;
+constexpr uint32_t fullTextSize = 1000;
 // A size that the service asks for beyond this is taken for a fault.
-constexpr uint32_t LongestText = 1024 * 1024;
-constexpr quint32 ErrorBit = 0x80000000u;
+constexpr uint32_t longestText = 1024 * 1024;
+constexpr quint32 errorBit = 0x80000000u;
 
 CMessageDataProvider &provider()
 {
@@ -32,7 +32,7 @@ KOV_RESULT readText(QString *text, uint32_t size, Fill fill)
     QByteArray buffer(int(size), '?');
     uint32_t length = size;
     KOV_RESULT result = fill(buffer.data(), &length);
-    if (result == KOV_ERR_BUFFER_OVERRUN && length > size && length <= LongestText) {
+    if (result == KOV_ERR_BUFFER_OVERRUN && length > size && length <= longestText) {
         buffer.fill('?', int(length));
         result = fill(buffer.data(), &length);
     }
@@ -48,7 +48,7 @@ QString describe(int code, bool brief, bool formatted)
 {
     QString text;
     const KOV_RESULT result
-        = readText(&text, brief ? BriefTextSize : FullTextSize, [=](char *buffer, uint32_t *size) {
+        = readText(&text, brief ? briefTextSize : fullTextSize, [=](char *buffer, uint32_t *size) {
               return KovApi_GetResultDescription(code, brief, formatted, buffer, size);
           });
     if (KOV_FAILED(result))
@@ -73,7 +73,7 @@ KOV_RESULT readChoice(const t_SdkHandleWrap &event, uint32_t index, Messaging::B
     if (KOV_FAILED(result))
         return result;
     QString name;
-    result = readText(&name, BriefTextSize,
+    result = readText(&name, briefTextSize,
                       [&](char *buffer, uint32_t *size) { return KovEvtPrm_GetName(param, buffer, size); });
     const ButtonID button = choiceOfParameter(name);
     if (KOV_FAILED(result) || button == Messaging::ButtonNone)
@@ -111,7 +111,7 @@ QString getMessageString(const t_SdkHandleWrap &event, bool brief)
 {
     QString text;
     const KOV_RESULT result
-        = readText(&text, brief ? BriefTextSize : FullTextSize, [&](char *buffer, uint32_t *size) {
+        = readText(&text, brief ? briefTextSize : fullTextSize, [&](char *buffer, uint32_t *size) {
               return KovEvent_GetErrString(event, brief, true, buffer, size);
           });
     if (KOV_FAILED(result))
@@ -131,7 +131,7 @@ _KOV_MESSAGE_TYPE_ENUM getMessageType(int code)
 
 QString getProblemID(int code)
 {
-    return code < 0 ? QString::number(quint32(code) & ~ErrorBit, 16) : QString::number(code);
+    return code < 0 ? QString::number(quint32(code) & ~errorBit, 16) : QString::number(code);
 }
 
 Messaging::ButtonsMap getButtonsMap(const t_SdkHandleWrap &event, int code)

@@ -8,13 +8,13 @@
 
 namespace {
 
-constexpr int LongestIssuerId = 256;
+constexpr int longestIssuerId = 256;
 
 QString issuerOf(const t_SdkHandleWrap &event)
 {
-    QByteArray buffer(LongestIssuerId, '\0');
-    uint32_t size = LongestIssuerId;
-    if (KOV_FAILED(KovEvent_GetIssuerId(event, buffer.data(), &size)) || size > LongestIssuerId)
+    QByteArray buffer(longestIssuerId, '\0');
+    uint32_t size = longestIssuerId;
+    if (KOV_FAILED(KovEvent_GetIssuerId(event, buffer.data(), &size)) || size > longestIssuerId)
         return QString();
     return QString::fromUtf8(buffer.constData(), int(size));
 }

@@ -30,16 +30,16 @@ using KovGui::Platform::ProxyAddress;
 namespace {
 
 // Whoever asked has given up long before.
-constexpr unsigned LifeLimitSeconds = 30;
-constexpr int ConnectLimitMilliseconds = 1500;
-constexpr long FetchLimitSeconds = 8;
-constexpr std::size_t MaxScript = 1024 * 1024;
-constexpr long MaxMemory = 512L * 1024 * 1024;
+constexpr unsigned lifeLimitSeconds = 30;
+constexpr int connectLimitMilliseconds = 1500;
+constexpr long fetchLimitSeconds = 8;
+constexpr std::size_t maxScript = 1024 * 1024;
+constexpr long maxMemory = 512L * 1024 * 1024;
 /// The first entry of every list that a script gave: without it there is only the answer of a failure,
 /// "direct".
-constexpr char Marker[] = "http://kovgui-script-ran.invalid:1";
+constexpr char marker[] = "http://kovgui-script-ran.invalid:1";
 /// Where nothing that is named can be used: connections shall fail rather than go without a proxy.
-constexpr char Nowhere[] = "unsupported-proxy.invalid:1";
+constexpr char nowhere[] = "unsupported-proxy.invalid:1";
 
 struct Candidate
 {
@@ -58,7 +58,7 @@ bool connects(const addrinfo &address)
         pollfd waiting{descriptor, POLLOUT, 0};
         int error = ETIMEDOUT;
         socklen_t size = sizeof error;
-        connected = poll(&waiting, 1, ConnectLimitMilliseconds) == 1
+        connected = poll(&waiting, 1, connectLimitMilliseconds) == 1
                     && getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
     }
     close(descriptor);
@@ -88,7 +88,7 @@ std::string text(const ProxyAddress &proxy)
 std::size_t append(char *data, std::size_t, std::size_t size, void *script)
 {
     auto &text = *static_cast<std::string *>(script);
-    if (text.size() + size > MaxScript)
+    if (text.size() + size > maxScript)
         return 0;
     text.append(data, size);
     return size;
@@ -107,7 +107,7 @@ std::string fetch(const std::string &url)
     curl_easy_setopt(curl, CURLOPT_FAILONERROR, 1L);
     curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(curl, CURLOPT_PROXY, "");
-    curl_easy_setopt(curl, CURLOPT_TIMEOUT, FetchLimitSeconds);
+    curl_easy_setopt(curl, CURLOPT_TIMEOUT, fetchLimitSeconds);
     curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, &append);
     curl_easy_setopt(curl, CURLOPT_WRITEDATA, &script);
     const CURLcode code = curl_easy_perform(curl);
@@ -128,7 +128,7 @@ bool useScript(const std::string &url)
                       "var list = script(url, host);\n"
                       "list = list ? String(list).replace(/\\bHTTPS\\s/gi, 'PROXY ') : 'DIRECT';\n"
                       "return 'PROXY ")
-          + (Marker + sizeof("http://") - 1) + "; ' + list; }; })(FindProxyForURL);\n";
+          + (marker + sizeof("http://") - 1) + "; ' + list; }; })(FindProxyForURL);\n";
     const std::string whole = script + wrapper;
     const int file = memfd_create("proxy.pac", 0);
     if (script.empty() || file < 0 || write(file, whole.data(), whole.size()) != ssize_t(whole.size()))
@@ -155,7 +155,7 @@ void watchMemory()
         long pages = 0;
         long resident = 0;
         std::ifstream("/proc/self/statm") >> pages >> resident;
-        if (resident * sysconf(_SC_PAGESIZE) > MaxMemory) {
+        if (resident * sysconf(_SC_PAGESIZE) > maxMemory) {
             constexpr char answer[] = "\nerror the auto-configuration script takes too much memory\ndirect\n";
             if (write(STDOUT_FILENO, answer, sizeof answer - 1) > 0)
                 std::_Exit(0);
@@ -177,7 +177,7 @@ std::vector<Candidate> candidates(const std::string &url, bool isScript)
     std::vector<Candidate> unusable;
     pxProxyFactory *factory = px_proxy_factory_new();
     char **entries = factory ? px_proxy_factory_get_proxies(factory, url.c_str()) : nullptr;
-    if (isScript && !(entries && *entries && std::string(*entries) == Marker)) {
+    if (isScript && !(entries && *entries && std::string(*entries) == marker)) {
         std::cout << "error the auto-configuration script is broken\n";
         return result;
     }
@@ -199,7 +199,7 @@ std::vector<Candidate> candidates(const std::string &url, bool isScript)
         std::cout << "error no proxy that is named is of a supported kind; there will be no connection\n";
         if (unusable.empty()) {
             unusable.push_back({Candidate::Http});
-            parseProxyAddress(Nowhere, unusable.back().address);
+            parseProxyAddress(nowhere, unusable.back().address);
         }
     }
     result.insert(result.end(), unusable.begin(), unusable.end());
@@ -222,7 +222,7 @@ const Candidate *choose(const std::vector<Candidate> &list)
 
 int main()
 {
-    alarm(LifeLimitSeconds);
+    alarm(lifeLimitSeconds);
     std::string script;
     std::string url;
     std::getline(std::cin, script);

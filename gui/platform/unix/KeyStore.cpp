@@ -11,7 +11,7 @@ namespace KovGui::Platform {
 
 namespace {
 
-constexpr int KeyStoreLimitMilliseconds = 3000;
+constexpr int keyStoreLimitMilliseconds = 3000;
 
 /// Runs a job of the key store. False when it did not end in time; it then goes on, and deletes itself.
 bool run(QKeychain::Job *job)
@@ -22,7 +22,7 @@ bool run(QKeychain::Job *job)
         isFinished = true;
         loop.quit();
     });
-    QTimer::singleShot(KeyStoreLimitMilliseconds, &loop, &QEventLoop::quit);
+    QTimer::singleShot(keyStoreLimitMilliseconds, &loop, &QEventLoop::quit);
     job->setAutoDelete(true);
     job->start();
     if (!isFinished)

@@ -8,9 +8,9 @@
 
 namespace KovGui::Platform {
 
-static constexpr std::size_t LongestFolder = 1024;
+static constexpr std::size_t longestFolder = 1024;
 
-static bool compose(char (&folder)[LongestFolder])
+static bool compose(char (&folder)[longestFolder])
 {
     // secure_getenv: whoever starts a privileged program must not choose where it writes.
     const char *home = secure_getenv("XDG_DATA_HOME");
@@ -28,7 +28,7 @@ static bool compose(char (&folder)[LongestFolder])
 /// With its parent at most: a home that does not exist is not ours to make.
 static void create(const char *folder)
 {
-    char parent[LongestFolder];
+    char parent[longestFolder];
     std::snprintf(parent, sizeof parent, "%s", folder);
     char *end = std::strrchr(parent, '/');
     if (end && end != parent) {
@@ -43,7 +43,7 @@ const char *localDataFolder() noexcept
     static std::atomic<const char *> s_folder{nullptr};
     const char *known = s_folder.load(std::memory_order_acquire);
     if (!known) {
-        char folder[LongestFolder];
+        char folder[longestFolder];
         if (!compose(folder))
             return "";
         char *copy = strdup(folder);

@@ -11,8 +11,8 @@ namespace KovGui::Platform::LogFile {
 
 // The descriptor, or ~descriptor while the file counts as closed. Its number is never given back, since a
 // thread may be on its way into write() with it: the next file is put over it instead.
-static constexpr int NoDescriptor = -1;
-static std::atomic<int> s_state{NoDescriptor};
+static constexpr int noDescriptor = -1;
+static std::atomic<int> s_state{noDescriptor};
 
 // Which file we put behind the number. A host that closes descriptors it does not know (as daemons do when
 // they start) frees ours, and the number may by now be its socket.
@@ -60,7 +60,7 @@ static int openForAppending(const char *path)
         if (descriptor >= 0 || errno != EEXIST)
             return descriptor;
     }
-    return NoDescriptor;
+    return noDescriptor;
 }
 
 /// Away from the numbers of the standard streams, which others write to without asking whose they are.
@@ -77,7 +77,7 @@ static void publish(int fresh, const struct stat &file)
 {
     int state = s_state.load(std::memory_order_acquire);
     for (;;) {
-        const bool replaces = state != NoDescriptor && isOurs(numberOf(state));
+        const bool replaces = state != noDescriptor && isOurs(numberOf(state));
         s_device = file.st_dev;
         s_inode = file.st_ino;
         if (replaces && dup3(fresh, numberOf(state), O_CLOEXEC) >= 0) {
@@ -115,7 +115,7 @@ void close() noexcept
 bool append(const char *record, std::size_t length) noexcept
 {
     const int state = s_state.load(std::memory_order_acquire);
-    if (state == NoDescriptor)
+    if (state == noDescriptor)
         return false;
     // A record that a full disk cut gets its line feed with the next one that fits.
     char lineFeed = '\n';

@@ -18,7 +18,7 @@ namespace KovGui::Platform {
 
 namespace {
 
-constexpr std::size_t MaxAnswer = 64 * 1024;
+constexpr std::size_t maxAnswer = 64 * 1024;
 
 using Clock = std::chrono::steady_clock;
 
@@ -131,7 +131,7 @@ SystemProxyQuery::Private::Outcome SystemProxyQuery::Private::readAll(int descri
         const ssize_t size = read(descriptor, buffer, sizeof buffer);
         if (size == 0)
             return Complete;
-        if (size < 0 || text.size() + std::size_t(size) > MaxAnswer)
+        if (size < 0 || text.size() + std::size_t(size) > maxAnswer)
             return Broken;
         text.append(buffer, std::size_t(size));
     }

@@ -8,7 +8,7 @@
 
 namespace KovGui::Platform {
 
-static constexpr int LongestFolder = 1024;
+static constexpr int longestFolder = 1024;
 
 namespace {
 
@@ -35,12 +35,12 @@ private:
 } // namespace
 
 /// Cut to the buffer, on a character's border.
-static bool toUtf8(const wchar_t *wide, char (&text)[LongestFolder])
+static bool toUtf8(const wchar_t *wide, char (&text)[longestFolder])
 {
     int length = int(wcslen(wide));
     while (length > 0) {
         const int written
-            = WideCharToMultiByte(CP_UTF8, 0, wide, length, text, LongestFolder - 1, nullptr, nullptr);
+            = WideCharToMultiByte(CP_UTF8, 0, wide, length, text, longestFolder - 1, nullptr, nullptr);
         if (written > 0) {
             text[written] = '\0';
             return true;
@@ -56,7 +56,7 @@ const char *localDataFolder() noexcept
     if (const char *known = s_folder.known())
         return known;
     wchar_t wide[MAX_PATH]{};
-    char folder[LongestFolder];
+    char folder[longestFolder];
     if (FAILED(SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA, nullptr, SHGFP_TYPE_CURRENT, wide))
         || !toUtf8(wide, folder))
         return "";
@@ -79,7 +79,7 @@ const char *systemLogsFolder() noexcept
     if (CreateDirectoryA(ansi, nullptr) && GetLastError() != ERROR_ALREADY_EXISTS)
         return "";
     wchar_t wide[sizeof ansi]{};
-    char folder[LongestFolder];
+    char folder[longestFolder];
     if (!MultiByteToWideChar(CP_ACP, 0, ansi, -1, wide, int(sizeof ansi)) || !toUtf8(wide, folder))
         return "";
     return s_folder.keep(folder);

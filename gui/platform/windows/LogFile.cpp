@@ -13,8 +13,8 @@ static std::atomic<HANDLE> s_handle{nullptr}; // null rather than INVALID_HANDLE
 // A replaced handle is closed when no thread can be writing to it any more: its value may be given out again
 // at once.
 static std::atomic<int> s_inFlight{0};
-static constexpr int MostRetired = 16;
-static std::atomic<HANDLE> s_retired[MostRetired];
+static constexpr int mostRetired = 16;
+static std::atomic<HANDLE> s_retired[mostRetired];
 static std::atomic<int> s_retiredCount{0};
 
 static void retire(HANDLE handle)
@@ -79,7 +79,7 @@ private:
 
 } // namespace
 
-static constexpr DWORD ShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+static constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 bool isOpen() noexcept
 {
@@ -91,7 +91,7 @@ bool isAt(const char *path) noexcept
     const WidePath wide(path);
     if (!wide.get())
         return false;
-    HANDLE present = CreateFileW(wide.get(), GENERIC_READ, ShareAll, nullptr, OPEN_EXISTING,
+    HANDLE present = CreateFileW(wide.get(), GENERIC_READ, shareAll, nullptr, OPEN_EXISTING,
                                  FILE_FLAG_BACKUP_SEMANTICS, nullptr);
     if (present == INVALID_HANDLE_VALUE)
         return false;
@@ -138,7 +138,7 @@ static void letInteractiveUsersWrite(HANDLE file)
 static HANDLE openForAppending(const wchar_t *path, DWORD extraAccess)
 {
     SetLastError(ERROR_SUCCESS);
-    return CreateFileW(path, GENERIC_WRITE | FILE_APPEND_DATA | READ_CONTROL | extraAccess, ShareAll, nullptr,
+    return CreateFileW(path, GENERIC_WRITE | FILE_APPEND_DATA | READ_CONTROL | extraAccess, shareAll, nullptr,
                        OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_BACKUP_SEMANTICS, nullptr);
 }
 

@@ -16,7 +16,7 @@ namespace KovGui::Platform {
 namespace {
 
 /// A sealed key is about 200 bytes.
-constexpr DWORD MaxFileSize = 4096;
+constexpr DWORD maxFileSize = 4096;
 
 std::wstring wide(const std::string &text)
 {
@@ -62,9 +62,9 @@ FileState readKeyFile(const std::wstring &path, SecretKey &key)
         return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ? FileState::Missing
                                                                               : FileState::Refused;
     }
-    std::vector<BYTE> sealed(MaxFileSize);
+    std::vector<BYTE> sealed(maxFileSize);
     DWORD size = 0;
-    const BOOL isRead = ReadFile(file, sealed.data(), MaxFileSize, &size, nullptr);
+    const BOOL isRead = ReadFile(file, sealed.data(), maxFileSize, &size, nullptr);
     CloseHandle(file);
     sealed.resize(size);
     return isRead && size > 0 && unprotect(sealed, key) ? FileState::Read : FileState::Refused;

@@ -16,7 +16,7 @@ using KovGui::logText;
 
 namespace {
 
-const char Tag[] = "[INTERACTIVE_DOWNLOAD]";
+const char tag[] = "[INTERACTIVE_DOWNLOAD]";
 
 } // namespace
 
@@ -60,12 +60,12 @@ QString CTaskInteractiveDownload::Private::statusText(int step) const
 bool CTaskInteractiveDownload::Private::isUsable() const
 {
     if (!WebUtils::isOpenAddress(info.url) || info.destinationFileName().isEmpty()) {
-        KOV_LOG_TAG(Tag, 0, "(!)Error: the address names no file that can be downloaded: %s",
+        KOV_LOG_TAG(tag, 0, "(!)Error: the address names no file that can be downloaded: %s",
                     logText(WebUtils::maskedUrl(QUrl(info.url))).constData());
         return false;
     }
     if (isDigestGiven && DownloadChecks::digestFrom(info.md5.toLatin1()) != info.md5) {
-        KOV_LOG_TAG(Tag, 0, "(!)Error: the expected checksum is no MD5 digest: [%s]",
+        KOV_LOG_TAG(tag, 0, "(!)Error: the expected checksum is no MD5 digest: [%s]",
                     logText(info.md5).constData());
         return false;
     }
@@ -78,7 +78,7 @@ bool CTaskInteractiveDownload::Private::isFolderReady() const
     // A file that is there may turn out to be the right one: nothing will be written then.
     if (QDir().mkpath(folder) && (QFileInfo(folder).isWritable() || isThere()))
         return true;
-    KOV_LOG_TAG(Tag, 0, "(!)Error: the folder [%s] cannot be made or written to.",
+    KOV_LOG_TAG(tag, 0, "(!)Error: the folder [%s] cannot be made or written to.",
                 logText(folder).constData());
     return false;
 }
@@ -105,7 +105,7 @@ void CTaskInteractiveDownload::Private::removeFile() const
 {
     const QString path = info.destinationFilePath();
     if (isThere() && !QFile::remove(path))
-        KOV_LOG_TAG(Tag, 0, "(!)Error: failed to remove file [%s]", logText(path).constData());
+        KOV_LOG_TAG(tag, 0, "(!)Error: failed to remove file [%s]", logText(path).constData());
 }
 
 CTaskInteractiveDownload::CTaskInteractiveDownload(const FileDownloadInfo &info,

@@ -17,7 +17,7 @@ using KovGui::logText;
 
 namespace {
 
-const char Tag[] = "[INTERACTIVE_DOWNLOAD]";
+const char tag[] = "[INTERACTIVE_DOWNLOAD]";
 
 bool isTransferGood(int exitCode, int exitStatus)
 {
@@ -38,7 +38,7 @@ KOV_RESULT CTaskInteractiveDownload::waitForResume()
 KOV_RESULT CTaskInteractiveDownload::showProgressDialog()
 {
     if (d->isInBackground) {
-        KOV_LOG_TAG(Tag, 2, "Download in background. Skip progress dialog appearance.");
+        KOV_LOG_TAG(tag, 2, "Download in background. Skip progress dialog appearance.");
         return KOV_SUCCESS;
     }
     CSearchParentHelper *helper = CSearchParentHelper::instance();
@@ -77,14 +77,14 @@ KOV_RESULT CTaskInteractiveDownload::prepareDownload()
 KOV_RESULT CTaskInteractiveDownload::queryDownloadContentChecksum()
 {
     if (d->isDigestGiven) {
-        KOV_LOG_TAG(Tag, 2, "Expected content checksum is [%s]. Skipping checksum query.",
+        KOV_LOG_TAG(tag, 2, "Expected content checksum is [%s]. Skipping checksum query.",
                     logText(d->info.md5).constData());
         return KOV_SUCCESS;
     }
     // A folder of its own: a file of that name in the destination may be the user's.
     d->checksumFolder = std::make_unique<QTemporaryDir>();
     if (!d->checksumFolder->isValid()) {
-        KOV_LOG_TAG(Tag, 0, "(!)Error: no temporary folder: %s",
+        KOV_LOG_TAG(tag, 0, "(!)Error: no temporary folder: %s",
                     logText(d->checksumFolder->errorString()).constData());
         return KOV_ERR_FAILURE;
     }
@@ -108,7 +108,7 @@ void CTaskInteractiveDownload::onQueryDownloadContentChecksumFinished(QString qs
     if (isTransferGood(nExitCode, nExitStatus))
         d->info.md5 = DownloadChecks::digestFromFile(qsFilePath);
     else
-        KOV_LOG_TAG(Tag, 0, "(!)Error: failed to fetch the checksum. Exit code = [%d]", nExitCode);
+        KOV_LOG_TAG(tag, 0, "(!)Error: failed to fetch the checksum. Exit code = [%d]", nExitCode);
     d->checksumFolder.reset();
     if (!d->info.md5.isEmpty()) {
         subTaskCompleted(KOV_SUCCESS);
@@ -134,12 +134,12 @@ void CTaskInteractiveDownload::onExistingFileMd5CalculationFinished(bool result,
     if (d->isEnding)
         return;
     if (result && md5 == d->info.md5) {
-        KOV_LOG_TAG(Tag, 2, "The file exists and is right, nothing is downloaded.");
+        KOV_LOG_TAG(tag, 2, "The file exists and is right, nothing is downloaded.");
         clearSubTaskList();
         subTaskCompleted(KOV_SUCCESS);
         return;
     }
-    KOV_LOG_TAG(Tag, 1, "The existing file [%s] has another checksum [%s] than expected [%s]",
+    KOV_LOG_TAG(tag, 1, "The existing file [%s] has another checksum [%s] than expected [%s]",
                 logText(d->info.destinationFilePath()).constData(), logText(md5).constData(),
                 logText(d->info.md5).constData());
     if (d->mayAskUser) {
@@ -152,7 +152,7 @@ void CTaskInteractiveDownload::onExistingFileMd5CalculationFinished(bool result,
     }
     const bool isAway = DownloadChecks::removeOrPutAside(d->info.destinationFilePath());
     if (!isAway)
-        KOV_LOG_TAG(Tag, 0, "(!)Error: the existing file can be neither removed nor renamed.");
+        KOV_LOG_TAG(tag, 0, "(!)Error: the existing file can be neither removed nor renamed.");
     subTaskCompleted(isAway ? KOV_SUCCESS : KOV_ERR_FAILURE);
 }
 
@@ -193,7 +193,7 @@ void CTaskInteractiveDownload::onQueryDownloadContentLengthFinished(KOV_RESULT r
         return;
     }
     const qint64 length = KOV_SUCCEEDED(rc) && reply ? DownloadChecks::contentLength(*reply) : -1;
-    KOV_LOG_TAG(Tag, 2, "Content length of the download content is %lld", length);
+    KOV_LOG_TAG(tag, 2, "Content length of the download content is %lld", length);
     if (length > 0)
         d->info.size = length;
     d->reportProgress(d->progressByFar());
@@ -206,12 +206,12 @@ KOV_RESULT CTaskInteractiveDownload::checkFreeSpace()
     const qint64 free = storage.bytesAvailable();
     const qint64 byFar = d->info.downloadedByFar();
     KOV_LOG_TAG(
-        Tag, 2,
+        tag, 2,
         "Calculating free disk space in [%s]. Available: %lld, Total expected: %lld, Downloaded by far: %lld",
         logText(d->info.destinationDirectory).constData(), free, d->info.size, byFar);
     if (!storage.isValid() || DownloadChecks::isSpaceEnough(free, d->info.size, byFar))
         return KOV_SUCCESS;
-    KOV_LOG_TAG(Tag, 0, "(!)Error: Not enough free disk space!");
+    KOV_LOG_TAG(tag, 0, "(!)Error: Not enough free disk space!");
     setWaitForSubTaskCompletion();
     askForSpace(retryStep(), d->info.size - byFar, free);
     return KOV_SUCCESS;
@@ -246,10 +246,10 @@ KOV_RESULT CTaskInteractiveDownload::downloadFile()
 
 void CTaskInteractiveDownload::onDownloadFinished(QString path, int exitCode, int exitStatus)
 {
-    KOV_LOG_TAG(Tag, 2, "Downloaded file path = [%s]", logText(path).constData());
-    KOV_LOG_TAG(Tag, 2, "Process exit code = [%d]. Process exit status = [%d]", exitCode, exitStatus);
+    KOV_LOG_TAG(tag, 2, "Downloaded file path = [%s]", logText(path).constData());
+    KOV_LOG_TAG(tag, 2, "Process exit code = [%d]. Process exit status = [%d]", exitCode, exitStatus);
     if (isPaused()) {
-        KOV_LOG_TAG(Tag, 2, "Waiting for download to resume, skip download finish processing");
+        KOV_LOG_TAG(tag, 2, "Waiting for download to resume, skip download finish processing");
         return;
     }
     d->transfer = nullptr;
@@ -282,14 +282,14 @@ void CTaskInteractiveDownload::onDownloadedFileMd5CalculationFinished(bool resul
     if (d->isEnding)
         return;
     if (result && md5 == d->info.md5) {
-        KOV_LOG_TAG(Tag, 2, "Checksum [%s] validation completed successfully.", logText(md5).constData());
+        KOV_LOG_TAG(tag, 2, "Checksum [%s] validation completed successfully.", logText(md5).constData());
         subTaskCompleted(KOV_SUCCESS);
         return;
     }
     if (!result)
-        KOV_LOG_TAG(Tag, 0, "(!)Error: Failed to calculate MD5 checksum");
+        KOV_LOG_TAG(tag, 0, "(!)Error: Failed to calculate MD5 checksum");
     else
-        KOV_LOG_TAG(Tag, 0, "(!)Error: MD5 checksum [%s] doesn't match to expected one [%s]",
+        KOV_LOG_TAG(tag, 0, "(!)Error: MD5 checksum [%s] doesn't match to expected one [%s]",
                     logText(md5).constData(), logText(d->info.md5).constData());
     if (!d->mayAskUser && !isPaused())
         d->removeFile();

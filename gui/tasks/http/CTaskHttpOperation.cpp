@@ -22,9 +22,9 @@ using KovGui::logText;
 
 namespace {
 
-constexpr int OperationTimeout = 60000;
+constexpr int defaultTimeout = 60000;
 /// A server's error page in the log: enough to see what it is.
-constexpr int LoggedBodySize = 2048;
+constexpr int loggedBodySize = 2048;
 const QByteArray acceptEncoding("Accept-Encoding");
 const QByteArray identity("identity");
 
@@ -114,7 +114,7 @@ void CTaskHttpOperation::Private::logError(const QNetworkReply &finished) const
 {
     KOV_LOG(0, "(!)Http error: %d(%s). Url: %s. Error string: %s", int(finished.error()),
             masked(finished.errorString()).constData(), maskedUrl().constData(),
-            masked(QString::fromUtf8(response.left(LoggedBodySize))).constData());
+            masked(QString::fromUtf8(response.left(loggedBodySize))).constData());
 }
 
 void CTaskHttpOperation::Private::takeBody(QNetworkReply &growing)
@@ -166,7 +166,7 @@ CTaskHttpOperation::CTaskHttpOperation(const QNetworkRequest &request,
         d->manager->setProxy(ProxyAuthUtils::toToolkit(*proxy));
     d->timer = new QTimer(this);
     d->timer->setObjectName(QStringLiteral("operationTimeout"));
-    d->timer->setInterval(OperationTimeout);
+    d->timer->setInterval(defaultTimeout);
     d->timer->setSingleShot(true);
 
     const bool bConnected

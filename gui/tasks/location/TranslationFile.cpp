@@ -4,10 +4,10 @@
 
 namespace {
 
-constexpr quint32 Magic = 0x950412de;
-constexpr quint32 HeaderSize = 20;
+constexpr quint32 magic = 0x950412de;
+constexpr quint32 headerSize = 20;
 /// Length and offset of a text.
-constexpr quint32 EntrySize = 8;
+constexpr quint32 entrySize = 8;
 
 class Reader
 {
@@ -15,10 +15,10 @@ public:
     explicit Reader(const QByteArray &file)
         : m_file(file)
     {
-        if (quint32(file.size()) < HeaderSize)
+        if (quint32(file.size()) < headerSize)
             return;
-        m_isLittle = qFromLittleEndian<quint32>(file.constData()) == Magic;
-        m_isOpen = m_isLittle || qFromBigEndian<quint32>(file.constData()) == Magic;
+        m_isLittle = qFromLittleEndian<quint32>(file.constData()) == magic;
+        m_isOpen = m_isLittle || qFromBigEndian<quint32>(file.constData()) == magic;
     }
 
     bool isOpen() const { return m_isOpen; }
@@ -58,11 +58,11 @@ QHash<QByteArray, QString> read(const QByteArray &file)
     const quint64 count = reader.number(8);
     const quint64 originals = reader.number(12);
     const quint64 translations = reader.number(16);
-    if (!reader.holds(originals, count * EntrySize) || !reader.holds(translations, count * EntrySize))
+    if (!reader.holds(originals, count * entrySize) || !reader.holds(translations, count * entrySize))
         return texts;
     for (quint64 i = 0; i < count; ++i) {
-        const QByteArray original = reader.text(originals + i * EntrySize);
-        const QByteArray translation = reader.text(translations + i * EntrySize);
+        const QByteArray original = reader.text(originals + i * entrySize);
+        const QByteArray translation = reader.text(translations + i * entrySize);
         // Plural forms hold a NUL between them.
         if (!original.isEmpty() && !translation.isEmpty() && !original.contains('\0'))
             texts.insert(original, QString::fromUtf8(translation));

@@ -18,7 +18,7 @@
 
 namespace {
 
-constexpr qint64 LargestFile = 4 * 1024 * 1024;
+constexpr qint64 largestFile = 4 * 1024 * 1024;
 
 QStringList &predefinedCodes()
 {
@@ -30,7 +30,7 @@ QStringList &predefinedCodes()
 QByteArray dataFile(const QString &name)
 {
     QFile file(QStandardPaths::locate(QStandardPaths::GenericDataLocation, name));
-    return !file.fileName().isEmpty() && file.open(QIODevice::ReadOnly) ? file.read(LargestFile)
+    return !file.fileName().isEmpty() && file.open(QIODevice::ReadOnly) ? file.read(largestFile)
                                                                         : QByteArray();
 }
 

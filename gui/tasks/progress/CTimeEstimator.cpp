@@ -9,11 +9,11 @@
 
 namespace {
 
-constexpr qint64 LongestDuration = 24 * 60 * 60 * 1000 - 1;
+constexpr qint64 longestDuration = 24 * 60 * 60 * 1000 - 1;
 
 QTime duration(qint64 msecs)
 {
-    return QTime::fromMSecsSinceStartOfDay(int(qBound(qint64(0), msecs, LongestDuration)));
+    return QTime::fromMSecsSinceStartOfDay(int(qBound(qint64(0), msecs, longestDuration)));
 }
 
 /// Halves upwards; what no duration can hold is cut, as a cast of it would be undefined.

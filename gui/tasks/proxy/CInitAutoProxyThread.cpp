@@ -16,8 +16,8 @@ namespace Tessarine {
 namespace {
 
 /// Below the time that whoever asks is ready to wait.
-constexpr int QueryLimit = 9000;
-constexpr unsigned long WaitAtQuit = 3000;
+constexpr int queryLimit = 9000;
+constexpr unsigned long waitAtQuit = 3000;
 
 void report(unsigned level, const char *text)
 {
@@ -47,7 +47,7 @@ void stopAll()
     for (CInitAutoProxyThread *thread : threads)
         thread->cancel();
     for (CInitAutoProxyThread *thread : threads) {
-        if (!thread->isRunning() || thread->wait(WaitAtQuit))
+        if (!thread->isRunning() || thread->wait(waitAtQuit))
             delete thread;
     }
 }
@@ -114,7 +114,7 @@ bool CInitAutoProxyThread::isSocks() const
 void CInitAutoProxyThread::run()
 {
     KovGui::Platform::ProxyAddress proxy;
-    const bool isFound = d->query.find(d->url, d->scriptUrl, QueryLimit, proxy);
+    const bool isFound = d->query.find(d->url, d->scriptUrl, queryLimit, proxy);
     if (isFound) {
         d->host = QString::fromStdString(proxy.host);
         d->port = proxy.port;

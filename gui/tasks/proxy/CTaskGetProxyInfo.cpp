@@ -20,9 +20,9 @@ using Tessarine::CInitAutoProxyThread;
 
 namespace {
 
-constexpr int DetectionLimit = 10000;
-constexpr int ProxyAuthenticationStatus = 407;
-constexpr int ServerAuthenticationStatus = 401;
+constexpr int detectionLimit = 10000;
+constexpr int proxyAuthenticationStatus = 407;
+constexpr int serverAuthenticationStatus = 401;
 
 /// A request that is only there to be challenged: it ends when the response's headers tell that the proxy let
 /// it through. What the URL names may be a whole package.
@@ -49,7 +49,7 @@ private:
     {
         const int status = posted.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
         // These two are decided by what the challenged person answers.
-        if (status != 0 && status != ProxyAuthenticationStatus && status != ServerAuthenticationStatus)
+        if (status != 0 && status != proxyAuthenticationStatus && status != serverAuthenticationStatus)
             subTaskCompleted(KOV_SUCCESS);
     }
 };
@@ -99,7 +99,7 @@ CTaskGetProxyInfo::CTaskGetProxyInfo(CTaskGenericId *id)
 {
     d->detectionTimer = new QTimer(this);
     d->detectionTimer->setObjectName(QStringLiteral("proxyDetectionTimer"));
-    d->detectionTimer->setInterval(DetectionLimit);
+    d->detectionTimer->setInterval(detectionLimit);
     d->detectionTimer->setSingleShot(true);
     connect(d->detectionTimer, &QTimer::timeout, this, [this] {
         KOV_LOG(0, "(!)Error: the system did not say in time which proxy to use. Url: %s",

@@ -11,10 +11,10 @@ using KovGui::Platform::SecretKey;
 
 namespace {
 
-constexpr char Version[] = "v1:";
-constexpr int VersionSize = int(sizeof Version) - 1;
+constexpr char version[] = "v1:";
+constexpr int versionSize = int(sizeof version) - 1;
 /// Nothing that was sealed here is larger.
-constexpr int MaxSealedSize = 64 * 1024;
+constexpr int maxSealedSize = 64 * 1024;
 
 void report(unsigned level, const char *text)
 {
@@ -49,19 +49,19 @@ QString seal(const QString &password, const QString &place)
     if (!key)
         return QString();
     const QByteArray sealed = sealing()->seal(key, password.toUtf8(), place.toUtf8());
-    return QLatin1String(Version) + QString::fromLatin1(sealed.toBase64());
+    return QLatin1String(version) + QString::fromLatin1(sealed.toBase64());
 }
 
 std::optional<QString> open(const QString &sealed, const QString &place)
 {
-    const QByteArray text = sealed.size() <= MaxSealedSize ? sealed.toLatin1() : QByteArray();
+    const QByteArray text = sealed.size() <= maxSealedSize ? sealed.toLatin1() : QByteArray();
     const auto decoded
-        = QByteArray::fromBase64Encoding(text.mid(VersionSize), QByteArray::AbortOnBase64DecodingErrors);
+        = QByteArray::fromBase64Encoding(text.mid(versionSize), QByteArray::AbortOnBase64DecodingErrors);
     const unsigned char *key = theKey();
     if (!key)
         return std::nullopt;
     QString password;
-    if (!text.startsWith(Version) || !decoded
+    if (!text.startsWith(version) || !decoded
         || !sealing()->open(key, decoded.decoded, place.toUtf8(), password)) {
         KOV_LOG(0, "(!)Error: the stored password of \"%s\" was not sealed by this user or was changed.",
                 logText(place).constData());

@@ -6,8 +6,8 @@
 
 namespace {
 
-constexpr int NonceSize = crypto_aead_xchacha20poly1305_ietf_NPUBBYTES;
-constexpr int TagSize = crypto_aead_xchacha20poly1305_ietf_ABYTES;
+constexpr int nonceSize = crypto_aead_xchacha20poly1305_ietf_NPUBBYTES;
+constexpr int tagSize = crypto_aead_xchacha20poly1305_ietf_ABYTES;
 
 static_assert(std::tuple_size<KovGui::Platform::SecretKey>::value
                   == crypto_aead_xchacha20poly1305_ietf_KEYBYTES,
@@ -30,9 +30,9 @@ unsigned long long sizeOf(const QByteArray &array)
 
 QByteArray seal(const unsigned char *key, QByteArray plain, const QByteArray &place)
 {
-    QByteArray sealed(NonceSize + plain.size() + TagSize, Qt::Uninitialized);
-    randombytes_buf(sealed.data(), NonceSize);
-    crypto_aead_xchacha20poly1305_ietf_encrypt(bytes(sealed, NonceSize), nullptr, bytes(plain), sizeOf(plain),
+    QByteArray sealed(nonceSize + plain.size() + tagSize, Qt::Uninitialized);
+    randombytes_buf(sealed.data(), nonceSize);
+    crypto_aead_xchacha20poly1305_ietf_encrypt(bytes(sealed, nonceSize), nullptr, bytes(plain), sizeOf(plain),
                                                bytes(place), sizeOf(place), nullptr, bytes(sealed), key);
     sodium_memzero(plain.data(), std::size_t(plain.size()));
     return sealed;
@@ -40,12 +40,12 @@ QByteArray seal(const unsigned char *key, QByteArray plain, const QByteArray &pl
 
 bool open(const unsigned char *key, const QByteArray &sealed, const QByteArray &place, QString &plain)
 {
-    if (sealed.size() < NonceSize + TagSize)
+    if (sealed.size() < nonceSize + tagSize)
         return false;
-    QByteArray text(sealed.size() - NonceSize - TagSize, Qt::Uninitialized);
+    QByteArray text(sealed.size() - nonceSize - tagSize, Qt::Uninitialized);
     const bool isOurs = crypto_aead_xchacha20poly1305_ietf_decrypt(
-                            bytes(text), nullptr, nullptr, bytes(sealed, NonceSize),
-                            sizeOf(sealed) - NonceSize, bytes(place), sizeOf(place), bytes(sealed), key)
+                            bytes(text), nullptr, nullptr, bytes(sealed, nonceSize),
+                            sizeOf(sealed) - nonceSize, bytes(place), sizeOf(place), bytes(sealed), key)
                         == 0;
     if (isOurs)
         plain = QString::fromUtf8(text);

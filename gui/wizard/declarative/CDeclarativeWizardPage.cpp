@@ -5,7 +5,7 @@
 
 namespace {
 
-const char TitleProperty[] = "pageTitle";
+const char titleProperty[] = "pageTitle";
 
 } // namespace
 
@@ -40,8 +40,8 @@ void CDeclarativeWizardPage::processPageContentReady() { }
 void CDeclarativeWizardPage::onTitleChanged(const QString &title)
 {
     // Not every scene shows a title; as a dynamic property it would only be in the way.
-    if (m_pageContentItem && m_pageContentItem->metaObject()->indexOfProperty(TitleProperty) >= 0)
-        m_pageContentItem->setProperty(TitleProperty, title);
+    if (m_pageContentItem && m_pageContentItem->metaObject()->indexOfProperty(titleProperty) >= 0)
+        m_pageContentItem->setProperty(titleProperty, title);
 }
 
 void CDeclarativeWizardPage::setPageContentItem(QDeclarativeItem *item)

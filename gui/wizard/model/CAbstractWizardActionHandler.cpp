@@ -6,8 +6,8 @@
 
 namespace {
 
-constexpr int ResultFinished = 0;
-constexpr int ResultCancelled = 2;
+constexpr int resultFinished = 0;
+constexpr int resultCancelled = 2;
 
 } // namespace
 
@@ -54,13 +54,13 @@ void CAbstractWizardActionHandler::handleNext()
 void CAbstractWizardActionHandler::handleFinish()
 {
     if (!isPutOff(&CAbstractWizardActionHandler::handleFinish) && validateCurrentPage())
-        Q_EMIT d->model->finished(ResultFinished);
+        Q_EMIT d->model->finished(resultFinished);
 }
 
 void CAbstractWizardActionHandler::handleCancel()
 {
     if (d->model)
-        Q_EMIT d->model->finished(ResultCancelled);
+        Q_EMIT d->model->finished(resultCancelled);
 }
 
 void CAbstractWizardActionHandler::handleHelp() { }
