@@ -11,8 +11,8 @@
 #include <sys/resource.h>
 
 /*
- * CMd5Calculator beside md5sum on a sparse file: 4 GiB, five alternating runs, or other numbers as arguments (MiB, runs).
- * Prints the medians of wall and processor time, their ratios, and the calculator's peak memory.
+ * CMd5Calculator beside md5sum on a sparse file: 4 GiB, five alternating runs, or other numbers as arguments
+ * (MiB, runs). Prints the medians of wall and processor time, their ratios, and the calculator's peak memory.
  */
 namespace {
 

@@ -1,4 +1,5 @@
-// One message box beside KMessageBox and QMessageBox: built, shown and destroyed, with and without its first painting.
+// One message box beside KMessageBox and QMessageBox: built, shown and destroyed, with and without its first
+// painting.
 
 #include "gui/messages/box/CMessageBox.h"
 

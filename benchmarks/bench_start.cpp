@@ -1,5 +1,5 @@
-// A host that starts and ends: bare Qt Widgets, with KDE Frameworks or with KovGui. Prints how many shared objects are
-// loaded and how much memory is resident; compare-starts measures the time.
+// A host that starts and ends: bare Qt Widgets, with KDE Frameworks or with KovGui. Prints how many shared
+// objects are loaded and how much memory is resident; compare-starts measures the time.
 
 #ifdef KOV_START_OURS
 #include "gui/KovGui.h"

@@ -1,5 +1,5 @@
-// A package, either any bytes or an archive that is put together as the bytes tell: the reader tells its target of files
-// that the manifest lists, in its order, each with its size and digest, or refuses.
+// A package, either any bytes or an archive that is put together as the bytes tell: the reader tells its
+// target of files that the manifest lists, in its order, each with its size and digest, or refuses.
 #include "fuzz/FuzzTarget.h"
 #include "programs/updater/package/PackageReader.h"
 

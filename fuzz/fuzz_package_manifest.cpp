@@ -1,4 +1,5 @@
-// Any bytes as the manifest of a package: what is accepted keeps every rule, and reads the same when it is written.
+// Any bytes as the manifest of a package: what is accepted keeps every rule, and reads the same when it is
+// written.
 #include "fuzz/FuzzTarget.h"
 #include "programs/updater/package/PackageManifest.h"
 

@@ -1,4 +1,5 @@
-// Any bytes as a signature file: what is accepted is, byte by byte, what the signer writes for the same statement.
+// Any bytes as a signature file: what is accepted is, byte by byte, what the signer writes for the same
+// statement.
 #include "fuzz/FuzzTarget.h"
 #include "programs/updater/trust/Signature.h"
 #include "programs/updater/trust/SigningKey.h"

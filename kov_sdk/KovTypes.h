@@ -49,8 +49,8 @@ typedef int32_t KOV_RESULT;
 #define KOV_QUESTION_EXISTING_FILE_DAMAGED KOV_RESULT_CODE(0x3C00)
 /** Parameters: %1 the folder, %2 what is needed, %3 what is free, both with their units. */
 #define KOV_QUESTION_NOT_ENOUGH_DISK_SPACE KOV_RESULT_CODE(0x3C01)
-/** A question: applications that must be closed before an installation; %1 lists them, one a line. Answered by "Try
- * Again" or "Cancel". */
+/** A question: applications that must be closed before an installation; %1 lists them, one a line. Answered
+ * by "Try Again" or "Cancel". */
 #define KOV_QUESTION_CLOSE_APPLICATIONS KOV_RESULT_CODE(0x3C08)
 /** A question: cancel the unattended installation? */
 #define KOV_QUESTION_CANCEL_SMART_INSTALL KOV_RESULT_CODE(0x3C09)

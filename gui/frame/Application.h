@@ -9,8 +9,8 @@
 struct QMetaObject;
 
 /**
- * What the whole process shares: the application's mode and name, where its updater lies, and which classes stand for the
- * library's policies. To be called on the GUI thread; nothing here is locked.
+ * What the whole process shares: the application's mode and name, where its updater lies, and which classes
+ * stand for the library's policies. To be called on the GUI thread; nothing here is locked.
  */
 namespace KovGui {
 
@@ -26,10 +26,10 @@ KOVGUI_EXPORT void setAppGuiName(const QString &name);
  * Sets the path of a companion program, and the process's one update mode.
  *
  * @param filePath    of the updater, which downloads, too
- * @param updateMode  a text of the host's own, such as the name of its release channel. Kept and handed back by
- *                    getUpdaterFilePathAndUpdateMode(); the library puts it into no command line and decides nothing by it
- * @param modeKey     which use of the program: "ctl" for checks, downloads and installations; "app" for checks of an
- *                    application that asks for them in its own name (UpgradeUtils::runUpdaterInAppMode)
+ * @param updateMode  a text of the host's own, such as the name of its release channel. Kept and handed back
+ * by getUpdaterFilePathAndUpdateMode(); the library puts it into no command line and decides nothing by it
+ * @param modeKey     which use of the program: "ctl" for checks, downloads and installations; "app" for
+ * checks of an application that asks for them in its own name (UpgradeUtils::runUpdaterInAppMode)
  */
 KOVGUI_EXPORT void setUpdaterFilePathAndUpdateMode(const QString &filePath, const QString &updateMode,
                                                    const QString &modeKey);
@@ -37,9 +37,10 @@ KOVGUI_EXPORT void setUpdaterFilePathAndUpdateMode(const QString &filePath, cons
 KOVGUI_EXPORT QString getUpdaterFilePathAndUpdateMode(QString &updateModeOut, const QString &modeKey);
 
 /**
- * The implementation registry: from the name of a policy or task class to the class to create. A host puts its own
- * subclass under the same key after init() and before first use. The class needs Q_OBJECT (else its base is created
- * silently) and an invokable constructor: without arguments for policies, with CTaskGenericId* for tasks.
+ * The implementation registry: from the name of a policy or task class to the class to create. A host puts
+ * its own subclass under the same key after init() and before first use. The class needs Q_OBJECT (else its
+ * base is created silently) and an invokable constructor: without arguments for policies, with
+ * CTaskGenericId* for tasks.
  */
 KOVGUI_EXPORT QHash<QString, const QMetaObject *> &staticMetaObjectHash();
 

@@ -6,8 +6,8 @@
 
 #include <functional>
 
-/// The wall clock of everything that depends on the date: one place, so that a test passes a month in a second.
-/// GUI thread only.
+/// The wall clock of everything that depends on the date: one place, so that a test passes a month in a
+/// second. GUI thread only.
 namespace Clock {
 
 /// Local time.

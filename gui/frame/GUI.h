@@ -9,11 +9,11 @@ namespace GUI {
 Q_NAMESPACE_EXPORT(KOVGUI_EXPORT)
 
 /**
- * Task kinds. Shared with the applications, which own the kinds that this library has no class for; numbers that are not
- * listed are theirs as well. The class of a kind is "C" followed by its key.
+ * Task kinds. Shared with the applications, which own the kinds that this library has no class for; numbers
+ * that are not listed are theirs as well. The class of a kind is "C" followed by its key.
  *
- * CTaskManager::runTask creates a host's class, too: the host enters it in KovGui::staticMetaObjectHash() under that name.
- * For kinds of its own numbers it tells their keys once, after KovGui::init:
+ * CTaskManager::runTask creates a host's class, too: the host enters it in KovGui::staticMetaObjectHash()
+ * under that name. For kinds of its own numbers it tells their keys once, after KovGui::init:
  *
  *     Tasks::init(QMetaEnum::fromType<Console::TaskTypes>());
  */

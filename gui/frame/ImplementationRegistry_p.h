@@ -8,8 +8,9 @@
 
 namespace KovGui {
 
-/// Creates the object registered under `key`. Null, with a logged error, when nothing is registered, the class has no
-/// invokable constructor for the arguments (without one: no default constructor), or it is not a `base`.
+/// Creates the object registered under `key`. Null, with a logged error, when nothing is registered, the
+/// class has no invokable constructor for the arguments (without one: no default constructor), or it is not a
+/// `base`.
 KOVGUI_EXPORT QObject *createRegistered(const char *key, const QMetaObject &base,
                                         QGenericArgument first = QGenericArgument(),
                                         QGenericArgument second = QGenericArgument());

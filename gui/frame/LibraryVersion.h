@@ -4,7 +4,8 @@
 
 #include <QtGlobal>
 
-/// The version of the library that the host runs with, in four numbers as an update compares them. Any thread.
+/// The version of the library that the host runs with, in four numbers as an update compares them. Any
+/// thread.
 namespace LibraryVersion {
 
 struct Numbers

@@ -93,7 +93,8 @@ private:
 static std::atomic<int> s_verbosity{1};
 static std::atomic<LogOutputFunction> s_output{LogDestination::write};
 
-/// Threads that log at once would wait for one counter's cache line: each counts in one of several, alone on its own.
+/// Threads that log at once would wait for one counter's cache line: each counts in one of several, alone on
+/// its own.
 struct alignas(64) CallCount
 {
     std::atomic<int> calls{0};

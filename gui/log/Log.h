@@ -64,8 +64,8 @@ KOVGUI_LOG_EXPORT void setLogVerbosity(int level) noexcept;
  */
 KOVGUI_LOG_EXPORT void setLogDirectory(const char *directory) noexcept;
 
-/// The path (UTF-8) of the log file in the directory that is set or was taken last; empty as long as there is none.
-/// The text stays valid.
+/// The path (UTF-8) of the log file in the directory that is set or was taken last; empty as long as there is
+/// none. The text stays valid.
 KOVGUI_LOG_EXPORT const char *logFilePath() noexcept;
 
 /**

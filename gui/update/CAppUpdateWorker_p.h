@@ -50,7 +50,8 @@ public:
         const CTaskInstallProductUpdate *task = installation->task();
         if (!task || task->isSmartInstallMode())
             return;
-        // A download that was watched; the next start finds the update again, and goes on from the partial file.
+        // A download that was watched; the next start finds the update again, and goes on from the partial
+        // file.
         if (task->updateInfo().download.isCutOff() && !task->isInBackgroundDownload())
             UpgradeUtils::setNeedToCheckUpdateOnAppStart(true);
         if (!PendingUpdate::isOnDisk(task->getInstallationPath()))

@@ -85,7 +85,8 @@ bool InputGuard::eventFilter(QObject *watched, QEvent *event)
         disarm();
     if (m_state == Off || !swallows(event))
         return false;
-    // An override that is taken keeps the key from being a shortcut; a close that is not taken closes nothing.
+    // An override that is taken keeps the key from being a shortcut; a close that is not taken closes
+    // nothing.
     event->setAccepted(event->type() != QEvent::Close);
     return true;
 }

@@ -3,8 +3,8 @@
 #include <QByteArray>
 
 /**
- * Lets another program do the work: it takes this process's place, with its standard streams and process id, so that
- * whoever started the updater watches, answers and ends the right process.
+ * Lets another program do the work: it takes this process's place, with its standard streams and process id,
+ * so that whoever started the updater watches, answers and ends the right process.
  *
  * @param path  of the program, in the file system's encoding
  * @param argv  its arguments, its own name first and null at the end

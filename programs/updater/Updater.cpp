@@ -192,7 +192,8 @@ ExitCode install(const CommandLine &commandLine, const QString &programDirectory
 
 ExitCode recoverAndCheck(const CommandLine &commandLine, const QString &programDirectory, const QString &root)
 {
-    // What cannot be cleared up must not keep its cure from being found: the next installation tells it as its fault.
+    // What cannot be cleared up must not keep its cure from being found: the next installation tells it as
+    // its fault.
     const InstallResult recovered = root.isEmpty() ? InstallResult() : Installation::recover(root);
     if (!recovered.ok())
         printError(recovered.fault);

@@ -22,8 +22,9 @@ inline QStringList &eventLog()
 /**
  * A task that does what a text says: "A: wait; B: return 5, append C". Operations are
  * wait, complete n, terminate n, finish n, return n, delete, destroy (as a careful destructor does), execute,
- * pause, resume, own (deletes itself at its end), loop <operation> (in an event loop of the step), run (the event loop), append X, prepend X, insert X Y (Y behind X), clear, child (nested,
- * waits in its step A), child <operation>.
+ * pause, resume, own (deletes itself at its end), loop <operation> (in an event loop of the step), run (the
+ * event loop), append X, prepend X, insert X Y (Y behind X), clear, child (nested, waits in its step A),
+ * child <operation>.
  */
 class CTaskScripted : public CAbstractTask
 {

@@ -243,7 +243,8 @@ private Q_SLOTS:
 
     void descriptorClosedByTheHost()
     {
-        // Somebody else's file has the number then: when the folder is set anew, and when a second has passed.
+        // Somebody else's file has the number then: when the folder is set anew, and when a second has
+        // passed.
         for (const char *command : {"closed-by-host 0", "closed-by-host 1"}) {
             QFile::remove(log());
             QCOMPARE(run(m_folder->path(), command), 0);

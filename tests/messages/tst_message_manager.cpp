@@ -276,7 +276,8 @@ private Q_SLOTS:
         QTRY_VERIFY(!box);
     }
 
-    /// A panel that goes with its message, while another of the same issuer is open, and a close slot that shows a third.
+    /// A panel that goes with its message, while another of the same issuer is open, and a close slot that
+    /// shows a third.
     void closeSlotShowsAnother()
     {
         for (const bool atTheEnd : {false, true}) {

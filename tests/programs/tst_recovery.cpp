@@ -10,7 +10,8 @@
 
 namespace {
 
-/// Does the work in a process of its own, which is killed before its n-th change of a file or folder; -1: not.
+/// Does the work in a process of its own, which is killed before its n-th change of a file or folder; -1:
+/// not.
 /// @return true when it was killed
 template <class Work>
 bool killedBefore(int change, const Work &work)
@@ -91,7 +92,8 @@ private Q_SLOTS:
         // Before the journal is written, both ways are the same.
         int first = canExchange ? 0 : m_firstWithJournal;
         for (bool isKilled = true; isKilled; ++first) {
-            // The run that recovers is killed as well. Without a journal it only clears up: then one such place will do.
+            // The run that recovers is killed as well. Without a journal it only clears up: then one such
+            // place will do.
             bool isKilledAgain = true;
             for (int second = first % 2; isKilledAgain && isKilled; second += 2) {
                 m_site->makeSite(m_site->root);

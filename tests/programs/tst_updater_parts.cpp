@@ -368,7 +368,8 @@ private Q_SLOTS:
         QVERIFY(!isOld(5));
         QVERIFY(isOld(4));
         QVERIFY(!isOld(5));
-        // A second key starts anew, as another line and another product; what was seen with the first stays seen.
+        // A second key starts anew, as another line and another product; what was seen with the first stays
+        // seen.
         catalogue.key = "8899aabbccddeeff";
         QVERIFY(!isOld(1));
         catalogue.line = "console-beta/v3";

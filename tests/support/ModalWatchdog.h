@@ -7,8 +7,8 @@
 #include <functional>
 
 /**
- * For tests that open a dialog with exec(): acts on the first modal widget that appears, and ends a loop that nobody
- * else ends. A loop that it had to end fails the test.
+ * For tests that open a dialog with exec(): acts on the first modal widget that appears, and ends a loop that
+ * nobody else ends. A loop that it had to end fails the test.
  */
 class ModalWatchdog : public QObject
 {

@@ -2,8 +2,9 @@
 
 #include <QtGlobal>
 
-/// The platform without a screen warns each time that a window manager would be told something: a window's smallest size,
-/// or that it wants to be in front. To be called from initTestCase(): every other warning still reaches the test.
+/// The platform without a screen warns each time that a window manager would be told something: a window's
+/// smallest size, or that it wants to be in front. To be called from initTestCase(): every other warning
+/// still reaches the test.
 inline void ignoreOffscreenWarnings()
 {
     static QtMessageHandler testHandler = nullptr;

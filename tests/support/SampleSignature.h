@@ -5,8 +5,8 @@
 /// Of the role, for Tessarine Console 3.1.5-31502, valid for the life of the tests.
 Signature::Statement sampleStatement(Signature::Role role);
 
-/// Writes path + ".sig" with the sample key of that name, or with a fresh key that nobody knows ("unknown"). A file that
-/// is there gives the statement its size and digest; without one the statement's size counts.
+/// Writes path + ".sig" with the sample key of that name, or with a fresh key that nobody knows ("unknown").
+/// A file that is there gives the statement its size and digest; without one the statement's size counts.
 /// @return false when something cannot be read or written
 bool signSample(const QString &path, Signature::Statement statement,
                 const QString &key = QStringLiteral("first"));

@@ -12,8 +12,8 @@
 #include <pwd.h>
 #include <unistd.h>
 
-/// A private squid on 127.0.0.1 that lets one user through, by basic authentication. It ends with the object, or with the
-/// process that owns it.
+/// A private squid on 127.0.0.1 that lets one user through, by basic authentication. It ends with the object,
+/// or with the process that owns it.
 class SquidServer
 {
 public:

@@ -244,8 +244,8 @@ private Q_SLOTS:
             const char *state;
             int parameters; // of the installation, -1 for none
             int result, choice;
-            const char *
-                after; // R request for the next start, P pending, T reminder, S skipped, Q quits, M major upgrade
+            const char *after; // R request for the next start, P pending, T reminder, S skipped, Q quits, M
+                               // major upgrade
         } rows[] = {
             {"b", 100, 0, Install::InstallNow, ""},
             {"bn", 10, failed, Install::NotAsked, "P"},

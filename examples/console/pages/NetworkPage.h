@@ -14,7 +14,8 @@ class QPushButton;
 class SampleProxy;
 class SampleSite;
 
-/// Fetches a page, downloads a file and looks up the country, directly or through a proxy that demands a password.
+/// Fetches a page, downloads a file and looks up the country, directly or through a proxy that demands a
+/// password.
 class NetworkPage : public ConsolePage
 {
     Q_OBJECT

@@ -9,8 +9,8 @@
 /**
  * A host's own task: lists the files of a folder, hashes each of them and writes "inventory.txt" beside them.
  *
- * Hashing takes a file a time from the event loop, so the window stays alive, and it waits while the task is paused.
- * Writing the list may not be terminated half way.
+ * Hashing takes a file a time from the event loop, so the window stays alive, and it waits while the task is
+ * paused. Writing the list may not be terminated half way.
  */
 class InventoryTask : public CAbstractTask
 {

@@ -10,8 +10,8 @@
 class QProcess;
 
 /**
- * A sample update site: a real nginx on loopback with a catalogue and a package, so that the console has something to
- * check against. Stopping it is what a lost connection looks like.
+ * A sample update site: a real nginx on loopback with a catalogue and a package, so that the console has
+ * something to check against. Stopping it is what a lost connection looks like.
  */
 class SampleSite : public QObject
 {

@@ -11,14 +11,15 @@ class ConsoleWindow;
 class QWidget;
 
 /**
- * Walks through the console as a person would: presses its buttons, waits for what comes, and says what it saw, a line a
- * step, with a picture of the screen. A step whose expectation does not come true is a failure, and so is the tour.
+ * Walks through the console as a person would: presses its buttons, waits for what comes, and says what it
+ * saw, a line a step, with a picture of the screen. A step whose expectation does not come true is a failure,
+ * and so is the tour.
  *
- * It runs on a thread of its own, as a person does: a question that runs a modal loop of its own on the GUI thread must
- * not hold up the one who answers it. Whatever touches the console goes through ask() or later().
+ * It runs on a thread of its own, as a person does: a question that runs a modal loop of its own on the GUI
+ * thread must not hold up the one who answers it. Whatever touches the console goes through ask() or later().
  *
- * The console restarts in its course, after an update as another version. What the next process has to know lies in
- * FOLDER/private: it goes on where the former one ended, and the first one waits for the last.
+ * The console restarts in its course, after an update as another version. What the next process has to know
+ * lies in FOLDER/private: it goes on where the former one ended, and the first one waits for the last.
  */
 class Tour : public QThread
 {
@@ -32,8 +33,8 @@ public:
     static bool isContinued(const QString &folder);
     /// True when another process goes on.
     bool isHandedOver() const { return m_next != Beginning; }
-    /// The number of steps that failed, once the thread has finished; a negative number when the tour broke off. Waits
-    /// for the process that ends the tour.
+    /// The number of steps that failed, once the thread has finished; a negative number when the tour broke
+    /// off. Waits for the process that ends the tour.
     static int failedSteps(const QString &folder);
 
     /// The visible window of a class, null when there is none.
@@ -83,7 +84,8 @@ private:
     void press(QWidget *scope, const QString &buttonName);
     /// A button of the dialog, which then closes.
     void press(const char *dialog, const char *button);
-    /// The bold text of the message box that is open for a code; a null string after some seconds without one.
+    /// The bold text of the message box that is open for a code; a null string after some seconds without
+    /// one.
     QString messageText(int code);
     /// Presses an answer of the box that is open for the code.
     void answer(int code, int button);

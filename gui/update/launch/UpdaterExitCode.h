@@ -2,8 +2,8 @@
 
 namespace Updater {
 
-/// What the updater program exits with, shared by the program and the library that runs it. 0, 4 and 25 are what every
-/// updater of the family answers; docs/reference/updater.md lists all.
+/// What the updater program exits with, shared by the program and the library that runs it. 0, 4 and 25 are
+/// what every updater of the family answers; docs/reference/updater.md lists all.
 enum class ExitCode {
     /// Also: the work is done.
     UpdateFound = 0,
@@ -36,7 +36,8 @@ enum class ExitCode {
     ProxyError = 26,
     OutputError = 27,
     InternalError = 28,
-    /// The catalogue, or the signature of the package that it offers, is missing, altered, or signed by nobody known.
+    /// The catalogue, or the signature of the package that it offers, is missing, altered, or signed by
+    /// nobody known.
     CatalogueNotTrusted = 29,
     /// Properly signed, but expired, or older than one that was seen before.
     CatalogueOutdated = 30

@@ -7,7 +7,8 @@
 using Values = QMap<QString, QString>;
 
 /**
- * Takes the arguments of a command apart: at most one word, and options that take one value each, each at most once.
+ * Takes the arguments of a command apart: at most one word, and options that take one value each, each at
+ * most once.
  * @return empty, or what is wrong as one sentence without a full stop
  */
 QString parseArguments(const QStringList &arguments, const QStringList &options, Values *values);

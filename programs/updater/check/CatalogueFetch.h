@@ -39,8 +39,8 @@ struct FetchResult
 };
 
 /**
- * Fetches one document. Blocks until it is there, has failed, or the deadline is over; the request's own time is not
- * looked at.
+ * Fetches one document. Blocks until it is there, has failed, or the deadline is over; the request's own time
+ * is not looked at.
  *
  * Certificates are verified. At most five redirects are followed, never from https to http. A body of more
  * than 8 MiB, or headers of more than 256 KiB, end the transfer. No compression is asked for or undone.

@@ -31,8 +31,9 @@ struct CheckRequestResult
 
 /**
  * Puts the request together: the command line counts before the configuration, the configuration before the
- * installation that the program lies in, that one before what the program was built with. The installed product is the
- * configuration's product of the name asked for, or its first one; without one, the installation's.
+ * installation that the program lies in, that one before what the program was built with. The installed
+ * product is the configuration's product of the name asked for, or its first one; without one, the
+ * installation's.
  *
  * @param installed  the manifest of the installation; null when the program lies in none
  *

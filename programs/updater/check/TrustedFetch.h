@@ -7,8 +7,8 @@
 #include <QDeadlineTimer>
 
 /**
- * Fetches for one check, within its time, what a publisher signed, and gives only that away. The signature of an address
- * is fetched from the same address with ".sig" behind the path, by the same rules.
+ * Fetches for one check, within its time, what a publisher signed, and gives only that away. The signature of
+ * an address is fetched from the same address with ".sig" behind the path, by the same rules.
  */
 class TrustedFetch
 {

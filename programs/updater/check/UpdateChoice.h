@@ -28,8 +28,9 @@ struct ChosenUpdate
  * The newest update that applies, if any.
  *
  * It applies if its product has the name asked for and updates enabled; its version is newer than the current
- * one and not rejected; its status is "released"; it need not be bought; it is for the operating system and for the locale,
- * its language or any; and its ancestry names the current version or a beginning of it, or is empty.
+ * one and not rejected; its status is "released"; it need not be bought; it is for the operating system and
+ * for the locale, its language or any; and its ancestry names the current version or a beginning of it, or is
+ * empty.
  *
  * Of several, the highest version counts, then the closest locale, then the system by name before any, then
  * the latest date; then the first in the catalogue. A pure function; a value that does not make sense makes

@@ -16,11 +16,11 @@
  *     previous/   the version before, if there was one
  *     .updater/   private: lock, journal, counters, and what an installation under way writes
  *
- * Whatever ends the program, at whatever moment, the next open() or recover() finds or makes `current` a complete
- * version, the old one or the new one. docs/reference/update-package.md describes the journal.
+ * Whatever ends the program, at whatever moment, the next open() or recover() finds or makes `current` a
+ * complete version, the old one or the new one. docs/reference/update-package.md describes the journal.
  *
- * What is no longer needed and cannot be removed never fails anything: it is set aside, reported on standard error once,
- * and tried again by every later run.
+ * What is no longer needed and cannot be removed never fails anything: it is set aside, reported on standard
+ * error once, and tried again by every later run.
  *
  * Implemented once per operating system. One thread.
  */
@@ -47,10 +47,11 @@ public:
     static std::optional<PackageManifest> installedManifest(const QString &root);
     /// Versions of the installation that must not be offered, because they were gone back from; newest last.
     static QVector<RejectedVersion> rejectedVersions(const QString &root);
-    /// The version in use came up. Needs no lock, so that an application that starts holds up no installation.
+    /// The version in use came up. Needs no lock, so that an application that starts holds up no
+    /// installation.
     static InstallResult confirmVersion(const QString &root);
-    /// Clears up after an updater that was killed. Does nothing while another one runs, or when the folder is not this
-    /// user's to change.
+    /// Clears up after an updater that was killed. Does nothing while another one runs, or when the folder is
+    /// not this user's to change.
     static InstallResult recover(const QString &root);
 
     Installation();
@@ -58,14 +59,14 @@ public:
     /// Removes what an unfinished installation wrote, and gives the lock back.
     ~Installation();
 
-    /// Locks the installation, recovers from an interrupted run, and reads what is installed. Nothing else may be
-    /// called before it succeeded. ExitCode::NoInstallation, ExitCode::InstallBusy.
+    /// Locks the installation, recovers from an interrupted run, and reads what is installed. Nothing else
+    /// may be called before it succeeded. ExitCode::NoInstallation, ExitCode::InstallBusy.
     InstallResult open(const QString &root);
 
     /// Of `current`.
     const PackageManifest &manifest() const;
-    /// The highest counter of an installed package that was signed with this key (Signature::Statement::key); 0 without
-    /// one. A record that cannot be read is ExitCode::InstallFailed.
+    /// The highest counter of an installed package that was signed with this key (Signature::Statement::key);
+    /// 0 without one. A record that cannot be read is ExitCode::InstallFailed.
     InstallResult readCounter(const QByteArray &key, quint64 *counter) const;
 
     /// ExitCode::NotEnoughSpace when there is less room than this, in bytes.
@@ -74,22 +75,23 @@ public:
     InstallResult makePrivateFile(PackageFile *file);
     /// Makes the empty folder that becomes the new version.
     InstallResult makeStaging();
-    /// Writes into the folder that makeStaging() made; end() returns when everything is on the medium. Valid as
-    /// long as this object.
+    /// Writes into the folder that makeStaging() made; end() returns when everything is on the medium. Valid
+    /// as long as this object.
     PackageTarget &staging();
-    /// Puts the staging, complete, in the place of `current`, which becomes `previous`, and puts the new version on trial
-    /// (countStart()). Returns when that is on the medium; if it fails, what was `current` is so still.
+    /// Puts the staging, complete, in the place of `current`, which becomes `previous`, and puts the new
+    /// version on trial (countStart()). Returns when that is on the medium; if it fails, what was `current`
+    /// is so still.
     /// @param key, counter  of the new package
     InstallResult commit(const QByteArray &key, quint64 counter);
 
-    /// `previous` and `current` change places, and the version that was in use is rejected until a newer one is
-    /// installed. ExitCode::NothingBefore when `previous` is no older version of the product.
+    /// `previous` and `current` change places, and the version that was in use is rejected until a newer one
+    /// is installed. ExitCode::NothingBefore when `previous` is no older version of the product.
     /// @param reason  for a person; cut to one line of 200 characters
     InstallResult stepBack(const QString &reason);
 
     /// To be called before a program of `current` takes this process's place. A new version is on trial until
-    /// confirmVersion(): its starts are counted, but for those while one that was counted still runs. After too many it
-    /// is stepped back from.
+    /// confirmVersion(): its starts are counted, but for those while one that was counted still runs. After
+    /// too many it is stepped back from.
     /// @return true when that happened
     bool countStart();
 

@@ -4,8 +4,8 @@
 #include <QString>
 #include <optional>
 
-/// Written before two versions change places, removed after it: which is to take whose place, and what is kept of it.
-/// docs/reference/update-package.md
+/// Written before two versions change places, removed after it: which is to take whose place, and what is
+/// kept of it. docs/reference/update-package.md
 struct Journal
 {
     /// SHA-256 of both manifests, in hexadecimal digits.

@@ -11,8 +11,9 @@ ExitCode runRollbackTool(const QStringList &arguments, const QString &programDir
 ExitCode runConfirmTool(const QStringList &arguments, const QString &programDirectory);
 
 /**
- * "run [--root DIR] PROGRAM [ARGUMENT...]", where PROGRAM is a path inside a version. Counts the start of a version that
- * is on trial, and goes back when too many have failed. Where that is not this user's to do, it only finds the program.
+ * "run [--root DIR] PROGRAM [ARGUMENT...]", where PROGRAM is a path inside a version. Counts the start of a
+ * version that is on trial, and goes back when too many have failed. Where that is not this user's to do, it
+ * only finds the program.
  *
  * @param argv  of this process; null at the end
  * @param next  receives the program's arguments, its own path first

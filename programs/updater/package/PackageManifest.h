@@ -18,8 +18,9 @@ struct PackageEntry
 };
 
 /**
- * What a package says about itself: the product, its version, and every file. It is the first entry of a package, and
- * lies as "manifest.json" in the folder of an installed version. docs/reference/update-package.md
+ * What a package says about itself: the product, its version, and every file. It is the first entry of a
+ * package, and lies as "manifest.json" in the folder of an installed version.
+ * docs/reference/update-package.md
  */
 struct PackageManifest
 {
@@ -49,7 +50,7 @@ struct PackageManifest
     /// What parse() demands of a manifest, for one that was put together; empty, or what is wrong.
     QString fault() const;
 
-    /// Relative, of printable ASCII; every part between the slashes is a safe file name on every system, and the
-    /// whole is not the manifest's own name.
+    /// Relative, of printable ASCII; every part between the slashes is a safe file name on every system, and
+    /// the whole is not the manifest's own name.
     static bool isSafePath(const QByteArray &path);
 };

@@ -29,9 +29,10 @@ public:
 };
 
 /**
- * Reads a package from its beginning to its end: a gzipped tar archive of the manifest and then exactly the regular
- * files that it lists, in its order. The archive is only a stream here: nothing in it names a place to write to, and
- * neither links nor folders nor special files are taken. Reading stops at the first byte more than listed.
+ * Reads a package from its beginning to its end: a gzipped tar archive of the manifest and then exactly the
+ * regular files that it lists, in its order. The archive is only a stream here: nothing in it names a place
+ * to write to, and neither links nor folders nor special files are taken. Reading stops at the first byte
+ * more than listed.
  *
  * @return ExitCode::PackageBroken for a package that breaks a rule, else what the target answered
  */

@@ -55,7 +55,8 @@ InstallResult listFiles(const std::filesystem::path &folder, const QStringList &
 {
     namespace fs = std::filesystem;
     std::error_code error;
-    // Names as bytes, and an error for a folder that cannot be read: what is not in the package would be missed later.
+    // Names as bytes, and an error for a folder that cannot be read: what is not in the package would be
+    // missed later.
     for (fs::recursive_directory_iterator i(folder, error), end; !error && i != end; i.increment(error)) {
         const fs::file_status status = i->symlink_status();
         const std::string path = i->path().lexically_relative(folder).generic_string();

@@ -6,10 +6,10 @@
 #include <QStringList>
 
 /**
- * Packs a folder: the package that an updater installs as one version. The same files give the same bytes, whenever and
- * wherever they are packed. Links, special files, names that a package must not hold, and what cannot be read are
- * refused; empty folders are left out, and so are the manifest of a version that was installed, the output and its
- * signature.
+ * Packs a folder: the package that an updater installs as one version. The same files give the same bytes,
+ * whenever and wherever they are packed. Links, special files, names that a package must not hold, and what
+ * cannot be read are refused; empty folders are left out, and so are the manifest of a version that was
+ * installed, the output and its signature.
  *
  * @param output  replaced in one step, or left alone when something is wrong
  */

@@ -7,9 +7,10 @@
 
 /**
  * What the updater remembers between its runs, per user and product, in the private folder
- * "$XDG_DATA_HOME/tessarine/updater" (or below ~/.local/share): the highest counter of a catalogue that it has seen, for
- * each line and key, and the signature of each package that a check offered, the last 16 of them. Several processes may
- * use it at once. A record of an offer that cannot be read is reported on standard error.
+ * "$XDG_DATA_HOME/tessarine/updater" (or below ~/.local/share): the highest counter of a catalogue that it
+ * has seen, for each line and key, and the signature of each package that a check offered, the last 16 of
+ * them. Several processes may use it at once. A record of an offer that cannot be read is reported on
+ * standard error.
  */
 class OfferStore
 {
@@ -27,8 +28,8 @@ public:
     };
     Counted countCatalogue(const Signature::Statement &catalogue);
 
-    /// The signature file that belongs to the package that was offered for the product under this file name; empty when
-    /// none was.
+    /// The signature file that belongs to the package that was offered for the product under this file name;
+    /// empty when none was.
     QByteArray packageSignature(const QString &product, const QString &packageFileName) const;
     /// Replaces the offer of this file name only: an older package may be under way to its installation.
     /// @return empty, or why it cannot be kept, with the path

@@ -52,8 +52,8 @@ struct Parsed
     QByteArray signature;
 };
 
-/// Takes the values from where they have to stand, whatever they are called and however they are spelled: the caller
-/// writes them again and compares. False when they make no sense.
+/// Takes the values from where they have to stand, whatever they are called and however they are spelled: the
+/// caller writes them again and compares. False when they make no sense.
 bool parse(const QByteArray &file, Parsed *parsed)
 {
     QList<QByteArray> values;

@@ -11,8 +11,9 @@ class QIODevice;
 class SigningKey;
 
 /**
- * Detached Ed25519 signatures over catalogues and packages: a small text file beside the signed one, "NAME.sig", whose
- * signature covers what the text says, the signed file's digest included. docs/reference/update-signatures.md
+ * Detached Ed25519 signatures over catalogues and packages: a small text file beside the signed one,
+ * "NAME.sig", whose signature covers what the text says, the signed file's digest included.
+ * docs/reference/update-signatures.md
  */
 namespace Signature {
 
@@ -30,7 +31,8 @@ struct Statement
     QString product;
     /// Of a package; zeros for a catalogue.
     VersionNumber version{};
-    /// Of a catalogue: the line of versions that it lists, such as "console/v3" or "console-beta/v3". Empty for a package.
+    /// Of a catalogue: the line of versions that it lists, such as "console/v3" or "console-beta/v3". Empty
+    /// for a package.
     QString line;
     /// Grows with every file that is signed with the key for the product, role and line.
     quint64 counter = 0;
@@ -48,21 +50,23 @@ struct Statement
 using PublicKey = QByteArray;
 /// By which a signature names its key: 16 hexadecimal digits. Says nothing about trust.
 QByteArray fingerprint(const PublicKey &key);
-/// What a product or a line may be called: printable, at most maximumNameLength characters, no blank at either end.
+/// What a product or a line may be called: printable, at most maximumNameLength characters, no blank at
+/// either end.
 bool isName(const QString &text);
-/// The keys that this program was built with, at most two: the one in use and its successor or predecessor. Empty when
-/// it was built with none; then nothing is trusted.
+/// The keys that this program was built with, at most two: the one in use and its successor or predecessor.
+/// Empty when it was built with none; then nothing is trusted.
 QVector<PublicKey> builtInKeys();
 
 /**
- * Reads a signature file and checks its signature against the keys. Pure; does not look at time or counter, and knows
- * nothing of the signed file but the statement.
- * @return empty, or what is wrong as one sentence without a full stop, which quotes nothing of the file; the statement
- *         is left alone then
+ * Reads a signature file and checks its signature against the keys. Pure; does not look at time or counter,
+ * and knows nothing of the signed file but the statement.
+ * @return empty, or what is wrong as one sentence without a full stop, which quotes nothing of the file; the
+ * statement is left alone then
  */
 QString read(const QByteArray &file, const QVector<PublicKey> &keys, Statement *statement);
 
-/// The signature file for a statement. read() refuses it when the statement makes no sense, so a signer reads it back.
+/// The signature file for a statement. read() refuses it when the statement makes no sense, so a signer reads
+/// it back.
 QByteArray write(const Statement &statement, const SigningKey &key);
 
 /// Fills in size and digest of what can be read from here to the end. False when it cannot be read.

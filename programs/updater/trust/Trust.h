@@ -25,12 +25,12 @@ struct TrustVerdict
     Signature::Statement statement;
 };
 
-/// Whether a catalogue is the publisher's, for the product and its line, and still valid. Whether it is older than one
-/// that was seen before is the caller's to ask, who knows the key from the statement. Pure.
+/// Whether a catalogue is the publisher's, for the product and its line, and still valid. Whether it is older
+/// than one that was seen before is the caller's to ask, who knows the key from the statement. Pure.
 TrustVerdict judgeCatalogue(const QByteArray &catalogue, const QByteArray &signatureFile,
                             const TrustCriteria &criteria);
 
-/// Whether a signature promises the package that a catalogue offers: of that product, version and size, still valid. The
-/// package itself is verified when it is installed. Pure.
+/// Whether a signature promises the package that a catalogue offers: of that product, version and size, still
+/// valid. The package itself is verified when it is installed. Pure.
 TrustVerdict judgePackage(const QByteArray &signatureFile, const TrustCriteria &criteria,
                           const VersionNumber &version, qint64 size);

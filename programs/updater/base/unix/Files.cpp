@@ -75,8 +75,8 @@ QByteArrayList namesIn(const Descriptor &folder)
     return names;
 }
 
-/// Empties and removes one folder. The folders in it are moved out beside it first, so that the depth of a tree costs
-/// neither descriptors nor stack.
+/// Empties and removes one folder. The folders in it are moved out beside it first, so that the depth of a
+/// tree costs neither descriptors nor stack.
 /// @param others  receives their new names
 bool removeFolder(int parent, const QByteArray &name, QByteArrayList *others)
 {

@@ -32,8 +32,8 @@ Descriptor openFolder(int folder, const char *name);
 bool exists(int folder, const char *name);
 /// The content of a regular file; nothing when there is none or it is larger than the limit.
 std::optional<QByteArray> read(int folder, const char *name, qint64 limit);
-/// Writes a file that is not there yet, readable for the user only; its content stands on the medium. Nothing is left
-/// of one that could not be written.
+/// Writes a file that is not there yet, readable for the user only; its content stands on the medium. Nothing
+/// is left of one that could not be written.
 InstallResult writeNew(int folder, const char *name, const char *data, qint64 size);
 InstallResult writeAll(int file, const char *data, qint64 size);
 /// Returns when the file or folder stands on the medium.
@@ -42,8 +42,9 @@ InstallResult sync(int descriptor);
 bool move(int fromFolder, const char *from, int toFolder, const char *to);
 /// Two names change places in one step. False with errno EINVAL where the file system cannot do that.
 bool exchange(int folder, const char *name, int otherFolder, const char *otherName);
-/// Removes a file, or a folder with all that it holds, on one file system: what is mounted in it stays. Nothing to
-/// remove is success. What cannot be removed may lie in the folder under names of rubbish afterwards.
+/// Removes a file, or a folder with all that it holds, on one file system: what is mounted in it stays.
+/// Nothing to remove is success. What cannot be removed may lie in the folder under names of rubbish
+/// afterwards.
 InstallResult remove(int folder, const char *name);
 /// Frees the name: what cannot be removed is reported on standard error and kept under a name of rubbish.
 InstallResult discard(int folder, const char *name);

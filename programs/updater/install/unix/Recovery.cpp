@@ -163,7 +163,8 @@ void Installation::Private::keepOldVersion()
              && move(root.number(), Name::previous, own.number(), Name::obsolete);
     if (ok && move(own.number(), Staging::name, root.number(), Name::previous))
         return;
-    // A folder that cannot be moved, such as one that a volume is mounted on, must not hold up what comes after it.
+    // A folder that cannot be moved, such as one that a volume is mounted on, must not hold up what comes
+    // after it.
     printError(Files::systemFault(QStringLiteral("the version before cannot be kept")).fault);
     (void)Files::discard(own.number(), Staging::name);
 }

@@ -5,8 +5,8 @@
 
 #include <QSet>
 
-/// The folder in which a new version is put together. Every folder on the way to a file is opened one by one below it,
-/// so that no path leads out of it.
+/// The folder in which a new version is put together. Every folder on the way to a file is opened one by one
+/// below it, so that no path leads out of it.
 class Staging : public PackageTarget
 {
 public:
