@@ -71,6 +71,8 @@ static const char *nameOf(_KOV_HANDLE_TYPE type)
         return "an event parameter";
     case KHT_JOB:
         return "a job";
+    case KHT_REPORT:
+        return "a report";
     case KHT_INVALID:
         break;
     }

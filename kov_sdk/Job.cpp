@@ -29,6 +29,14 @@ bool Job::end(Outcome outcome)
     return true;
 }
 
+void Job::setProgress(unsigned percent)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    percent = percent < 100 ? percent : 100;
+    if (!m_ended && percent > m_progress)
+        m_progress = percent;
+}
+
 void Job::setFunction(KovJob_CompletionFunction function, void *context)
 {
     std::unique_lock<std::mutex> lock(m_mutex);

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "kov_sdk/Event_p.h"
+#include "kov_sdk/Report_p.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <thread>
 
@@ -18,6 +20,7 @@ public:
         KOV_RESULT code = KOV_ERR_IN_PROGRESS;
         std::shared_ptr<Event> error;
         std::string data;
+        std::shared_ptr<Report> report = nullptr;
     };
 
     Job()
@@ -29,6 +32,9 @@ public:
     Outcome outcome() const;
     /// Ends the job and calls its function. False when it had ended.
     bool end(Outcome outcome);
+    /// Percent. Never goes back.
+    unsigned progress() const { return m_progress; }
+    void setProgress(unsigned percent);
     /// The rules of KovJob_SetCompletionFunction.
     void setFunction(KovJob_CompletionFunction function, void *context);
 
@@ -38,6 +44,7 @@ private:
     mutable std::mutex m_mutex;
     std::condition_variable m_functionReturned;
     bool m_ended = false;
+    std::atomic<unsigned> m_progress{0};
     Outcome m_outcome;
     KovJob_CompletionFunction m_function = nullptr;
     void *m_context = nullptr;

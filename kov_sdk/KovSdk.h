@@ -42,7 +42,8 @@ typedef enum _KOV_HANDLE_TYPE {
     KHT_INVALID = 0,
     KHT_EVENT = 1,
     KHT_EVENT_PARAMETER = 2,
-    KHT_JOB = 3
+    KHT_JOB = 3,
+    KHT_REPORT = 4
 } _KOV_HANDLE_TYPE;
 
 typedef enum _KOV_PARAMETER_TYPE { KPT_STRING = 0, KPT_INT32 = 1, KPT_HANDLE = 2 } _KOV_PARAMETER_TYPE;
@@ -137,6 +138,33 @@ typedef void (*KovJob_CompletionFunction)(KOV_HANDLE job, KOV_RESULT code, void 
 KOV_SDK_EXPORT KOV_RESULT KovJob_SetCompletionFunction(KOV_HANDLE job, KovJob_CompletionFunction function,
                                                        void *context);
 
+/* ---- Problem reports ---- */
+
+/**
+ * Asks the service to collect a problem report: the job yields a report when it has ended with success, and
+ * the path of the report's archive, UTF-8, is its data. A job that ended with KOV_ERR_PROBLEM_REPORT_IN_FILE
+ * yields only the path; one that ended with KOV_ERR_PROBLEM_REPORT_OUTDATED the path of a file that its
+ * caller deletes. An archive belongs to the caller; the service keeps its last three.
+ *
+ * The embedded service collects in a program of its own. A job that is cancelled, or whose last handle is
+ * freed, ends that program and leaves no file behind.
+ *
+ * @param kind        KPR_PACKED or KPR_OLD_SCHEMA
+ * @param clientPart  what the client tells, as a document "Report" (docs/reference/problem-report.md): its
+ *                    sections, and its attachments, whose SourcePath names the file that the service reads.
+ *                    May be null
+ */
+KOV_SDK_EXPORT KOV_RESULT KovApi_GetProblemReport(uint32_t kind, const char *clientPart, KOV_HANDLE *job);
+/** KOV_ERR_IN_PROGRESS while the job runs, KOV_ERR_NO_DATA when it yields no report. */
+KOV_SDK_EXPORT KOV_RESULT KovJob_GetReport(KOV_HANDLE job, KOV_HANDLE *report);
+/** How far the job is, 0 to 100. Never goes back. */
+KOV_SDK_EXPORT KOV_RESULT KovJob_GetProgress(KOV_HANDLE job, uint32_t *percent);
+/** The report's main document: bytes without a NUL at their end. A null buffer asks for their number, a
+    buffer that is too small is left as it is: KOV_ERR_BUFFER_OVERRUN, with *size set to the number. */
+KOV_SDK_EXPORT KOV_RESULT KovReport_GetData(KOV_HANDLE report, void *buffer, uint32_t *size);
+/** The name of the archive's file, without a folder and with ".tar.gz". Empty for the old schema. */
+KOV_SDK_EXPORT KOV_RESULT KovReport_GetArchiveFileName(KOV_HANDLE report, char *buffer, uint32_t *size);
+
 /* ---- The service's side: what a host application or a test raises ---- */
 
 KOV_SDK_EXPORT KOV_RESULT KovService_CreateEvent(KOV_RESULT code, const char *issuerId, KOV_HANDLE *event);
@@ -153,6 +181,17 @@ KOV_SDK_EXPORT KOV_RESULT KovService_CreateJob(KOV_HANDLE *job);
     A second completion is KOV_ERR_INVALID_ARG and changes nothing. */
 KOV_SDK_EXPORT KOV_RESULT KovService_CompleteJob(KOV_HANDLE job, KOV_RESULT code, KOV_HANDLE errorEvent,
                                                  const char *data);
+/** Values above 100 count as 100, smaller ones than before for nothing, and those of an ended job, too. */
+KOV_SDK_EXPORT KOV_RESULT KovService_SetJobProgress(KOV_HANDLE job, uint32_t percent);
+/** @param data  `size` bytes; may be null when there are none */
+KOV_SDK_EXPORT KOV_RESULT KovService_CreateReport(const void *data, uint32_t size, const char *archiveName,
+                                                  KOV_HANDLE *report);
+/** Ends the job as KovService_CompleteJob does, with a report that it yields. */
+KOV_SDK_EXPORT KOV_RESULT KovService_CompleteJobWithReport(KOV_HANDLE job, KOV_RESULT code, KOV_HANDLE report,
+                                                           const char *data);
+/** Where the embedded service keeps the archives of its reports, UTF-8. Null restores the default, the folder
+    "tessarine/service-reports" in the user's data. */
+KOV_SDK_EXPORT KOV_RESULT KovService_SetReportFolder(const char *path);
 
 #ifdef __cplusplus
 }

@@ -24,6 +24,11 @@ typedef int32_t KOV_RESULT;
 #define KOV_ERR_FAILURE KOV_RESULT_CODE(0x80000009u)
 /** Work of the same kind is in progress already. */
 #define KOV_ERR_IN_PROGRESS KOV_RESULT_CODE(0x80000013u)
+/** A problem report is no longer what it was when its making began; its file is of no use. Asked for anew, it
+ * may succeed. */
+#define KOV_ERR_PROBLEM_REPORT_OUTDATED KOV_RESULT_CODE(0x80000091u)
+/** A problem report is stored as a file, whose path is the job's data, and not handed over otherwise. */
+#define KOV_ERR_PROBLEM_REPORT_IN_FILE KOV_RESULT_CODE(0x80000251u)
 /** Cancelled, by the user or by the owner of the work. */
 #define KOV_ERR_CANCELLED KOV_RESULT_CODE(0x80000275u)
 #define KOV_ERR_PROXY_AUTHENTICATION_REQUIRED KOV_RESULT_CODE(0x80038005u)
@@ -70,6 +75,12 @@ typedef int32_t KOV_RESULT;
 #define KOV_ERR_BUFFER_OVERRUN KOV_RESULT_CODE(0x80000006u)
 /** No such code, parameter or element. */
 #define KOV_ERR_NO_DATA KOV_RESULT_CODE(0x80000007u)
+
+/** The kinds of a problem report. */
+typedef enum _KOV_PROBLEM_REPORT_KIND {
+    KPR_OLD_SCHEMA = 1005, /**< one document, without an archive */
+    KPR_PACKED = 1054 /**< a main document, and an archive with every section as a file */
+} _KOV_PROBLEM_REPORT_KIND;
 
 /** What a message is; decides its icon and its default answers. */
 typedef enum _KOV_MESSAGE_TYPE_ENUM {

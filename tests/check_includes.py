@@ -24,7 +24,10 @@ MAPPING = ['gui/mapping/values', 'gui/mapping/storage', 'gui/mapping/widgets']
 WIZARD = FRAME + ['gui/content', 'gui/wizard/actions', 'gui/wizard/model']
 WIZARDS = ['gui/content', 'gui/wizard', 'gui/wizard/actions', 'gui/wizard/model', 'gui/wizard/widgets',
            'gui/wizard/declarative']
-LIBRARY = UPDATES + MAPPING + WIZARDS + ['gui/tasks/proxy', 'gui/tasks/location', 'gui/update', 'gui/update/check', 'gui/update/dialogs',
+REPORT = TASKS + ['gui/data_model/base', 'gui/data_model/documents', 'gui/problem_report/archive', 'gui/problem_report/report']
+REPORTS = ['gui/problem_report/report', 'gui/problem_report/browser', 'gui/problem_report/send', 'gui/problem_report/dialog',
+           'gui/problem_report']
+LIBRARY = REPORTS + UPDATES + MAPPING + WIZARDS + ['gui/tasks/proxy', 'gui/tasks/location', 'gui/update', 'gui/update/check', 'gui/update/dialogs',
                      'gui/update/install']
 UPDATER = ['gui/KovVersion.h', 'gui/platform/unix/Descriptor.h', 'gui/data_model/base', 'gui/data_model/documents',
            'gui/update/launch/UpdaterExitCode.h', 'gui/tasks/download/FileName.h', 'programs/updater/base']
@@ -65,6 +68,13 @@ ALLOWED = {
     'gui/update/dialogs': UPDATES,
     'gui/update/install': UPDATES + ['gui/update/dialogs'],
     'gui/update': UPDATES + ['gui/update/check', 'gui/update/dialogs', 'gui/update/install'],
+    'gui/problem_report/archive': ['gui/KovGuiGlobal.h', 'gui/platform', 'gui/tasks/download/FileName.h'],
+    'gui/problem_report/report': TASKS + ['gui/data_model/base', 'gui/data_model/documents', 'gui/problem_report/archive'],
+    'gui/problem_report/browser': REPORT,
+    'gui/problem_report/send': REPORT,
+    'gui/problem_report/dialog': REPORT + ['gui/problem_report/browser', 'gui/problem_report/send'],
+    'gui/problem_report': REPORT + ['gui/problem_report/browser', 'gui/problem_report/send', 'gui/problem_report/dialog'],
+    'kov_sdk/collector': ['kov_sdk', 'gui/data_model/base', 'gui/data_model/documents', 'gui/problem_report/archive'],
     # init() fills the implementation registry, so it names the classes of every folder.
     'gui': LIBRARY,
     'programs/download_utility': ['gui/platform/unix/Descriptor.h', 'gui/tasks/download/FileName.h',
@@ -77,6 +87,7 @@ ALLOWED = {
     'programs/updater/publish': UPDATER + ['programs/updater/package', 'programs/updater/trust'],
     'programs/updater': UPDATER + ['programs/updater/package', 'programs/updater/trust', 'programs/updater/check',
                                    'programs/updater/install', 'programs/updater/publish'],
+    'examples/report_service': [],
     'examples/minimal': LIBRARY + ['gui'],
     'examples/console/sample': LIBRARY + ['gui'],
     'examples/console/preferences': LIBRARY + ['gui', 'examples/console/sample'],

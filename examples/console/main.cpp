@@ -1,7 +1,9 @@
 #include "examples/console/pages/ConsoleWindow.h"
+#include "examples/console/pages/ReportsPage.h"
 #include "examples/console/sample/ConsoleMessages.h"
 #include "examples/console/sample/ConsoleUpdateTasks.h"
 #include "examples/console/sample/ConsoleUpdateWorker.h"
+#include "examples/console/sample/CrashNote.h"
 #include "examples/console/tour/Tour.h"
 #include "gui/KovGui.h"
 #include "gui/frame/LibraryVersion.h"
@@ -121,11 +123,17 @@ int main(int argc, char *argv[])
         QCoreApplication::translate("main", "Walk through the guided tour and save its pictures."),
         QStringLiteral("folder"));
     parser.addOption(tour);
+    QCommandLineOption crash(QStringLiteral("crash"));
+    crash.setFlags(QCommandLineOption::HiddenFromHelp);
+    parser.addOption(crash);
     parser.process(application);
 
     KovGui::init(KAM_CONSOLE);
     KovGui::setupLogging(true);
     KovGui::forwardQtMessages(true);
+    CrashNote::install();
+    if (parser.isSet(crash))
+        CrashNote::crash();
     KovGui::staticMetaObjectHash()[QStringLiteral("CMessageDataProvider")]
         = &ConsoleMessageProvider::staticMetaObject;
     KovGui::staticMetaObjectHash()[QStringLiteral("CTaskCheckForProductUpdate")]
@@ -146,5 +154,9 @@ int main(int argc, char *argv[])
     if (parser.isSet(tour))
         return runTour(&application, parser.value(tour));
     quitWhenSignalled(&application);
-    return runConsole([&application](ConsoleWindow *) { return application.exec(); });
+    return runConsole([&application](ConsoleWindow *window) {
+        if (!CrashNote::find().isEmpty())
+            QTimer::singleShot(0, window->reports(), &ReportsPage::reportCrash);
+        return application.exec();
+    });
 }

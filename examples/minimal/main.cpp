@@ -1,4 +1,5 @@
 #include "MinimalPreferences.h"
+#include "MinimalReport.h"
 #include "MinimalWizard.h"
 #include "abstract_task/CAbstractTask.h"
 #include "abstract_task/CTaskManager.h"
@@ -16,7 +17,6 @@
 #include <QMetaEnum>
 #include <QSettings>
 #include <QTcpSocket>
-#include <QUrl>
 
 namespace Minimal {
 Q_NAMESPACE
@@ -90,6 +90,7 @@ public:
                              [this] { greet(QUrl(QSettings().value(QStringLiteral("Server")).toString())); });
         menuBar()->addAction(tr("&Preferences…"), this, [this] { (new MinimalPreferences(this))->open(); });
         menuBar()->addAction(tr("&New Connection…"), this, [this] { runMinimalWizard(this); });
+        menuBar()->addAction(tr("&Report a Problem…"), this, [this] { reportProblem(this); });
     }
 
 private:
@@ -119,7 +120,6 @@ int main(int argc, char *argv[])
     QCoreApplication::setOrganizationName(QStringLiteral("Tessarine")); // the settings need both names
     QCoreApplication::setApplicationName(QStringLiteral("Minimal"));
     qInfo("version %s", LibraryVersion::text());
-
     KovGui::init(KAM_CONSOLE); // before anything else of the library; once
     KovGui::setupLogging(true); // chooses the log's folder for the mode
     Tasks::init(QMetaEnum::fromType<Minimal::TaskTypes>());

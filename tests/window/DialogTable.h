@@ -3,6 +3,8 @@
 #include "gui/messages/box/CDetailsDialog.h"
 #include "gui/messages/box/CMessageBox.h"
 #include "gui/messages/notification/CNotificationBox.h"
+#include "gui/problem_report/browser/CProblemReportBrowserDialog.h"
+#include "gui/problem_report/dialog/CTessarineProblemReportDialog.h"
 #include "gui/tasks/download/CDownloadProgressDialog.h"
 #include "gui/tasks/sign_in/CProxyAuthenticator.h"
 #include "gui/tasks/sign_in/CUserAuthDialog.h"
@@ -119,6 +121,21 @@ inline QWidget *makeWizard(bool asScenes)
     return dialog;
 }
 
+inline QWidget *makeReport()
+{
+    auto *dialog = new CTessarineProblemReportDialog(QStringLiteral("It crashed."), nullptr);
+    dialog->findChild<QAbstractButton *>(QStringLiteral("m_ckbSendSolution"))->click();
+    dialog->findChild<QLineEdit *>(QStringLiteral("m_leEmail"))->setText(QStringLiteral("joe@example.org"));
+    return dialog;
+}
+
+inline QWidget *makeReportBrowser()
+{
+    auto *browser = new CProblemReportBrowserDialog(CPackedProblemReport());
+    browser->setReportFilePath(QStringLiteral("/home/user/a-very-long-folder").repeated(4));
+    return browser;
+}
+
 /// Every window class of the library has a row; tst_dialogs refuses one without.
 inline const QVector<DialogRow> &dialogTable()
 {
@@ -140,6 +157,12 @@ inline const QVector<DialogRow> &dialogTable()
          "m_pbOk m_txtDescription", true},
         {"confirmation", makeConfirmation, "CConfirmUpdateInstallationDialog",
          "m_pbInstall m_pbCancel m_pbPostpone", true},
+        {"report", makeReport, "CTessarineProblemReportDialog",
+         "textEditDetails m_leName m_leEmail m_ckbSendSolution m_lblImportant m_lblSeeDetails m_pbHelp m_pbSend "
+         "m_pbCancel",
+         true},
+        {"report browser", makeReportBrowser, "CProblemReportBrowserDialog",
+         "m_treeSectionsList m_textFileView m_pbRevealInFinder m_pbClose", true},
         {"wizard", [] { return makeWizard(false); }, "CWizardDialog", "Next Cancel Help", true},
         {"wizard of scenes", [] { return makeWizard(true); }, "CDeclarativeWizardDialog", "scene", true},
     };

@@ -4,6 +4,7 @@
 #include "examples/console/pages/MessagesPage.h"
 #include "examples/console/pages/NetworkPage.h"
 #include "examples/console/pages/PreferencesPage.h"
+#include "examples/console/pages/ReportsPage.h"
 #include "examples/console/pages/TasksPage.h"
 #include "examples/console/pages/UpdatesPage.h"
 #include "examples/console/pages/WizardsPage.h"
@@ -34,6 +35,7 @@ ConsoleWindow::ConsoleWindow(QWidget *parent)
     addPage(tr("Preferences"), m_preferences = new PreferencesPage(m_pages));
     addPage(tr("Tasks"), m_tasks = new TasksPage(m_pages));
     addPage(tr("Wizards"), m_wizards = new WizardsPage(m_pages));
+    addPage(tr("Problem Reports"), m_reports = new ReportsPage(m_pages));
     addPage(tr("Log"), m_log = new LogPage(m_pages));
     connect(m_names, &QListWidget::currentRowChanged, m_pages, &QStackedWidget::setCurrentIndex);
     m_names->setCurrentRow(0);

@@ -8,6 +8,7 @@ class NetworkPage;
 class PreferencesPage;
 class QListWidget;
 class QStackedWidget;
+class ReportsPage;
 class TasksPage;
 class UpdatesPage;
 class WizardsPage;
@@ -26,6 +27,7 @@ public:
     PreferencesPage *preferences() const { return m_preferences; }
     TasksPage *tasks() const { return m_tasks; }
     WizardsPage *wizards() const { return m_wizards; }
+    ReportsPage *reports() const { return m_reports; }
     LogPage *log() const { return m_log; }
     void showPage(QWidget *page);
 
@@ -40,5 +42,6 @@ private:
     PreferencesPage *m_preferences = nullptr;
     TasksPage *m_tasks = nullptr;
     WizardsPage *m_wizards = nullptr;
+    ReportsPage *m_reports = nullptr;
     LogPage *m_log = nullptr;
 };

@@ -58,6 +58,7 @@ void Tour::run()
         preferencesSteps();
         taskSteps();
         wizardSteps();
+        reportSteps();
         logSteps();
         offerSteps();
         downloadSteps();

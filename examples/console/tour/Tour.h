@@ -69,6 +69,9 @@ private:
     void preferencesSteps();
     void wizardSteps();
     void wizardSteps(const char *face, const char *button);
+    void reportSteps();
+    /// A report is sent that keeps the part with the text; true when the service's copy is what was shown.
+    bool sendReport(const QString &description);
     void logSteps();
 
     /// Calls the function on the GUI thread and returns what it returned.

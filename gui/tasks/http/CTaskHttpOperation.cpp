@@ -250,13 +250,30 @@ KOV_RESULT CTaskHttpOperation::executeHttpOperation()
         KOV_LOG(0, "Failed to post HTTP operation <%d>", int(d->operation));
         return KOV_ERR_FAILURE;
     }
+    setWaitForSubTaskCompletion();
+    follow(posted);
+    return KOV_SUCCESS;
+}
+
+void CTaskHttpOperation::follow(QNetworkReply *posted)
+{
     d->pending = posted;
+    d->response.clear();
     // Bounds what arrives while this thread is busy.
     posted->setReadBufferSize(MaximumBodySize);
     connect(posted, &QNetworkReply::readyRead, this, [this, posted] { d->takeBody(*posted); });
-    setWaitForSubTaskCompletion();
     d->timer->start();
-    return KOV_SUCCESS;
+}
+
+QNetworkReply *CTaskHttpOperation::postNextRequest(const QNetworkReply &)
+{
+    return nullptr;
+}
+
+void CTaskHttpOperation::restartTimeLimit()
+{
+    if (d->timer->isActive())
+        d->timer->start();
 }
 
 QNetworkReply *CTaskHttpOperation::postHttpOperationRequest()
@@ -283,6 +300,11 @@ void CTaskHttpOperation::onHttpOperationFinished(QNetworkReply *reply)
     d->pending = nullptr;
     d->timer->stop();
     d->takeBody(*reply);
+    if (QNetworkReply *const next = d->isTooLarge ? nullptr : postNextRequest(*reply)) {
+        d->reply = nullptr;
+        follow(next);
+        return;
+    }
     if (d->isTooLarge) {
         subTaskCompleted(KOV_ERR_FAILURE);
         return;

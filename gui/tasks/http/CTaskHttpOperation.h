@@ -75,6 +75,11 @@ public:
 protected:
     /// Sends the request through networkAccessManager(). Null when it cannot: the task then fails.
     virtual QNetworkReply *postHttpOperationRequest();
+    /// Asked when a reply has finished, whatever its outcome: another request of this operation, sent through
+    /// networkAccessManager() after it, or null when that was the last one. By default null.
+    virtual QNetworkReply *postNextRequest(const QNetworkReply &finished);
+    /// Begins the time limit anew, for an operation that sees its request go on.
+    void restartTimeLimit();
 
     KOV_RESULT validateSubTask() override;
     void finish(int result) override;
@@ -92,6 +97,7 @@ private Q_SLOTS:
 private:
     Q_INVOKABLE KOV_RESULT createFile();
     Q_INVOKABLE KOV_RESULT executeHttpOperation();
+    void follow(QNetworkReply *posted);
 
     class Private;
     const std::unique_ptr<Private> d;

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "gui/platform/Report.h"
+
+#include <string>
+
+namespace KovGui::Platform {
+
+/**
+ * Shows a file in the system's file browser, with its folder open and itself selected. Blocks for some
+ * seconds at most: for a worker thread.
+ *
+ * @param path  absolute, UTF-8
+ * @return false, reported, when no file browser took it; on Unix where none offers that service
+ */
+bool revealFile(const std::string &path, Report report);
+
+} // namespace KovGui::Platform
