@@ -113,6 +113,11 @@ private Q_SLOTS:
         QCOMPARE(m_cancelSeen, (options & (Check::CheckInBackground | Check::SmartInstall)) == 0);
         QVERIFY(!log.text().contains("secret"));
         if (result == KOV_SUCCESS) {
+            const char *command = updater == "app"
+                                      ? "--started-by-gui --update check --mode silent --background-download "
+                                        "--hide-no-updates-message --url http"
+                                      : "--update check -i -ud -nr --url http";
+            QVERIFY(log.text().contains(command));
             QCOMPARE(m_found.getVersion() + m_found.updateDescription, "3.1.4-31302Better.\nFaster.");
             QCOMPARE(m_found.download.destinationFileName(), "Setup-3.1.4.31302.run");
             QCOMPARE(m_found.download.size, 15360);
