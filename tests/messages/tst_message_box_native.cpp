@@ -1,58 +1,16 @@
 #include "gui/log/Log.h"
 #include "gui/messages/box/CMessageBox.h"
 #include "tests/support/KovTest.h"
+#include "tests/support/NativeSession.h"
 
 #include <QAccessible>
 #include <QLineEdit>
 #include <QLoggingCategory>
 #include <QMainWindow>
-#include <QProcess>
 #include <QPushButton>
 #include <QShortcut>
 
 using namespace Messaging;
-
-/// A session bus of the test's own on which a screen reader is announced. To be
-/// made before the application.
-class AccessibleSession
-{
-public:
-    AccessibleSession()
-    {
-        qputenv("XDG_RUNTIME_DIR", m_runtime.path().toLocal8Bit());
-        m_bus.start(QStringLiteral("dbus-daemon"), {QStringLiteral("--session"), QStringLiteral("--nofork"),
-                                                    QStringLiteral("--print-address")});
-        m_bus.waitForReadyRead(5000);
-        qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus.readLine().trimmed());
-        QProcess::execute(QStringLiteral("dbus-send"),
-                          QStringLiteral("--print-reply=literal --dest=org.a11y.Bus /org/a11y/bus "
-                                         "org.freedesktop.DBus.Properties.Set string:org.a11y.Status "
-                                         "string:ScreenReaderEnabled variant:boolean:true")
-                              .split(QLatin1Char(' ')));
-    }
-    ~AccessibleSession()
-    {
-        m_bus.terminate();
-        m_bus.waitForFinished(5000);
-    }
-
-private:
-    QTemporaryDir m_runtime;
-    QProcess m_bus;
-};
-
-QByteArray run(const QString &program, const QStringList &arguments)
-{
-    QProcess process;
-    process.start(program, arguments);
-    process.waitForFinished(30000);
-    return process.readAll();
-}
-
-void press(const QStringList &keys)
-{
-    run(QStringLiteral("xdotool"), QStringList{QStringLiteral("key")} + keys);
-}
 
 /// Whether a key has arrived in this program.
 class Seen : public QObject
@@ -135,7 +93,7 @@ private Q_SLOTS:
         box.open();
         QVERIFY(QTest::qWaitForWindowActive(&box));
         QTRY_VERIFY(box.focusWidget()->hasFocus());
-        press(keys);
+        pressKeys(keys);
         QTRY_COMPARE(delivered.count(), 1);
         QTEST(delivered.first().at(1).value<ButtonID>() + 0, "answer");
     }
@@ -166,11 +124,11 @@ private Q_SLOTS:
         const QSignalSpy delivered(&box, &CMessageBox::beforeMessageDestroyed);
         box.open();
         QVERIFY(QTest::qWaitForWindowExposed(&box));
-        press({QStringLiteral("a"), QStringLiteral("space"), QStringLiteral("b")});
+        pressKeys({QStringLiteral("a"), QStringLiteral("space"), QStringLiteral("b")});
         if (other) {
             QByteArray typed;
             QTRY_VERIFY2((typed += typist.readAll()).contains("a b"), typed.constData());
-            press({QStringLiteral("Escape")});
+            pressKeys({QStringLiteral("Escape")});
             QVERIFY(typist.waitForFinished());
         } else {
             QTRY_COMPARE(own.text(), QStringLiteral("a b"));
@@ -182,21 +140,21 @@ private Q_SLOTS:
         auto *guard = box.findChild<QTimer *>(QStringLiteral("m_timerInputGuard"));
         QCOMPARE(guard->interval(), 500);
         guard->setInterval(3600000);
-        run(QStringLiteral("xdotool"), {QStringLiteral("windowactivate"), id});
+        runProgram(QStringLiteral("xdotool"), {QStringLiteral("windowactivate"), id});
         QVERIFY(QTest::qWaitForWindowActive(&box));
         const auto *button = box.findChild<QPushButton *>(QStringLiteral("m_pbButton1"));
         const QPoint place = button->mapToGlobal(button->rect().center());
-        run(QStringLiteral("xdotool"),
-            {QStringLiteral("mousemove"), QString::number(place.x()), QString::number(place.y()),
-             QStringLiteral("click"), QStringLiteral("1")});
+        runProgram(QStringLiteral("xdotool"),
+                   {QStringLiteral("mousemove"), QString::number(place.x()), QString::number(place.y()),
+                    QStringLiteral("click"), QStringLiteral("1")});
         Seen seen(Qt::Key_F9);
-        press({QStringLiteral("Return"), QStringLiteral("alt+y"), QStringLiteral("Escape"),
-               QStringLiteral("alt+F4"), QStringLiteral("F9")});
+        pressKeys({QStringLiteral("Return"), QStringLiteral("alt+y"), QStringLiteral("Escape"),
+                   QStringLiteral("alt+F4"), QStringLiteral("F9")});
         QTRY_VERIFY(seen.key);
         QVERIFY(box.isVisible() && delivered.isEmpty());
         guard->start(0);
         QTRY_VERIFY(!guard->isActive());
-        press({QStringLiteral("Return")});
+        pressKeys({QStringLiteral("Return")});
         QTRY_COMPARE(delivered.count(), 1);
         // The click has moved the focus, no more.
         QCOMPARE(delivered.first().at(1).value<ButtonID>(), Button1);
