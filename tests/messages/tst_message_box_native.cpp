@@ -1,6 +1,7 @@
 #include "gui/log/Log.h"
 #include "gui/messages/box/CMessageBox.h"
 #include "tests/support/KovTest.h"
+#include "tests/support/NativeSession.h"
 
 #include <QAccessible>
 #include <QLineEdit>
@@ -10,6 +11,7 @@
 
 using namespace Messaging;
 
+<<<<<<< HEAD
 /// A session bus of the test's own on which a screen reader is announced. To be
 /// made before the application.
 class AccessibleSession
@@ -50,6 +52,8 @@ void press(const QStringList &keys)
     run("xdotool", QStringList{"key"} + keys);
 }
 
+=======
+>>>>>>> windows
 /// Whether a key has arrived in this program.
 class Seen : public QObject
 {
@@ -126,7 +130,11 @@ private Q_SLOTS:
         box.open();
         QVERIFY(QTest::qWaitForWindowActive(&box));
         QTRY_VERIFY(box.focusWidget()->hasFocus());
+<<<<<<< HEAD
         press(QString(QTest::currentDataTag()).split(' '));
+=======
+        pressKeys(keys);
+>>>>>>> windows
         QTRY_COMPARE(delivered.count(), 1);
         QCOMPARE(delivered.first().at(1).value<ButtonID>() + 0, answer);
     }
@@ -157,11 +165,19 @@ private Q_SLOTS:
         const QSignalSpy delivered(&box, &CMessageBox::beforeMessageDestroyed);
         box.open();
         QVERIFY(QTest::qWaitForWindowExposed(&box));
+<<<<<<< HEAD
         press({"a", "space", "b"});
         if (other) {
             QByteArray typed;
             QTRY_VERIFY2((typed += typist.readAll()).contains("a b"), typed.constData());
             press({"Escape"});
+=======
+        pressKeys({QStringLiteral("a"), QStringLiteral("space"), QStringLiteral("b")});
+        if (other) {
+            QByteArray typed;
+            QTRY_VERIFY2((typed += typist.readAll()).contains("a b"), typed.constData());
+            pressKeys({QStringLiteral("Escape")});
+>>>>>>> windows
             QVERIFY(typist.waitForFinished());
         } else {
             QTRY_COMPARE(own.text(), "a b");
@@ -173,18 +189,35 @@ private Q_SLOTS:
         auto *guard = box.findChild<QTimer *>("m_timerInputGuard");
         QCOMPARE(guard->interval(), 500);
         guard->setInterval(3600000);
+<<<<<<< HEAD
         run("xdotool", {"windowactivate", id});
+=======
+        runProgram(QStringLiteral("xdotool"), {QStringLiteral("windowactivate"), id});
+>>>>>>> windows
         QVERIFY(QTest::qWaitForWindowActive(&box));
         const auto *button = box.findChild<QPushButton *>("m_pbButton1");
         const QPoint place = button->mapToGlobal(button->rect().center());
+<<<<<<< HEAD
         run("xdotool", {"mousemove", QString::number(place.x()), QString::number(place.y()), "click", "1"});
         Seen seen(Qt::Key_F9);
         press({"Return", "alt+y", "Escape", "alt+F4", "F9"});
+=======
+        runProgram(QStringLiteral("xdotool"),
+                   {QStringLiteral("mousemove"), QString::number(place.x()), QString::number(place.y()),
+                    QStringLiteral("click"), QStringLiteral("1")});
+        Seen seen(Qt::Key_F9);
+        pressKeys({QStringLiteral("Return"), QStringLiteral("alt+y"), QStringLiteral("Escape"),
+                   QStringLiteral("alt+F4"), QStringLiteral("F9")});
+>>>>>>> windows
         QTRY_VERIFY(seen.key);
         QVERIFY(box.isVisible() && delivered.isEmpty());
         guard->start(0);
         QTRY_VERIFY(!guard->isActive());
+<<<<<<< HEAD
         press({"Return"});
+=======
+        pressKeys({QStringLiteral("Return")});
+>>>>>>> windows
         QTRY_COMPARE(delivered.count(), 1);
         // The click has moved the focus, no more.
         QCOMPARE(delivered.first().at(1).value<ButtonID>(), Button1);
