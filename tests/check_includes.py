@@ -27,7 +27,7 @@ WIZARDS = ['gui/content', 'gui/wizard', 'gui/wizard/actions', 'gui/wizard/model'
 REPORT = TASKS + ['gui/data_model/base', 'gui/data_model/documents', 'gui/problem_report/archive', 'gui/problem_report/report']
 REPORTS = ['gui/problem_report/report', 'gui/problem_report/browser', 'gui/problem_report/send', 'gui/problem_report/dialog',
            'gui/problem_report']
-LIBRARY = REPORTS + UPDATES + MAPPING + WIZARDS + ['gui/tasks/proxy', 'gui/tasks/location', 'gui/update', 'gui/update/check', 'gui/update/dialogs',
+LIBRARY = REPORTS + UPDATES + MAPPING + WIZARDS + ['gui/statistics', 'gui/tasks/proxy', 'gui/tasks/location', 'gui/update', 'gui/update/check', 'gui/update/dialogs',
                      'gui/update/install']
 UPDATER = ['gui/KovVersion.h', 'gui/platform/unix/Descriptor.h', 'gui/data_model/base', 'gui/data_model/documents',
            'gui/update/launch/UpdaterExitCode.h', 'gui/tasks/download/FileName.h', 'programs/updater/base']
@@ -45,6 +45,7 @@ ALLOWED = {
     'gui/mapping/values': FRAME,
     'gui/mapping/storage': FRAME + ['gui/mapping/values'],
     'gui/mapping/widgets': FRAME + ['gui/mapping/values', 'gui/mapping/storage'],
+    'gui/statistics': FRAME,
     'gui/content': FRAME,
     'gui/wizard': FRAME,
     'gui/wizard/actions': FRAME,
@@ -92,10 +93,12 @@ ALLOWED = {
     'examples/console/sample': LIBRARY + ['gui'],
     'examples/console/preferences': LIBRARY + ['gui', 'examples/console/sample'],
     'examples/console/wizard': LIBRARY,
+    'examples/console/statistics': LIBRARY,
     'examples/console/pages': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/preferences',
-                                         'examples/console/wizard'],
+                                         'examples/console/wizard', 'examples/console/statistics'],
     'examples/console/tour': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/pages',
-                                        'examples/console/preferences', 'examples/console/wizard'],
+                                        'examples/console/preferences', 'examples/console/wizard',
+                                        'examples/console/statistics'],
     'examples/console': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/pages', 'examples/console/tour'],
 }
 EVERYTHING = ('tests', 'benchmarks', 'fuzz')
