@@ -110,6 +110,7 @@ private Q_SLOTS:
         add("a page", "<html>status=OK\nid=1</html>", false, "");
         add("more in the line", "status=OK; not really", false, "");
         add("nothing", "", false, "");
+        add("a NUL", QByteArray("status=OK\0no", 12), false, "");
         add("far behind", "status=OK\n" + QByteArray(20, '\n') + "id=1", true, "");
     }
     void answers()

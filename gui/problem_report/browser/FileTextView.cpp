@@ -34,7 +34,7 @@ int lineEnd(const QByteArray &bytes, int from)
 /// One line as it is shown.
 QString shown(const QByteArray &line, bool *isDamaged)
 {
-    QString text = QString::fromUtf8(line);
+    QString text = QString::fromUtf8(line.constData(), line.size()); // a NUL ends nothing
     if (text.endsWith(QLatin1Char('\n')))
         text.chop(1);
     if (text.endsWith(QLatin1Char('\r')))
@@ -207,5 +207,12 @@ void FileTextView::keyPressEvent(QKeyEvent *event)
         showAt(m_size);
     else if (event->matches(QKeySequence::MoveToStartOfDocument))
         showAt(0);
-    QPlainTextEdit::keyPressEvent(event);
+    QScrollBar *const bar = verticalScrollBar();
+    // The base turns pages by its cursor, which stays where a window began.
+    if (event->matches(QKeySequence::MoveToNextPage))
+        bar->setValue(bar->value() + bar->pageStep());
+    else if (event->matches(QKeySequence::MoveToPreviousPage))
+        bar->setValue(bar->value() - bar->pageStep());
+    else
+        QPlainTextEdit::keyPressEvent(event);
 }

@@ -53,7 +53,7 @@ QStringList ReportService::answerLines(const QByteArray &body)
     QStringList lines;
     const QList<QByteArray> parts = body.left(mostLines * longestLine).split('\n');
     for (const QByteArray &part : parts.mid(0, mostLines)) {
-        QString line = QString::fromUtf8(part);
+        QString line = QString::fromUtf8(part.constData(), part.size());
         line.remove(QRegularExpression(QStringLiteral("[[:cntrl:]]")));
         lines.append(line.trimmed().left(longestLine));
     }
