@@ -24,9 +24,11 @@
 #include <QProcess>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QTextBlock>
 #include <QTreeWidget>
 
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -336,7 +338,11 @@ private Q_SLOTS:
         auto *bar = child<QScrollBar>("m_sbFilePosition", browser);
         QVERIFY(bar->isVisible());
         QSet<int> seen;
+        QString first;
         const auto look = [&] {
+            const QString begin = view->document()->firstBlock().text();
+            if (std::exchange(first, begin) == begin)
+                return; // the same window
             const QStringList lines = view->toPlainText().split(QLatin1Char('\n'));
             for (const QString &line : lines) {
                 if (line.startsWith(QLatin1String("line ")) && line.endsWith(QChar(0xe4)))
@@ -353,9 +359,11 @@ private Q_SLOTS:
         QVERIFY(view->toPlainText().startsWith(QStringLiteral("line 0 ")));
         bar->setValue(bar->maximum());
         QVERIFY(view->toPlainText().contains(QStringLiteral("line 19999 ")));
-        for (int i = 0; i < 5000 && !view->toPlainText().startsWith(QStringLiteral("line 0 ")); ++i)
+        const auto isAtBeginning
+            = [view] { return view->document()->firstBlock().text().startsWith(QLatin1String("line 0 ")); };
+        for (int i = 0; i < 5000 && !isAtBeginning(); ++i)
             QTest::keyClick(view, Qt::Key_PageUp);
-        QVERIFY(view->toPlainText().startsWith(QStringLiteral("line 0 ")));
+        QVERIFY(isAtBeginning());
     }
 
     void pictures_data()

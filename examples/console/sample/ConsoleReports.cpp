@@ -48,7 +48,7 @@ QByteArray ConsoleReports::clientPart()
     client.platform = QGuiApplication::platformName();
     client.locale = QLocale().name();
     client.programPath = QCoreApplication::applicationFilePath();
-    client.arguments = QCoreApplication::arguments().mid(1);
+    client.arguments = QCoreApplication::arguments().mid(1).toVector();
     part.clientInfo = client;
     CAppConfig config;
     config.productVersion = part.productVersion;
