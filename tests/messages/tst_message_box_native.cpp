@@ -1,6 +1,7 @@
 #include "gui/log/Log.h"
 #include "gui/messages/box/CMessageBox.h"
 #include "tests/support/KovTest.h"
+#include "tests/support/NativeSession.h"
 
 #include <QAccessible>
 #include <QLineEdit>
@@ -9,46 +10,6 @@
 #include <QShortcut>
 
 using namespace Messaging;
-
-/// A session bus of the test's own on which a screen reader is announced. To be
-/// made before the application.
-class AccessibleSession
-{
-public:
-    AccessibleSession()
-    {
-        qputenv("XDG_RUNTIME_DIR", m_runtime.path().toLocal8Bit());
-        m_bus.start("dbus-daemon", {"--session", "--nofork", "--print-address"});
-        m_bus.waitForReadyRead(5000);
-        qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus.readLine().trimmed());
-        QProcess::execute("dbus-send", QString("--print-reply=literal --dest=org.a11y.Bus /org/a11y/bus "
-                                               "org.freedesktop.DBus.Properties.Set string:org.a11y.Status "
-                                               "string:ScreenReaderEnabled variant:boolean:true")
-                                           .split(' '));
-    }
-    ~AccessibleSession()
-    {
-        m_bus.terminate();
-        m_bus.waitForFinished(5000);
-    }
-
-private:
-    QTemporaryDir m_runtime;
-    QProcess m_bus;
-};
-
-QByteArray run(const QString &program, const QStringList &arguments)
-{
-    QProcess process;
-    process.start(program, arguments);
-    process.waitForFinished(30000);
-    return process.readAll();
-}
-
-void press(const QStringList &keys)
-{
-    run("xdotool", QStringList{"key"} + keys);
-}
 
 /// Whether a key has arrived in this program.
 class Seen : public QObject
@@ -126,7 +87,7 @@ private Q_SLOTS:
         box.open();
         QVERIFY(QTest::qWaitForWindowActive(&box));
         QTRY_VERIFY(box.focusWidget()->hasFocus());
-        press(QString(QTest::currentDataTag()).split(' '));
+        pressKeys(QString(QTest::currentDataTag()).split(' '));
         QTRY_COMPARE(delivered.count(), 1);
         QCOMPARE(delivered.first().at(1).value<ButtonID>() + 0, answer);
     }
@@ -157,11 +118,11 @@ private Q_SLOTS:
         const QSignalSpy delivered(&box, &CMessageBox::beforeMessageDestroyed);
         box.open();
         QVERIFY(QTest::qWaitForWindowExposed(&box));
-        press({"a", "space", "b"});
+        pressKeys({"a", "space", "b"});
         if (other) {
             QByteArray typed;
             QTRY_VERIFY2((typed += typist.readAll()).contains("a b"), typed.constData());
-            press({"Escape"});
+            pressKeys({"Escape"});
             QVERIFY(typist.waitForFinished());
         } else {
             QTRY_COMPARE(own.text(), "a b");
@@ -173,18 +134,19 @@ private Q_SLOTS:
         auto *guard = box.findChild<QTimer *>("m_timerInputGuard");
         QCOMPARE(guard->interval(), 500);
         guard->setInterval(3600000);
-        run("xdotool", {"windowactivate", id});
+        runProgram("xdotool", {"windowactivate", id});
         QVERIFY(QTest::qWaitForWindowActive(&box));
         const auto *button = box.findChild<QPushButton *>("m_pbButton1");
         const QPoint place = button->mapToGlobal(button->rect().center());
-        run("xdotool", {"mousemove", QString::number(place.x()), QString::number(place.y()), "click", "1"});
+        runProgram("xdotool",
+                   {"mousemove", QString::number(place.x()), QString::number(place.y()), "click", "1"});
         Seen seen(Qt::Key_F9);
-        press({"Return", "alt+y", "Escape", "alt+F4", "F9"});
+        pressKeys({"Return", "alt+y", "Escape", "alt+F4", "F9"});
         QTRY_VERIFY(seen.key);
         QVERIFY(box.isVisible() && delivered.isEmpty());
         guard->start(0);
         QTRY_VERIFY(!guard->isActive());
-        press({"Return"});
+        pressKeys({"Return"});
         QTRY_COMPARE(delivered.count(), 1);
         // The click has moved the focus, no more.
         QCOMPARE(delivered.first().at(1).value<ButtonID>(), Button1);

@@ -1,6 +1,6 @@
+#include "gui/messages/CMessageManager.h"
 #include "gui/messages/notification/CNotificationBox.h"
 #include "gui/messages/notification/CNotificationBoxGroup.h"
-#include "gui/messages/record/CMessageInfo.h"
 #include "tests/messages/MessageFixture.h"
 #include "tests/support/KovTest.h"
 #include "tests/support/OffscreenPlatform.h"
@@ -84,6 +84,52 @@ private Q_SLOTS:
         QCOMPARE(oldest->y(), newest->y() + newest->height() + 6);
     }
 
+    void standsAtItsCorner_data()
+    {
+        Table<Qt::LayoutDirection> row;
+        row("left to right", Qt::LeftToRight);
+        row("right to left", Qt::RightToLeft);
+    }
+    void standsAtItsCorner()
+    {
+        const auto [direction] = cells<Qt::LayoutDirection>();
+        QGuiApplication::setLayoutDirection(direction);
+        const auto back = qScopeGuard([] { QGuiApplication::setLayoutDirection(Qt::LeftToRight); });
+        QScreen *screen = QGuiApplication::primaryScreen();
+        const QRect area = screen->availableGeometry();
+        CNotificationBox *older = show();
+        CNotificationBox *newer = show();
+        settle();
+        const int x = direction == Qt::LeftToRight ? area.right() + 1 - newer->width() - 6 : area.x() + 6;
+        QCOMPARE(newer->pos(), QPoint(x, area.y() + 6));
+
+        // As a screen does that is lost.
+        newer->move(5000, 3000);
+        older->move(5000, 3100);
+        Q_EMIT screen->availableGeometryChanged(area);
+        QCoreApplication::processEvents();
+        settle();
+        QCOMPARE(newer->pos(), QPoint(x, area.y() + 6));
+        QCOMPARE(older->pos(), newer->pos() + QPoint(0, newer->height() + 6));
+
+        newer->onButtonClose();
+        auto *way = animations(newer, "ANIMATION_CLOSE_MOVE").value(0);
+        QCOMPARE(way->endValue().toPoint().x() > x, direction == Qt::LeftToRight);
+    }
+
+    void equalOneTakesNoKeyboard()
+    {
+        QWidget window;
+        window.show();
+        window.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        const MessageParams params = MessageParams(1, &window).setShortMsg(QStringLiteral("again"));
+        QCOMPARE(CMessageManager::instance()->showMessageBox(params), 0);
+        QCOMPARE(CMessageManager::instance()->showMessageBox(params), -1);
+        QCOMPARE(QApplication::activeWindow(), &window);
+        CMessageManager::instance()->closeSpecificMessageBox(1);
+    }
+
     void everyWayOutDeliversOnce_data()
     {
         Table<Way, QString> row;
@@ -106,6 +152,13 @@ private Q_SLOTS:
                 QCOMPARE(animations(box, "ANIMATION_CLOSE_HIDE").size(), 1);
             },
             "id 0 1");
+        row(
+            "pressed, then Escape",
+            [=](CNotificationBox *box) {
+                press(box);
+                QTest::keyClick(box, Qt::Key_Escape);
+            },
+            "id 1 1");
         row("time passed", &CNotificationBox::onTimeout, "id 0 1");
         row(
             "Escape", [](CNotificationBox *box) { QTest::keyClick(box, Qt::Key_Escape); }, "id 0 1");
@@ -144,6 +197,7 @@ private Q_SLOTS:
         CNotificationBox *box = show();
         settle();
         QCOMPARE(autoClose(box)->interval(), 5000);
+        QCOMPARE(autoClose(box)->timerType(), Qt::PreciseTimer);
         const auto timeout = [box] {
             autoClose(box)->stop();
             box->onTimeout();

@@ -119,7 +119,8 @@ void CDeclarativeWizardContentProvider::onWizardContentLoaded(QObject *root)
 
 void CDeclarativeWizardContentProvider::onCurrentPageChanged(CAbstractWizardPage *page, int direction)
 {
-    if (!d->pageArea)
+    // Somebody who heard of the page before may have deleted it.
+    if (!d->pageArea || !d->model || page != d->model->currentPage())
         return;
     d->page = qobject_cast<CDeclarativeWizardPage *>(page);
     CContentInfo *info = nullptr;
