@@ -24,7 +24,7 @@ MAPPING = ['gui/mapping/values', 'gui/mapping/storage', 'gui/mapping/widgets']
 WIZARD = FRAME + ['gui/content', 'gui/wizard/actions', 'gui/wizard/model']
 WIZARDS = ['gui/content', 'gui/wizard', 'gui/wizard/actions', 'gui/wizard/model', 'gui/wizard/widgets',
            'gui/wizard/declarative']
-LIBRARY = UPDATES + MAPPING + WIZARDS + ['gui/tasks/proxy', 'gui/tasks/location', 'gui/update', 'gui/update/check', 'gui/update/dialogs',
+LIBRARY = UPDATES + MAPPING + WIZARDS + ['gui/statistics', 'gui/tasks/proxy', 'gui/tasks/location', 'gui/update', 'gui/update/check', 'gui/update/dialogs',
                      'gui/update/install']
 UPDATER = ['gui/KovVersion.h', 'gui/platform/unix/Descriptor.h', 'gui/data_model/base', 'gui/data_model/documents',
            'gui/update/launch/UpdaterExitCode.h', 'gui/tasks/download/FileName.h', 'programs/updater/base']
@@ -42,6 +42,7 @@ ALLOWED = {
     'gui/mapping/values': FRAME,
     'gui/mapping/storage': FRAME + ['gui/mapping/values'],
     'gui/mapping/widgets': FRAME + ['gui/mapping/values', 'gui/mapping/storage'],
+    'gui/statistics': FRAME,
     'gui/content': FRAME,
     'gui/wizard': FRAME,
     'gui/wizard/actions': FRAME,
@@ -81,10 +82,12 @@ ALLOWED = {
     'examples/console/sample': LIBRARY + ['gui'],
     'examples/console/preferences': LIBRARY + ['gui', 'examples/console/sample'],
     'examples/console/wizard': LIBRARY,
+    'examples/console/statistics': LIBRARY,
     'examples/console/pages': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/preferences',
-                                         'examples/console/wizard'],
+                                         'examples/console/wizard', 'examples/console/statistics'],
     'examples/console/tour': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/pages',
-                                        'examples/console/preferences', 'examples/console/wizard'],
+                                        'examples/console/preferences', 'examples/console/wizard',
+                                        'examples/console/statistics'],
     'examples/console': LIBRARY + ['gui', 'examples/console/sample', 'examples/console/pages', 'examples/console/tour'],
 }
 EVERYTHING = ('tests', 'benchmarks', 'fuzz')

@@ -44,7 +44,8 @@ QList<CMessageBoxWndBase *> openWindows(const CMessageProcessor &processor, cons
     if (isCalledFromOtherThread("a look for message windows"))
         return {};
     QList<CMessageBoxWndBase *> windows;
-    for (QWidget *widget : QApplication::topLevelWidgets()) {
+    // All: a notification may be a part of its parent's window.
+    for (QWidget *widget : QApplication::allWidgets()) {
         auto *window = qobject_cast<CMessageBoxWndBase *>(widget);
         const CMessageInfo *message = window ? processor.shownMessage(window->getMessageUuid()) : nullptr;
         if (message && condition(*window, message->data()))

@@ -268,6 +268,9 @@ void CMessageProcessor::tryReactivateMessage(const CMessageInfo *message)
     const CMessageInfo *open = d->shown.findEqual(*message);
     if (!open)
         return;
+    // It is there already, and the keyboard stays where it is.
+    if (Private::provider().isNotificationMessage(message->data().code))
+        return;
     for (QWidget *window : QApplication::topLevelWidgets()) {
         auto *box = qobject_cast<CMessageBoxWndBase *>(window);
         if (!box || box->getMessageUuid() != open->uuid() || window->isModal())

@@ -4,11 +4,15 @@
 #include "gui/messages/notification/LabelText_p.h"
 #include "ui_CNotificationBox.h"
 
+#include <QAccessibleWidget>
+#include <QApplication>
 #include <QCloseEvent>
 #include <QCursor>
 #include <QPainter>
 #include <QPointer>
 #include <QTimer>
+
+#include <optional>
 
 namespace {
 
@@ -22,6 +26,19 @@ constexpr int longestDescription = 500;
 constexpr int longestDetails = 200;
 constexpr qreal borderOpacity = 0.3;
 
+/// Screen readers speak a notification when it appears, and only a window of another kind when it is
+/// activated.
+QAccessibleInterface *makeInterface(const QString &, QObject *object)
+{
+    auto *box = qobject_cast<CNotificationBox *>(object);
+    return box ? new QAccessibleWidget(box, QAccessible::Notification) : nullptr;
+}
+
+bool windowsPlaceThemselves()
+{
+    return !QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+}
+
 } // namespace
 
 class CNotificationBox::Private
@@ -34,7 +51,9 @@ public:
     void enterGroup();
     void leaveGroup();
     void closeWith(int answer);
+    bool isMouseInside() const;
     bool isInUse() const;
+    void keyboardLeft();
     void closeIfPending();
 
     CNotificationBox *const q;
@@ -48,8 +67,9 @@ public:
     bool doNotShowAgain = false;
     bool sized = false;
     bool closePending = false;
-    /// A key was pressed in the box since it became the active window.
+    /// A key was pressed in the box since it was given the keyboard.
     bool keyboardInside = false;
+    std::optional<int> answer;
     QString hoveredLink;
     QPointer<CNotificationBoxGroup> group;
 };
@@ -61,6 +81,7 @@ CNotificationBox::Private::Private(CNotificationBox *box)
     ui.setupUi(box);
     timer->setObjectName(QStringLiteral("m_timerAutoClose"));
     timer->setSingleShot(true);
+    timer->setTimerType(Qt::PreciseTimer);
     connect(timer, &QTimer::timeout, box, &CNotificationBox::onTimeout);
     connect(ui.m_pbAlternate, &QPushButton::clicked, box, &CNotificationBox::onButtonAlternate);
     connect(ui.m_pbClose, &QPushButton::clicked, box, &CNotificationBox::onButtonClose);
@@ -117,17 +138,29 @@ void CNotificationBox::Private::leaveGroup()
     group.clear();
 }
 
-void CNotificationBox::Private::closeWith(int answer)
+void CNotificationBox::Private::closeWith(int newAnswer)
 {
-    if (CNotificationBoxGroup::isClosing(*q))
-        return;
-    q->setResult(answer);
+    if (!answer)
+        answer = newAnswer;
     CNotificationBoxGroup::instance().closeMessage(*q);
+}
+
+bool CNotificationBox::Private::isMouseInside() const
+{
+    // Elsewhere the cursor's place is known only while it is over a window of ours.
+    return windowsPlaceThemselves() ? q->geometry().contains(QCursor::pos()) : q->underMouse();
 }
 
 bool CNotificationBox::Private::isInUse() const
 {
-    return keyboardInside || q->geometry().contains(QCursor::pos());
+    return keyboardInside || isMouseInside();
+}
+
+void CNotificationBox::Private::keyboardLeft()
+{
+    keyboardInside = false;
+    if (!isMouseInside())
+        closeIfPending();
 }
 
 void CNotificationBox::Private::closeIfPending()
@@ -142,12 +175,21 @@ CNotificationBox::CNotificationBox(QWidget *parent)
     : CMessageBoxWndBase(parent, Qt::Tool | Qt::WindowStaysOnTopHint, FramelessWindow | NotAParent)
     , d(new Private(this))
 {
+    static const bool installed = (QAccessible::installFactory(makeInterface), true);
+    Q_UNUSED(installed)
     setAttribute(Qt::WA_ShowWithoutActivating);
+    setAttribute(Qt::WA_X11NetWmWindowTypeNotification);
+    connect(qApp, &QApplication::focusChanged, this, [this](QWidget *old, QWidget *now) {
+        if (old && isAncestorOf(old) && !isAncestorOf(now))
+            d->keyboardLeft();
+    });
 }
 
 CNotificationBox::~CNotificationBox()
 {
     d->leaveGroup();
+    if (d->answer)
+        setResult(*d->answer);
     deliverAnswer();
 }
 
@@ -248,10 +290,37 @@ QSize CNotificationBox::sizeHint() const
     return {boxWidth, layout()->totalHeightForWidth(boxWidth)};
 }
 
+void CNotificationBox::takeKeyboard()
+{
+    activateWindow();
+    QPushButton *button = d->ui.m_pbAlternate->isHidden() ? d->ui.m_pbClose : d->ui.m_pbAlternate;
+    button->setFocus(Qt::ShortcutFocusReason);
+}
+
+bool CNotificationBox::hasKeyboard() const
+{
+    // Not isActiveWindow(): tool windows share their parent's activation in some styles.
+    return isWindow() ? QApplication::activeWindow() == this : isAncestorOf(QApplication::focusWidget());
+}
+
+void CNotificationBox::setVisible(bool visible)
+{
+    if (visible && isWindow() && parentWidget() && !windowsPlaceThemselves()) {
+        // A window of its own would take the keyboard there, and lie anywhere.
+        setParent(parentWidget()->window(), Qt::Widget);
+        setAutoFillBackground(true);
+    }
+    CMessageBoxWndBase::setVisible(visible);
+    if (visible)
+        raise();
+}
+
 void CNotificationBox::done(int answer)
 {
+    if (!d->answer)
+        d->answer = answer;
     d->leaveGroup();
-    CMessageBoxWndBase::done(answer);
+    CMessageBoxWndBase::done(*d->answer);
 }
 
 void CNotificationBox::onButtonAlternate()
@@ -287,8 +356,8 @@ void CNotificationBox::mousePressEvent(QMouseEvent *)
 
 void CNotificationBox::closeEvent(QCloseEvent *event)
 {
-    // The base class's close means no answer; this one comes at the end of the way out with the answer.
-    done(result());
+    // The base class's close means no answer; this one comes at the end of the way out, too.
+    done(d->answer.value_or(Messaging::ButtonNone));
     event->accept();
 }
 
@@ -327,9 +396,7 @@ bool CNotificationBox::event(QEvent *event)
         d->keyboardInside = true;
         break;
     case QEvent::WindowDeactivate:
-        d->keyboardInside = false;
-        if (!d->isInUse())
-            d->closeIfPending();
+        d->keyboardLeft();
         break;
     case QEvent::Leave:
         if (!d->keyboardInside)

@@ -9,8 +9,14 @@
  * keystroke meant for the window below it, and closes by itself after five seconds. While the mouse rests on
  * it or the user works in it with the keyboard it stays, and for a second more.
  *
- * The result is 1 when the box or its alternate button was clicked, else 0; what happens while the box slides
- * out changes nothing any more. It never carries another message.
+ * The result is 1 when the box or its alternate button was clicked, else 0; the first answer holds, whatever
+ * happens while the box slides out. It never carries another message.
+ *
+ * It takes the keyboard from no window: CNotificationBoxGroup::activateNext() gives it to the box. Screen
+ * readers are told of it as a notification.
+ *
+ * Where windows may not place themselves (Wayland) a box with a parent becomes a part of the parent's window
+ * when it is shown, at the corner of it; one without a parent stands where the system puts it.
  *
  * All texts are to be set before it is shown, when it gets its size. Message and description are simple rich
  * text in which foreign text was escaped; whatever they hold, only words, bold, italics, links and line
@@ -60,14 +66,19 @@ public:
     bool isUseFixedSize() const;
     void setUseFixedSize(bool fixed);
 
+    /// Makes its window active, with the focus on a button.
+    void takeKeyboard();
+    bool hasKeyboard() const;
+
     QSize sizeHint() const override;
+    void setVisible(bool visible) override;
     void done(int answer) override;
 
 public Q_SLOTS:
     void onButtonAlternate();
     void onButtonClose();
     void onDoNotShowFlagToggled(bool checked);
-    /// Closes the box, unless it is in use: then as soon as it is not.
+    /// Closes the box, unless it is in use: then a second after it is not any more.
     void onTimeout();
 
 protected:
