@@ -17,6 +17,7 @@
 #include <QMetaEnum>
 #include <QSettings>
 #include <QTcpSocket>
+#include <QUrl>
 
 namespace Minimal {
 Q_NAMESPACE
@@ -102,6 +103,7 @@ int main(int argc, char *argv[])
     QCoreApplication::setOrganizationName(QStringLiteral("Tessarine")); // the settings need both names
     QCoreApplication::setApplicationName(QStringLiteral("Minimal"));
     qInfo("version %s", LibraryVersion::text());
+
     KovGui::init(KAM_CONSOLE); // before anything else of the library; once
     KovGui::setupLogging(true); // chooses the log's folder for the mode
     Tasks::init(QMetaEnum::fromType<Minimal::TaskTypes>());
