@@ -383,7 +383,7 @@ private Q_SLOTS:
         row("a large one", png({6000, 5000}, QImage::Format_RGB32), "The picture has 6000 × 5000 pixels.");
         row("too large", png({9000, 9000}, QImage::Format_Mono),
             "9000 × 9000 pixels is damaged or too large");
-        row("cut off", small.left(small.size() / 2).replace("IDAT", "IDAX"), "40 × 30 pixels");
+        row("cut off", small.left(small.size() / 2), "no picture that can be shown");
         row("a text", QByteArray("<svg/>"), "no picture that can be shown");
     }
     void pictures()
@@ -397,7 +397,7 @@ private Q_SLOTS:
             return child<QLabel>("m_lblScreenShotView", browser)->text()
                    + child<QLabel>("m_lblNote", browser)->text();
         };
-        QTRY_VERIFY2_WITH_TIMEOUT(text().contains(note), qPrintable(text()), 60000);
+        QTRY_VERIFY2_WITH_TIMEOUT(text().contains(note), qPrintable(text()), 20000);
         browser->resize(700, 500);
         // Closed while a picture is read.
         browser->findChild<QTreeWidget *>()->setCurrentItem(

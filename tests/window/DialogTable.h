@@ -18,6 +18,7 @@
 
 #include <QAbstractButton>
 #include <QLabel>
+#include <QLineEdit>
 #include <QVector>
 
 #include <functional>
