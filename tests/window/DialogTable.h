@@ -125,8 +125,8 @@ inline QWidget *makeWizard(bool asScenes)
 inline QWidget *makeReport()
 {
     auto *dialog = new CTessarineProblemReportDialog(QStringLiteral("It crashed."), nullptr);
-    dialog->findChild<QAbstractButton *>(QStringLiteral("m_ckbSendSolution"))->click();
     dialog->findChild<QLineEdit *>(QStringLiteral("m_leEmail"))->setText(QStringLiteral("joe@example.org"));
+    dialog->findChild<QAbstractButton *>(QStringLiteral("m_ckbSendSolution"))->click();
     return dialog;
 }
 

@@ -94,6 +94,8 @@ void CProblemReportBrowserDialog::setupUI()
     d->ui.m_treeSectionsList->header()->setSectionResizeMode(PartColumn, QHeaderView::Stretch);
     d->ui.m_treeSectionsList->header()->setSectionResizeMode(PersonalColumn, QHeaderView::ResizeToContents);
     d->ui.m_treeSectionsList->header()->setStretchLastSection(false);
+    d->ui.m_treeSectionsList->header()->setObjectName(QStringLiteral("m_headerSections"));
+    d->ui.m_treeSectionsList->header()->setAccessibleName(tr("Columns"));
     d->ui.m_splitter->setStretchFactor(1, 1);
     d->ui.m_splitter->setSizes({fontMetrics().averageCharWidth() * 40, width()});
     d->ui.m_pbTakeOut->setEnabled(false);
