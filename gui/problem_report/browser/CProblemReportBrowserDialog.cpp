@@ -13,6 +13,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QHeaderView>
+#include <QScreen>
 #include <QUrl>
 
 namespace {
@@ -101,6 +102,8 @@ void CProblemReportBrowserDialog::setupUI()
     d->ui.m_pbTakeOut->setEnabled(false);
     d->ui.m_treeSectionsList->setFocus();
     setReportFilePath(QString());
+    // As large as reading wants it, where the screen has the room.
+    resize(QSize(860, 560).boundedTo(screen()->availableSize() * 0.85));
 }
 
 void CProblemReportBrowserDialog::setupConnections()
