@@ -1,4 +1,5 @@
 #include "MinimalPreferences.h"
+#include "MinimalStatistics.h"
 #include "MinimalWizard.h"
 #include "abstract_task/CAbstractTask.h"
 #include "abstract_task/CTaskManager.h"
@@ -133,6 +134,10 @@ int main(int argc, char *argv[])
     KovGui::setUpdaterFilePathAndUpdateMode(QCoreApplication::applicationDirPath()
                                                 + QStringLiteral("/updater"),
                                             QString(), QStringLiteral("ctl"));
+
+    MinimalSender sender;
+    MinimalCollector collector;
+    CCepStatisticsProvider statistics(&sender, &collector);
 
     MinimalWindow window;
     window.show();

@@ -54,6 +54,9 @@ private:
     void taskSteps();
     void messageSteps();
     void detailsStep(int code);
+    void anyCodeSteps();
+    void notificationSteps();
+    void statisticsSteps();
     void updateSteps();
     void backgroundSteps();
     void updateStep(const char *name, int message, KOV_RESULT result);
