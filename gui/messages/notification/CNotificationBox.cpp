@@ -292,7 +292,8 @@ QSize CNotificationBox::sizeHint() const
 
 void CNotificationBox::takeKeyboard()
 {
-    activateWindow();
+    if (QApplication::activeWindow() != window())
+        activateWindow();
     QPushButton *button = d->ui.m_pbAlternate->isHidden() ? d->ui.m_pbClose : d->ui.m_pbAlternate;
     button->setFocus(Qt::ShortcutFocusReason);
 }
