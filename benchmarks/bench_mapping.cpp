@@ -27,7 +27,7 @@
 
 namespace {
 
-constexpr int Rounds = 9;
+constexpr int roundCount = 9;
 constexpr int keystrokes = 200;
 
 /// Line edits, spin boxes and check boxes by turns.
@@ -127,10 +127,10 @@ public:
             else
                 m_skeleton.addItemBool(name, m_flags[std::size_t(i)], true);
         }
-        m_skeleton.load();
     }
     void bind(Form *form) override
     {
+        m_skeleton.load();
         m_manager = new KConfigDialogManager(form, &m_skeleton);
         m_manager->updateWidgets();
     }
@@ -223,11 +223,11 @@ int main(int argc, char *argv[])
     QApplication::setOrganizationName(QStringLiteral("bench"));
     QApplication::setApplicationName(QStringLiteral("mapping"));
     std::printf(
-        "medians of %d rounds, microseconds of processor time; a form of   ours, KConfigDialogManager, QDataWidgetMapper\n",
-        Rounds);
+        "medians of %d rounds, us of processor time; a form of   ours, KConfigDialogManager, QDataWidgetMapper\n",
+        roundCount);
     for (const int count : {50, 200, 1000}) {
         Times times[3];
-        for (int round = 0; round < Rounds; ++round) {
+        for (int round = 0; round < roundCount; ++round) {
             Ours ours;
             run(&ours, count, &times[0]);
             Kde kde(count);

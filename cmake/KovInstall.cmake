@@ -2,7 +2,7 @@
 # Component runtime: what a program that uses the library needs beside itself; console: Tessarine Console.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS KovSdkTypes KovSdk AbstractTask KovSdkCommunication KovGui EXPORT KovGuiTargets
+install(TARGETS KovSdkTypes KovSdk AbstractTask KovSdkCommunication KovGui KovGuiDeclarative EXPORT KovGuiTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime
     RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})

@@ -32,6 +32,8 @@ function(kov_add_test)
     cmake_parse_arguments(ARG "NATIVE" "NAME;TIMEOUT" "SOURCES;LIBS;LABELS;ENVIRONMENT" ${ARGN})
     add_executable(${ARG_NAME} ${ARG_SOURCES})
     target_link_libraries(${ARG_NAME} PRIVATE ${ARG_LIBS} Qt5::Test)
+    # Literals are texts in tests.
+    target_compile_options(${ARG_NAME} PRIVATE -UQT_NO_CAST_FROM_ASCII)
     if("KovGui" IN_LIST ARG_LIBS)
         target_compile_definitions(${ARG_NAME} PRIVATE KOV_TEST_HAS_LOG)
     endif()

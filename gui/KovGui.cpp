@@ -14,7 +14,6 @@
 #include "gui/update/UpdateTypes_p.h"
 #include "gui/update/check/CTaskCheckForProductUpdate.h"
 #include "gui/update/install/CTaskInstallProductUpdate.h"
-#include "gui/wizard/declarative/DeclarativeTypes_p.h"
 #include "kov_sdk/KovSdk.h"
 
 #include <QCoreApplication>
@@ -51,7 +50,6 @@ void registerValueTypes()
     qRegisterMetaType<KOV_RESULT>("KOV_RESULT");
     qRegisterMetaType<Messaging::ButtonID>("Messaging::ButtonID");
     registerUpdateTypes();
-    registerDeclarativeTypes();
 }
 
 void forwardLog(unsigned level, const char *text)

@@ -19,7 +19,7 @@ class QWidget;
  * The first area of a window is a CContentView's; an item of its content can be the container of another
  * area.
  */
-class KOVGUI_EXPORT CContentArea : public QObject
+class KOVGUI_DECLARATIVE_EXPORT CContentArea : public QObject
 {
     Q_OBJECT
 

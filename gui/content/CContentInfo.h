@@ -16,7 +16,7 @@ class CContentProvider;
  * The scene finds the provider under the name "contentProvider", the parameters as "contentParams" and this
  * description as "contentInfo".
  */
-class KOVGUI_EXPORT CContentInfo : public QObject
+class KOVGUI_DECLARATIVE_EXPORT CContentInfo : public QObject
 {
     Q_OBJECT
 

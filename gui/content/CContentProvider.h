@@ -5,7 +5,7 @@
 #include <QObject>
 
 /// Brings content into a content area and stands behind it: its scenes reach it as "contentProvider".
-class KOVGUI_EXPORT CContentProvider : public QObject
+class KOVGUI_DECLARATIVE_EXPORT CContentProvider : public QObject
 {
     Q_OBJECT
 

@@ -21,7 +21,7 @@ class QQuickWindow;
  * Without the QML modules of Qt Quick it shows a text that says so, logs the reason, and its area shows
  * nothing.
  */
-class KOVGUI_EXPORT CContentView : public QWidget
+class KOVGUI_DECLARATIVE_EXPORT CContentView : public QWidget
 {
     Q_OBJECT
 

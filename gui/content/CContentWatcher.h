@@ -8,7 +8,7 @@
  * Tells what becomes of one piece of content. It speaks from the event loop only, so whoever asked for the
  * content has the time to connect; it says nothing more once other content was asked for, which deletes it.
  */
-class KOVGUI_EXPORT CContentWatcher : public QObject
+class KOVGUI_DECLARATIVE_EXPORT CContentWatcher : public QObject
 {
     Q_OBJECT
 

@@ -3,7 +3,7 @@
 #include "gui/content/CContentInfo.h"
 
 /// Content that is a scene.
-class KOVGUI_EXPORT CQmlContentInfo : public CContentInfo
+class KOVGUI_DECLARATIVE_EXPORT CQmlContentInfo : public CContentInfo
 {
     Q_OBJECT
 

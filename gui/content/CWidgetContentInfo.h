@@ -6,7 +6,7 @@ class QWidget;
 
 /// Content that is an ordinary widget. Its scene has a HostedWidget (import com.tessarine.content 1.0) that
 /// shows it; by default it has nothing else.
-class KOVGUI_EXPORT CWidgetContentInfo : public CContentInfo
+class KOVGUI_DECLARATIVE_EXPORT CWidgetContentInfo : public CContentInfo
 {
     Q_OBJECT
     Q_PROPERTY(QWidget *widget READ widget CONSTANT)

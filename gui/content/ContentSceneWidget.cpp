@@ -1,5 +1,7 @@
 #include "gui/content/ContentSceneWidget_p.h"
 
+#include "gui/content/HostedWidget_p.h"
+
 #include <QFocusEvent>
 #include <QQuickItem>
 #include <QQuickWindow>
@@ -16,6 +18,19 @@ bool isInside(const QQuickItem *item, const QQuickItem *part)
     while (item && item != part)
         item = item->parentItem();
     return item;
+}
+
+/// Gives the keyboard to an item of the scene, or to the widget that it hosts.
+void give(QWidget *scene, QQuickItem *item, Qt::FocusReason reason)
+{
+    auto *const hosted = qobject_cast<HostedWidget *>(item);
+    // The scene still thinks so when the widget above it has passed the focus on to somebody else.
+    if (hosted && hosted->hasActiveFocus())
+        hosted->takeFocus(reason);
+    else
+        item->forceActiveFocus(reason);
+    if (!hosted && !scene->hasFocus())
+        scene->setFocus(Qt::OtherFocusReason);
 }
 
 } // namespace
@@ -37,7 +52,7 @@ bool ContentSceneWidget::focusInside(QQuickItem *part, bool first)
         = part->activeFocusOnTab() && part->isEnabled() ? part : part->nextItemInFocusChain(first);
     if (!item || !isInside(item, part) || !item->activeFocusOnTab())
         return false;
-    item->forceActiveFocus(tabReason(first));
+    give(this, item, tabReason(first));
     return true;
 }
 
@@ -50,8 +65,7 @@ bool ContentSceneWidget::focusFrom(QQuickItem *item, bool next)
     // Behind the last one comes the first one again.
     if (!following || (item && following == border))
         return leave(next);
-    setFocus(tabReason(next));
-    following->forceActiveFocus(tabReason(next));
+    give(this, following, tabReason(next));
     return true;
 }
 
@@ -68,7 +82,7 @@ void ContentSceneWidget::focusInEvent(QFocusEvent *event)
         return;
     const bool first = event->reason() == Qt::TabFocusReason;
     if (QQuickItem *item = end(first))
-        item->forceActiveFocus(event->reason());
+        give(this, item, event->reason());
 }
 
 /// The first or last item that Tab stops at; null when there is none.
@@ -95,7 +109,6 @@ bool ContentSceneWidget::leave(bool next)
     QQuickItem *item = end(next);
     if (!item)
         return false;
-    setFocus(tabReason(next));
-    item->forceActiveFocus(tabReason(next));
+    give(this, item, tabReason(next));
     return true;
 }

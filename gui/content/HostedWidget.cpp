@@ -21,6 +21,7 @@ public:
         layout->setContentsMargins(0, 0, 0, 0);
         layout->addWidget(hosted);
         hosted->show();
+        qApp->installEventFilter(this);
     }
 
     bool focusEnd(bool first)
@@ -37,6 +38,21 @@ public:
         if (found)
             found->setFocus(first ? Qt::TabFocusReason : Qt::BacktabFocusReason);
         return found;
+    }
+
+    /// The widgets above a scene are its view's last ones in the window's order, but not in the scene's:
+    /// whoever comes from behind the view begins with the scene.
+    bool eventFilter(QObject *object, QEvent *event) override
+    {
+        if (event->type() == QEvent::FocusOut && object->isWidgetType())
+            m_comesFromOutside = !parentWidget()->isAncestorOf(static_cast<QWidget *>(object));
+        if (event->type() != QEvent::FocusIn || !m_comesFromOutside || !object->isWidgetType()
+            || static_cast<QFocusEvent *>(event)->reason() != Qt::BacktabFocusReason
+            || !isAncestorOf(static_cast<QWidget *>(object)))
+            return false;
+        m_comesFromOutside = false;
+        static_cast<CContentView *>(parentWidget())->sceneWidget()->setFocus(Qt::BacktabFocusReason);
+        return true;
     }
 
 protected:
@@ -66,6 +82,7 @@ private:
     }
 
     const QPointer<HostedWidget> m_item;
+    bool m_comesFromOutside = false;
 };
 
 HostedWidget::HostedWidget(QQuickItem *parent)
@@ -94,11 +111,16 @@ void HostedWidget::setWidget(QWidget *widget)
     Q_EMIT widgetChanged();
 }
 
+void HostedWidget::takeFocus(Qt::FocusReason reason)
+{
+    if (m_frame)
+        m_frame->focusEnd(reason != Qt::BacktabFocusReason);
+}
+
 void HostedWidget::focusInEvent(QFocusEvent *event)
 {
     QQuickItem::focusInEvent(event);
-    if (m_frame)
-        m_frame->focusEnd(event->reason() != Qt::BacktabFocusReason);
+    takeFocus(event->reason());
 }
 
 void HostedWidget::itemChange(ItemChange change, const ItemChangeData &data)

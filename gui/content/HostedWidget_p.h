@@ -24,6 +24,8 @@ public:
     QWidget *widget() const;
     /// Not owned: the widget is let go with the item, hidden and without a parent.
     void setWidget(QWidget *widget);
+    /// Gives the keyboard to the widget: to what is last in it for a Backtab, else to what is first.
+    void takeFocus(Qt::FocusReason reason);
 
 Q_SIGNALS:
     void widgetChanged();

@@ -23,8 +23,7 @@ void CTaskQuestion::ask(MessageParams message, Answered answered)
     close();
     m_open = message.code;
     m_answered = std::move(answered);
-    message.setIssuerId(m_issuer).setCloseMsgSlot(
-        CSlotInfo(this, SLOT(onClosed(KOV_RESULT, Messaging::ButtonID, QVariant)), ++m_asking));
+    message.setIssuerId(m_issuer).setCloseMsgSlot(CSlotInfo(this, &CTaskQuestion::onClosed, ++m_asking));
     const QPointer<CTaskQuestion> guard(this);
     const bool wasShowing = std::exchange(m_isShowing, true);
     CMessageManager::instance()->showMessageBox(message);
@@ -55,10 +54,12 @@ void CTaskQuestion::onClosed(KOV_RESULT code, Messaging::ButtonID answer, QVaria
     m_open = 0;
     if (!m_isShowing) {
         m_answeredByItself.clear();
-    } else if (std::exchange(m_answeredByItself[code], true) && answer != Messaging::ButtonNone) {
+    } else if (m_answeredByItself.contains(code) && answer != Messaging::ButtonNone) {
         KOV_LOG(1, "(!)Warning: message %d was answered by itself with %d once more: taken as not answered.",
                 code, int(answer));
         answer = Messaging::ButtonNone;
+    } else {
+        m_answeredByItself.insert(code);
     }
     const Answered answered = std::exchange(m_answered, nullptr);
     if (answered)

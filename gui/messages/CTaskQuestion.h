@@ -3,8 +3,8 @@
 #include "gui/KovGuiGlobal.h"
 #include "gui/messages/record/MessageParams.h"
 
-#include <QHash>
 #include <QObject>
+#include <QSet>
 
 #include <functional>
 
@@ -61,5 +61,5 @@ private:
     int m_asking = 0;
     bool m_isShowing = false;
     Answered m_answered;
-    QHash<KOV_RESULT, bool> m_answeredByItself;
+    QSet<KOV_RESULT> m_answeredByItself;
 };

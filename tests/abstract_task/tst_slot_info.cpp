@@ -3,8 +3,6 @@
 #include "kov_sdk/KovTypes.h"
 #include "tests/support/KovTest.h"
 
-#include <QThread>
-
 #include <thread>
 
 class Base : public QObject
@@ -29,7 +27,7 @@ public Q_SLOTS:
 protected:
     void note(const char *name, const QVariant &value)
     {
-        called = QLatin1String(name) + QLatin1Char(' ') + value.toString();
+        called = QLatin1String(name) + ' ' + value.toString();
         thread = QThread::currentThread();
     }
 };
@@ -76,12 +74,9 @@ private Q_SLOTS:
     /// Every slot is offered (7, the receiver, the variant).
     void calls_data()
     {
-        QTest::addColumn<QString>("slot");
-        QTest::addColumn<QVariant>("variant");
-        QTest::addColumn<QString>("called");
-
-        const auto row = [](const char *slot, const char *called, const QVariant &variant = QVariant()) {
-            QTest::newRow(slot) << slot << variant << called;
+        Table<QVariant, QString> table;
+        const auto row = [&table](const char *slot, const char *called, const QVariant &variant = {}) {
+            table(slot, variant, called);
         };
         row("1onPair(KOV_RESULT, Base*)", "pair 7*");
         row(" onPair( KOV_RESULT ,Base * ) ", "pair 7*");
@@ -92,10 +87,10 @@ private Q_SLOTS:
         row("1isGood(int)", "isGood 7");
         row("2relayed(int)", "relayed 7");
         row("1onObject(int, QObject*)", "object true");
-        row("1onVariant(int,Base*,const QVariant&)", "variant raw", QStringLiteral("raw"));
+        row("1onVariant(int,Base*,const QVariant&)", "variant raw", "raw");
         row("1onText(int,Base*,QString)", "text 12", 12);
         row("1onMap(int, Base*, QMap<int, QString>)", "map one",
-            QVariant::fromValue(QMap<int, QString>{{1, QStringLiteral("one")}}));
+            QVariant::fromValue(QMap<int, QString>{{1, "one"}}));
 
         row("1onMap(int, Base*, const QMap<int, QString>&)", "", 5);
         row("1onText(int, Base*, const QString&)", "");
@@ -112,13 +107,12 @@ private Q_SLOTS:
 
     void calls()
     {
-        QFETCH(QString, slot);
-        QFETCH(QVariant, variant);
-        QFETCH(QString, called);
+        const auto [variant, called] = cells<QVariant, QString>();
         qRegisterMetaType<QMap<int, QString>>("QMap<int,QString>");
         Receiver receiver;
         Base *object = &receiver;
-        QCOMPARE(CSlotInfo(&receiver, slot).invoke(KOV_RESULT(7), object, variant), !called.isEmpty());
+        QCOMPARE(CSlotInfo(&receiver, QTest::currentDataTag()).invoke(KOV_RESULT(7), object, variant),
+                 !called.isEmpty());
         QCOMPARE(receiver.called, called);
     }
 
@@ -126,7 +120,7 @@ private Q_SLOTS:
     {
         Receiver receiver;
         QVERIFY(CSlotInfo(&receiver, SLOT(onAnswer(Base::Answer))).invoke(Base::Yes));
-        QCOMPARE(receiver.called, QStringLiteral("answer 5"));
+        QCOMPARE(receiver.called, "answer 5");
         // An enumeration is no number: the codes of two question kinds would be mixed up unnoticed.
         QVERIFY(!CSlotInfo(&receiver, SLOT(onInt(int))).invoke(Base::Yes));
     }
@@ -147,11 +141,11 @@ private Q_SLOTS:
         Base *object = &receiver;
         const QVariant twelve(12);
         QVERIFY(CSlotInfo(&receiver, &Receiver::onPair).invoke(KOV_RESULT(7), object, twelve));
-        QCOMPARE(receiver.called, QStringLiteral("pair 7*"));
+        QCOMPARE(receiver.called, "pair 7*");
         QVERIFY(CSlotInfo(&receiver, &Base::onInherited).invoke(KOV_RESULT(7)));
-        QCOMPARE(receiver.called, QStringLiteral("inherited 0"));
+        QCOMPARE(receiver.called, "inherited 0");
         QVERIFY(CSlotInfo(&receiver, &Receiver::onText).invoke(1, object, twelve));
-        QCOMPARE(receiver.called, QStringLiteral("text 12"));
+        QCOMPARE(receiver.called, "text 12");
         bool answer = false;
         const CSlotInfo veto(
             &receiver, [](int n, Receiver *who) { return n > 1 && who; }, twelve);
@@ -164,12 +158,11 @@ private Q_SLOTS:
         QVERIFY(CSlotInfo(&receiver, SLOT(onInt(int))).canInvoke(1));
 
         std::thread([&] {
-            QVERIFY(
-                CSlotInfo(&receiver, &Receiver::onText).invoke(1, object, QVariant(QStringLiteral("far"))));
+            QVERIFY(CSlotInfo(&receiver, &Receiver::onText).invoke(1, object, QVariant("far")));
         }).join();
-        QCOMPARE(receiver.called, QStringLiteral("text 12"));
+        QCOMPARE(receiver.called, "text 12");
         QCoreApplication::processEvents();
-        QCOMPARE(receiver.called, QStringLiteral("text far"));
+        QCOMPARE(receiver.called, "text far");
     }
 
     void receiverThatIsGone()
@@ -201,7 +194,7 @@ private Q_SLOTS:
         QVERIFY(!couldAsk && isQueued);
         QCOMPARE(receiver.called, QString());
         QCoreApplication::processEvents();
-        QCOMPARE(receiver.called, QStringLiteral("text 77"));
+        QCOMPARE(receiver.called, "text 77");
         QCOMPARE(receiver.thread, QThread::currentThread());
     }
 };

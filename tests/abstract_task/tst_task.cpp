@@ -34,7 +34,7 @@ class Listener : public QObject
 public Q_SLOTS:
     void onFinished(KOV_RESULT result, CAbstractTask *task)
     {
-        eventLog() << QStringLiteral("called %1 %2").arg(result).arg(QLatin1String(task ? "task" : "null"));
+        eventLog() << QString("called %1 %2").arg(result).arg(QLatin1String(task ? "task" : "null"));
         if (deletes)
             delete task;
     }
@@ -58,7 +58,7 @@ private Q_SLOTS:
                 if (name == QLatin1String(meta->className()))
                     return meta;
             }
-            return name == QLatin1String("CTaskAlien") ? &QObject::staticMetaObject : nullptr;
+            return name == "CTaskAlien" ? &QObject::staticMetaObject : nullptr;
         });
         Tasks::setLogFunction(
             [](unsigned level, const char *text) {
@@ -77,9 +77,7 @@ private Q_SLOTS:
 
     void script_data()
     {
-        QTest::addColumn<QString>("steps");
-        QTest::addColumn<QString>("script");
-        QTest::addColumn<QString>("expected");
+        Table<QString, QString, QString> row;
         const char *const all = "A|B|C|finish|finished 0";
 
         row("steps in enumeration order", "", "execute, run", all);
@@ -168,22 +166,19 @@ private Q_SLOTS:
 
     void script()
     {
-        QFETCH(QString, steps);
-        QFETCH(QString, script);
-        QFETCH(QString, expected);
+        const auto [steps, script, expected] = cells<QString, QString, QString>();
         const QPointer<CTaskScripted> task(new CTaskScripted(steps));
         CTaskScripted::perform(task, script);
-        const QString happened = eventLog().join(QLatin1Char('|'));
+        const QString happened = eventLog().join('|');
         if (task && !task->isFinished())
-            CTaskScripted::perform(task, QStringLiteral("delete"));
+            CTaskScripted::perform(task, "delete");
         delete task;
         QCOMPARE(happened, expected);
     }
 
     void runTask_data()
     {
-        QTest::addColumn<int>("kind");
-        QTest::addColumn<QString>("expected");
+        Table<int, QString> row;
         const char *const failed = "error|called -2147483639 null";
         row("runs", int(Kinds::TaskScripted), "A|B|C|finish|finished 0|called 0 task");
         row("no class", int(Kinds::TaskMissing), failed);
@@ -195,22 +190,19 @@ private Q_SLOTS:
 
     void runTask()
     {
-        QFETCH(int, kind);
-        QFETCH(QString, expected);
+        const auto [kind, expected] = cells<int, QString>();
         Listener listener;
         CTaskGenericId *id = kind < 0 ? nullptr : new CTaskGenericId(unsigned(kind));
         const CAbstractTask *task = CTaskManager::instance()->runTask(id, listener.slot(), true);
         QCOMPARE(task != nullptr, kind == Kinds::TaskScripted);
-        QVERIFY(!eventLog().join(QString()).contains(QStringLiteral("called")));
+        QVERIFY(!eventLog().join(QString()).contains("called"));
         QCoreApplication::processEvents();
-        QCOMPARE(eventLog().join(QLatin1Char('|')), expected);
+        QCOMPARE(eventLog().join('|'), expected);
     }
 
     void managedCallbacks_data()
     {
-        QTest::addColumn<bool>("deletes");
-        QTest::addColumn<QString>("script");
-        QTest::addColumn<QString>("expected");
+        Table<bool, QString, QString> row;
         row("both are told", false, "run", "A|B|C|finish|finished 0|called 0 task|called 0 task");
         row("terminated", false, "terminate -9", "finish|finished -9|called -9 task|called -9 task");
         row("deleted while it runs", false, "delete",
@@ -223,9 +215,7 @@ private Q_SLOTS:
 
     void managedCallbacks()
     {
-        QFETCH(bool, deletes);
-        QFETCH(QString, script);
-        QFETCH(QString, expected);
+        const auto [deletes, script, expected] = cells<bool, QString, QString>();
         Listener listener;
         listener.deletes = deletes;
         CTaskManager *manager = CTaskManager::instance();
@@ -233,7 +223,7 @@ private Q_SLOTS:
             = manager->runTask(new CTaskGenericId(Kinds::TaskScripted), listener.slot(), true);
         QCOMPARE(manager->runTask(new CTaskGenericId(Kinds::TaskScripted), listener.slot(), true), task);
         CTaskScripted::perform(qobject_cast<CTaskScripted *>(task), script);
-        QCOMPARE(eventLog().join(QLatin1Char('|')), expected);
+        QCOMPARE(eventLog().join('|'), expected);
         QVERIFY(!manager->getTaskById(CTaskGenericId(Kinds::TaskScripted)));
     }
 
@@ -243,7 +233,7 @@ private Q_SLOTS:
         CTaskManager::instance()->runTask(new CTaskGenericId(Kinds::TaskScripted), listener->slot(), true);
         listener.reset();
         QCoreApplication::processEvents();
-        QCOMPARE(eventLog().last(), QStringLiteral("finished 0"));
+        QCOMPARE(eventLog().last(), "finished 0");
     }
 
     void managerGoesWithItsTasks()
@@ -251,8 +241,7 @@ private Q_SLOTS:
         Listener listener;
         CTaskManager::instance()->runTask(new CTaskGenericId(Kinds::TaskScripted), listener.slot(), true);
         delete CTaskManager::instance();
-        QCOMPARE(eventLog().join(QLatin1Char('|')),
-                 QStringLiteral("finished -2147483019|called -2147483019 null"));
+        QCOMPARE(eventLog().join('|'), "finished -2147483019|called -2147483019 null");
         QCOMPARE(CTaskScripted::instances(), 0);
     }
 
@@ -271,7 +260,7 @@ private Q_SLOTS:
         QCOMPARE(manager->getTasksByType(Kinds::TaskScripted), QList<CAbstractTask *>({&own, second}));
         QCOMPARE(manager->getTasksByType(0), QList<CAbstractTask *>{&unnamed});
         own.setId(new CTaskGenericId(1));
-        QCOMPARE(eventLog(), QStringList(QStringLiteral("error")));
+        QCOMPARE(eventLog(), QStringList("error"));
         own.terminate(-1);
         QCOMPARE(manager->getTaskById(id), second);
         QCoreApplication::processEvents();
@@ -280,18 +269,16 @@ private Q_SLOTS:
 
     void startsAndPausesAreTold()
     {
-        CTaskScripted task(QStringLiteral("B: wait"));
+        CTaskScripted task("B: wait");
         connect(&task, &CAbstractTask::subTaskStarted, this,
-                [](int step) { eventLog() << QStringLiteral("start %1").arg(step); });
+                [](int step) { eventLog() << QString("start %1").arg(step); });
         connect(&task, &CAbstractTask::pausedChanged, this, [&](bool paused) {
             QCOMPARE(task.isPaused(), paused);
-            eventLog() << QStringLiteral("paused %1").arg(paused);
+            eventLog() << QString("paused %1").arg(paused);
         });
-        CTaskScripted::perform(
-            &task, QStringLiteral("resume, execute, run, pause, pause, resume, resume, complete 0, run"));
-        QCOMPARE(
-            eventLog().join(QLatin1Char('|')),
-            QStringLiteral("start 3|A|start 0|B|paused 1|pause|paused 0|resume|start 7|C|finish|finished 0"));
+        CTaskScripted::perform(&task, "resume, execute, run, pause, pause, resume, resume, complete 0, run");
+        QCOMPARE(eventLog().join('|'),
+                 "start 3|A|start 0|B|paused 1|pause|paused 0|resume|start 7|C|finish|finished 0");
     }
 
     void slotsThatInterfere()
@@ -301,40 +288,38 @@ private Q_SLOTS:
             QPointer<CTaskScripted> task(new CTaskScripted(QString{}));
             connect(task, &CAbstractTask::subTaskStarted, this,
                     [&] { CTaskScripted::perform(task, QLatin1String(how)); });
-            CTaskScripted::perform(task, QStringLiteral("execute, run"));
-            QVERIFY2(!eventLog().contains(QStringLiteral("A")), how);
-            QVERIFY2(eventLog().constLast().startsWith(QStringLiteral("finished -")), how);
+            CTaskScripted::perform(task, "execute, run");
+            QVERIFY2(!eventLog().contains("A"), how);
+            QVERIFY2(eventLog().constLast().startsWith("finished -"), how);
             delete task;
         }
         eventLog().clear();
-        CTaskScripted task(QStringLiteral("A: wait"));
+        CTaskScripted task("A: wait");
         connect(&task, &CAbstractTask::pausedChanged, &task, &CAbstractTask::resume);
-        CTaskScripted::perform(&task, QStringLiteral("execute, run, pause, complete 0, run"));
-        QCOMPARE(eventLog().join(QLatin1Char('|')), QStringLiteral("A|resume|B|C|finish|finished 0"));
+        CTaskScripted::perform(&task, "execute, run, pause, complete 0, run");
+        QCOMPARE(eventLog().join('|'), "A|resume|B|C|finish|finished 0");
     }
 
     void endIsToldWhenAListenerOfTheChildsDeletesTheTask()
     {
-        const QPointer<CTaskScripted> task(new CTaskScripted(QStringLiteral("B: child")));
-        CTaskScripted::perform(task, QStringLiteral("execute, run, run"));
+        const QPointer<CTaskScripted> task(new CTaskScripted("B: child"));
+        CTaskScripted::perform(task, "execute, run, run");
         auto *child = task->findChild<CTaskScripted *>();
         connect(child, &CAbstractTask::taskFinished, this, [task] { delete task; });
         eventLog().clear();
-        CTaskScripted::perform(task, QStringLiteral("finish 3"));
+        CTaskScripted::perform(task, "finish 3");
         QVERIFY(!task);
-        QCOMPARE(eventLog().join(QLatin1Char('|')),
-                 QStringLiteral("finish|child finish|child finished -2147483019|told|finished 3"));
+        QCOMPARE(eventLog().join('|'), "finish|child finish|child finished -2147483019|told|finished 3");
     }
 
     void othersGoOnInAStepsEventLoop()
     {
-        CTaskScripted first(QStringLiteral("A: run"), QStringLiteral("1 "));
-        CTaskScripted second(QString(), QStringLiteral("2 "));
+        CTaskScripted first("A: run", "1 ");
+        CTaskScripted second(QString(), "2 ");
         first.execute();
         second.execute();
         QCoreApplication::processEvents();
-        QCOMPARE(eventLog().join(QLatin1Char('|')),
-                 QStringLiteral("1 A|2 A|2 B|2 C|2 finish|2 finished 0|1 B|1 C|1 finish|1 finished 0"));
+        QCOMPARE(eventLog().join('|'), "1 A|2 A|2 B|2 C|2 finish|2 finished 0|1 B|1 C|1 finish|1 finished 0");
     }
 
     void longChainsDoNotRecurse()
@@ -366,16 +351,11 @@ private Q_SLOTS:
             result.insertParam(name, value);
             return result;
         };
-        const QString flag = QStringLiteral("flag");
-        const QVector<CTaskGenericId> different{id(flag, true),
-                                                id(flag, 1),
-                                                id(flag, QStringLiteral("1")),
-                                                id(flag, QUrl(QStringLiteral("1"))),
-                                                id(flag, false),
-                                                id(QStringLiteral("other"), true),
-                                                id(flag, 1.5),
-                                                id(flag, 2.5),
-                                                CTaskGenericId(Kinds::TaskScripted)};
+        const QString flag = "flag";
+        const QVector<CTaskGenericId> different{
+            id(flag, true),      id(flag, 1),     id(flag, "1"),
+            id(flag, QUrl("1")), id(flag, false), id("other", true),
+            id(flag, 1.5),       id(flag, 2.5),   CTaskGenericId(Kinds::TaskScripted)};
         QSet<CAbstractTask *> tasks;
         for (const CTaskGenericId &one : different)
             tasks.insert(manager->runTask(new CTaskGenericId(one), CSlotInfo(), true));
@@ -390,13 +370,12 @@ private Q_SLOTS:
 
     void otherThreadIsRefused()
     {
-        CTaskScripted task(QStringLiteral("A: wait"));
-        CTaskScripted::perform(&task, QStringLiteral("execute, run"));
+        CTaskScripted task("A: wait");
+        CTaskScripted::perform(&task, "execute, run");
         std::thread([&task] {
-            CTaskScripted::perform(&task,
-                                   QStringLiteral("complete 0, terminate 0, finish 0, pause, execute"));
+            CTaskScripted::perform(&task, "complete 0, terminate 0, finish 0, pause, execute");
         }).join();
-        QCOMPARE(eventLog().join(QLatin1Char('|')), QStringLiteral("A|error|error|finish|error|error|error"));
+        QCOMPARE(eventLog().join('|'), "A|error|error|finish|error|error|error");
         QVERIFY(task.isRunning() && !task.isPaused());
         task.terminate(-9);
     }

@@ -10,8 +10,6 @@
 
 #include "abstract_task/Tasks.h"
 
-#include <QSettings>
-
 /// Forgot the invokable constructor.
 class PolicyWithoutConstructor : public CMessageDataProvider
 {
@@ -28,9 +26,9 @@ private Q_SLOTS:
         QCoreApplication::setOrganizationName(QString());
         KovGui::init(KAM_AGENT);
         // Settings need an organisation; a host that set none gets one.
-        QCOMPARE(QCoreApplication::organizationName(), QStringLiteral("Tessarine"));
+        QCOMPARE(QCoreApplication::organizationName(), "Tessarine");
         QCOMPARE(QSettings().status(), QSettings::NoError);
-        QCOMPARE(Tasks::typeName(158), QStringLiteral("TaskAdviseToWindows10Upgrade"));
+        QCOMPARE(Tasks::typeName(158), "TaskAdviseToWindows10Upgrade");
     }
 
     void secondInitIsRefusedButFillsTheTable()
@@ -82,7 +80,7 @@ private Q_SLOTS:
     /// What few programs need is loaded when it is first used.
     void startIsLight()
     {
-        const QByteArray loaded = fileContent(QStringLiteral("/proc/self/maps"));
+        const QByteArray loaded = fileContent("/proc/self/maps");
         QVERIFY(loaded.contains("libKovGui"));
         for (const char *library : {"keychain", "sodium", "libcrypto", "kovgui/"})
             QVERIFY2(!loaded.contains(library), library);

@@ -5,9 +5,6 @@
 #include "tests/support/Files.h"
 #include "tests/support/KovTest.h"
 
-#include <QLoggingCategory>
-#include <QProcess>
-
 #include <cerrno>
 #include <fcntl.h>
 #include <memory>
@@ -79,15 +76,14 @@ private Q_SLOTS:
         std::thread([] { KOV_LOG(0, "x"); }).join();
         const QString written
             = QString::number(before.date().year()) + QString::fromLatin1(s_record.left(18));
-        const QDateTime time = QDateTime::fromString(written, QStringLiteral("yyyyMM-dd HH:mm:ss.zzz"));
+        const QDateTime time = QDateTime::fromString(written, "yyyyMM-dd HH:mm:ss.zzz");
         QVERIFY2(time >= before && time <= QDateTime::currentDateTime(), s_record.constData());
     }
 
     /// To the byte; but no character of several bytes is halved.
     void longRecordIsCut()
     {
-        for (const QString &character : {QStringLiteral("x"), QString(QChar(0xe4)), QString(QChar(0x20ac)),
-                                         QString::fromUcs4(U"\U0001F600", 1)}) {
+        for (const QString &character : {QString("x"), QString("ä"), QString("€"), QString("\U0001F600")}) {
             const QByteArray bytes = character.toUtf8();
             // Padding moves the cut to every place inside a character.
             for (const char *padding : {"", "1", "12", "123"}) {
@@ -160,7 +156,7 @@ private Q_SLOTS:
         KovGui::setupLogging(true);
         KOV_LOG(0, "in the user's folder");
         const QString home = QString::fromLocal8Bit(qgetenv("XDG_DATA_HOME"));
-        QVERIFY(fileContent(home + QStringLiteral("/tessarine-qor.log")).endsWith("in the user's folder\n"));
+        QVERIFY(fileContent(home + "/tessarine-qor.log").endsWith("in the user's folder\n"));
     }
 
     void processesAndThreadsShareTheFile()
@@ -205,8 +201,7 @@ private Q_SLOTS:
 
     void directoryChangesUnderLoad()
     {
-        QVERIFY(QDir(m_folder->path()).mkdir(QStringLiteral("a"))
-                && QDir(m_folder->path()).mkdir(QStringLiteral("b")));
+        QVERIFY(QDir(m_folder->path()).mkdir("a") && QDir(m_folder->path()).mkdir("b"));
         const Writer writer = start(m_folder->path(), "change-directories");
         QVERIFY(writer->waitForFinished(60000));
         QCOMPARE(writer->exitCode(), 0);
@@ -254,7 +249,7 @@ private Q_SLOTS:
 
     void noDirectorySet()
     {
-        const int result = run(QStringLiteral("-"), "system-logs");
+        const int result = run("-", "system-logs");
         if (result == 77)
             QSKIP("needs the right to mount");
         QCOMPARE(result, 0);
@@ -268,7 +263,7 @@ private Q_SLOTS:
               "mkfifo tessarine-qor.log", "mkfifo tessarine-qor.log # being read", "mkdir tessarine-qor.log",
               "cd ..; mv log elsewhere"}) {
             m_folder = std::make_unique<QTemporaryDir>();
-            QVERIFY(QDir(m_folder->path()).mkdir(QStringLiteral("log")));
+            QVERIFY(QDir(m_folder->path()).mkdir("log"));
             const QByteArray script
                 = "cd " + path("log").toLocal8Bit() + "; echo precious > victim; { " + command + "\n}";
             QCOMPARE(system(script.constData()), 0);
@@ -278,8 +273,8 @@ private Q_SLOTS:
             QCOMPARE(run(path("log"), "flood 1 10"), 0);
             QCOMPARE(countWholeThreads(fileContent(path("home/tessarine-qor.log"))), 10);
             const QString folder = QFile::exists(path("log")) ? path("log") : path("elsewhere");
-            QCOMPARE(fileContent(folder + QStringLiteral("/victim")), QByteArray("precious\n"));
-            QVERIFY(!QFile::exists(folder + QStringLiteral("/new")));
+            QCOMPARE(fileContent(folder + "/victim"), QByteArray("precious\n"));
+            QVERIFY(!QFile::exists(folder + "/new"));
             ::close(reader);
         }
     }
@@ -306,11 +301,11 @@ private:
     {
         auto process = std::make_unique<QProcess>();
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("XDG_DATA_HOME"), path("home"));
+        environment.insert("XDG_DATA_HOME", path("home"));
         process->setProcessEnvironment(environment);
         process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
         process->start(QStringLiteral(LOG_WRITER),
-                       QStringList(folder) + QString::fromLatin1(command).split(QLatin1Char(' ')));
+                       QStringList(folder) + QString::fromLatin1(command).split(' '));
         return process;
     }
 

@@ -4,8 +4,6 @@
 #include "tests/support/KovTest.h"
 #include "tests/support/LogCapture.h"
 
-#include <QSettings>
-
 /// A model with a storage "Remote" whose submission ends when the test says so. Notes what happens.
 class SampleModel : public CMappingModel
 {

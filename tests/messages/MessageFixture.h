@@ -27,20 +27,19 @@ inline bool loadCatalogue(const QVector<CatalogueCode> &codes)
 {
     QJsonArray messages;
     for (const CatalogueCode &code : codes) {
-        QJsonObject message{{QStringLiteral("code"), code.code},
-                            {QStringLiteral("type"), QLatin1String(code.type)},
-                            {QStringLiteral("brief"), QString::fromUtf8(code.brief)}};
+        QJsonObject message{{"code", code.code},
+                            {"type", QLatin1String(code.type)},
+                            {"brief", QString::fromUtf8(code.brief)}};
         if (*code.full)
-            message.insert(QStringLiteral("full"), QString::fromUtf8(code.full));
+            message.insert("full", QString::fromUtf8(code.full));
         if (code.mayBeHidden)
-            message.insert(QStringLiteral("mayBeHidden"), true);
+            message.insert("mayBeHidden", true);
         messages.append(message);
     }
     QTemporaryFile file;
     if (!file.open())
         return false;
-    file.write(
-        QJsonDocument({{QStringLiteral("format"), 1}, {QStringLiteral("messages"), messages}}).toJson());
+    file.write(QJsonDocument({{"format", 1}, {"messages", messages}}).toJson());
     file.close();
     return KovApi_LoadMessageCatalogue(QFile::encodeName(file.fileName()).constData()) == KOV_SUCCESS;
 }

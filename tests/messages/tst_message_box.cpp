@@ -3,6 +3,7 @@
 #include "gui/messages/box/CMoreOptionsLabel.h"
 #include "gui/messages/record/CMessageInfo.h"
 #include "tests/messages/MessageFixture.h"
+#include "tests/support/Files.h"
 #include "tests/support/KovTest.h"
 #include "tests/support/OffscreenPlatform.h"
 
@@ -57,7 +58,7 @@ struct Delivery
     {
         QObject::connect(box, &CMessageBox::beforeMessageDestroyed, box,
                          [this, box](const QString &uuid, ButtonID answer, bool doNotShowAgain) {
-                             log.append(QStringLiteral("%1 %2 %3").arg(uuid).arg(answer).arg(doNotShowAgain));
+                             log.append(QString("%1 %2 %3").arg(uuid).arg(answer).arg(doNotShowAgain));
                              gone = !box->isVisible() && QApplication::activeModalWidget() != box;
                          });
     }
@@ -72,9 +73,8 @@ Widget *part(const QWidget &box, const char *name)
     return widget ? widget : (QTest::qFail(name, __FILE__, __LINE__), nullptr);
 }
 
-Q_DECLARE_METATYPE(std::function<void(CMessageBox *)>)
-
-Q_DECLARE_METATYPE(std::function<bool(CMessageBox *)>)
+using Way = std::function<void(CMessageBox *)>;
+using Act = std::function<bool(CMessageBox *)>;
 
 class tst_MessageBox : public QObject
 {
@@ -85,16 +85,14 @@ private Q_SLOTS:
     {
         ignoreOffscreenWarnings();
         KovGui::setLogOutputFunction([](const char *, std::size_t) {});
-        QLocale::setDefault(QLocale(QStringLiteral("de_DE")));
+        QLocale::setDefault(QLocale("de_DE"));
         registerPolicy<CMessageDataProvider, TestProvider>();
         registerPolicy<CMessageBoxBuilder>();
     }
 
     void everyWayOutDeliversOnce_data()
     {
-        using Way = std::function<void(CMessageBox *)>;
-        QTest::addColumn<Way>("leave");
-        QTest::addColumn<QString>("delivered");
+        Table<Way, QString> row;
 
         const auto click = [](const char *name) -> Way {
             return [name](CMessageBox *box) { part<QPushButton>(*box, name)->click(); };
@@ -105,37 +103,49 @@ private Q_SLOTS:
                 QTest::keyClick(box->focusWidget(), key);
             };
         };
-        QTest::newRow("first") << click("m_pbButton1") << "id 1 0";
-        QTest::newRow("third") << click("m_pbButton3") << "id 3 0";
-        QTest::newRow("Enter in the text") << press("m_txtInfo", Qt::Key_Enter) << "id 2 0";
-        QTest::newRow("Return in the check box") << press("m_ckbDoNotShowFlag", Qt::Key_Return) << "id 2 0";
-        QTest::newRow("Escape in the text") << press("m_txtMessage", Qt::Key_Escape) << "id 0 0";
-        QTest::newRow("title bar") << Way([](CMessageBox *box) {
-            part<QCheckBox>(*box, "m_ckbDoNotShowFlag")->setChecked(true);
-            box->windowHandle()->close();
-        }) << "id 0 1";
-        QTest::newRow("close, then done") << Way([](CMessageBox *box) {
-            box->close();
-            box->done(3);
-        }) << "id 0 0";
-        QTest::newRow("a result that is no answer")
-            << Way([](CMessageBox *box) { box->done(7); }) << "id 0 0";
-        QTest::newRow("box destroyed") << Way([](CMessageBox *box) {
-            part<QCheckBox>(*box, "m_ckbDoNotShowFlag")->setChecked(true);
-            delete box;
-        }) << "id 0 1";
-        QTest::newRow("parent destroyed")
-            << Way([](CMessageBox *box) { delete box->parentWidget(); }) << "id 0 0";
-        QTest::newRow("a choice that is not offered any more") << Way([](CMessageBox *box) {
-            part<QCheckBox>(*box, "m_ckbDoNotShowFlag")->setChecked(true);
-            box->setAllowHide(false);
-            box->accept();
-        }) << "id 1 0";
+        row("first", click("m_pbButton1"), "id 1 0");
+        row("third", click("m_pbButton3"), "id 3 0");
+        row("Enter in the text", press("m_txtInfo", Qt::Key_Enter), "id 2 0");
+        row("Return in the check box", press("m_ckbDoNotShowFlag", Qt::Key_Return), "id 2 0");
+        row("Escape in the text", press("m_txtMessage", Qt::Key_Escape), "id 0 0");
+        row(
+            "title bar",
+            [](CMessageBox *box) {
+                part<QCheckBox>(*box, "m_ckbDoNotShowFlag")->setChecked(true);
+                box->windowHandle()->close();
+            },
+            "id 0 1");
+        row(
+            "close, then done",
+            [](CMessageBox *box) {
+                box->close();
+                box->done(3);
+            },
+            "id 0 0");
+        row(
+            "a result that is no answer", [](CMessageBox *box) { box->done(7); }, "id 0 0");
+        row(
+            "box destroyed",
+            [](CMessageBox *box) {
+                part<QCheckBox>(*box, "m_ckbDoNotShowFlag")->setChecked(true);
+                delete box;
+            },
+            "id 0 1");
+        row(
+            "parent destroyed", [](CMessageBox *box) { delete box->parentWidget(); }, "id 0 0");
+        row(
+            "a choice that is not offered any more",
+            [](CMessageBox *box) {
+                part<QCheckBox>(*box, "m_ckbDoNotShowFlag")->setChecked(true);
+                box->setAllowHide(false);
+                box->accept();
+            },
+            "id 1 0");
     }
 
     void everyWayOutDeliversOnce()
     {
-        QFETCH(std::function<void(CMessageBox *)>, leave);
+        const auto [leave, delivered] = cells<Way, QString>();
         QPointer<QWidget> parent = new QWidget;
         QPointer<CMessageBox> box = makeBox(parent).release();
         box->setAttribute(Qt::WA_DeleteOnClose);
@@ -145,7 +155,7 @@ private Q_SLOTS:
         QVERIFY(box->canBeParent());
         leave(box);
         QCOMPARE(delivery.log.size(), 1);
-        QTEST(delivery.log.first(), "delivered");
+        QCOMPARE(delivery.log.first(), delivered);
         QVERIFY(delivery.gone);
         QVERIFY(!box || !box->canBeParent());
         QTRY_VERIFY(!box);
@@ -156,32 +166,35 @@ private Q_SLOTS:
 
     void actionDecides_data()
     {
-        using Act = std::function<bool(CMessageBox *)>;
-        QTest::addColumn<Act>("act");
-        QTest::addColumn<QString>("slot");
-        QTest::addColumn<QString>("delivered");
+        Table<Act, QString, QString> row;
 
-        const QString decide = QStringLiteral("decide(Messaging::ButtonID, QPointer<QWidget>)");
-        QTest::newRow("handled") << Act([](CMessageBox *) { return true; }) << decide << "";
-        QTest::newRow("not handled") << Act([](CMessageBox *) { return false; }) << decide << "id 1 0";
-        QTest::newRow("deletes the box") << Act([](CMessageBox *box) {
-            delete box;
-            return true;
-        }) << decide << "id 0 0";
-        QTest::newRow("a click in between") << Act([](CMessageBox *box) {
-            part<QPushButton>(*box, "m_pbButton2")->click();
-            return false;
-        }) << decide << "id 1 0";
-        QTest::newRow("unknown slot") << Act() << QStringLiteral("unknown()") << "id 1 0";
-        QTest::newRow("slot without an answer")
-            << Act() << QStringLiteral("decideNothing(Messaging::ButtonID, QPointer<QWidget>)") << "id 1 0";
+        const QString decide = "decide(Messaging::ButtonID, QPointer<QWidget>)";
+        row(
+            "handled", [](CMessageBox *) { return true; }, decide, "");
+        row(
+            "not handled", [](CMessageBox *) { return false; }, decide, "id 1 0");
+        row(
+            "deletes the box",
+            [](CMessageBox *box) {
+                delete box;
+                return true;
+            },
+            decide, "id 0 0");
+        row(
+            "a click in between",
+            [](CMessageBox *box) {
+                part<QPushButton>(*box, "m_pbButton2")->click();
+                return false;
+            },
+            decide, "id 1 0");
+        row("unknown slot", Act(), "unknown()", "id 1 0");
+        row("slot without an answer", Act(), "decideNothing(Messaging::ButtonID, QPointer<QWidget>)",
+            "id 1 0");
     }
 
     void actionDecides()
     {
-        QFETCH(std::function<bool(CMessageBox *)>, act);
-        QFETCH(QString, slot);
-        QFETCH(QString, delivered);
+        const auto [act, slot, delivered] = cells<Act, QString, QString>();
         QPointer<CMessageBox> box = makeBox().release();
         Delivery delivery(box);
         Answerer answerer;
@@ -189,7 +202,7 @@ private Q_SLOTS:
         box->setButtonsAction(&answerer, slot);
         box->open();
         part<QPushButton>(*box, "m_pbButton1")->click();
-        QCOMPARE(delivery.log.join(QLatin1Char(',')), delivered);
+        QCOMPARE(delivery.log.join(','), delivered);
         QVERIFY(!box || box->isVisible() == delivered.isEmpty());
         QVERIFY(answerer.answers.size() <= 1);
         delete box;
@@ -197,12 +210,8 @@ private Q_SLOTS:
 
     void countdown_data()
     {
-        QTest::addColumn<QString>("message"); // @ stands for the placeholder
-        QTest::addColumn<QString>("description");
-        QTest::addColumn<int>("defaultAnswer");
-        QTest::addColumn<QString>("firstTexts");
-        QTest::addColumn<int>("ticks");
-        QTest::addColumn<int>("answer");
+        // message: @ stands for the placeholder
+        Table<QString, QString, int, QString, int, int> row;
 
         row("in both texts", "In @/2 s", "@", 3, "In 2 s|In 1 s", 2, 3);
         row("no number, no default", "@", "", 0, "60|59", 60, 1);
@@ -212,26 +221,24 @@ private Q_SLOTS:
 
     void countdown()
     {
-        QFETCH(QString, message);
-        QFETCH(QString, description);
-        QFETCH(QString, firstTexts);
-        QFETCH(int, ticks);
-        QFETCH(int, defaultAnswer);
-        const QString placeholder = QStringLiteral("@KOV_GUI_STD_SECONDS_TIMER");
-        const QStringList texts = firstTexts.split(QLatin1Char('|'));
+        const auto [message, description, defaultAnswer, firstTexts, ticks, answer]
+            = cells<QString, QString, int, QString, int, int>();
+        const QString placeholder = "@KOV_GUI_STD_SECONDS_TIMER";
+        const QStringList texts = firstTexts.split('|');
         const auto box = makeBox();
         Delivery delivery(box.get());
-        box->setMessage(message.replace(QLatin1Char('@'), placeholder));
-        QCOMPARE(box->message(), message);
-        box->setDescription(description.replace(QLatin1Char('@'), placeholder));
+        const QString withPlaceholder = QString(message).replace('@', placeholder);
+        box->setMessage(withPlaceholder);
+        QCOMPARE(box->message(), withPlaceholder);
+        box->setDescription(QString(description).replace('@', placeholder));
         box->setDefaultButton(ButtonID(defaultAnswer));
         box->grab();
         QTest::qWait(0);
-        QVERIFY2(!box->findChild<QTimer *>(QStringLiteral("m_timerCountdown")), "counts before it is shown");
+        QVERIFY2(!box->findChild<QTimer *>("m_timerCountdown"), "counts before it is shown");
 
         box->show();
         QVERIFY2(delivery.log.isEmpty(), "answered while it was being shown");
-        QTRY_VERIFY(box->findChild<QTimer *>(QStringLiteral("m_timerCountdown")));
+        QTRY_VERIFY(box->findChild<QTimer *>("m_timerCountdown"));
         auto *timer = part<QTimer>(*box, "m_timerCountdown");
         QCOMPARE(timer->interval(), 1000);
         for (int i = 0; i < ticks; ++i) {
@@ -241,18 +248,29 @@ private Q_SLOTS:
             QMetaObject::invokeMethod(timer, "timeout");
         }
         QCOMPARE(delivery.log.size(), 1);
-        QTEST(box->result(), "answer");
+        QCOMPARE(box->result(), answer);
         QVERIFY(!timer->isActive());
+    }
+
+    void countdownWithoutAFirstButton()
+    {
+        const auto box = makeBox();
+        box->setButton1("");
+        box->setDefaultButton(ButtonNone);
+        box->setMessage("@KOV_GUI_STD_SECONDS_TIMER/0");
+        box->show();
+        QTRY_VERIFY(!box->isVisible());
+        QCOMPARE(box->result(), 1);
     }
 
     void countdownStopsWhenTouched()
     {
         for (const bool stops : {false, true}) {
             const auto box = makeBox();
-            box->setMessage(QStringLiteral("@KOV_GUI_STD_SECONDS_TIMER/9"));
+            box->setMessage("@KOV_GUI_STD_SECONDS_TIMER/9");
             box->setCountdownStopsWhenTouched(stops);
             box->show();
-            QTRY_VERIFY(box->findChild<QTimer *>(QStringLiteral("m_timerCountdown")));
+            QTRY_VERIFY(box->findChild<QTimer *>("m_timerCountdown"));
             QTest::mouseClick(part<QTextBrowser>(*box, "m_txtInfo")->viewport(), Qt::LeftButton);
             QCOMPARE(part<QTimer>(*box, "m_timerCountdown")->isActive(), !stops);
         }
@@ -262,46 +280,43 @@ private Q_SLOTS:
     {
         const auto box = makeBox();
         Answerer answerer;
-        box->setButtonsAction(&answerer, QStringLiteral("1decide(Messaging::ButtonID,QPointer<QWidget>)"));
+        box->setButtonsAction(&answerer, "1decide(Messaging::ButtonID,QPointer<QWidget>)");
         answerer.act = [](CMessageBox *kept) {
-            kept->setMessage(QStringLiteral("Again in @KOV_GUI_STD_SECONDS_TIMER/7"));
+            kept->setMessage("Again in @KOV_GUI_STD_SECONDS_TIMER/7");
             return true;
         };
-        box->setMessage(QStringLiteral("@KOV_GUI_STD_SECONDS_TIMER/0"));
+        box->setMessage("@KOV_GUI_STD_SECONDS_TIMER/0");
         box->show();
         QTRY_COMPARE(answerer.answers.size(), 1);
         QTRY_VERIFY(part<QTimer>(*box, "m_timerCountdown")->isActive());
-        QCOMPARE(part<QTextBrowser>(*box, "m_txtMessage")->toPlainText(), QStringLiteral("Again in 7"));
-        QVERIFY(box->accessibleDescription().startsWith(QStringLiteral("Again in 7")));
+        QCOMPARE(part<QTextBrowser>(*box, "m_txtMessage")->toPlainText(), "Again in 7");
+        QVERIFY(box->accessibleDescription().startsWith("Again in 7"));
     }
 
     void textLoadsNothing_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::newRow("picture") << "<img src='%1.png' width=80 height=80>";
-        QTest::newRow("picture by address") << "<img src='file://%1.png'>";
-        QTest::newRow("background")
-            << "<table background='%1.png' width=99><tr><td height=99>x</td></tr></table>";
-        QTest::newRow("background of a style") << "<p style=\"background-image:url('%1.png')\">x<br>x</p>";
-        QTest::newRow("linked style sheet")
-            << "<html><head><link rel='stylesheet' type='text/css' href='%1.css'></head>x</html>";
-        QTest::newRow("imported style sheet") << "<style type='text/css'>@import url('%1.css');</style>x";
+        Table<QString> row;
+        row("picture", "<img src='%1.png' width=80 height=80>");
+        row("picture by address", "<img src='file://%1.png'>");
+        row("background", "<table background='%1.png' width=99><tr><td height=99>x</td></tr></table>");
+        row("background of a style", "<p style=\"background-image:url('%1.png')\">x<br>x</p>");
+        row("linked style sheet",
+            "<html><head><link rel='stylesheet' type='text/css' href='%1.css'></head>x</html>");
+        row("imported style sheet", "<style type='text/css'>@import url('%1.css');</style>x");
     }
 
     void textLoadsNothing()
     {
-        QFETCH(QString, text);
+        const auto [text] = cells<QString>();
         const QTemporaryDir dir;
         QImage picture(80, 80, QImage::Format_RGB32);
         picture.fill(Qt::red);
-        QVERIFY(picture.save(dir.filePath(QStringLiteral("a.png"))));
-        QVERIFY(picture.save(dir.filePath(QStringLiteral("a@2x.png"))));
-        QFile sheet(dir.filePath(QStringLiteral("a.css")));
-        QVERIFY(sheet.open(QFile::WriteOnly) && sheet.write("* {background-color: #ff0000}") > 0);
-        sheet.close();
+        QVERIFY(picture.save(dir.filePath("a.png")));
+        QVERIFY(picture.save(dir.filePath("a@2x.png")));
+        QVERIFY(writeFile(dir.filePath("a.css"), "* {background-color: #ff0000}"));
 
         const auto box = makeBox();
-        box->setDescription(text.arg(dir.filePath(QStringLiteral("a"))));
+        box->setDescription(text.arg(dir.filePath("a")));
         box->show();
         const QImage shown = box->grab().toImage();
         for (int y = 0; y < shown.height(); ++y) {
@@ -309,24 +324,23 @@ private Q_SLOTS:
                 QVERIFY(shown.pixelColor(x, y) != QColor(Qt::red));
         }
         QVERIFY(part<QTextBrowser>(*box, "m_txtInfo")->document()->idealWidth() < 80
-                || text.contains(QLatin1String("table")));
+                || text.contains("table"));
     }
 
     void textIsCopiedByKeyboard()
     {
         const auto box = makeBox();
-        box->setDescription(QStringLiteral("two\nlines &lt;b&gt;"));
+        box->setDescription("two\nlines &lt;b&gt;");
         box->show();
         QWidget *info = part<QWidget>(*box, "m_txtInfo");
         QTest::keySequence(info, QKeySequence::SelectAll);
         QTest::keySequence(info, QKeySequence::Copy);
-        QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("two\nlines <b>"));
+        QCOMPARE(QApplication::clipboard()->text(), "two\nlines <b>");
         QTest::keyClick(info, Qt::Key_Left);
-        box->setTitle(QStringLiteral("Title"));
-        box->setProblemID(QStringLiteral("15351"));
+        box->setTitle("Title");
+        box->setProblemID("15351");
         QTest::keySequence(info, QKeySequence::Copy);
-        QCOMPARE(QApplication::clipboard()->text(),
-                 QStringLiteral("Title\n\nMessage\ntwo\nlines <b>\n\nProblem ID: 15351"));
+        QCOMPARE(QApplication::clipboard()->text(), "Title\n\nMessage\ntwo\nlines <b>\n\nProblem ID: 15351");
         QTest::keyClick(info, Qt::Key_Return);
         QCOMPARE(box->result(), 2);
     }
@@ -342,18 +356,17 @@ private Q_SLOTS:
         };
         const QSize screen = QGuiApplication::primaryScreen()->availableSize();
         bool scrolls = true;
-        const QSize small = sizeWith(QStringLiteral("word"), &scrolls);
+        const QSize small = sizeWith("word", &scrolls);
         QVERIFY(!scrolls);
-        const QSize medium = sizeWith(QStringLiteral("word ").repeated(60), &scrolls);
+        const QSize medium = sizeWith(QString("word ").repeated(60), &scrolls);
         QVERIFY(!scrolls && medium.width() > small.width() && medium.height() > small.height());
-        for (const QString &text :
-             {QStringLiteral("word ").repeated(5000), QString(20000, QLatin1Char('w'))}) {
+        for (const QString &text : {QString("word ").repeated(5000), QString(20000, 'w')}) {
             const QSize large = sizeWith(text, &scrolls);
             QVERIFY(scrolls && large.height() < screen.height() && large.width() < screen.width());
         }
         // Of a word without an end the beginning is laid out; the details have the whole.
         const auto box = makeBox();
-        const QString word(100000, QLatin1Char('w'));
+        const QString word(100000, 'w');
         box->setDescription(word);
         box->show();
         QVERIFY(part<QTextBrowser>(*box, "m_txtInfo")->document()->characterCount() < 6000);
@@ -366,7 +379,7 @@ private Q_SLOTS:
         bool opened = false;
         Help::setUrlOpener([&](const QUrl &) { return opened = true; });
         const auto box = makeBox();
-        box->setDescription(QStringLiteral("<a href='http://h.example/x?a=1'>link</a>"));
+        box->setDescription("<a href='http://h.example/x?a=1'>link</a>");
         const QSignalSpy clicked(box.get(), &CMessageBox::anchorClicked);
         box->show();
         auto *info = part<QTextBrowser>(*box, "m_txtInfo");
@@ -375,8 +388,8 @@ private Q_SLOTS:
         const QRect start = info->cursorRect();
         QTest::mouseClick(info->viewport(), Qt::LeftButton, Qt::NoModifier, start.center() + QPoint(6, 0));
         QCOMPARE(clicked.count(), 1);
-        QCOMPARE(clicked.first().at(0).toString(), QStringLiteral("id"));
-        QCOMPARE(clicked.first().at(1).toUrl(), QUrl(QStringLiteral("http://h.example/x?a=1")));
+        QCOMPARE(clicked.first().at(0).toString(), "id");
+        QCOMPARE(clicked.first().at(1).toUrl(), QUrl("http://h.example/x?a=1"));
         QTest::keyClick(info, Qt::Key_Tab);
         QTest::keyClick(info, Qt::Key_Return);
         QCOMPARE(clicked.count(), 2);
@@ -390,17 +403,16 @@ private Q_SLOTS:
             opened = url.toString(QUrl::FullyEncoded);
             return true;
         });
-        QVERIFY(
-            CMessageBox::setSupportPageAddress(QStringLiteral("https://s.example/@LOCALE@/kb?id=%1&x=1")));
-        QVERIFY(!CMessageBox::setSupportPageAddress(QStringLiteral("file:///kb/%1")));
+        QVERIFY(CMessageBox::setSupportPageAddress("https://s.example/@LOCALE@/kb?id=%1&x=1"));
+        QVERIFY(!CMessageBox::setSupportPageAddress("file:///kb/%1"));
         const auto box = makeBox();
-        box->setProblemID(QStringLiteral("15/3&"));
+        box->setProblemID("15/3&");
         box->show();
         auto *link = part<QLabel>(*box, "m_lblProblemIDLink");
         link->setFocus();
         QTest::keyClick(link, Qt::Key_Tab);
         QTest::keyClick(link, Qt::Key_Return);
-        QCOMPARE(opened, QStringLiteral("https://s.example/de_DE/kb?id=15%2F3%26&x=1"));
+        QCOMPARE(opened, "https://s.example/de_DE/kb?id=15%2F3%26&x=1");
         QWidget *support = part<QWidget>(*box, "m_wSupportInfo");
         QVERIFY(!support->isVisible());
         part<CMoreOptionsLabel>(*box, "m_lblHelpMeSolve")->click();
@@ -410,14 +422,14 @@ private Q_SLOTS:
     void detailsOpenBesideTheBox()
     {
         const auto box = makeBox();
-        box->setDetails(QStringLiteral("<b>raw</b>"));
+        box->setDetails("<b>raw</b>");
         box->show();
         for (int i = 0; i < 2; ++i)
             part<QPushButton>(*box, "m_pbDetails")->click();
         QCOMPARE(box->findChildren<CDetailsDialog *>().size(), 1);
         QPointer<CDetailsDialog> details = box->findChild<CDetailsDialog *>();
         QVERIFY(details->isVisible());
-        QCOMPARE(details->findChild<QPlainTextEdit *>()->toPlainText(), QStringLiteral("<b>raw</b>"));
+        QCOMPARE(details->findChild<QPlainTextEdit *>()->toPlainText(), "<b>raw</b>");
         details->findChild<QPushButton *>()->click();
         QTRY_VERIFY(!details);
         QVERIFY(box->isVisible());
@@ -446,23 +458,23 @@ private Q_SLOTS:
     {
         MessageData data(int(0x80015351));
         data.type = KMT_ERROR;
-        data.longMsg = QStringLiteral("long");
-        data.details = QStringLiteral("details");
-        data.buttons = {{Button1, {QStringLiteral("a")}}, {Button3, {QStringLiteral("c")}}};
+        data.longMsg = "long";
+        data.details = QString("details");
+        data.buttons = {{Button1, {"a"}}, {Button3, {"c"}}};
         CMessageInfo info(data);
         Answerer answerer;
         info.setButtonPressSlot({&answerer, SLOT(decide(Messaging::ButtonID, QPointer<QWidget>))});
         QWidget parent;
         auto *box = qobject_cast<CMessageBox *>(CMessageBoxBuilder::instance()->build(info, &parent));
         QVERIFY(box && !box->isVisible() && box->parentWidget() == &parent);
-        QCOMPARE(box->description() + box->details() + box->problemID(), QStringLiteral("longdetails15351"));
-        QCOMPARE(box->button1() + box->button2() + box->button3(), QStringLiteral("ac"));
+        QCOMPARE(box->description() + box->details() + box->problemID(), "longdetails15351");
+        QCOMPARE(box->button1() + box->button2() + box->button3(), "ac");
         QCOMPARE(box->message(), QString());
-        QCOMPARE(part<QLabel>(*box, "m_lblMsgBox")->accessibleName(), QStringLiteral("Error"));
+        QCOMPARE(part<QLabel>(*box, "m_lblMsgBox")->accessibleName(), "Error");
         // No help is known.
         QVERIFY(part<QWidget>(*box, "m_pbHelp")->isHidden());
-        box->setButtonsMap({{Button1, {QStringLiteral("a"), QMessageBox::DestructiveRole}}});
-        box->setButton1(QStringLiteral("b"));
+        box->setButtonsMap({{Button1, {"a", QMessageBox::DestructiveRole}}});
+        box->setButton1("b");
         QCOMPARE(
             part<QDialogButtonBox>(*box, "m_bbButtons")->buttonRole(part<QPushButton>(*box, "m_pbButton1")),
             QDialogButtonBox::DestructiveRole);
@@ -472,19 +484,19 @@ private Q_SLOTS:
         QCOMPARE(data.defaultButton, Button2);
         const std::unique_ptr<QWidget> bare(
             CMessageBoxBuilder::instance()->build(CMessageInfo(MessageData(7)), nullptr));
-        QCOMPARE(qobject_cast<CMessageBox *>(bare.get())->message(), QStringLiteral("Message 0x00000007"));
+        QCOMPARE(qobject_cast<CMessageBox *>(bare.get())->message(), "Message 0x00000007");
     }
 
 private:
     static std::unique_ptr<CMessageBox> makeBox(QWidget *parent = nullptr)
     {
         auto box = std::make_unique<CMessageBox>(parent);
-        box->setMessageUuid(QStringLiteral("id"));
-        box->setMessage(QStringLiteral("Message"));
-        box->setDescription(QStringLiteral("Description"));
-        box->setButton1(QStringLiteral("&Yes"));
-        box->setButton2(QStringLiteral("&No"));
-        box->setButton3(QStringLiteral("&Later"));
+        box->setMessageUuid("id");
+        box->setMessage("Message");
+        box->setDescription("Description");
+        box->setButton1("&Yes");
+        box->setButton2("&No");
+        box->setButton3("&Later");
         box->setDefaultButton(Button2);
         box->setAllowHide(true);
         return box;

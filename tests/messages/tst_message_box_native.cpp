@@ -5,7 +5,6 @@
 
 #include <QAccessible>
 #include <QLineEdit>
-#include <QLoggingCategory>
 #include <QMainWindow>
 #include <QPushButton>
 #include <QShortcut>
@@ -58,17 +57,12 @@ private Q_SLOTS:
     {
         KovGui::setLogOutputFunction([](const char *, std::size_t) {});
         // The window manager takes frames away while the toolkit still asks for their place.
-        QLoggingCategory::setFilterRules(QStringLiteral("qt.qpa.xcb.warning=false"));
+        QLoggingCategory::setFilterRules("qt.qpa.xcb.warning=false");
     }
 
     void keysAnswer_data()
     {
-        QTest::addColumn<QStringList>("keys");
-        QTest::addColumn<int>("answer");
-
-        const auto row = [](const char *keys, int answer) {
-            QTest::newRow(keys) << QString::fromLatin1(keys).split(QLatin1Char(' ')) << answer;
-        };
+        Table<int> row;
         row("Return", 2);
         row("KP_Enter", 2);
         row("Escape", 0);
@@ -83,7 +77,7 @@ private Q_SLOTS:
 
     void keysAnswer()
     {
-        QFETCH(QStringList, keys);
+        const auto [answer] = cells<int>();
         QWidget parent;
         parent.show();
         QVERIFY(QTest::qWaitForWindowActive(&parent));
@@ -93,21 +87,21 @@ private Q_SLOTS:
         box.open();
         QVERIFY(QTest::qWaitForWindowActive(&box));
         QTRY_VERIFY(box.focusWidget()->hasFocus());
-        pressKeys(keys);
+        pressKeys(QString(QTest::currentDataTag()).split(' '));
         QTRY_COMPARE(delivered.count(), 1);
-        QTEST(delivered.first().at(1).value<ButtonID>() + 0, "answer");
+        QCOMPARE(delivered.first().at(1).value<ButtonID>() + 0, answer);
     }
 
     void unaskedBoxLeavesTheKeyboard_data()
     {
-        QTest::addColumn<bool>("other");
+        Table<bool> row;
         row("typing into our own window", false);
         row("typing into another program's window", true);
     }
 
     void unaskedBoxLeavesTheKeyboard()
     {
-        QFETCH(bool, other);
+        const auto [other] = cells<bool>();
         QMainWindow window;
         QLineEdit own;
         window.setCentralWidget(&own);
@@ -115,7 +109,7 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitForWindowActive(&window));
         QProcess typist;
         if (other) {
-            typist.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--typist")});
+            typist.start(QCoreApplication::applicationFilePath(), {"--typist"});
             QTRY_VERIFY(typist.bytesAvailable() && !window.isActiveWindow());
         }
         CMessageBox box(&window);
@@ -124,37 +118,35 @@ private Q_SLOTS:
         const QSignalSpy delivered(&box, &CMessageBox::beforeMessageDestroyed);
         box.open();
         QVERIFY(QTest::qWaitForWindowExposed(&box));
-        pressKeys({QStringLiteral("a"), QStringLiteral("space"), QStringLiteral("b")});
+        pressKeys({"a", "space", "b"});
         if (other) {
             QByteArray typed;
             QTRY_VERIFY2((typed += typist.readAll()).contains("a b"), typed.constData());
-            pressKeys({QStringLiteral("Escape")});
+            pressKeys({"Escape"});
             QVERIFY(typist.waitForFinished());
         } else {
-            QTRY_COMPARE(own.text(), QStringLiteral("a b"));
+            QTRY_COMPARE(own.text(), "a b");
         }
         const QString id = QString::number(box.winId());
         QVERIFY(box.isVisible() && delivered.isEmpty());
 
         // It is turned to now; what comes in its first moment was typed for the other one.
-        auto *guard = box.findChild<QTimer *>(QStringLiteral("m_timerInputGuard"));
+        auto *guard = box.findChild<QTimer *>("m_timerInputGuard");
         QCOMPARE(guard->interval(), 500);
         guard->setInterval(3600000);
-        runProgram(QStringLiteral("xdotool"), {QStringLiteral("windowactivate"), id});
+        runProgram("xdotool", {"windowactivate", id});
         QVERIFY(QTest::qWaitForWindowActive(&box));
-        const auto *button = box.findChild<QPushButton *>(QStringLiteral("m_pbButton1"));
+        const auto *button = box.findChild<QPushButton *>("m_pbButton1");
         const QPoint place = button->mapToGlobal(button->rect().center());
-        runProgram(QStringLiteral("xdotool"),
-                   {QStringLiteral("mousemove"), QString::number(place.x()), QString::number(place.y()),
-                    QStringLiteral("click"), QStringLiteral("1")});
+        runProgram("xdotool",
+                   {"mousemove", QString::number(place.x()), QString::number(place.y()), "click", "1"});
         Seen seen(Qt::Key_F9);
-        pressKeys({QStringLiteral("Return"), QStringLiteral("alt+y"), QStringLiteral("Escape"),
-                   QStringLiteral("alt+F4"), QStringLiteral("F9")});
+        pressKeys({"Return", "alt+y", "Escape", "alt+F4", "F9"});
         QTRY_VERIFY(seen.key);
         QVERIFY(box.isVisible() && delivered.isEmpty());
         guard->start(0);
         QTRY_VERIFY(!guard->isActive());
-        pressKeys({QStringLiteral("Return")});
+        pressKeys({"Return"});
         QTRY_COMPARE(delivered.count(), 1);
         // The click has moved the focus, no more.
         QCOMPARE(delivered.first().at(1).value<ButtonID>(), Button1);
@@ -175,18 +167,18 @@ private Q_SLOTS:
         box.show();
         box.done(1);
         QAccessible::installUpdateHandler(previous);
-        QCOMPARE(alerts, QStringList{QStringLiteral("Message\nDescription")});
+        QCOMPARE(alerts, QStringList{"Message\nDescription"});
     }
 
 private:
     static void fill(CMessageBox *box)
     {
-        box->setTitle(QStringLiteral("Title"));
-        box->setMessage(QStringLiteral("Message"));
-        box->setDescription(QStringLiteral("Description"));
-        box->setButton1(QStringLiteral("&Yes"));
-        box->setButton2(QStringLiteral("&No"));
-        box->setButton3(QStringLiteral("&Later"));
+        box->setTitle("Title");
+        box->setMessage("Message");
+        box->setDescription("Description");
+        box->setButton1("&Yes");
+        box->setButton2("&No");
+        box->setButton3("&Later");
         box->setDefaultButton(Button2);
     }
 };

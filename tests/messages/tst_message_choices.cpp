@@ -1,10 +1,7 @@
 #include "gui/messages/record/MessageUtils.h"
 #include "tests/messages/MessageFixture.h"
+#include "tests/support/Files.h"
 #include "tests/support/KovTest.h"
-
-#include <QDir>
-#include <QProcess>
-#include <QSettings>
 
 #include <cstdio>
 
@@ -17,7 +14,7 @@ namespace {
 
 constexpr int firstCode = 20000;
 constexpr int codesPerProcess = 40;
-const QString group = QStringLiteral("Hidden Messages ID List/");
+const QString group = "Hidden Messages ID List/";
 
 bool prepare()
 {
@@ -56,20 +53,16 @@ private Q_SLOTS:
     void init() { QSettings().clear(); }
     void storedAnswers_data()
     {
-        QTest::addColumn<int>("code");
-        QTest::addColumn<Messaging::ButtonID>("answer");
-        QTest::addColumn<bool>("kept");
-        QTest::newRow("a possible answer") << firstCode << Button1 << true;
-        QTest::newRow("an impossible answer") << firstCode << Button2 << false;
-        QTest::newRow("no answer") << firstCode << ButtonNone << false;
-        QTest::newRow("a message that may not be hidden") << 19000 << Button1 << false;
+        Table<int, Messaging::ButtonID, bool> row;
+        row("a possible answer", firstCode, Button1, true);
+        row("an impossible answer", firstCode, Button2, false);
+        row("no answer", firstCode, ButtonNone, false);
+        row("a message that may not be hidden", 19000, Button1, false);
     }
 
     void storedAnswers()
     {
-        QFETCH(int, code);
-        QFETCH(Messaging::ButtonID, answer);
-        QFETCH(bool, kept);
+        const auto [code, answer, kept] = cells<int, Messaging::ButtonID, bool>();
         MessageUtils::setMessageHidden(code, answer);
         QCOMPARE(QSettings().contains(group + QString::number(code)), kept);
         QCOMPARE(MessageUtils::isMessageHidden(code), kept);
@@ -83,11 +76,11 @@ private Q_SLOTS:
     {
         for (const char *key : {"19000", "20000", "20001", "-5", "20002x"})
             QSettings().setValue(group + QLatin1String(key), 1u);
-        QSettings().setValue(group + QStringLiteral("20001"), 77u);
+        QSettings().setValue(group + "20001", 77u);
         QVERIFY(!MessageUtils::isMessageHidden(20001));
         QCOMPARE(MessageUtils::getHiddenMessagesCount(), 2);
-        QVERIFY(!QSettings().contains(group + QStringLiteral("19000")));
-        QVERIFY(!QSettings().contains(group + QStringLiteral("-5")));
+        QVERIFY(!QSettings().contains(group + "19000"));
+        QVERIFY(!QSettings().contains(group + "-5"));
         MessageUtils::restoreHiddenMessages();
         QCOMPARE(MessageUtils::getHiddenMessagesCount(), 0);
     }
@@ -103,7 +96,7 @@ private Q_SLOTS:
             QVERIFY2(MessageUtils::isShownOnceForVm(data), issuer);
         }
         QSettings settings;
-        QVERIFY(settings.contains(QStringLiteral("Shown Once For VM Messages ID List/{uuid}")));
+        QVERIFY(settings.contains("Shown Once For VM Messages ID List/{uuid}"));
         // One code per issuer: the second message takes the place of the first.
         data.code = 7;
         MessageUtils::saveShowOnceForVmMessage(data);
@@ -118,9 +111,8 @@ private Q_SLOTS:
         MessageUtils::setMessageHidden(firstCode, Button1);
         QProcess children[2];
         for (int i = 0; i < 2; ++i) {
-            children[i].start(
-                QCoreApplication::applicationFilePath(),
-                {QStringLiteral("--store"), QString::number(firstCode + (i + 1) * codesPerProcess)});
+            children[i].start(QCoreApplication::applicationFilePath(),
+                              {"--store", QString::number(firstCode + (i + 1) * codesPerProcess)});
         }
         for (int code = firstCode + 1; code < firstCode + codesPerProcess; ++code)
             MessageUtils::setMessageHidden(code, Button1);
@@ -133,7 +125,7 @@ private Q_SLOTS:
         }
         QCOMPARE(MessageUtils::getHiddenMessagesCount(), 3 * codesPerProcess);
         QSettings settings;
-        settings.beginGroup(QStringLiteral("Shown Once For VM Messages ID List"));
+        settings.beginGroup("Shown Once For VM Messages ID List");
         QCOMPARE(settings.childKeys().size(), 2);
     }
 
@@ -147,19 +139,16 @@ private Q_SLOTS:
                    : log.text().contains("can't write") ? "not written"
                                                         : "";
         };
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write("no setting\n") > 0);
-        file.close();
+        QVERIFY(writeFile(path, "no setting\n"));
         QCOMPARE(complaintWhileHiding(firstCode), "damaged");
         QCOMPARE(complaintWhileHiding(firstCode + 1), "");
 
-        QVERIFY(file.remove() && QDir().mkdir(path));
+        QVERIFY(QFile::remove(path) && QDir().mkdir(path));
         QCOMPARE(complaintWhileHiding(firstCode), "not written");
         QVERIFY2(MessageUtils::isMessageHidden(firstCode), "the answer is lost for this run as well");
         QVERIFY(QDir().rmdir(path));
         QCOMPARE(complaintWhileHiding(firstCode + 1), "");
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QByteArray stored = file.readAll();
+        const QByteArray stored = fileContent(path);
         QVERIFY2(stored.contains("20000=1") && stored.contains("20001=1"), stored.constData());
     }
 };
@@ -170,8 +159,8 @@ int main(int argc, char *argv[])
     const bool other = argc == 3 && qstrcmp(argv[1], "--store") == 0;
     const std::unique_ptr<TestEnvironment> environment(other ? nullptr : new TestEnvironment);
     QApplication application(argc, argv);
-    application.setOrganizationName(QStringLiteral("Tessarine Tests"));
-    application.setApplicationName(QStringLiteral("tst_message_choices"));
+    application.setOrganizationName("Tessarine Tests");
+    application.setApplicationName("tst_message_choices");
     if (other)
         return storeAndWait(QByteArray(argv[2]).toInt());
     tst_message_choices test;

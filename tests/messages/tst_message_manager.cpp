@@ -10,13 +10,11 @@
 #include <QCheckBox>
 #include <QMainWindow>
 #include <QPushButton>
-#include <QSettings>
-#include <QThread>
 
 namespace {
 
 constexpr int unbuildable = 9001;
-const QString Issuer = QStringLiteral("vm");
+const QString Issuer = "vm";
 
 QStringList &events()
 {
@@ -26,7 +24,7 @@ QStringList &events()
 
 QString story()
 {
-    return events().join(QLatin1Char(' '));
+    return events().join(' ');
 }
 
 } // namespace
@@ -91,7 +89,7 @@ public:
     using CMessageProcessor::create;
     void sendAnswerToVm(CMessageInfo &message, int answer) override
     {
-        events().append(QStringLiteral("vm%1=%2").arg(message.data().code).arg(answer));
+        events().append(QString("vm%1=%2").arg(message.data().code).arg(answer));
     }
 };
 
@@ -102,7 +100,7 @@ class tst_message_manager : public QObject
 public Q_SLOTS:
     void onClosed(KOV_RESULT code, Messaging::ButtonID answer)
     {
-        events().append(QStringLiteral("@%1=%2").arg(code).arg(answer));
+        events().append(QString("@%1=%2").arg(code).arg(answer));
     }
     bool onLink(const QUrl &url)
     {
@@ -131,13 +129,13 @@ private Q_SLOTS:
 
         m_manager = CMessageManager::instance();
         connect(m_manager, &CMessageManager::aboutToShowMessage, this,
-                [](const auto &data) { events().append(QStringLiteral("+%1").arg(data.code)); });
+                [](const auto &data) { events().append(QString("+%1").arg(data.code)); });
         connect(m_manager, &CMessageManager::messageClosed, this,
                 [](const auto &data, Messaging::ButtonID answer) {
-                    events().append(QStringLiteral("-%1=%2").arg(data.code).arg(answer));
+                    events().append(QString("-%1=%2").arg(data.code).arg(answer));
                 });
         connect(m_manager, &CMessageManager::notificationClicked, this,
-                [](KOV_RESULT code) { events().append(QStringLiteral("*%1").arg(code)); });
+                [](KOV_RESULT code) { events().append(QString("*%1").arg(code)); });
     }
 
     void init()
@@ -168,8 +166,7 @@ private Q_SLOTS:
     void life_data()
     {
         // Steps, and what happens: +code opens, -code=answer closed, @ the close slot, code:result unless 0.
-        QTest::addColumn<QString>("script");
-        QTest::addColumn<QString>("log");
+        Table<QString, QString> row;
         row("open and answer", "show 1001, answer 1001 1", "+1001 -1001=1 @1001=1");
         row("closed without an answer", "show 1001, close 1001", "+1001 -1001=0 @1001=0");
         row("equal is merged", "show 1001, show 1001, answer 1001 1",
@@ -242,14 +239,24 @@ private Q_SLOTS:
             "+1001 1004:-1 1003:-1 -1001=0 @1001=0 +1004");
         row("a parent is destroyed: then it is shown", "show 1001, show 1004, destroy, spin, close 1004",
             "+1001 1004:-1 -1001=0 @1001=0 +1004 -1004=0 @1004=0");
+        // Listener calls are "?answer", with * for a box; what follows a click is told once.
+        row("listener: clicked", "listen 1001, click 1001", "+1001 ?1* -1001=1");
+        row("listener: closed", "listen 1001, close 1001", "+1001 ?0 -1001=0");
+        row("listener: kept open, then closed", "keep, listen 1001, click 1001, close 1001",
+            "+1001 ?1* ?0 -1001=0");
+        row("listener: merged", "listen 1001, listen 1001, click 1001", "+1001 ?0 ?1* -1001=1");
+        row("listener: cleared", "block, listen 1001, clear", "?0");
+        row("listener: impossible to show", "listen 9001", "?0");
+        row("listener: answered by itself", "listen 8001", "?1");
+        row("listener: destroyed", "listen 1001, destroy, spin", "+1001 ?0 -1001=0");
     }
 
     void life()
     {
-        QFETCH(QString, script);
-        for (const QString &step : script.split(QStringLiteral(", ")))
+        const auto [script, log] = cells<QString, QString>();
+        for (const QString &step : script.split(", "))
             run(step);
-        QTEST(story(), "log");
+        QCOMPARE(story(), log);
     }
 
     void boxIsDeletedBeforeItIsShown()
@@ -257,9 +264,9 @@ private Q_SLOTS:
         QObject guard;
         connect(m_manager, &CMessageManager::aboutToShowMessage, &guard,
                 [](const auto &, QWidget *, CMessageBoxWndBase *window) { delete window; });
-        run(QStringLiteral("show 1001"));
-        run(QStringLiteral("spin"));
-        QCOMPARE(story(), QStringLiteral("+1001 1001:-1 -1001=0 @1001=0"));
+        run("show 1001");
+        run("spin");
+        QCOMPARE(story(), "+1001 1001:-1 -1001=0 @1001=0");
     }
 
     void boxIsClosedBeforeItIsShown()
@@ -271,8 +278,8 @@ private Q_SLOTS:
                     box = window;
                     window->close();
                 });
-        run(QStringLiteral("show 1001"));
-        QCOMPARE(story(), QStringLiteral("+1001 -1001=0 @1001=0 1001:-1"));
+        run("show 1001");
+        QCOMPARE(story(), "+1001 -1001=0 @1001=0 1001:-1");
         QTRY_VERIFY(!box);
     }
 
@@ -291,39 +298,16 @@ private Q_SLOTS:
             m_manager->showMessageBox(1003, m_free.get());
             new QWidget(panel);
             delete panel;
-            QCOMPARE(story(), QStringLiteral("+1001 +1003"));
+            QCOMPARE(story(), "+1001 +1003");
             if (atTheEnd)
                 Q_EMIT qApp->aboutToQuit({});
             else
-                run(QStringLiteral("spin"));
-            QCOMPARE(story(), QStringLiteral("+1001 +1003 -1001=0 +1004"));
+                run("spin");
+            QCOMPARE(story(), "+1001 +1003 -1001=0 +1004");
             for (const int code : {1004, 1003})
                 m_manager->closeSpecificMessageBox(code);
-            run(QStringLiteral("spin"));
+            run("spin");
         }
-    }
-
-    void answerListener_data()
-    {
-        // Listener calls are "?answer", with * for a box; what follows a click is told once.
-        QTest::addColumn<QString>("script");
-        QTest::addColumn<QString>("log");
-        row("clicked", "listen 1001, click 1001", "+1001 ?1* -1001=1");
-        row("closed", "listen 1001, close 1001", "+1001 ?0 -1001=0");
-        row("kept open, then closed", "keep, listen 1001, click 1001, close 1001", "+1001 ?1* ?0 -1001=0");
-        row("merged", "listen 1001, listen 1001, click 1001", "+1001 ?0 ?1* -1001=1");
-        row("cleared", "block, listen 1001, clear", "?0");
-        row("impossible to show", "listen 9001", "?0");
-        row("answered by itself", "listen 8001", "?1");
-        row("destroyed", "listen 1001, destroy, spin", "+1001 ?0 -1001=0");
-    }
-
-    void answerListener()
-    {
-        QFETCH(QString, script);
-        for (const QString &step : script.split(QStringLiteral(", ")))
-            run(step);
-        QTEST(story(), "log");
     }
 
     void questionThatNobodyWaitsFor()
@@ -337,30 +321,30 @@ private Q_SLOTS:
 
         // The receiver of the one that waits goes.
         auto receiver = std::make_unique<QObject>();
-        run(QStringLiteral("show 1001"));
+        run("show 1001");
         m_manager->showMessageBox(2001, Issuer, {}, {}, CSlotInfo(receiver.get(), [] {}), true,
                                   m_window.get());
         receiver.reset();
-        run(QStringLiteral("answer 1001 1"));
-        QCOMPARE(story(), QStringLiteral("+1001 -1001=1 @1001=1"));
+        run("answer 1001 1");
+        QCOMPARE(story(), "+1001 -1001=1 @1001=1");
         // What only tells something is read all the same.
         m_manager->showMessageBox(params.setErrCode(1001));
-        QCOMPARE(events().takeLast(), QStringLiteral("+1001"));
+        QCOMPARE(events().takeLast(), "+1001");
     }
 
     void unaskedMessagesLeaveTheKeyboard()
     {
-        run(QStringLiteral("aside 1004"));
+        run("aside 1004");
         QVERIFY(box(1004)->isAskedFor() && box(1004)->isModal());
-        run(QStringLiteral("server 1001"));
+        run("server 1001");
         MessageParams params(4001, m_window.get());
         m_manager->showMessageBox(params.setAskedFor(false));
         for (const int code : {1001, 4001})
             QVERIFY(!box(code)->isAskedFor() && !box(code)->isModal());
         // Merged into one that came by itself: what is asked for now comes to the front.
-        run(QStringLiteral("server 1001"));
+        run("server 1001");
         QVERIFY(!box(1001)->isAskedFor());
-        run(QStringLiteral("show 1001"));
+        run("show 1001");
         QVERIFY(box(1001)->isAskedFor());
     }
 
@@ -373,23 +357,22 @@ private Q_SLOTS:
                 [&](const auto &data) { shown = data; });
 
         MessageParams params(1001, m_button);
-        params.setShortMsgParams({QStringLiteral("<b>")})
-            .setLongMsgParams({QStringLiteral("%2"), QStringLiteral("x")});
+        params.setShortMsgParams({"<b>"}).setLongMsgParams({"%2", "x"});
         m_manager->showMessageBox(params);
         QCOMPARE(shown.issuerId, Issuer);
-        QCOMPARE(shown.shortMsg, QStringLiteral("Brief &lt;b&gt;"));
-        QCOMPARE(shown.longMsg, QStringLiteral("Full x %2"));
-        run(QStringLiteral("answer 1001 1"));
+        QCOMPARE(shown.shortMsg, "Brief &lt;b&gt;");
+        QCOMPARE(shown.longMsg, "Full x %2");
+        run("answer 1001 1");
 
-        params.setErrCode(4001).setShortMsg(QStringLiteral("Own"));
-        params.addButton(Messaging::Button2, {QStringLiteral("New"), QMessageBox::NoRole});
+        params.setErrCode(4001).setShortMsg("Own");
+        params.addButton(Messaging::Button2, {"New", QMessageBox::NoRole});
         m_manager->showMessageBox(params);
-        QCOMPARE(shown.shortMsg + shown.longMsg, QStringLiteral("OwnFull x %2"));
+        QCOMPARE(shown.shortMsg + shown.longMsg, "OwnFull x %2");
         QCOMPARE(shown.buttons.keys(), QList<Messaging::ButtonID>{Messaging::Button2});
 
         // A code with a report carries the report's answers.
         m_manager->showMessageBox(1003, m_free.get());
-        QCOMPARE(shown.buttons.value(Messaging::Button1).text, QStringLiteral("Send Problem Report"));
+        QCOMPARE(shown.buttons.value(Messaging::Button1).text, "Send Problem Report");
     }
 
     void variants()
@@ -418,9 +401,9 @@ private Q_SLOTS:
         QVERIFY(thread->wait(5000));
         QCOMPARE(log.count("is called from another thread, ignored."), 3);
         m_free.reset();
-        run(QStringLiteral("spin"));
+        run("spin");
         m_manager->closeMessageBoxes(nullptr);
-        QCOMPARE(story(), QStringLiteral("+1001 -1001=0 @1001=0"));
+        QCOMPARE(story(), "+1001 -1001=0 @1001=0");
     }
 
     void jobs()
@@ -430,14 +413,14 @@ private Q_SLOTS:
         const CSlotInfo closeSlot = slot();
         QCOMPARE(KovService_CreateJob(job.out()), KOV_SUCCESS);
         QCOMPARE(m_manager->showMessageBoxForJob(job, Issuer, &closeSlot), -1);
-        QCOMPARE(events().takeLast(), QStringLiteral("@%1=0").arg(KOV_ERR_IN_PROGRESS));
+        QCOMPARE(events().takeLast(), QString("@%1=0").arg(KOV_ERR_IN_PROGRESS));
 
         KovService_CreateEvent(1004, "vm", event.out());
         KovService_CompleteJob(job, KOV_ERR_FAILURE, event, nullptr);
         const CSdkRequest request(job);
         QCOMPARE(m_manager->showMessageBoxForRequest(request, QString(), &closeSlot), 0);
-        run(QStringLiteral("close 1004"));
-        QCOMPARE(story(), QStringLiteral("+1004 -1004=0 @1004=0"));
+        run("close 1004");
+        QCOMPARE(story(), "+1004 -1004=0 @1004=0");
 
         KovService_CreateJob(job.out());
         KovService_CompleteJob(job, 1003, nullptr, nullptr);
@@ -445,7 +428,7 @@ private Q_SLOTS:
         QCOMPARE(m_manager->getMessageWindowsForParent(m_window.get()),
                  m_manager->getMessageWindowsForId(1003));
         QCOMPARE(m_manager->showMessageBox(t_SdkHandleWrap(), Issuer, nullptr, closeSlot), -1);
-        QVERIFY(events().last().endsWith(QLatin1String("=0")));
+        QVERIFY(events().last().endsWith("=0"));
     }
 
     void links()
@@ -455,43 +438,42 @@ private Q_SLOTS:
             opened.append(url);
             return true;
         });
-        QVERIFY(Help::setBaseAddress(QStringLiteral("https://help.example.com/@TOPIC@")));
-        const QUrl web(QStringLiteral("https://example.com/"));
+        QVERIFY(Help::setBaseAddress("https://help.example.com/@TOPIC@"));
+        const QUrl web("https://example.com/");
         MessageParams params(1001, m_window.get());
         params.setAnchorClickSlot(CSlotInfo(this, SLOT(onLink(QUrl))));
         m_manager->showMessageBox(params);
-        Q_EMIT box(1001)->anchorClicked(box(1001)->getMessageUuid(), QUrl(QStringLiteral("kovhelp:7")));
-        Q_EMIT box(1001)->anchorClicked(box(1001)->getMessageUuid(), QUrl(QStringLiteral("kovhelp:network")));
+        Q_EMIT box(1001)->anchorClicked(box(1001)->getMessageUuid(), QUrl("kovhelp:7"));
+        Q_EMIT box(1001)->anchorClicked(box(1001)->getMessageUuid(), QUrl("kovhelp:network"));
         Q_EMIT box(1001)->anchorClicked(box(1001)->getMessageUuid(), web);
-        QCOMPARE(opened, QList<QUrl>({QUrl(QStringLiteral("https://help.example.com/7")),
-                                      QUrl(QStringLiteral("https://help.example.com/132"))}));
-        QCOMPARE(events(), QStringList({QStringLiteral("+1001"), web.toString()}));
+        QCOMPARE(opened,
+                 QList<QUrl>({QUrl("https://help.example.com/7"), QUrl("https://help.example.com/132")}));
+        QCOMPARE(events(), QStringList({"+1001", web.toString()}));
 
         // Nobody asked for the links of this one.
-        run(QStringLiteral("aside 1004"));
+        run("aside 1004");
         Q_EMIT box(1004)->anchorClicked(box(1004)->getMessageUuid(), web);
         QCOMPARE(opened.last(), web);
         LogCapture log;
-        Q_EMIT box(1004)->anchorClicked(box(1004)->getMessageUuid(),
-                                        QUrl(QStringLiteral("file:///etc/passwd")));
+        Q_EMIT box(1004)->anchorClicked(box(1004)->getMessageUuid(), QUrl("file:///etc/passwd"));
         QVERIFY(log.text().contains("(!)Can not invoke event handler for url clicked slot"));
         QCOMPARE(opened.size(), 3);
         // Nothing opens: the user reads where the page is.
         Help::setUrlOpener([](const QUrl &) { return false; });
         Q_EMIT box(1004)->anchorClicked(box(1004)->getMessageUuid(), web);
-        const auto *notice = box(1004)->findChild<CMessageBox *>(QStringLiteral("HelpNotice"));
+        const auto *notice = box(1004)->findChild<CMessageBox *>("HelpNotice");
         QVERIFY(notice && notice->isVisible() && notice->description() == web.toString());
         Help::setUrlOpener(nullptr);
     }
 
     void openWindows()
     {
-        m_manager->showMessageBox(1001, QStringLiteral("a"), {}, {}, {}, false, m_window.get());
-        m_manager->showMessageBox(1001, QStringLiteral("b"), {}, {}, {}, false, m_free.get());
-        m_manager->raiseSpecificMessageBox(QStringLiteral("a"), 1001);
+        m_manager->showMessageBox(1001, "a", {}, {}, {}, false, m_window.get());
+        m_manager->showMessageBox(1001, "b", {}, {}, {}, false, m_free.get());
+        m_manager->raiseSpecificMessageBox("a", 1001);
         QTRY_COMPARE(QApplication::activeWindow(),
                      m_manager->getMessageWindowsForParent(m_window.get()).value(0));
-        m_manager->closeSpecificMessageBox(QStringLiteral("a"), 1001);
+        m_manager->closeSpecificMessageBox("a", 1001);
         QCOMPARE(m_manager->getMessageWindowsForId(1001).size(), 1);
         m_manager->closeSpecificMessageBox(1001);
         QVERIFY(m_manager->getMessageWindowsForId(1001).isEmpty());
@@ -500,7 +482,7 @@ private Q_SLOTS:
 private:
     void run(const QString &step)
     {
-        const QStringList words = step.split(QLatin1Char(' '));
+        const QStringList words = step.split(' ');
         const QByteArray verb = words.first().toLatin1();
         const int code = words.value(1).toInt();
         const auto answer = Messaging::ButtonID(words.value(2).toInt());
@@ -508,7 +490,7 @@ private:
             const QStringList params{words.value(2)};
             const int result = m_manager->showMessageBox(code, Issuer, params, {}, slot, spontaneous, parent);
             if (result != 0)
-                events().append(QStringLiteral("%1:%2").arg(code).arg(result));
+                events().append(QString("%1:%2").arg(code).arg(result));
         };
         const QHash<QByteArray, std::function<void()>> verbs{
             {"show", [&] { show(false, m_window.get(), slot()); }},
@@ -520,15 +502,14 @@ private:
             {"will", [&] { Builder::whileOpen = [code](Box *box) { box->done(code); }; }},
             {"doom", [&] { Builder::whileOpen = [this](Box *) { m_window.reset(); }; }},
             {"answer", [&] { box(code)->done(answer); }},
-            {"mark",
-             [&] { box(code)->findChild<QCheckBox *>(QStringLiteral("m_ckbDoNotShowFlag"))->click(); }},
+            {"mark", [&] { box(code)->findChild<QCheckBox *>("m_ckbDoNotShowFlag")->click(); }},
             {"close", [&] { m_manager->closeSpecificMessageBox(Issuer, code); }},
             {"delete", [&] { delete box(code); }},
             {"destroy", [&] { m_window.reset(); }},
             {"unbutton", [&] { delete m_button; }},
             {"listen", [&] { listen(code); }},
             {"keep", [&] { m_keepsOpen = true; }},
-            {"click", [&] { box(code)->findChild<QPushButton *>(QStringLiteral("m_pbButton1"))->click(); }},
+            {"click", [&] { box(code)->findChild<QPushButton *>("m_pbButton1")->click(); }},
             {"spin", [&] { QCoreApplication::processEvents(); }},
             {"clear", [&] { m_manager->clearMessageQueue(Issuer); }},
             {"block", [&] { m_manager->setMessagingBlocked(true); }},
@@ -545,7 +526,7 @@ private:
         message->data().hintWidget = m_window.get();
         message->setButtonPressSlot(
             CSlotInfo(this, [this](Messaging::ButtonID answer, const QPointer<QWidget> &box) {
-                events().append(QStringLiteral("?%1%2").arg(answer).arg(QLatin1String(box ? "*" : "")));
+                events().append(QString("?%1%2").arg(answer).arg(QLatin1String(box ? "*" : "")));
                 return m_keepsOpen;
             }));
         processor->tryToShowMessage(message);

@@ -13,9 +13,6 @@ class CControlCenterWindow : public QWidget
     Q_OBJECT
 };
 
-using MakeWindow = std::function<QWidget *()>;
-Q_DECLARE_METATYPE(MakeWindow)
-
 class tst_message_parent : public QObject
 {
     Q_OBJECT
@@ -23,10 +20,7 @@ class tst_message_parent : public QObject
 private Q_SLOTS:
     void canBeParent_data()
     {
-        QTest::addColumn<MakeWindow>("make");
-        QTest::addColumn<bool>("can");
-        const auto row
-            = [](const char *name, bool can, const MakeWindow &make) { QTest::newRow(name) << make << can; };
+        Table<bool, std::function<QWidget *()>> row;
         row("main window", true, [] { return new QMainWindow; });
         row("wizard", true, [] { return new QWizard; });
         row("control centre", true, [] { return new CControlCenterWindow; });
@@ -39,14 +33,14 @@ private Q_SLOTS:
             [] { return new CBaseDialog(nullptr, {}, CWindowInterface::NotAParent); });
         row("frame of another kind", false, [] {
             auto *window = new QMainWindow;
-            window->setObjectName(QStringLiteral("chrWindow"));
+            window->setObjectName("chrWindow");
             return window;
         });
     }
 
     void canBeParent()
     {
-        QFETCH(MakeWindow, make);
+        const auto [can, make] = cells<bool, std::function<QWidget *()>>();
         const std::unique_ptr<QWidget> window(make());
         auto *child = new QWidget(window.get());
         QVERIFY(!CSearchParentHelper::canBeParent(window.get()));
@@ -55,8 +49,8 @@ private Q_SLOTS:
             QTest::ignoreMessage(QtWarningMsg, "This plugin does not support grabbing the keyboard");
         }
         window->show();
-        QTEST(CSearchParentHelper::canBeParent(window.get()), "can");
-        QTEST(CSearchParentHelper::canBeParent(child), "can");
+        QCOMPARE(CSearchParentHelper::canBeParent(window.get()), can);
+        QCOMPARE(CSearchParentHelper::canBeParent(child), can);
         window->showMinimized();
         QVERIFY(!CSearchParentHelper::canBeParent(window.get()));
     }

@@ -19,7 +19,7 @@ public:
 public Q_SLOTS:
     void onClosed(KOV_RESULT code, Messaging::ButtonID answer, const QVariant &params)
     {
-        calls.append(QStringLiteral("%1 %2 %3").arg(code).arg(answer).arg(params.toString()));
+        calls.append(QString("%1 %2 %3").arg(code).arg(answer).arg(params.toString()));
     }
 };
 
@@ -27,8 +27,8 @@ QString describeAnswers(const ButtonsMap &buttons)
 {
     QStringList texts;
     for (auto it = buttons.begin(); it != buttons.end(); ++it)
-        texts.append(QStringLiteral("%1:%2:%3").arg(it.key()).arg(it->text).arg(it->role));
-    return texts.join(QLatin1Char(' '));
+        texts.append(QString("%1:%2:%3").arg(it.key()).arg(it->text).arg(it->role));
+    return texts.join(' ');
 }
 
 class tst_message_record : public QObject
@@ -48,7 +48,7 @@ private Q_SLOTS:
 
     void equality()
     {
-        const QString text = QStringLiteral("other");
+        const QString text = "other";
         const QVector<std::function<void(MessageData &)>> changes{
             [](MessageData &other) { other.code = 2001; },
             [&](MessageData &other) { other.issuerId = text; },
@@ -78,17 +78,17 @@ private Q_SLOTS:
         QCOMPARE(log.count("(!)Error: can't connect message listener."), 1);
         message.setCloseSlot(&listener,
                              QLatin1String(SLOT(onClosed(KOV_RESULT, Messaging::ButtonID, const QVariant &))),
-                             QStringLiteral("tag"));
+                             "tag");
         message.emitBeforeDeleted(Button2);
         message.emitBeforeDeleted(Button1);
-        QCOMPARE(listener.calls, QStringList{QStringLiteral("1001 2 tag")});
+        QCOMPARE(listener.calls, QStringList{"1001 2 tag"});
     }
 
     void dumpCannotBeForged()
     {
         MessageData data(1001);
-        data.issuerId = QStringLiteral("vm\nforged record");
-        data.shortMsg = QStringLiteral("%6 is no place");
+        data.issuerId = "vm\nforged record";
+        data.shortMsg = "%6 is no place";
         const LogCapture log;
         data.dump();
         QVERIFY(log.text().contains(" >> Issuer id = vm\\nforged record \n  >> Code = 000003E9 \n"));
@@ -102,15 +102,14 @@ private Q_SLOTS:
         QCOMPARE(KovService_CreateEvent(2001, "vm", event.out()), KOV_SUCCESS);
         QCOMPARE(KovService_CreateEvent(1001, "vm", cause.out()), KOV_SUCCESS);
         QVERIFY(MessageUtils::getComplexEventParam(event).isNull());
-        QCOMPARE(describeAnswers(MessageUtils::getButtonsMap(event, 2001)), QStringLiteral("1:Yes:5 2:No:6"));
+        QCOMPARE(describeAnswers(MessageUtils::getButtonsMap(event, 2001)), "1:Yes:5 2:No:6");
 
         KovService_AddStringParam(cause, "disk", "<i>C:</i>");
         KovService_AddInt32Param(event, "vm_message_choice_2", 0x3E91);
         KovService_AddHandleParam(event, "internal_event", cause);
         KovService_AddInt32Param(event, "vm_message_choice_0", 0x3E90);
         KovService_AddInt32Param(event, "vm_message_choice_3", 0x3E92);
-        QCOMPARE(describeAnswers(MessageUtils::getButtonsMap(event, 2001)),
-                 QStringLiteral("1:Stop:0 3:Keep Running:1"));
+        QCOMPARE(describeAnswers(MessageUtils::getButtonsMap(event, 2001)), "1:Stop:0 3:Keep Running:1");
 
         // No placeholder comes from outside, beside those that the text has itself.
         t_SdkHandleWrap stop;
@@ -118,14 +117,13 @@ private Q_SLOTS:
         KovService_AddStringParam(stop, "name", "@KOV_GUI_STD_SECONDS_TIMER/0");
         CMessageProcessor reader;
         const std::unique_ptr<CMessageInfo> counted(reader.create(stop, QString(), true, nullptr, nullptr));
-        QCOMPARE(counted->data().shortMsg, QStringLiteral("Stop &#x40;KOV_GUI_STD_SECONDS_TIMER/0 in "
-                                                          "@KOV_GUI_STD_SECONDS_TIMER/30?"));
+        QCOMPARE(counted->data().shortMsg, "Stop &#x40;KOV_GUI_STD_SECONDS_TIMER/0 in "
+                                           "@KOV_GUI_STD_SECONDS_TIMER/30?");
 
         // What comes from outside shows as text; the cause becomes the details.
-        QCOMPARE(MessageUtils::getMessageString(cause, true),
-                 QStringLiteral("Disk &amp; <b>&lt;i&gt;C:&lt;/i&gt;</b>"));
+        QCOMPARE(MessageUtils::getMessageString(cause, true), "Disk &amp; <b>&lt;i&gt;C:&lt;/i&gt;</b>");
         const std::unique_ptr<CMessageInfo> message(reader.create(event, QString(), true, nullptr, nullptr));
-        QCOMPARE(message->data().issuerId, QStringLiteral("vm"));
+        QCOMPARE(message->data().issuerId, "vm");
         QCOMPARE(message->data().details.text(), MessageUtils::getMessageString(cause, false));
     }
 
@@ -136,49 +134,42 @@ private Q_SLOTS:
         QCOMPARE(MessageUtils::getMessageString(-2, true), QString());
         QCOMPARE(MessageUtils::getMessageType(-2), KMT_UNKNOWN);
         QCOMPARE(log.count("(!)Error"), 2);
-        QString position = QStringLiteral("Disk 3: IDE 0  1, 2 3");
+        QString position = "Disk 3: IDE 0  1, 2 3";
         MessageUtils::deviceIdToString(position);
-        QCOMPARE(position, QStringLiteral("Disk 3: IDE 1:2, 2 3"));
+        QCOMPARE(position, "Disk 3: IDE 1:2, 2 3");
         MessageUtils::incDeviceIndex(position);
-        QCOMPARE(position, QStringLiteral("Disk 4: IDE 1:2, 2 3"));
+        QCOMPARE(position, "Disk 4: IDE 1:2, 2 3");
     }
 
     void substitution_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QStringList>("params");
-        QTest::addColumn<QString>("result");
+        Table<QString, QStringList, QString> row;
 
-        const auto row = [](const char *name, const char *text, const QStringList &params,
-                            const char *result) { QTest::newRow(name) << text << params << result; };
-        const QString one = QStringLiteral("one");
-        const QString two = QStringLiteral("two");
+        const QString one = "one";
+        const QString two = "two";
         row("in turn", "%1 and %2", {one, two}, "one and two");
         row("by number, not by place", "%2 before %1", {one, two}, "two before one");
         row("every place of a number", "%1, %1", {one}, "one, one");
         row("numbers with gaps", "%3 %7", {one, two}, "one two");
         row("two digits", "%10 %1", {one, two}, "two one");
-        row("a placeholder inside a value stays", "%1 %2", {QStringLiteral("%2"), two}, "%2 two");
+        row("a placeholder inside a value stays", "%1 %2", {"%2", two}, "%2 two");
         row("too few values", "%1 %2", {one}, "one %2");
         row("percent signs of other kinds", "100% of %1, %%, %0", {one}, "100% of one, %%, %0");
         row("nothing to put in", "", {one}, "");
-        row("markup and lines", "%1",
-            MessageText::toRichText(QStringList{QStringLiteral("<img src=\"/x\">\na & b")}),
+        row("markup and lines", "%1", MessageText::toRichText(QStringList{"<img src=\"/x\">\na & b"}),
             "&lt;img src=&quot;/x&quot;&gt;<br>a &amp; b");
-        row("no placeholder", "%1", MessageText::toRichText(QStringList{QStringLiteral("@A")}), "&#x40;A");
+        row("no placeholder", "%1", MessageText::toRichText(QStringList{"@A"}), "&#x40;A");
     }
 
     void substitution()
     {
-        QFETCH(QString, text);
-        QFETCH(QStringList, params);
-        QTEST(MessageText::substitute(text, params), "result");
+        const auto [text, params, result] = cells<QString, QStringList, QString>();
+        QCOMPARE(MessageText::substitute(text, params), result);
     }
 
     void plainTextShowsAsWritten_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("rich");
+        Table<QString, QString> row;
         row("comparison", "a < b and c > d\nnext", "a &lt; b and c > d<br>next");
         row("what only looks like a tag", "a <b and c> d <now>", "a &lt;b and c> d &lt;now>");
         row("tags", "<b>1</b> < <a href=\"x\">2</a>\n<br/>", "<b>1</b> &lt; <a href=\"x\">2</a>\n<br/>");
@@ -187,8 +178,8 @@ private Q_SLOTS:
 
     void plainTextShowsAsWritten()
     {
-        QFETCH(QString, text);
-        QTEST(MessageText::asRichText(text), "rich");
+        const auto [text, rich] = cells<QString, QString>();
+        QCOMPARE(MessageText::asRichText(text), rich);
     }
 };
 

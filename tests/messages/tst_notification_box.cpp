@@ -24,7 +24,6 @@ public:
 };
 
 using Way = std::function<void(CNotificationBox *)>;
-Q_DECLARE_METATYPE(Way)
 
 static QList<QPropertyAnimation *> animations(const CNotificationBox *box, const char *name)
 {
@@ -45,7 +44,7 @@ static void finishClosing(const CNotificationBox *box)
 
 static QTimer *autoClose(const CNotificationBox *box)
 {
-    return box->findChild<QTimer *>(QStringLiteral("m_timerAutoClose"));
+    return box->findChild<QTimer *>("m_timerAutoClose");
 }
 
 class tst_NotificationBox : public QObject
@@ -87,13 +86,13 @@ private Q_SLOTS:
 
     void standsAtItsCorner_data()
     {
-        QTest::addColumn<Qt::LayoutDirection>("direction");
+        Table<Qt::LayoutDirection> row;
         row("left to right", Qt::LeftToRight);
         row("right to left", Qt::RightToLeft);
     }
     void standsAtItsCorner()
     {
-        QFETCH(Qt::LayoutDirection, direction);
+        const auto [direction] = cells<Qt::LayoutDirection>();
         QGuiApplication::setLayoutDirection(direction);
         const auto back = qScopeGuard([] { QGuiApplication::setLayoutDirection(Qt::LeftToRight); });
         QScreen *screen = QGuiApplication::primaryScreen();
@@ -133,8 +132,7 @@ private Q_SLOTS:
 
     void everyWayOutDeliversOnce_data()
     {
-        QTest::addColumn<Way>("leave");
-        QTest::addColumn<QString>("delivered");
+        Table<Way, QString> row;
 
         const auto click = [](const char *name) -> Way {
             return [name](CNotificationBox *box) {
@@ -143,33 +141,43 @@ private Q_SLOTS:
         };
         const Way press
             = [](CNotificationBox *box) { QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(2, 2)); };
-        QTest::newRow("close button") << click("m_pbClose") << "id 0 1";
-        QTest::newRow("alternate button") << click("m_pbAlternate") << "id 1 1";
-        QTest::newRow("pressed") << press << "id 1 1";
-        QTest::newRow("closed, then pressed") << Way([=](CNotificationBox *box) {
-            click("m_pbClose")(box);
-            press(box);
-            QCOMPARE(animations(box, "ANIMATION_CLOSE_HIDE").size(), 1);
-        }) << "id 0 1";
-        QTest::newRow("pressed, then Escape") << Way([=](CNotificationBox *box) {
-            press(box);
-            QTest::keyClick(box, Qt::Key_Escape);
-        }) << "id 1 1";
-        QTest::newRow("time passed") << Way(&CNotificationBox::onTimeout) << "id 0 1";
-        QTest::newRow("Escape") << Way([](CNotificationBox *box) { QTest::keyClick(box, Qt::Key_Escape); })
-                                << "id 0 1";
-        QTest::newRow("closed by the system") << Way(&QWidget::close) << "id 0 1";
-        QTest::newRow("deleted") << Way([](CNotificationBox *box) { delete box; }) << "id 0 1";
-        QTest::newRow("deleted while sliding out") << Way([=](CNotificationBox *box) {
-            press(box);
-            delete box;
-        }) << "id 1 1";
+        row("close button", click("m_pbClose"), "id 0 1");
+        row("alternate button", click("m_pbAlternate"), "id 1 1");
+        row("pressed", press, "id 1 1");
+        row(
+            "closed, then pressed",
+            [=](CNotificationBox *box) {
+                click("m_pbClose")(box);
+                press(box);
+                QCOMPARE(animations(box, "ANIMATION_CLOSE_HIDE").size(), 1);
+            },
+            "id 0 1");
+        row(
+            "pressed, then Escape",
+            [=](CNotificationBox *box) {
+                press(box);
+                QTest::keyClick(box, Qt::Key_Escape);
+            },
+            "id 1 1");
+        row("time passed", &CNotificationBox::onTimeout, "id 0 1");
+        row(
+            "Escape", [](CNotificationBox *box) { QTest::keyClick(box, Qt::Key_Escape); }, "id 0 1");
+        row("closed by the system", &QWidget::close, "id 0 1");
+        row(
+            "deleted", [](CNotificationBox *box) { delete box; }, "id 0 1");
+        row(
+            "deleted while sliding out",
+            [=](CNotificationBox *box) {
+                press(box);
+                delete box;
+            },
+            "id 1 1");
     }
 
     void everyWayOutDeliversOnce()
     {
-        QFETCH(Way, leave);
-        const CNotificationBox *below = show(QStringLiteral("below"));
+        const auto [leave, delivered] = cells<Way, QString>();
+        const CNotificationBox *below = show("below");
         const QPointer<CNotificationBox> box = show();
         settle();
         box->findChild<QCheckBox *>()->setChecked(true);
@@ -179,7 +187,7 @@ private Q_SLOTS:
             finishClosing(box);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QVERIFY(!box);
-        QTEST(m_delivered.join(QLatin1Char(',')), "delivered");
+        QCOMPARE(m_delivered.join(','), delivered);
         settle();
         QCOMPARE(below->y(), top);
     }
@@ -214,43 +222,41 @@ private Q_SLOTS:
     void textLoadsNothing()
     {
         QTemporaryDir folder;
-        const QString picture = folder.filePath(QStringLiteral("picture.png"));
+        const QString picture = folder.filePath("picture.png");
         QVERIFY(QImage(400, 400, QImage::Format_RGB32).save(picture));
         CNotificationBox *box = show();
-        auto *label = box->findChild<QLabel *>(QStringLiteral("m_lblShortText"));
-        box->setMessage(
-            QStringLiteral("<link rel=stylesheet href='%1'></link><b>a</b> &lt;img&gt;<img src='%1'>"
-                           "<p style='background-image:url(%1)'><a href=\"x:1?a&amp;b\">l</a>")
-                .arg(picture));
-        QVERIFY(!label->text().contains(QLatin1String("picture")));
-        QCOMPARE(label->accessibleName(), QStringLiteral("a <img>\nl"));
+        auto *label = box->findChild<QLabel *>("m_lblShortText");
+        box->setMessage(QString("<link rel=stylesheet href='%1'></link><b>a</b> &lt;img&gt;<img src='%1'>"
+                                "<p style='background-image:url(%1)'><a href=\"x:1?a&amp;b\">l</a>")
+                            .arg(picture));
+        QVERIFY(!label->text().contains("picture"));
+        QCOMPARE(label->accessibleName(), "a <img>\nl");
 
         QSignalSpy links(box, &CNotificationBox::anchorClicked);
         QCoreApplication::processEvents();
         label->setFocus();
         QTest::keyClick(label, Qt::Key_Tab);
         QTest::keyClick(label, Qt::Key_Return);
-        QCOMPARE(links.value(0).value(1).toUrl(), QUrl(QStringLiteral("x:1?a&b")));
+        QCOMPARE(links.value(0).value(1).toUrl(), QUrl("x:1?a&b"));
 
-        box->setMessage(QString(5000, QLatin1Char('w')));
+        box->setMessage(QString(5000, 'w'));
         QVERIFY(label->text().size() < 1000);
     }
 
 private:
-    CNotificationBox *show(const QString &uuid = QStringLiteral("id"))
+    CNotificationBox *show(const QString &uuid = "id")
     {
         auto *box = new CNotificationBox;
         m_boxes.append(box);
         box->setAttribute(Qt::WA_DeleteOnClose);
         box->setMessageUuid(uuid);
-        box->setMessage(QStringLiteral("Message"));
-        box->setDescription(
-            QStringLiteral("Description that is long enough to need a second line in the box"));
-        box->setButton1(QStringLiteral("Open"));
+        box->setMessage("Message");
+        box->setDescription("Description that is long enough to need a second line in the box");
+        box->setButton1("Open");
         box->setAllowHide(true);
         connect(box, &CNotificationBox::beforeMessageDestroyed, this,
                 [this, box](const QString &id, ButtonID answer, bool doNotShowAgain) {
-                    m_delivered.append(QStringLiteral("%1 %2 %3").arg(id).arg(answer).arg(doNotShowAgain));
+                    m_delivered.append(QString("%1 %2 %3").arg(id).arg(answer).arg(doNotShowAgain));
                     QVERIFY(!box->isVisible());
                 });
         box->show();

@@ -75,25 +75,31 @@ Draft newDraft()
                                 {"readme", "new"}});
 }
 
-void writeFile(const QString &path, const QByteArray &content)
+Outcome run(const QString &program, const QStringList &arguments)
 {
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    QVERIFY2(file.open(QIODevice::WriteOnly), qPrintable(path));
-    QCOMPARE(file.write(content), qint64(content.size()));
+    QProcess process;
+    process.setStandardInputFile(QProcess::nullDevice());
+    process.start(program, arguments);
+    if (!process.waitForFinished(60000) || process.exitStatus() == QProcess::CrashExit)
+        return Outcome();
+    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
 }
 
-QByteArray readFile(const QString &path)
+int shell(const QString &command, const QString &folder)
 {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return run("sh", {"-c", "cd $0 && " + command, folder}).exitCode;
+}
+
+void put(const QString &path, const QByteArray &content)
+{
+    QVERIFY2(QDir().mkpath(QFileInfo(path).path()) && writeFile(path, content), qPrintable(path));
 }
 
 void writeFiles(const QString &folder, const Draft &draft)
 {
     for (const Entry &entry : draft.entries) {
-        const QString path = folder + QLatin1Char('/') + QString::fromUtf8(entry.path);
-        writeFile(path, entry.content);
+        const QString path = folder + '/' + QString::fromUtf8(entry.path);
+        put(path, entry.content);
         QVERIFY(chmod(qPrintable(path), mode_t(entry.mode)) == 0);
     }
 }
@@ -117,7 +123,7 @@ Tree treeOf(const QString &folder)
         const QFileInfo info(iterator.next());
         const QByteArray mode = info.isExecutable() ? "x " : "- ";
         if (!info.isDir() || info.isSymLink())
-            tree.insert(QDir(folder).relativeFilePath(info.filePath()), mode + readFile(info.filePath()));
+            tree.insert(QDir(folder).relativeFilePath(info.filePath()), mode + fileContent(info.filePath()));
     }
     return tree;
 }
@@ -135,14 +141,14 @@ void InstallerFixture::makeSite(const QString &path)
     root = path;
     QDir(root).removeRecursively();
     writeFiles(in("current"), oldDraft());
-    writeFile(in("current/manifest.json"), oldDraft().manifest.text());
-    writeFile(in("previous/readme"), "older");
+    put(in("current/manifest.json"), oldDraft().manifest.text());
+    put(in("previous/readme"), "older");
 }
 
 void InstallerFixture::writePackage(const QByteArray &bytes, Signature::Statement statement,
                                     const QString &key)
 {
-    writeFile(package, bytes);
+    put(package, bytes);
     QVERIFY(signSample(package, statement, key));
 }
 

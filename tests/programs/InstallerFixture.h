@@ -1,6 +1,7 @@
 #pragma once
 
 #include "programs/updater/install/Installer.h"
+#include "tests/support/Files.h"
 #include "tests/support/KovTest.h"
 
 #include <archive_entry.h>
@@ -36,8 +37,19 @@ Draft oldDraft();
 Draft newDraft();
 QByteArray packageOf(const Draft &draft);
 
-void writeFile(const QString &path, const QByteArray &content);
-QByteArray readFile(const QString &path);
+struct Outcome
+{
+    int exitCode = -1;
+    QByteArray output;
+    QByteArray errors;
+};
+
+/// The program with nothing to read; an exit code of -1 when it does not end by itself.
+Outcome run(const QString &program, const QStringList &arguments);
+/// The shell's exit code.
+int shell(const QString &command, const QString &folder);
+/// With the folders above it.
+void put(const QString &path, const QByteArray &content);
 void writeFiles(const QString &folder, const Draft &draft);
 /// What tar makes of a package.
 Tree treeOf(const Draft &draft);

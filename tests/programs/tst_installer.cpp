@@ -15,27 +15,7 @@ namespace {
 
 constexpr int bombSize = 128 * 1024 * 1024;
 
-struct Outcome
-{
-    int exitCode = -1;
-    QByteArray output;
-    QByteArray errors;
-};
-
-Outcome run(const QString &program, const QStringList &arguments)
-{
-    QProcess process;
-    process.start(program, arguments);
-    if (!process.waitForFinished(60000))
-        return Outcome();
-    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
-}
-
 } // namespace
-
-Q_DECLARE_METATYPE(ExitCode)
-Q_DECLARE_METATYPE(std::function<void(Draft &)>)
-Q_DECLARE_METATYPE(std::function<void(Signature::Statement &)>)
 
 /// What may be installed, and what is refused.
 class tst_Installer : public QObject
@@ -76,7 +56,7 @@ private Q_SLOTS:
     void alteredByte()
     {
         for (const QString &path : {m_site->package, m_site->package + ".sig"}) {
-            const QByteArray good = readFile(path);
+            const QByteArray good = fileContent(path);
             QVERIFY(good.size() > 400);
             for (int i = 0; i <= good.size(); ++i) {
                 QByteArray bad = good;
@@ -84,81 +64,67 @@ private Q_SLOTS:
                     bad[i] = char(bad.at(i) ^ (1 << (i % 8)));
                 else
                     bad.append('\n');
-                writeFile(path, bad);
+                put(path, bad);
                 QCOMPARE(installPackage(m_site->request()).code, ExitCode::PackageNotTrusted);
             }
-            writeFile(path, good.left(good.size() / 2));
+            put(path, good.left(good.size() / 2));
             refuses(ExitCode::PackageNotTrusted, QString());
-            writeFile(path, good);
+            put(path, good);
         }
         QCOMPARE(treeOf(m_site->in("current")), treeOf(oldDraft()));
     }
 
     void refused_data()
     {
-        QTest::addColumn<ExitCode>("code");
-        QTest::addColumn<QString>("fault");
-        QTest::addColumn<QString>("command");
-        QTest::addColumn<std::function<void(Signature::Statement &)>>("change");
-        QTest::addColumn<QString>("key");
-        using Statement = Signature::Statement;
-        const auto statement
-            = [](const char *name, ExitCode code, const char *fault,
-                 const std::function<void(Statement &)> &change,
-                 const char *key = "second") { row(name, code, fault, "true", change, key); };
-        const auto shell = [](const char *name, ExitCode code, const char *fault, const char *command) {
-            row(name, code, fault, command, std::function<void(Statement &)>([](Statement &) {}), "second");
-        };
+        Table<ExitCode, QString, QByteArray> row; // the last: a command
         const QByteArray counter
-            = ".updater/counter-" + Signature::fingerprint(Signature::builtInKeys().at(1));
-        const QByteArray keep = "cd root && mkdir -m 700 .updater && echo %1 > " + counter;
-        shell("signature missing", ExitCode::SignatureMissing, "its signature is missing", "rm *.sig");
-        shell("package missing", ExitCode::PackageNotTrusted, "cannot be opened", "rm *.gz");
-        shell("package is a link", ExitCode::PackageNotTrusted, "symbolic link",
-              "f=`ls *.gz`; mv $f a; ln -s a $f");
-        shell("package is a folder", ExitCode::PackageNotTrusted, "it is no file",
-              "f=`ls *.gz`; rm $f; mkdir $f");
-        shell("lower counter", ExitCode::PackageOutdated, "before what is installed",
-              QByteArray(keep).replace("%1", "2").constData());
-        shell("counter damaged", ExitCode::InstallFailed, "remove it to begin anew",
-              QByteArray(keep).replace("%1", "two").constData());
-        shell("private folder open to others", ExitCode::InstallFailed, "can be written by others",
-              "mkdir -m 777 root/.updater");
-        shell("no installation", ExitCode::NoInstallation, "no installation",
-              "rm root/current/manifest.json");
-        statement(
-            "unknown key", ExitCode::PackageNotTrusted, "key that this program does not know",
-            [](Statement &) {}, "unknown");
-        statement("signature of a catalogue", ExitCode::PackageNotTrusted, "of another kind",
-                  [](Statement &of) {
-                      of.role = Signature::Role::Catalogue;
-                      of.line = "console/v3";
-                  });
-        statement("another product", ExitCode::PackageNotTrusted, "another product",
-                  [](Statement &of) { of.product = "Tessarine Studio"; });
-        statement("expired", ExitCode::PackageOutdated, "expired at 2026-01-01T00:00:00Z",
-                  [this](Statement &of) { of.expires = m_site->request().now; });
-        statement("older under a new name", ExitCode::PackageOutdated, "its version 3.1.3-30000 is not newer",
-                  [](Statement &of) {
-                      of.version = VersionNumber{3, 1, 3, 30000};
-                  });
-        statement("newer under another name", ExitCode::PackageOutdated, "its name says version 3.1.5.31502",
-                  [](Statement &of) {
-                      of.version = VersionNumber{3, 1, 6, 31600};
-                  });
+            = " > .updater/counter-" + Signature::fingerprint(Signature::builtInKeys().first());
+        const QByteArray keep = "cd root && mkdir -m 700 .updater && echo ";
+        row("signature missing", ExitCode::SignatureMissing, "its signature is missing", "rm *.sig");
+        row("package missing", ExitCode::PackageNotTrusted, "cannot be opened", "rm *.gz");
+        row("package is a link", ExitCode::PackageNotTrusted, "symbolic link",
+            "f=`ls *.gz`; mv $f a; ln -s a $f");
+        row("package is a folder", ExitCode::PackageNotTrusted, "it is no file",
+            "f=`ls *.gz`; rm $f; mkdir $f");
+        row("lower counter", ExitCode::PackageOutdated, "before what is installed", keep + "2" + counter);
+        row("counter damaged", ExitCode::InstallFailed, "remove it to begin anew", keep + "two" + counter);
+        row("private folder open to others", ExitCode::InstallFailed, "can be written by others",
+            "mkdir -m 777 root/.updater");
+        row("no installation", ExitCode::NoInstallation, "no installation", "rm root/current/manifest.json");
     }
 
     void refused()
     {
-        QFETCH(ExitCode, code);
-        QFETCH(QString, fault);
-        QFETCH(QString, command);
-        QFETCH(std::function<void(Signature::Statement &)>, change);
-        QFETCH(QString, key);
+        const auto [code, fault, command] = cells<ExitCode, QString, QByteArray>();
+        QCOMPARE(shell(command, m_site->dir.path()), 0);
+        refuses(code, fault);
+    }
+
+    void refusedSignature_data()
+    {
+        using Statement = Signature::Statement;
+        Table<ExitCode, QString, void (*)(Statement &)> row;
+        row("unknown", ExitCode::PackageNotTrusted, "key that this program does not know",
+            [](Statement &) {});
+        row("of a catalogue", ExitCode::PackageNotTrusted, "of another kind",
+            [](Statement &of) { of = sampleStatement(Signature::Role::Catalogue); });
+        row("another product", ExitCode::PackageNotTrusted, "another product",
+            [](Statement &of) { of.product = "Tessarine Studio"; });
+        row("expired", ExitCode::PackageOutdated, "expired at 2026-01-01T00:00:00Z",
+            [](Statement &of) { of.expires = QDateTime(QDate(2026, 1, 1), QTime(0, 0), Qt::UTC); });
+        row("older under a new name", ExitCode::PackageOutdated, "its version 3.1.3-31502 is not newer",
+            [](Statement &of) { of.version[2] = 3; });
+        row("newer under another name", ExitCode::PackageOutdated, "its name says version 3.1.5.31502",
+            [](Statement &of) { of.version[2] = 6; });
+    }
+
+    void refusedSignature()
+    {
+        const auto [code, fault, change] = cells<ExitCode, QString, void (*)(Signature::Statement &)>();
         Signature::Statement statement = sampleStatement(Signature::Role::Package);
         change(statement);
-        QVERIFY(signSample(m_site->package, statement, key));
-        QCOMPARE(run("sh", {"-c", "cd $0 && " + command, m_site->dir.path()}).exitCode, 0);
+        const QString key = QTest::currentDataTag();
+        QVERIFY(signSample(m_site->package, statement, key == "unknown" ? key : "second"));
         refuses(code, fault);
     }
 
@@ -167,7 +133,7 @@ private Q_SLOTS:
     {
         const QByteArray first = "counter-" + Signature::fingerprint(Signature::builtInKeys().first());
         QVERIFY(QDir().mkpath(m_site->in(".updater")));
-        writeFile(m_site->in((".updater/" + first).constData()), "18446744073709551615\n");
+        put(m_site->in((".updater/" + first).constData()), "18446744073709551615\n");
         refuses(ExitCode::PackageOutdated, "before what is installed");
         QVERIFY(signSample(m_site->package, sampleStatement(Signature::Role::Package), "second"));
         QVERIFY(installPackage(m_site->request()).ok());
@@ -175,12 +141,7 @@ private Q_SLOTS:
 
     void brokenPackage_data()
     {
-        QTest::addColumn<QString>("fault");
-        QTest::addColumn<std::function<void(Draft &)>>("spoil");
-        const auto broken
-            = [](const QByteArray &name, const char *fault, const std::function<void(Draft &)> &spoil) {
-                  row(name.constData(), fault, spoil);
-              };
+        Table<QString, std::function<void(Draft &)>> broken;
         for (const char *const path : {"../outside", "bin/../../outside", "/outside", "bin//a", "./a", "a/",
                                        "", "a\\b", "manifest.json", "NUL", "a\nb"}) {
             broken(QByteArray("path ") + path, "is not safe",
@@ -234,9 +195,8 @@ private Q_SLOTS:
 
     void brokenPackage()
     {
-        QFETCH(std::function<void(Draft &)>, spoil);
-        QFETCH(QString, fault);
-        writeFile(m_site->dir.filePath("outside"), "precious");
+        const auto [fault, spoil] = cells<QString, std::function<void(Draft &)>>();
+        put(m_site->dir.filePath("outside"), "precious");
         Draft draft = newDraft();
         spoil(draft);
         m_site->writePackage(packageOf(draft), sampleStatement(Signature::Role::Package));
@@ -245,7 +205,7 @@ private Q_SLOTS:
 
     void signatureOfTheOffer()
     {
-        const QByteArray signature = readFile(m_site->package + ".sig");
+        const QByteArray signature = fileContent(m_site->package + ".sig");
         OfferStore offers(m_site->dir.filePath("offers"));
         const QString product = "Tessarine Console";
         QVERIFY(offers.setOffer(product, "p-3.1.5.31502.tar.gz", "Tessarine-Signature: 1\n").isEmpty());
@@ -260,7 +220,7 @@ private Q_SLOTS:
 
     void swappedDuringTheInstallation()
     {
-        const QByteArray good = readFile(m_site->package);
+        const QByteArray good = fileContent(m_site->package);
         // A package that a reader would take, of the same size, so that only the digest tells.
         Draft evil = newDraft();
         QByteArray bad;
@@ -367,9 +327,9 @@ private Q_SLOTS:
         for (const QString &output : {m_site->package, copy, copy}) {
             QCOMPARE(run(UPDATER_PROGRAM, arguments + QStringList{"--output", output}).exitCode, 0);
             // Later, and a version that was installed: the same package.
-            writeFile(folder + "/manifest.json", newDraft().manifest.text());
+            put(folder + "/manifest.json", newDraft().manifest.text());
         }
-        QCOMPARE(readFile(copy), readFile(m_site->package));
+        QCOMPARE(fileContent(copy), fileContent(m_site->package));
         QVERIFY(signSample(m_site->package, sampleStatement(Signature::Role::Package)));
         QVERIFY(installPackage(m_site->request()).ok());
         QCOMPARE(treeOf(m_site->in("current")), treeOf(newDraft()));
@@ -377,8 +337,7 @@ private Q_SLOTS:
 
     void refusedToPack_data()
     {
-        QTest::addColumn<QString>("command");
-        QTest::addColumn<QString>("fault");
+        Table<QString, QString> row;
         row("link", "ln -s readme link", "link is a link");
         row("name that is not UTF-8", "touch `printf 'a\\377'`", "a name that a package cannot hold");
         row("folder that may not be read", "mkdir -p lib/closed && touch lib/closed/a && chmod 0 lib/closed",
@@ -387,12 +346,11 @@ private Q_SLOTS:
 
     void refusedToPack()
     {
-        QFETCH(QString, command);
-        QFETCH(QString, fault);
+        const auto [command, fault] = cells<QString, QString>();
         const QString folder = m_site->dir.filePath("folder");
         writeFiles(folder, newDraft());
-        writeFile(m_site->dir.filePath("out"), "as before");
-        QCOMPARE(run("sh", {"-c", "cd $0 && " + command, folder}).exitCode, 0);
+        put(m_site->dir.filePath("out"), "as before");
+        QCOMPARE(shell(command, folder), 0);
         QFile::setPermissions(m_site->dir.path(), QFile::Permissions(0x7755));
         // Nothing is closed to root.
         const QStringList asNobody{"--reuid=65534", "--clear-groups", UPDATER_PROGRAM};
@@ -403,7 +361,7 @@ private Q_SLOTS:
             = isRoot ? run("setpriv", asNobody + arguments) : run(UPDATER_PROGRAM, arguments);
         QVERIFY2(outcome.errors.contains(fault.toUtf8()), outcome.errors.constData());
         QCOMPARE(outcome.exitCode, int(ExitCode::PackageBroken));
-        QCOMPARE(readFile(m_site->dir.filePath("out")), QByteArray("as before"));
+        QCOMPARE(fileContent(m_site->dir.filePath("out")), QByteArray("as before"));
         // Qt would leave the name behind.
         QCOMPARE(run("rm", {"-rf", folder}).exitCode, 0);
     }

@@ -30,26 +30,9 @@ bool killedBefore(int change, const Work &work)
     return WIFSIGNALED(status);
 }
 
-int shell(const QString &command, const QString &folder)
+Outcome updater(const QStringList &arguments)
 {
-    return QProcess::execute("sh", {"-c", "cd $0 && " + command, folder});
-}
-
-struct Started
-{
-    int exitCode = -1;
-    QByteArray output;
-    QByteArray errors;
-};
-
-Started updater(const QStringList &arguments)
-{
-    QProcess process;
-    process.setStandardInputFile(QProcess::nullDevice());
-    process.start(UPDATER_PROGRAM, arguments);
-    return process.waitForFinished(60000)
-               ? Started{process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()}
-               : Started();
+    return run(UPDATER_PROGRAM, arguments);
 }
 
 } // namespace
@@ -70,21 +53,21 @@ class tst_Recovery : public QObject
 
     bool isNewInUse() const { return treeOf(m_site->in("current")) == treeOf(newDraft()); }
 
-    Started start() { return updater({"run", "--root", m_site->root, "bin/program"}); }
+    Outcome start() { return updater({"run", "--root", m_site->root, "bin/program"}); }
 
 private Q_SLOTS:
     void init() { m_site = std::make_unique<InstallerFixture>(); }
 
     void killedAtEveryChange_data()
     {
-        QTest::addColumn<bool>("canExchange");
+        Table<bool> row;
         row("exchange", true);
         row("three renames", false);
     }
 
     void killedAtEveryChange()
     {
-        QFETCH(bool, canExchange);
+        const auto [canExchange] = cells<bool>();
         InstallRequest order = m_site->request();
         order.hooks.canExchange = canExchange;
         const auto install = [&order] { installPackage(order); };
@@ -115,7 +98,7 @@ private Q_SLOTS:
 
     void stepBackKilledAtEveryChange()
     {
-        QFETCH(bool, canExchange);
+        const auto [canExchange] = cells<bool>();
         Installation::Hooks hooks;
         hooks.canExchange = canExchange;
         const auto stepBack = [this, hooks] {
@@ -158,7 +141,7 @@ private Q_SLOTS:
 
     void diskThatRefuses()
     {
-        QFETCH(bool, canExchange);
+        const auto [canExchange] = cells<bool>();
         for (int good = 0; good < 4; ++good) {
             m_site->makeSite(m_site->root);
             InstallRequest order = m_site->request();
@@ -195,14 +178,14 @@ private Q_SLOTS:
     void damagedJournal()
     {
         install();
-        writeFile(m_site->in(".updater/journal"), "before \n");
+        put(m_site->in(".updater/journal"), "before \n");
         QVERIFY(Installation::recover(m_site->root).ok());
         QVERIFY(isNewInUse());
-        writeFile(m_site->in(".updater/journal"), "before \n");
+        put(m_site->in(".updater/journal"), "before \n");
         QVERIFY(QDir(m_site->in("current")).removeRecursively());
         QCOMPARE(Installation::recover(m_site->root).code, ExitCode::InstallFailed);
         // A check goes on nevertheless: it finds what mends the installation.
-        const Started check
+        const Outcome check
             = updater({"--update", "check", "--root", m_site->root, "--url", "http://127.0.0.1:1/"});
         QCOMPARE(check.exitCode, int(ExitCode::NoConnection));
         QVERIFY(check.errors.contains("journal"));
@@ -210,8 +193,8 @@ private Q_SLOTS:
 
     void rubbish_data()
     {
-        QTest::addColumn<QString>("spoil"); // in the version before
-        QTest::addColumn<QString>("mend"); // empty: the updater removes it by itself
+        // spoil: in the version before; mend: empty: the updater removes it by itself
+        Table<QString, QString> row;
         row("closed folders", "mkdir -p a/b && touch a/b/c && chmod 555 a/b a .", "");
         row("deep tree", "i=0; while [ $i -lt 600 ]; do mkdir d && cd d && i=$((i+1)); done; touch f", "");
         row("wide tree", "mkdir `seq 300` && for i in `seq 300`; do mkdir $i/a; done", "");
@@ -224,8 +207,7 @@ private Q_SLOTS:
 
     void rubbish()
     {
-        QFETCH(QString, spoil);
-        QFETCH(QString, mend);
+        const auto [spoil, mend] = cells<QString, QString>();
         const bool isRoot = geteuid() == 0;
         if (!mend.isEmpty() && !isRoot)
             QSKIP("Only root can do this.");
@@ -233,25 +215,22 @@ private Q_SLOTS:
         const QString as = isRoot ? "setpriv --reuid=65534 --clear-groups " : "";
         QVERIFY(!isRoot || shell("chmod 755 . && chown -R 65534 .", m_site->dir.path()) == 0);
         QCOMPARE(shell((mend.isEmpty() ? as : "") + "sh -c '" + spoil + "'", m_site->in("previous")), 0);
+        // Fewer descriptors than the tree is deep.
         const auto updaterAs = [&as](const QString &arguments) {
-            QProcess process;
-            // Fewer descriptors than the tree is deep.
-            process.start("sh", {"-c", "ulimit -n 64; exec " + as + UPDATER_PROGRAM + ' ' + arguments});
-            process.waitForFinished(60000);
-            return Started{process.exitCode(), {}, process.readAllStandardError()};
+            return run("sh", {"-c", "ulimit -n 64; exec " + as + UPDATER_PROGRAM + ' ' + arguments});
         };
-        const Started installed
+        const Outcome installed
             = updaterAs("--update install --file " + m_site->package + " --root " + m_site->root);
-        const Started checked = updaterAs("--update check --url http://127.0.0.1:1/ --root " + m_site->root);
+        const Outcome checked = updaterAs("--update check --url http://127.0.0.1:1/ --root " + m_site->root);
         const bool isKept = mend.isEmpty() || shell("find . -name precious | grep -q .", m_site->root) == 0;
         const bool isMended = shell(mend.isEmpty() ? "true" : mend, m_site->root) == 0;
-        const Started afterwards
+        const Outcome afterwards
             = updaterAs("--update check --url http://127.0.0.1:1/ --root " + m_site->root);
         QVERIFY2(installed.exitCode == 0, installed.errors.constData());
         QVERIFY(isNewInUse());
         // Reported once: the line of a check is about its connection.
         QVERIFY2(installed.errors.count('\n') == (mend.isEmpty() ? 0 : 1), installed.errors.constData());
-        for (const Started &check : {checked, afterwards}) {
+        for (const Outcome &check : {checked, afterwards}) {
             QCOMPARE(check.exitCode, int(ExitCode::NoConnection));
             QVERIFY2(check.errors.count('\n') == 1, check.errors.constData());
         }
@@ -263,7 +242,7 @@ private Q_SLOTS:
     {
         QCOMPARE(updater({"rollback", "--root", m_site->root}).exitCode, int(ExitCode::NothingBefore));
         install();
-        const Started done = updater({"rollback", "--root", m_site->root, "--reason", "It\nis slow."});
+        const Outcome done = updater({"rollback", "--root", m_site->root, "--reason", "It\nis slow."});
         QCOMPARE(done.errors, QByteArray());
         QCOMPARE(done.exitCode, 0);
         QCOMPARE(treeOf(m_site->in("current")), treeOf(oldDraft()));
@@ -279,9 +258,8 @@ private Q_SLOTS:
 
     void versionThatDoesNotComeUp_data()
     {
-        QTest::addColumn<QByteArray>("program");
-        QTest::addColumn<bool>("isConfirmed");
-        QTest::addColumn<QByteArrayList>("output"); // of each start
+        // output: of each start
+        Table<QByteArray, bool, QByteArrayList> row;
         const QByteArray script = "#!/bin/sh\necho ";
         row("fails twice", script + "new", false, QByteArrayList{"new\n", "new\n", "old\n", "old\n"});
         row("cannot be started", QByteArray("nonsense"), false, QByteArrayList{"", "", "old\n", "old\n"});
@@ -290,17 +268,15 @@ private Q_SLOTS:
 
     void versionThatDoesNotComeUp()
     {
-        QFETCH(QByteArray, program);
-        QFETCH(bool, isConfirmed);
-        QFETCH(QByteArrayList, output);
+        const auto [program, isConfirmed, output] = cells<QByteArray, bool, QByteArrayList>();
         Draft draft = newDraft();
         draft.entries[0].content = program;
         draft = draftOf(newVersion, draft.entries);
         m_site->writePackage(packageOf(draft), sampleStatement(Signature::Role::Package));
-        writeFile(m_site->in("current/bin/program"), "#!/bin/sh\necho old");
+        put(m_site->in("current/bin/program"), "#!/bin/sh\necho old");
         install();
         for (const QByteArray &expected : output) {
-            const Started started = start();
+            const Outcome started = start();
             QCOMPARE(started.output, expected);
             if (isConfirmed)
                 QCOMPARE(updater({"confirm", "--root", m_site->root}).exitCode, 0);
@@ -332,7 +308,7 @@ private Q_SLOTS:
             QCOMPARE(updater({"run", "--root", m_site->root, program}).exitCode, int(ExitCode::UsageError));
         QCOMPARE(updater({"run", "bin/program"}).exitCode, int(ExitCode::NoInstallation));
         // A folder of the updater that is not this user's to use does not keep the program from starting.
-        writeFile(m_site->in("current/bin/program"), "#!/bin/sh\necho \"$0 $1\"");
+        put(m_site->in("current/bin/program"), "#!/bin/sh\necho \"$0 $1\"");
         QVERIFY(QDir().mkdir(m_site->in(".updater")) && chmod(qPrintable(m_site->in(".updater")), 0777) == 0);
         QCOMPARE(updater({"run", "--root", m_site->root, "bin/program", "a b"}).output,
                  m_site->in("current/bin/program").toUtf8() + " a b\n");

@@ -3,6 +3,7 @@
 #include "programs/updater/check/CheckOutput.h"
 #include "programs/updater/trust/OfferStore.h"
 #include "programs/updater/trust/Trust.h"
+#include "tests/support/Files.h"
 #include "tests/support/KovTest.h"
 #include "tests/support/SampleSignature.h"
 
@@ -13,11 +14,11 @@ CUpdates catalogueOf(const QStringList &lines)
 {
     CUpdates catalogue;
     CUpdProduct product;
-    product.productName = QStringLiteral("P");
+    product.productName = "P";
     product.updateEnabled = true;
     for (const QString &line : lines) {
-        QStringList words = line.split(QLatin1Char(' '));
-        words.replaceInStrings(QStringLiteral("-"), QString());
+        QStringList words = line.split(' ');
+        words.replaceInStrings("-", QString());
         VersionNumber number{};
         parseVersion(words.at(0), &number);
         CUpdProductVersion version;
@@ -31,8 +32,7 @@ CUpdates catalogueOf(const QStringList &lines)
         update.osType = words.at(2);
         update.status = words.at(3);
         update.ancestry = words.at(4);
-        update.dateTime
-            = QDateTime(QDate::fromString(words.at(5), QStringLiteral("yyyyMMdd")), QTime(0, 0), Qt::UTC);
+        update.dateTime = QDateTime(QDate::fromString(words.at(5), "yyyyMMdd"), QTime(0, 0), Qt::UTC);
         version.updates = {update};
         product.versions.append(version);
     }
@@ -66,15 +66,11 @@ struct SignedCatalogue
     SignedCatalogue()
     {
         const QTemporaryDir folder;
-        const QString path = folder.filePath(QStringLiteral("c.xml"));
-        QFile file(path);
-        const bool ok = file.open(QIODevice::WriteOnly) && file.write(document) > 0;
-        file.close();
+        const QString path = folder.filePath("c.xml");
         Signature::Statement statement = sampleStatement(Signature::Role::Catalogue);
         criteria.now = statement.expires.addSecs(-1);
-        QFile signatureFile(path + QStringLiteral(".sig"));
-        if (ok && signSample(path, statement) && signatureFile.open(QIODevice::ReadOnly))
-            signature = signatureFile.readAll();
+        if (writeFile(path, document) && signSample(path, statement))
+            signature = fileContent(path + ".sig");
     }
 
     ExitCode judge() const { return judgeCatalogue(document, signature, criteria).code; }
@@ -90,14 +86,8 @@ private Q_SLOTS:
 
     void choice_data()
     {
-        QTest::addColumn<QStringList>("updates");
-        QTest::addColumn<int>("chosen"); // index, -1 for none
-        const auto row = [](const char *name, std::initializer_list<const char *> updates, int chosen) {
-            QStringList lines;
-            for (const char *update : updates)
-                lines << QString::fromLatin1(update);
-            QTest::newRow(name) << lines << chosen;
-        };
+        // chosen: index, -1 for none
+        Table<QStringList, int> row;
         // Looked for: 3.1.4.31301, de_AT, linux.
         row("empty catalogue", {}, -1);
         row("newer build", {"3.1.4.31302 any any released - 20260101"}, 0);
@@ -140,19 +130,17 @@ private Q_SLOTS:
 
     void choice()
     {
-        QFETCH(QStringList, updates);
-        QFETCH(int, chosen);
+        const auto [updates, chosen] = cells<QStringList, int>();
         CUpdates catalogue = catalogueOf(updates);
-        UpdateCriteria criteria{
-            QStringLiteral("P"), {3, 1, 4, 31301}, QStringLiteral("de_AT"), QStringLiteral("linux")};
+        UpdateCriteria criteria{"P", {3, 1, 4, 31301}, "de_AT", "linux"};
         criteria.rejected = {{3, 3, 0, 1}};
         const std::optional<ChosenUpdate> result = chooseUpdate(catalogue, criteria);
         QCOMPARE(result ? updates.indexOf(result->update.updateName) : -1, chosen);
 
         // Whatever applies, it never does for another product, a closed one, or without being paid.
-        criteria.product = QStringLiteral("p");
+        criteria.product = "p";
         QVERIFY(!chooseUpdate(catalogue, criteria));
-        criteria.product = QStringLiteral("P");
+        criteria.product = "P";
         for (CUpdProductVersion &version : catalogue.products[1].versions)
             version.updates[0].chargeable = true;
         QVERIFY(!chooseUpdate(catalogue, criteria));
@@ -163,54 +151,31 @@ private Q_SLOTS:
 
     void package_data()
     {
-        QTest::addColumn<QByteArray>("catalogue");
-        QTest::addColumn<QString>("filePath");
-        QTest::addColumn<QByteArray>("package"); // empty: refused
-        const auto row
-            = [](const char *filePath, const char *package, const char *catalogue = "https://h/a/c.xml?k=s") {
-                  QTest::newRow(filePath)
-                      << QByteArray(catalogue) << QString::fromUtf8(filePath) << QByteArray(package);
-              };
+        // The path in the catalogue, and what it means there; empty: refused.
+        Table<QByteArray, QByteArray> table;
+        const auto row = [&table](const char *filePath, const char *package,
+                                  const char *catalogue = "https://h/a/c.xml?k=s") {
+            table(filePath, catalogue, package);
+        };
         row("Setup-3.1.5.31502.exe", "https://h/a/Setup-3.1.5.31502.exe");
         row("b/Setup one.exe", "https://h/a/b/Setup%20one.exe");
         row("/b/x..y.exe", "https://h/b/x..y.exe");
         row("https://cdn/x.exe?v=1", "https://cdn/x.exe?v=1");
         row("x.exe", "http://h/x.exe", "http://user:secret@h/c.xml");
         row("https://cdn/y.exe", "https://cdn/y.exe", "http://h/c.xml");
-        for (const char *refused : {"",
-                                    "b/",
-                                    "http://h/x.exe",
-                                    "//evil/x.exe",
-                                    "../x.exe",
-                                    "b/../../x.exe",
-                                    "b/./x.exe",
-                                    "b/%2e%2e/x.exe",
-                                    "b/%252E./x.exe",
-                                    "..%2fx.exe",
-                                    "b%255cx.exe",
-                                    "..\\x.exe",
-                                    "b\\x.exe",
-                                    "file:///etc/passwd",
-                                    "javascript:x",
-                                    "C:/x.exe",
-                                    "ftp://h/x.exe",
-                                    "https://user@h/x.exe",
-                                    "https://@h/x.exe",
-                                    "https:///x.exe",
-                                    "x.exe#y",
-                                    "x.exe\nUUID: y",
-                                    "x%0ay.exe",
-                                    "x%00.exe",
-                                    "[BEGIN_UPDATE_DESCRIPTION]",
-                                    "x.exe?[begin]"})
-            row(refused, "");
+        const QByteArray refused(
+            "|b/|http://h/x.exe|//evil/x.exe|../x.exe|b/../../x.exe|b/./x.exe|b/%2e%2e/x.exe|b/%252E./x.exe|"
+            "..%2fx.exe|b%255cx.exe|..\\x.exe|b\\x.exe|file:///etc/passwd|javascript:x|C:/x.exe|"
+            "ftp://h/x.exe|https://user@h/x.exe|https://@h/x.exe|https:///x.exe|x.exe#y|x.exe\nUUID: y|"
+            "x%0ay.exe|x%00.exe|[BEGIN_UPDATE_DESCRIPTION]|x.exe?[begin]");
+        for (const QByteArray &path : refused.split('|'))
+            row(path.constData(), "");
     }
 
     void package()
     {
-        QFETCH(QByteArray, catalogue);
-        QFETCH(QString, filePath);
-        QFETCH(QByteArray, package);
+        const auto [catalogue, package] = cells<QByteArray, QByteArray>();
+        const QString filePath = QTest::currentDataTag();
         QUrl url;
         const QString fault = Address::resolvePackage(urlOf(catalogue.constData()), filePath, &url);
         QCOMPARE(fault.isEmpty(), !package.isEmpty());
@@ -219,16 +184,8 @@ private Q_SLOTS:
 
     void reportCannotBeForged_data()
     {
-        QTest::addColumn<QString>("uuid");
-        QTest::addColumn<QString>("checkSum");
-        QTest::addColumn<qint64>("size");
-        QTest::addColumn<QString>("description");
-        QTest::addColumn<QString>("read"); // id|size|checksum|description, or the tag that is refused
-        const auto row = [](const char *name, const char *uuid, const char *sum, qint64 size,
-                            const char *description, const char *read) {
-            QTest::newRow(name) << QString::fromUtf8(uuid) << QString::fromUtf8(sum) << size
-                                << QString::fromUtf8(description) << QString::fromUtf8(read);
-        };
+        // read: id|size|checksum|description, or the tag that is refused
+        Table<QString, QString, qint64, QString, QString> row;
         const char *const md5 = "00112233445566778899aabbccddeeff";
         row("plain", "{7-1.2.3.4}", md5, 15 * 1024, "two\n lines",
             "-3.1.5-31502-{7-1.2.3.4}|15360|00112233445566778899aabbccddeeff|two\n lines");
@@ -254,11 +211,8 @@ private Q_SLOTS:
 
     void reportCannotBeForged()
     {
-        QFETCH(QString, uuid);
-        QFETCH(QString, checkSum);
-        QFETCH(qint64, size);
-        QFETCH(QString, description);
-        QFETCH(QString, read);
+        const auto [uuid, checkSum, size, description, read]
+            = cells<QString, QString, qint64, QString, QString>();
         ChosenUpdate chosen;
         chosen.version = {3, 1, 5, 31502};
         chosen.update.uuidElement = uuid;
@@ -272,25 +226,22 @@ private Q_SLOTS:
             return;
         }
         const QString text = QString::fromUtf8(output);
-        QCOMPARE(valueAfter(text, "FILE_PATH: ", "\n"), QStringLiteral("http://h/a%20b.exe"));
+        QCOMPARE(valueAfter(text, "FILE_PATH: ", "\n"), "http://h/a%20b.exe");
         QString shown = valueAfter(text, "[BEGIN_UPDATE_DESCRIPTION]", "[END_UPDATE_DESCRIPTION]");
-        if (shown.startsWith(QLatin1String("UPDATE_DESCRIPTION: ")))
+        if (shown.startsWith("UPDATE_DESCRIPTION: "))
             shown = shown.mid(20).trimmed();
         QString kilobytes = valueAfter(text, "FILE_SIZE: ", "\n");
         kilobytes.chop(2);
         const QStringList values{valueAfter(text, "UUID: ", "\n"),
                                  QString::number(kilobytes.toLongLong() * 1024),
                                  valueAfter(text, "CHECKSUM: ", "\n"), shown};
-        QCOMPARE(values.join(QLatin1Char('|')), read);
+        QCOMPARE(values.join('|'), read);
     }
 
     void commandLine_data()
     {
-        QTest::addColumn<QString>("arguments"); // separated by "|"
-        QTest::addColumn<QString>("fault");
-        const auto row = [](const char *arguments, const char *fault) {
-            QTest::newRow(arguments) << QString::fromLatin1(arguments) << QString::fromLatin1(fault);
-        };
+        // arguments: separated by "|"
+        Table<QString> row;
         row("--update|check|-i|-ud|-nr|--url|http://h/c.xml", "");
         row("--started-by-gui|--update|check|--mode|silent|--background-download|--hide-no-updates-message|--url|"
             "http://h",
@@ -318,37 +269,30 @@ private Q_SLOTS:
 
     void commandLine()
     {
-        QFETCH(QString, arguments);
-        QFETCH(QString, fault);
+        const auto [fault] = cells<QString>();
+        const QString arguments = QTest::currentDataTag();
         CommandLine commandLine;
-        QCOMPARE(parseCommandLine(arguments.split(QLatin1Char('|')), &commandLine), fault);
-    }
-
-    void alteredByte_data()
-    {
-        QTest::addColumn<int>("bits");
-        for (const int bits : {1, 0x20, 0x80, 0xff})
-            QTest::addRow("%02x", bits) << bits;
+        QCOMPARE(parseCommandLine(arguments.split('|'), &commandLine), fault);
     }
 
     void alteredByte()
     {
-        QFETCH(int, bits);
         SignedCatalogue sample;
         QCOMPARE(sample.judge(), ExitCode::UpdateFound);
         for (QByteArray *file : {&sample.document, &sample.signature}) {
             const QByteArray whole = *file;
+            QVector<QByteArray> altered{whole + '\n'};
             for (int i = 0; i < whole.size(); ++i) {
-                (*file)[i] = char(whole.at(i) ^ bits);
-                QVERIFY2(sample.judge() == ExitCode::CatalogueNotTrusted, qPrintable(QString::number(i)));
-                *file = whole.left(i);
-                QVERIFY2(sample.judge() == ExitCode::CatalogueNotTrusted, qPrintable(QString::number(i)));
-                *file = QByteArray(whole).insert(i, char(bits));
-                QVERIFY2(sample.judge() == ExitCode::CatalogueNotTrusted, qPrintable(QString::number(i)));
-                *file = whole;
+                altered += whole.left(i);
+                for (const int bits : {1, 0x20, 0x80, 0xff}) {
+                    altered += QByteArray(whole).insert(i, char(bits));
+                    altered += QByteArray(whole).replace(i, 1, QByteArray(1, char(whole.at(i) ^ bits)));
+                }
             }
-            *file += '\n';
-            QCOMPARE(sample.judge(), ExitCode::CatalogueNotTrusted);
+            for (const QByteArray &bad : qAsConst(altered)) {
+                *file = bad;
+                QVERIFY2(sample.judge() == ExitCode::CatalogueNotTrusted, bad.constData());
+            }
             *file = whole;
         }
         QCOMPARE(sample.judge(), ExitCode::UpdateFound);
@@ -379,29 +323,27 @@ private Q_SLOTS:
         catalogue = sampleStatement(Signature::Role::Catalogue);
         catalogue.key = "0011223344556677";
         QVERIFY(isOld(4));
-        for (const QString &name : QDir(root.filePath("store")).entryList({"counter-*"})) {
-            QFile file(root.filePath("store/" + name));
-            QVERIFY(file.open(QIODevice::WriteOnly) && file.write("five\n") > 0);
-        }
+        for (const QString &name : QDir(root.filePath("store")).entryList({"counter-*"}))
+            QVERIFY(writeFile(root.filePath("store/" + name), "five\n"));
         QVERIFY(store.countCatalogue(catalogue).fault.contains("remove it to begin anew"));
     }
 
     void offersOfSeveralProducts()
     {
         const QTemporaryDir root;
-        const QString folder = root.filePath(QStringLiteral("a/store"));
+        const QString folder = root.filePath("a/store");
         OfferStore store(folder);
-        const QString one = QStringLiteral("../one");
-        const QString other = QStringLiteral("other");
-        const QString name = QStringLiteral("p.run");
+        const QString one = "../one";
+        const QString other = "other";
+        const QString name = "p.run";
         QCOMPARE(store.setOffer(one, name, "1"), QString());
         QCOMPARE(store.setOffer(other, name, "2"), QString());
         QCOMPARE(store.packageSignature(one, name) + store.packageSignature(other, name), QByteArray("12"));
-        QCOMPARE(store.packageSignature(one, QStringLiteral("p")), QByteArray());
-        QCOMPARE(store.setOffer(one, QStringLiteral("q\n.run"), "3"), QString());
+        QCOMPARE(store.packageSignature(one, "p"), QByteArray());
+        QCOMPARE(store.setOffer(one, "q\n.run", "3"), QString());
         // The older package may be under way to its installation.
         QCOMPARE(store.packageSignature(one, name), QByteArray("1"));
-        QCOMPARE(store.packageSignature(one, QStringLiteral("q\n.run")), QByteArray("3"));
+        QCOMPARE(store.packageSignature(one, "q\n.run"), QByteArray("3"));
         for (int offer = 0; offer < 20; ++offer)
             QCOMPARE(store.setOffer(one, QString::number(offer), "4"), QString());
         QCOMPARE(store.packageSignature(other, name), QByteArray("2"));

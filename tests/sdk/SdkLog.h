@@ -24,7 +24,7 @@ private:
     static void add(unsigned level, const char *text)
     {
         const std::lock_guard<std::mutex> lock(s_mutex);
-        s_lines.append(QStringLiteral("%1 %2").arg(level).arg(QString::fromUtf8(text)));
+        s_lines.append(QString("%1 %2").arg(level).arg(QString::fromUtf8(text)));
     }
 
     static inline std::mutex s_mutex;

@@ -5,7 +5,6 @@
 #include <thread>
 
 using Call = std::function<KOV_RESULT(KOV_HANDLE)>;
-Q_DECLARE_METATYPE(Call)
 
 static KOV_HANDLE newEvent(KOV_RESULT code = KOV_ERR_FAILURE)
 {
@@ -31,9 +30,7 @@ private Q_SLOTS:
 
     void misuseIsAnError_data()
     {
-        QTest::addColumn<Call>("call");
-        const auto row = [](const char *name, const Call &call) { QTest::newRow(name) << call; };
-
+        Table<Call> row;
         row("AddRef", KovHandle_AddRef);
         row("Free", KovHandle_Free);
         row("GetErrCode", [](KOV_HANDLE handle) { return KovEvent_GetErrCode(handle, nullptr); });
@@ -72,7 +69,7 @@ private Q_SLOTS:
 
     void misuseIsAnError()
     {
-        QFETCH(Call, call);
+        const auto [call] = cells<Call>();
         const KOV_HANDLE freed = newEvent();
         KovHandle_Free(freed);
         int foreign = 0;
@@ -122,29 +119,26 @@ private Q_SLOTS:
 
     void bufferSizes_data()
     {
-        QTest::addColumn<QByteArray>("text");
-        QTest::addColumn<int>("given"); // -1: a null buffer
-        QTest::addColumn<KOV_RESULT>("result");
-        QTest::addColumn<uint>("size");
+        // given: -1: a null buffer
+        Table<QByteArray, int, KOV_RESULT, uint> row;
 
         const QByteArray umlaut("K\xc3\xb6ln");
-        QTest::newRow("asks for the size") << umlaut << -1 << KOV_SUCCESS << 5u;
-        QTest::newRow("no room for the NUL") << umlaut << 5 << KOV_ERR_BUFFER_OVERRUN << 6u;
-        QTest::newRow("fits exactly") << umlaut << 6 << KOV_SUCCESS << 5u;
-        QTest::newRow("empty text, no room") << QByteArray("") << 0 << KOV_ERR_BUFFER_OVERRUN << 1u;
-        QTest::newRow("broken bytes are replaced") << QByteArray("a\xff") << 100 << KOV_SUCCESS << 4u;
+        row("asks for the size", umlaut, -1, KOV_SUCCESS, 5u);
+        row("no room for the NUL", umlaut, 5, KOV_ERR_BUFFER_OVERRUN, 6u);
+        row("fits exactly", umlaut, 6, KOV_SUCCESS, 5u);
+        row("empty text, no room", "", 0, KOV_ERR_BUFFER_OVERRUN, 1u);
+        row("broken bytes are replaced", "a\xff", 100, KOV_SUCCESS, 4u);
     }
 
     void bufferSizes()
     {
-        QFETCH(QByteArray, text);
-        QFETCH(int, given);
+        const auto [text, given, result, needed] = cells<QByteArray, int, KOV_RESULT, uint>();
         KOV_HANDLE handle = nullptr;
         QCOMPARE(KovService_CreateEvent(0, text.constData(), &handle), KOV_SUCCESS);
         QByteArray buffer(128, '?');
         uint32_t size = given < 0 ? 77 : static_cast<uint32_t>(given);
-        QTEST(KovEvent_GetIssuerId(handle, given < 0 ? nullptr : buffer.data(), &size), "result");
-        QTEST(static_cast<uint>(size), "size");
+        QCOMPARE(KovEvent_GetIssuerId(handle, given < 0 ? nullptr : buffer.data(), &size), result);
+        QCOMPARE(size, needed);
         const bool isWritten = given > static_cast<int>(size);
         const QByteArray expected = QString::fromUtf8(text).toUtf8() + '\0';
         QCOMPARE(buffer, (isWritten ? expected : QByteArray())
@@ -232,7 +226,7 @@ private Q_SLOTS:
         QCOMPARE(KovHandle_Free(shared), KOV_SUCCESS);
         const QStringList lines = SdkLog::take();
         QCOMPARE(lines.size(), 2000);
-        QVERIFY(lines.first().contains(QLatin1String("hold itself")));
+        QVERIFY(lines.first().contains("hold itself"));
     }
 
 private:

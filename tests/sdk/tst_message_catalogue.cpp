@@ -1,8 +1,6 @@
 #include "tests/sdk/SdkLog.h"
 #include "tests/support/KovTest.h"
 
-#include <QTemporaryDir>
-
 static QString description(KOV_RESULT code, bool brief, bool formatted)
 {
     char buffer[1000];
@@ -26,33 +24,28 @@ private Q_SLOTS:
             const KOV_RESULT result = KOV_RESULT_CODE(code);
             for (const bool brief : {true, false})
                 QVERIFY2(!description(result, brief, true).isEmpty(), qPrintable(QString::number(code, 16)));
-            QVERIFY(!description(result, false, false).contains(QLatin1Char('<')));
+            QVERIFY(!description(result, false, false).contains('<'));
         }
         QCOMPARE(SdkLog::take(), QStringList());
     }
 
     void refusedFiles_data()
     {
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<QString>("complaint");
-        const auto file = [](const char *name, const QByteArray &content, const char *complaint) {
-            QTest::newRow(name) << content << complaint;
-        };
+        Table<QByteArray, QString> row;
         // A good message first, which must not be taken either; then a wrong one.
-        const auto message = [&file](const char *name, const QByteArray &fields, const char *complaint) {
-            file(name,
-                 "{'format': 1, 'messages': [{'code': 7777, 'type': 'error', 'brief': 'b'}, {" + fields
-                     + "}]}",
-                 complaint);
+        const auto message = [&row](const char *name, const QByteArray &fields, const char *complaint) {
+            row(name,
+                "{'format': 1, 'messages': [{'code': 7777, 'type': 'error', 'brief': 'b'}, {" + fields
+                    + "}]}",
+                complaint);
         };
 
-        file("nothing", "", "line 1, column 1: ");
-        file("cut", "{\n  \"format\": 1,\n  \"messages\": [", "line 3, column ");
-        file("too large", QByteArray(1024 * 1024 + 1, ' '), "file: larger than 1048576 bytes");
-        file("no format", "{'messages': []}", "format: must be the number 1");
-        file("unknown field of the file", "{'format': 1, 'messages': [], 'extra': 1}",
-             "extra: unknown field");
-        file("messages by code", "{'format': 1, 'messages': {}}", "messages: must be an array");
+        row("nothing", "", "line 1, column 1: ");
+        row("cut", "{\n  \"format\": 1,\n  \"messages\": [", "line 3, column ");
+        row("too large", QByteArray(1024 * 1024 + 1, ' '), "file: larger than 1048576 bytes");
+        row("no format", "{'messages': []}", "format: must be the number 1");
+        row("unknown field of the file", "{'format': 1, 'messages': [], 'extra': 1}", "extra: unknown field");
+        row("messages by code", "{'format': 1, 'messages': {}}", "messages: must be an array");
 
         message("no code", "'type': 'error', 'brief': 'b'", "messages[1].code: must be a number");
         message("fraction", "'code': 1.5, 'type': 'error', 'brief': 'b'",
@@ -104,20 +97,18 @@ private Q_SLOTS:
 
     void refusedFiles()
     {
-        QFETCH(QByteArray, content);
-        QFETCH(QString, complaint);
+        const auto [content, complaint] = cells<QByteArray, QString>();
         QCOMPARE(load(content), KOV_ERR_INVALID_ARG);
         const QStringList lines = SdkLog::take();
         QCOMPARE(lines.size(), 1);
-        QVERIFY2(lines.first().contains(QLatin1String("host.json refused: ")), qPrintable(lines.first()));
+        QVERIFY2(lines.first().contains("host.json refused: "), qPrintable(lines.first()));
         QVERIFY2(lines.first().contains(complaint), qPrintable(lines.first()));
         QCOMPARE(description(7777, true, true), QString());
     }
 
     void refusedPlaces_data()
     {
-        QTest::addColumn<QByteArray>("path");
-        QTest::addColumn<QString>("complaint");
+        Table<QByteArray, QString> row;
         row("missing, its name forged", QByteArray("/nowhere/a\n0 forged"), "No such file");
         row("folder", QByteArray("/"), "not a regular file");
         row("endless device", QByteArray("/dev/zero"), "not a regular file");
@@ -125,12 +116,11 @@ private Q_SLOTS:
 
     void refusedPlaces()
     {
-        QFETCH(QByteArray, path);
+        const auto [path, complaint] = cells<QByteArray, QString>();
         QCOMPARE(KovApi_LoadMessageCatalogue(path.constData()), KOV_ERR_NO_DATA);
         const QStringList lines = SdkLog::take();
         QCOMPARE(lines.size(), 1);
-        QVERIFY(!lines.first().contains(QLatin1Char('\n')));
-        QFETCH(QString, complaint);
+        QVERIFY(!lines.first().contains('\n'));
         QVERIFY2(lines.first().contains(complaint), qPrintable(lines.first()));
     }
 
@@ -152,15 +142,13 @@ private Q_SLOTS:
         QCOMPARE(description(replaced, true, true), QString::fromUtf8("<b>1</b> &lt; 2<br>Köln"));
         QCOMPARE(description(replaced, true, false), QString::fromUtf8("1 < 2\nKöln"));
         QCOMPARE(description(replaced, false, true), QString()); // replaced whole
-        QCOMPARE(description(-1, true, true), QStringLiteral("Later"));
+        QCOMPARE(description(-1, true, true), "Later");
         QVERIFY(!description(KOV_NO_UPDATE_AVAILABLE, true, true).isEmpty());
     }
 
     void eventTexts_data()
     {
-        QTest::addColumn<QString>("full");
-        QTest::addColumn<bool>("formatted");
-        QTest::addColumn<QString>("expected");
+        Table<QString, bool, QString> row;
 
         // The event's parameters, in order: "<b>%2</b>\nx", a choice, 42, a nested event.
         row("markup in a value shows as it is", "%1 & %2", true, "&lt;b&gt;%2&lt;/b&gt;<br>x &amp; 42");
@@ -170,8 +158,7 @@ private Q_SLOTS:
 
     void eventTexts()
     {
-        QFETCH(QString, full);
-        QFETCH(bool, formatted);
+        const auto [full, formatted, expected] = cells<QString, bool, QString>();
         const QByteArray text = full.toHtmlEscaped().toUtf8();
         QCOMPARE(load("{'format': 1, 'messages': [{'code': 8002, 'type': 'error', 'brief': 'b', 'full': '"
                       + text + "'}]}"),
@@ -187,7 +174,7 @@ private Q_SLOTS:
         char buffer[1000];
         uint32_t size = sizeof buffer;
         QCOMPARE(KovEvent_GetErrString(event, 0, formatted, buffer, &size), KOV_SUCCESS);
-        QTEST(QString::fromUtf8(buffer), "expected");
+        QCOMPARE(QString::fromUtf8(buffer), expected);
         KovHandle_Free(nested);
         KovHandle_Free(event);
     }
@@ -197,7 +184,7 @@ private:
 
     KOV_RESULT load(QByteArray content)
     {
-        QFile file(m_folder.filePath(QStringLiteral("host.json")));
+        QFile file(m_folder.filePath("host.json"));
         content.replace('\'', '"');
         if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
             return KOV_ERR_FAILURE;

@@ -105,33 +105,31 @@ private Q_SLOTS:
 
     void completesOnceFromTheEventLoop_data()
     {
-        QTest::addColumn<QString>("how");
-        QTest::addColumn<KOV_RESULT>("result");
-        QTest::newRow("ended before") << QStringLiteral("before") << 15282;
-        QTest::newRow("ended by another thread") << QStringLiteral("thread") << 15282;
-        QTest::newRow("cancelled") << QStringLiteral("cancel") << KOV_ERR_CANCELLED;
-        QTest::newRow("null") << QStringLiteral("null") << KOV_ERR_INVALID_HANDLE;
-        QTest::newRow("no job") << QStringLiteral("event") << KOV_ERR_INVALID_HANDLE;
+        Table<QString, KOV_RESULT> row;
+        row("ended before", "before", 15282);
+        row("ended by another thread", "thread", 15282);
+        row("cancelled", "cancel", KOV_ERR_CANCELLED);
+        row("null", "null", KOV_ERR_INVALID_HANDLE);
+        row("no job", "event", KOV_ERR_INVALID_HANDLE);
     }
 
     void completesOnceFromTheEventLoop()
     {
-        QFETCH(QString, how);
-        QFETCH(KOV_RESULT, result);
+        const auto [how, result] = cells<QString, KOV_RESULT>();
         t_SdkHandleWrap event;
         KovService_CreateEvent(15282, nullptr, event.out());
         t_SdkHandleWrap job = newJob();
         const auto end = [&] { KovService_CompleteJob(job, 15282, event, "K\xc3\xb6ln"); };
-        if (how == QLatin1String("before"))
+        if (how == "before")
             end();
-        if (how == QLatin1String("null"))
+        if (how == "null")
             job.reset();
 
-        CSdkRequest request(how == QLatin1String("event") ? event : job);
+        CSdkRequest request(how == "event" ? event : job);
         QSignalSpy completed(&request, &CSdkRequest::jobCompleted);
-        if (how == QLatin1String("thread"))
+        if (how == "thread")
             std::thread(end).join();
-        if (how == QLatin1String("cancel"))
+        if (how == "cancel")
             request.cancel();
         QCOMPARE(completed.size(), 0);
         QVERIFY(!request.isCompleted());

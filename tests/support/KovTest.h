@@ -10,7 +10,9 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <tuple>
 #include <type_traits>
+#include <vector>
 
 /// Keeps a test's settings, data and log away from the user's: everything lands in one temporary folder.
 class TestEnvironment
@@ -59,6 +61,46 @@ void row(const char *name, const Cells &...cells)
             data << cell;
     };
     (add(cells), ...);
+}
+
+/**
+ * A test's table: its data function fills it, and cells() are those of the present row.
+ *
+ *     void length_data()
+ *     {
+ *         Table<QString, int> row;
+ *         row("nothing", "", 0);
+ *     }
+ *     void length()
+ *     {
+ *         const auto [text, length] = cells<QString, int>();
+ */
+template <typename... Cells>
+class Table
+{
+public:
+    Table()
+    {
+        rows().clear();
+        QTest::addColumn<int>("row");
+    }
+    void operator()(const QByteArray &name, const Cells &...cells)
+    {
+        QTest::newRow(name.constData()) << int(rows().size());
+        rows().emplace_back(cells...);
+    }
+    static std::vector<std::tuple<Cells...>> &rows()
+    {
+        static std::vector<std::tuple<Cells...>> filled;
+        return filled;
+    }
+};
+
+template <typename... Cells>
+std::tuple<Cells...> cells()
+{
+    QFETCH(int, row);
+    return Table<Cells...>::rows().at(std::size_t(row));
 }
 
 /// main() of a test with (widgets) or without (core) windows.

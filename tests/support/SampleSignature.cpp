@@ -1,5 +1,6 @@
 #include "tests/support/SampleSignature.h"
 
+#include "gui/data_model/documents/CUpdates.h"
 #include "programs/updater/trust/SigningKey.h"
 
 #include <QFile>
@@ -33,4 +34,29 @@ bool signSample(const QString &path, Signature::Statement statement, const QStri
     QFile signature(path + QStringLiteral(".sig"));
     const QByteArray text = Signature::write(statement, signer);
     return fault.isEmpty() && signature.open(QIODevice::WriteOnly) && signature.write(text) == text.size();
+}
+
+QByteArray sampleCatalogue(const VersionNumber &number, const QString &filePath, const QString &description)
+{
+    CUpdate update;
+    update.updateName = QStringLiteral("N");
+    update.updateDescription = description;
+    update.filePath = filePath;
+    update.fileSize = 15360;
+    update.localeName = update.osType = QStringLiteral("any");
+    update.dateTime = QDateTime(QDate(2026, 1, 2), QTime(3, 4, 5), Qt::UTC);
+    update.status = QStringLiteral("released");
+    CUpdProductVersion version;
+    version.major = number[0];
+    version.minor = number[1];
+    version.subMinor = number[2];
+    version.subSubMinor = number[3];
+    version.updates = {update};
+    CUpdProduct product;
+    product.productName = QStringLiteral("Tessarine Console");
+    product.updateEnabled = true;
+    product.versions = {version};
+    CUpdates catalogue;
+    catalogue.products = {product};
+    return catalogue.write();
 }

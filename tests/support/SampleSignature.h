@@ -10,3 +10,6 @@ Signature::Statement sampleStatement(Signature::Role role);
 /// @return false when something cannot be read or written
 bool signSample(const QString &path, Signature::Statement statement,
                 const QString &key = QStringLiteral("first"));
+
+/// The catalogue of Tessarine Console with one released update, of 15360 bytes.
+QByteArray sampleCatalogue(const VersionNumber &version, const QString &filePath, const QString &description);

@@ -5,8 +5,6 @@
 #include "tests/support/KovTest.h"
 #include "tests/tasks/TaskFixture.h"
 
-#include <QTimer>
-
 #include <csignal>
 
 /// What a task tells, in order: states, and the end.
@@ -16,27 +14,25 @@ public:
     explicit DownloadEvents(CTaskDownloadFile *task)
     {
         connect(task, &CTaskDownloadFile::stateChanged, this,
-                [this](CTaskDownloadFile::State state) { list << QStringLiteral("state %1").arg(state); });
-        connect(task, &CTaskDownloadFile::downloadFinished, this,
-                [this](const QString &path, int error, int canceled) {
-                    const QString name = path.section(QLatin1Char('/'), -1);
-                    list << QStringLiteral("finished %1 %2 %3")
-                                .arg(name.isEmpty() ? QStringLiteral("-") : name)
-                                .arg(error)
-                                .arg(canceled);
-                });
-        connect(task, &CAbstractTask::taskFinished, this, [this](KOV_RESULT result) {
-            list << QStringLiteral("result 0x%1").arg(unsigned(result), 0, 16);
-        });
+                [this](CTaskDownloadFile::State state) { list << QString("state %1").arg(state); });
+        connect(
+            task, &CTaskDownloadFile::downloadFinished, this,
+            [this](const QString &path, int error, int canceled) {
+                const QString name = path.section('/', -1);
+                list
+                    << QString("finished %1 %2 %3").arg(name.isEmpty() ? "-" : name).arg(error).arg(canceled);
+            });
+        connect(task, &CAbstractTask::taskFinished, this,
+                [this](KOV_RESULT result) { list << QString("result 0x%1").arg(unsigned(result), 0, 16); });
     }
-    QString text() const { return list.join(QLatin1String(", ")); }
+    QString text() const { return list.join(", "); }
 
     QStringList list;
 };
 
 inline QTimer *reconnectTimer(CTaskDownloadFile &task)
 {
-    return task.findChild<QTimer *>(QStringLiteral("reconnectTimer"));
+    return task.findChild<QTimer *>("reconnectTimer");
 }
 
 /// The reconnect's time has come.

@@ -6,14 +6,7 @@
 #include "tests/support/TestServer.h"
 #include "tests/tasks/TaskFixture.h"
 
-#include <QPointer>
-#include <QTemporaryDir>
 #include <QtTest>
-
-inline QString s(const char *text)
-{
-    return QString::fromUtf8(text);
-}
 
 inline QString urlOf(const TestServer &server, const char *path = "/")
 {

@@ -27,7 +27,7 @@ inline QByteArray logFile()
 
 inline void setPreference(const QByteArray &name, const QVariant &value)
 {
-    QSettings().setValue(QLatin1String("User Preferences/Proxy/") + QLatin1String(name), value);
+    QSettings().setValue("User Preferences/Proxy/" + QLatin1String(name), value);
 }
 
 /// The user's own proxy.
@@ -40,7 +40,7 @@ inline void useProxy(const QString &host, quint16 port)
 
 inline QNetworkProxy asProxy(const TestServer &server)
 {
-    return {QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), server.serverPort()};
+    return {QNetworkProxy::HttpProxy, "127.0.0.1", server.serverPort()};
 }
 
 /// The decoded credentials of each request; empty for a request without.
@@ -48,8 +48,8 @@ inline QStringList attempts(const TestServer &server)
 {
     QStringList list;
     for (const QByteArray &head : server.requests) {
-        const auto match = QRegularExpression(QStringLiteral("Proxy-Authorization: Basic (\\S+)"))
-                               .match(QString::fromLatin1(head));
+        const auto match
+            = QRegularExpression("Proxy-Authorization: Basic (\\S+)").match(QString::fromLatin1(head));
         list << QString::fromUtf8(QByteArray::fromBase64(match.captured(1).toLatin1()));
     }
     return list;
@@ -91,22 +91,22 @@ private:
         if (!dialog || dialog == m_answered || !m_isReady())
             return;
         m_answered = dialog;
-        const QString title = dialog->findChild<QLabel *>(QStringLiteral("m_lblTitle"))->text();
-        const bool isRetry = title.contains(QLatin1String("incorrect"));
-        seen << (isRetry ? QStringLiteral("retry") : QStringLiteral("ask"));
+        const QString title = dialog->findChild<QLabel *>("m_lblTitle")->text();
+        const bool isRetry = title.contains("incorrect");
+        seen << (isRetry ? "retry" : "ask");
         // What is typed again must not stand there in clear text.
-        if (isRetry && dialog->focusWidget()->objectName() != QLatin1String("m_lePassword"))
-            seen << QStringLiteral("wrong field");
-        QString answer = m_answers.isEmpty() ? QStringLiteral("cancel") : m_answers.takeFirst();
-        if (answer == QLatin1String("cancel"))
+        if (isRetry && dialog->focusWidget()->objectName() != "m_lePassword")
+            seen << "wrong field";
+        QString answer = m_answers.isEmpty() ? "cancel" : m_answers.takeFirst();
+        if (answer == "cancel")
             return QTest::keyClick(dialog, Qt::Key_Escape);
-        auto *remember = dialog->findChild<QCheckBox *>(QStringLiteral("m_ckbRemember"));
-        remember->setChecked(answer.endsWith(QLatin1Char('!')));
+        auto *remember = dialog->findChild<QCheckBox *>("m_ckbRemember");
+        remember->setChecked(answer.endsWith('!'));
         if (remember->isChecked())
             answer.chop(1);
-        const int colon = answer.indexOf(QLatin1Char(':'));
+        const int colon = answer.indexOf(':');
         dialog->setUsername(answer.left(colon));
-        auto *password = dialog->findChild<QLineEdit *>(QStringLiteral("m_lePassword"));
+        auto *password = dialog->findChild<QLineEdit *>("m_lePassword");
         password->setText(answer.mid(colon + 1));
         QTest::keyClick(password, Qt::Key_Return);
     }

@@ -31,7 +31,7 @@ public:
 
     static void install(const QMetaObject *task = &staticMetaObject)
     {
-        KovGui::staticMetaObjectHash()[QStringLiteral("CTaskGetProxyInfo")] = task;
+        KovGui::staticMetaObjectHash()["CTaskGetProxyInfo"] = task;
     }
     inline static QNetworkProxy chosen;
     inline static KOV_RESULT result = KOV_SUCCESS;

@@ -1,14 +1,12 @@
-# A child process that goes wrong on request.
-add_executable(misbehaving_download misbehaving_download.cpp)
-
 kov_add_test(NAME tst_download_task SOURCES tst_download_task.cpp DownloadFixture.h TaskFixture.h LIBS KovGui LABELS tasks)
-target_compile_definitions(tst_download_task PRIVATE MISBEHAVING_DOWNLOAD="$<TARGET_FILE:misbehaving_download>")
-add_dependencies(tst_download_task misbehaving_download)
+target_compile_definitions(tst_download_task PRIVATE
+    MISBEHAVING_PROGRAM="${CMAKE_SOURCE_DIR}/tests/support/misbehaving-program")
 kov_add_test(NAME tst_md5_calculator SOURCES tst_md5_calculator.cpp LIBS KovGui LABELS tasks)
 
 # With the real utility and real servers.
 if(KOV_BUILD_PROGRAMS)
     kov_add_test(NAME tst_interactive_download SOURCES tst_interactive_download.cpp DownloadFixture.h TaskFixture.h
+        ${CMAKE_SOURCE_DIR}/tests/support/AnsweringProvider.h
         LIBS KovGui NginxServer TestServer LABELS tasks servers)
     target_compile_definitions(tst_interactive_download PRIVATE DOWNLOAD_UTILITY="$<TARGET_FILE:download_utility>"
         MESSAGES="${CMAKE_SOURCE_DIR}/kov_sdk/messages.json")

@@ -1,10 +1,14 @@
 #include "abstract_task/CTaskManager.h"
 #include "gui/frame/GUI.h"
+#include "gui/tasks/download/FileDownloadInfo.h"
 #include "tests/support/Files.h"
+#include "tests/support/KovTest.h"
 #include "tests/support/LogCapture.h"
 #include "tests/tasks/DownloadFixture.h"
 
 using Task = CTaskDownloadFile;
+
+constexpr char hang[] = "while echo PROGRESS: 1; do sleep .06; done";
 
 /// The task and its thread, with a child process that misbehaves.
 class tst_DownloadTask : public QObject
@@ -22,8 +26,8 @@ private Q_SLOTS:
     void init()
     {
         m_folder = std::make_unique<QTemporaryDir>();
-        qputenv("RUNS", m_folder->filePath(QStringLiteral("runs")).toUtf8());
-        useUtility(QStringLiteral(MISBEHAVING_DOWNLOAD));
+        qputenv("RUNS", m_folder->filePath("runs").toUtf8());
+        useUtility(MISBEHAVING_PROGRAM);
         ChosenProxy::chosen = QNetworkProxy();
         ChosenProxy::result = KOV_SUCCESS;
         ChosenProxy::waits = false;
@@ -31,28 +35,25 @@ private Q_SLOTS:
 
     void outcomes_data()
     {
-        QTest::addColumn<QByteArray>("behaviour"); // or the path of another program
-        QTest::addColumn<bool>("reconnects");
-        QTest::addColumn<QByteArray>("events");
+        // behaviour: or the path of another program
+        Table<QByteArray, bool, QByteArray> row;
 
         const QByteArray failed("state 1, state 2, finished file.bin -1 0, result 0x80000009");
         const QByteArray waiting("state 1, state 3");
-        row<QByteArray>("success", "exit 0", true, "state 1, state 2, finished file.bin 0 0, result 0x0");
-        row<QByteArray>("another code", "exit 23", true, QByteArray(failed).replace("-1", "23"));
-        row<QByteArray>("25, not wanted", "exit 25", false, QByteArray(failed).replace("-1", "25"));
-        row<QByteArray>("25 and wanted", "exit 25", true, waiting);
-        row<QByteArray>("31 and wanted", "exit 31", true, waiting);
-        row<QByteArray>("killed by signal 25", "signal 25", true, failed);
-        row<QByteArray>("killed by signal 31", "signal 31", true, failed);
-        row<QByteArray>("no utility", "/no/such/utility", true, failed);
-        row<QByteArray>("no program", "/etc/passwd", true, failed);
+        row("success", "exit 0", true, "state 1, state 2, finished file.bin 0 0, result 0x0");
+        row("another code", "exit 23", true, QByteArray(failed).replace("-1", "23"));
+        row("25, not wanted", "exit 25", false, QByteArray(failed).replace("-1", "25"));
+        row("25 and wanted", "exit 25", true, waiting);
+        row("31 and wanted", "exit 31", true, waiting);
+        row("killed by signal 25", "kill -25 $$", true, failed);
+        row("killed by signal 31", "kill -31 $$", true, failed);
+        row("no utility", "/no/such/utility", true, failed);
+        row("no program", "/etc/passwd", true, failed);
     }
 
     void outcomes()
     {
-        QFETCH(QByteArray, behaviour);
-        QFETCH(bool, reconnects);
-        QFETCH(QByteArray, events);
+        const auto [behaviour, reconnects, events] = cells<QByteArray, bool, QByteArray>();
         if (behaviour.startsWith('/'))
             useUtility(QString::fromUtf8(behaviour));
         ChosenProxy::result = KOV_NO_PROXY_TO_ASK;
@@ -79,8 +80,8 @@ private Q_SLOTS:
         }
         QTRY_VERIFY(task->isFinished());
         QCOMPARE(delays, (QList<int>{5000, 30000, 60000} + QVector<int>(8, 300000).toList()));
-        QCOMPARE(told.list.mid(told.list.size() - 3).join(QLatin1String(", ")),
-                 QStringLiteral("state 2, finished file.bin 25 0, result 0x80000009"));
+        QCOMPARE(told.list.mid(told.list.size() - 3).join(", "),
+                 "state 2, finished file.bin 25 0, result 0x80000009");
     }
 
     void reconnectStartsWhenTheThreadHasEnded()
@@ -106,7 +107,10 @@ private Q_SLOTS:
 
     void progressFromPieces()
     {
-        const auto task = makeTask("pieces");
+        const auto task
+            = makeTask("for piece in 'FILE_SI' 'ZE: 12' '34\nDOWNLOADED_BYTES: 1' '000\nPROGRESS: 10\nPROGR'"
+                       " 'ESS: 1' '2\nESTIMATED_TIME: 7\nDOWNLOADING_RATE: 9' 9;"
+                       " do printf %s \"$piece\"; sleep .06; done");
         QList<DownloadProgressData> reports;
         QList<uint> percentages;
         connect(task.get(), &Task::sendDownloadProgressData, this,
@@ -131,11 +135,12 @@ private Q_SLOTS:
     void standardErrorCannotFloodOrForgeTheLog()
     {
         const LogCapture log;
-        const auto task = makeTask("flood errors");
+        const auto task
+            = makeTask("seq 20000 | sed 's|.*|line &\\rF /forged:1:1/ https://me:secret@h/\\x1b[31m|' >&2");
         task->execute();
         QTRY_VERIFY(task->isFinished());
         QCOMPARE(task->getResult(), KOV_SUCCESS);
-        QVERIFY(log.text().contains("\nDownloading standard error : \nline 0\\rF /forged:1:1/"));
+        QVERIFY(log.text().contains("\nDownloading standard error : \nline 1\\rF /forged:1:1/"));
         QVERIFY(!log.text().contains("secret"));
         QVERIFY2(log.text().size() < 200000, QByteArray::number(log.text().size()).constData());
         QCOMPARE(log.count("more bytes were not logged"), 1);
@@ -143,32 +148,29 @@ private Q_SLOTS:
 
     void endings_data()
     {
-        QTest::addColumn<QByteArray>("how");
-        QTest::addColumn<QByteArray>("behaviour");
-        QTest::addColumn<int>("when"); // state; -1: before execute(), -2: while the proxy is looked for
-        QTest::addColumn<QByteArray>("events");
+        // when: state; -1: before execute(), -2: while the proxy is looked for
+        Table<QByteArray, QByteArray, int, QByteArray> row;
 
         const QByteArray neverBegan("finished - 0 1, result 0x80000009");
         const QByteArray canceled("state 1, state 2, finished file.bin -1 1, result 0x80000009");
         const QByteArray ended("state 1, state 2, finished - 0 1, result 0x80000275");
-        row<QByteArray>("before execute", "cancel", "exit 0", -1, neverBegan);
-        row<QByteArray>("in the search for a proxy", "cancel", "exit 0", -2, neverBegan);
-        row<QByteArray>("as the process begins", "cancel at once", "hang", 1, canceled);
-        row<QByteArray>("one that never ends", "cancel", "hang", 1, canceled);
-        row<QByteArray>("one that floods", "cancel", "flood", 1, canceled);
-        row<QByteArray>("while waiting", "cancel", "exit 25", 3,
-                        "state 1, state 3, state 2, finished file.bin 25 1, result 0x80000009");
-        row<QByteArray>("terminated", "terminate", "hang", 1, ended);
-        row<QByteArray>("deleted", "delete", "hang", 1, ended);
-        row<QByteArray>("killed from outside", "kill", "hang", 1,
-                        "state 1, state 2, finished file.bin -1 0, result 0x80000009");
+        row("before execute", "cancel", "exit 0", -1, neverBegan);
+        row("in the search for a proxy", "cancel", "exit 0", -2, neverBegan);
+        row("as the process begins", "cancel at once", hang, 1, canceled);
+        row("one that never ends", "cancel", hang, 1, canceled);
+        row("one that floods its output", "cancel", "exec yes PROGRESS: 1", 1, canceled);
+        row("one that floods its errors", "cancel", "exec yes https://me:secret@h/ >&2", 1, canceled);
+        row("while waiting", "cancel", "exit 25", 3,
+            "state 1, state 3, state 2, finished file.bin 25 1, result 0x80000009");
+        row("terminated", "terminate", hang, 1, ended);
+        row("deleted", "delete", hang, 1, ended);
+        row("killed from outside", "kill", hang, 1,
+            "state 1, state 2, finished file.bin -1 0, result 0x80000009");
     }
 
     void endings()
     {
-        QFETCH(QByteArray, how);
-        QFETCH(QByteArray, behaviour);
-        QFETCH(int, when);
+        const auto [how, behaviour, when, events] = cells<QByteArray, QByteArray, int, QByteArray>();
         ChosenProxy::waits = when == -2;
         auto task = makeTask(behaviour, Task::Reconnect);
         const DownloadEvents told(task.get());
@@ -192,7 +194,6 @@ private Q_SLOTS:
         if (when == -1)
             task->execute();
 
-        QFETCH(QByteArray, events);
         QTRY_COMPARE(told.text(), QString::fromUtf8(events));
         QCOMPARE(task && task->isCanceled(), how.startsWith("cancel"));
         for (const QByteArray &run : runs())
@@ -205,7 +206,7 @@ private Q_SLOTS:
 
     void quitInTheMiddle()
     {
-        const auto task = makeTask("hang");
+        const auto task = makeTask(hang);
         task->execute();
         QTRY_COMPARE(runs().size(), 1);
         QTimer::singleShot(0, QCoreApplication::instance(), &QCoreApplication::quit);
@@ -216,40 +217,35 @@ private Q_SLOTS:
 
     void arguments_data()
     {
-        QTest::addColumn<QNetworkProxy>("proxy");
-        QTest::addColumn<bool>("isBackground");
-        QTest::addColumn<QByteArray>("more"); // arguments behind the common ones, and standard input
-
+        // Arguments behind the common ones, and standard input.
+        Table<QNetworkProxy, bool, QByteArray, QByteArray> row;
         const auto proxy = [](const char *user, const QString &password = QString()) {
-            return QNetworkProxy(QNetworkProxy::HttpProxy, QStringLiteral("proxy"), 3128, QLatin1String(user),
-                                 password);
+            return QNetworkProxy(QNetworkProxy::HttpProxy, "proxy", 3128, user, password);
         };
         const QByteArray server = "--proxy-server|proxy|--proxy-port|3128|";
         const QByteArray user = server + "-pu|me|--proxy-try-count|1|";
-        QTest::newRow("no proxy") << QNetworkProxy() << false << QByteArray("end");
-        QTest::newRow("background") << QNetworkProxy() << true << QByteArray("-bd|end");
-        QTest::newRow("a proxy") << proxy("") << false << server + "end";
-        QTest::newRow("a user without a password") << proxy("me") << false << user + "end";
-        QTest::newRow("a password") << proxy("me", QStringLiteral(u"p\u00e4 ss\u20ac")) << false
-                                    << user + "[p\xc3\xa4 ss\xe2\x82\xac]end";
+        row("no proxy", QNetworkProxy(), false, "", "");
+        row("background", QNetworkProxy(), true, "-bd|", "");
+        row("a proxy", proxy(""), false, server, "");
+        row("a user without a password", proxy("me"), false, user, "");
+        row("a password", proxy("me", "pä ss€"), false, user, "pä ss€\n");
     }
 
     void arguments()
     {
-        QFETCH(QNetworkProxy, proxy);
-        QFETCH(bool, isBackground);
-        QFETCH(QByteArray, more);
+        const auto [proxy, isBackground, more, input] = cells<QNetworkProxy, bool, QByteArray, QByteArray>();
         ChosenProxy::chosen = proxy;
         const LogCapture log;
-        const auto task
-            = makeTask("read input", isBackground ? Task::BackgroundDownload : Task::DownloadOptions());
+        const auto task = makeTask("cat >\"$RUNS.input\"",
+                                   isBackground ? Task::BackgroundDownload : Task::DownloadOptions());
         task->execute();
         QTRY_VERIFY(task->isFinished());
         const QByteArray run = runs().value(0);
         QCOMPARE(run.mid(run.indexOf('|') + 1), "download|-u|file|-f|http://h/a/file.bin|-p|"
                                                     + m_folder->path().toUtf8() + "|-ui|-fo|" + more);
+        QCOMPARE(fileContent(m_folder->filePath("runs.input")), input);
         QVERIFY(log.text().contains(" download -u file -f http://h/a/file.bin -p "));
-        QVERIFY(!log.text().contains(" me ") && !log.text().contains("ss\xe2\x82\xac"));
+        QVERIFY(!log.text().contains(" me ") && !log.text().contains("ss€"));
     }
 
     void secretsThatCannotBeHandedOver()
@@ -260,8 +256,7 @@ private Q_SLOTS:
             {"http://h/f", "two\nlines"},     {"http://h/f", "two\rlines"}, {"http://me:secret@h/f", ""},
             {"https://secret-token@h/f", ""}, {"http:/me:secret@h/f", ""},  {"http:///me:secret@h/f", ""}};
         for (const auto &[url, password] : cases) {
-            ChosenProxy::chosen = {QNetworkProxy::HttpProxy, QStringLiteral("proxy"), 1, QStringLiteral("me"),
-                                   QLatin1String(password)};
+            ChosenProxy::chosen = {QNetworkProxy::HttpProxy, "proxy", 1, "me", QLatin1String(password)};
             Task task(QLatin1String(url), m_folder->path(), Task::Reconnect);
             task.execute();
             QTRY_VERIFY(task.isFinished());
@@ -278,24 +273,52 @@ private Q_SLOTS:
         const auto task = makeTask("exit 0", Task::Reconnect);
         const DownloadEvents told(task.get());
         task->execute();
-        QTRY_COMPARE(told.text(), QStringLiteral("finished - 0 1, result 0x80038005"));
+        QTRY_COMPARE(told.text(), "finished - 0 1, result 0x80038005");
         QVERIFY(runs().isEmpty());
+    }
+
+    void fileNames()
+    {
+        const auto name = FileDownloadInfo::destinationFileNameFromUrl;
+        QCOMPARE(name("http://h/a/s.deb?x=/y#z"), "s.deb");
+        QCOMPARE(name("/var/tmp/.setup"), ".setup");
+        QCOMPARE(name(QString()) + name("http://h/..%2F..%2Fetc%2Fpasswd"), QString());
+        // Bytes count, not characters.
+        QVERIFY(!FileDownloadInfo::isSafeFileName(QString(122, QChar(0xe9))));
+    }
+
+    void pathsAndSize()
+    {
+        QTemporaryDir directory;
+        FileDownloadInfo info;
+        QCOMPARE(info.destinationDirectory, QDir::homePath());
+        info.url = "http://h/f";
+        info.destinationDirectory.clear();
+        QCOMPARE(info.destinationFilePath() + info.destinationFilePartPath(), QString());
+        info = FileDownloadInfo(directory.path());
+        info.url = "http://h/a/b/setup.exe";
+        QCOMPARE(info.destinationFilePath(), directory.path() + QDir::separator() + "setup.exe");
+        QCOMPARE(info.destinationFilePartPath(), info.destinationFilePath() + ".kovupd-part");
+        QCOMPARE(info.downloadedByFar(), 0);
+        QVERIFY(writeFile(info.destinationFilePartPath(), QByteArray(10, 'x')));
+        QCOMPARE(info.downloadedByFar(), 10);
+        QVERIFY(info.isCutOff());
+        QVERIFY(writeFile(info.destinationFilePath(), QByteArray(7, 'x')));
+        QCOMPARE(info.downloadedByFar(), 7);
+        QVERIFY(!info.isCutOff());
     }
 
 private:
     std::unique_ptr<Task> makeTask(const QByteArray &behaviour, Task::DownloadOptions options = {})
     {
         qputenv("MISBEHAVIOUR", behaviour);
-        return std::make_unique<Task>(QStringLiteral("http://h/a/file.bin"), m_folder->path(), options);
+        return std::make_unique<Task>("http://h/a/file.bin", m_folder->path(), options);
     }
 
-    void useUtility(const QString &path)
-    {
-        KovGui::setUpdaterFilePathAndUpdateMode(path, QString(), QStringLiteral("ctl"));
-    }
+    void useUtility(const QString &path) { KovGui::setUpdaterFilePathAndUpdateMode(path, QString(), "ctl"); }
     QList<QByteArray> runs() const
     {
-        QList<QByteArray> lines = fileContent(m_folder->filePath(QStringLiteral("runs"))).split('\n');
+        QList<QByteArray> lines = fileContent(m_folder->filePath("runs")).split('\n');
         lines.removeAll(QByteArray());
         return lines;
     }

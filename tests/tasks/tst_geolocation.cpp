@@ -17,7 +17,7 @@ private Q_SLOTS:
         KovGui::init(KAM_CONSOLE);
         ChosenProxy::install();
         ChosenProxy::chosen = QNetworkProxy::NoProxy;
-        QVERIFY(locator->url().endsWith(s("/geoip/generic")));
+        QVERIFY(locator->url().endsWith("/geoip/generic"));
         QVERIFY2(m_server.start(m_root.path()), qPrintable(m_server.errorString()));
     }
 
@@ -29,16 +29,12 @@ private Q_SLOTS:
 
     void answers_data()
     {
-        QTest::addColumn<QByteArray>("page");
-        QTest::addColumn<int>("error");
-        QTest::addColumn<QString>("country");
-        QTest::addColumn<QByteArray>("record");
-        const auto row
-            = [](const char *name, const char *page, int error, const char *country, const char *record) {
-                  QTest::newRow(name)
-                      << QByteArray(page).replace("CH", "<Country>CH</Country><Subdivision>ZH</Subdivision>")
-                      << error << s(country) << QByteArray(record);
-              };
+        Table<QByteArray, int, QString, QByteArray> table;
+        const auto row = [&table](const char *name, const char *page, int error, const char *country,
+                                  const char *record) {
+            table(name, QByteArray(page).replace("CH", "<Country>CH</Country><Subdivision>ZH</Subdivision>"),
+                  error, country, record);
+        };
         const char *failed = "IP Geolocation failed with error: Unknown error\n";
         row("found", "<r><Result>0</Result>CH</r>", 0, "CH", "Country : CH\n");
         row("server error", "<r><Result>-1</Result>CH</r>", 1, "CH", "with error: Server error\n");
@@ -53,20 +49,19 @@ private Q_SLOTS:
 
     void answers()
     {
-        QFETCH(QByteArray, page);
-        QFETCH(QByteArray, record);
-        QFile file(m_root.filePath(s("generic")));
+        const auto [page, error, country, record] = cells<QByteArray, int, QString, QByteArray>();
+        QFile file(m_root.filePath("generic"));
         file.remove();
         if (!page.isEmpty())
             QVERIFY(writeFile(file.fileName(), page));
         const LogCapture log(3);
-        locator->setUrl(m_server.url(s("generic")));
+        locator->setUrl(m_server.url("generic"));
         QSignalSpy finished(locator, &CIpGeoLocator::finished);
         locator->locate();
         QCOMPARE(locator->state(), CIpGeoLocator::Locating);
         QVERIFY(finished.wait());
-        QTEST(int(locator->error()), "error");
-        QTEST(locator->countryCode(), "country");
+        QCOMPARE(int(locator->error()), error);
+        QCOMPARE(locator->countryCode(), country);
         QCOMPARE(locator->regionCode().isEmpty(), locator->countryCode().isEmpty());
         QCOMPARE(locator->state(), locator->error() ? CIpGeoLocator::LocationFailed : CIpGeoLocator::Located);
         QVERIFY2(log.text().contains(record), log.text().constData());
@@ -96,16 +91,14 @@ private Q_SLOTS:
         QTRY_COMPARE(finished.size(), 2);
         QCOMPARE(answers.connections, 2);
         QCOMPARE(silent.disconnections, 1);
-        QCOMPARE(locator->countryCode(), s("SE"));
+        QCOMPARE(locator->countryCode(), "SE");
         QVERIFY(answers.received.startsWith("GET /geo?Product=")
                 && answers.received.contains("&Locale=de_AT HTTP"));
     }
 
     void countryNames_data()
     {
-        QTest::addColumn<QString>("locale");
-        QTest::addColumn<QString>("code");
-        QTest::addColumn<QString>("name");
+        Table<QString, QString, QString> row;
         row("common name", "en_US", "BO", "Bolivia");
         row("the language's file serves its countries", "de_AT", "AT", "Österreich");
         row("the country's file first", "zh_TW", "DE", "德國");
@@ -115,10 +108,9 @@ private Q_SLOTS:
 
     void countryNames()
     {
-        QFETCH(QString, locale);
-        QFETCH(QString, code);
+        const auto [locale, code, name] = cells<QString, QString, QString>();
         QLocale::setDefault(QLocale(locale));
-        QTEST(nameOf(code), "name");
+        QCOMPARE(nameOf(code), name);
     }
 
     void countrySelector()
@@ -128,20 +120,20 @@ private Q_SLOTS:
         const int all = UserInfo::countries().size();
         QVERIFY(all > 240);
         QCOMPARE(CCountryListModel().rowCount(), 1 + all);
-        UserInfo::setPredefinedCountries({s("SE"), s("../x"), s("CH")});
+        UserInfo::setPredefinedCountries({"SE", "../x", "CH"});
         QComboBox box;
         auto *model = new CCountryListModel(&box);
         box.setModel(model);
         QVERIFY(log.text().contains("(!)Error: there is no country \"../x\""));
         QCOMPARE(model->rowCount(), 4 + all);
         QCOMPARE(box.itemText(0), UserInfo::selectRegionText());
-        QCOMPARE(box.itemData(1).toString(), s("separator"));
+        QCOMPARE(box.itemData(1).toString(), "separator");
         QCOMPARE(model->flags(model->index(1)), Qt::ItemFlags(Qt::NoItemFlags));
         // Sorted as people do: Å stands among the letters A.
-        QVERIFY(box.findText(s("Åland Islands")) < box.findText(s("Algeria")));
+        QVERIFY(box.findText("Åland Islands") < box.findText("Algeria"));
         QTest::keyClick(&box, Qt::Key_Down);
-        QCOMPARE(box.currentText(), s("Sweden"));
-        QCOMPARE(box.findData(s("CH")), 3);
+        QCOMPARE(box.currentText(), "Sweden");
+        QCOMPARE(box.findData("CH"), 3);
     }
 
 private:

@@ -7,7 +7,6 @@
 #include <QNetworkProxy>
 #include <QNetworkReply>
 #include <QSslConfiguration>
-#include <QTimer>
 #include <csignal>
 #include <sys/resource.h>
 
@@ -40,26 +39,22 @@ private Q_SLOTS:
         write("medium", QByteArray(5000, 'x'));
         write("full", QByteArray(int(CTaskHttpOperation::MaximumBodySize), 'x'));
         write("large", QByteArray(int(CTaskHttpOperation::MaximumBodySize) + 1, 'x'));
-        const QString locations = s("gzip_min_length 1; gzip_types *;"
-                                    "location = /small { gzip on; alias %1/page; }"
-                                    "location = /packed { add_header Content-Encoding gzip; alias %1/page; }"
-                                    "location = /moved { return 302 /page; }"
-                                    "location = /broken { return 500 'no, $request_uri'; }"
-                                    "location = /private { auth_basic x; auth_basic_user_file /dev/null; }");
+        const QString locations = "gzip_min_length 1; gzip_types *;"
+                                  "location = /small { gzip on; alias %1/page; }"
+                                  "location = /packed { add_header Content-Encoding gzip; alias %1/page; }"
+                                  "location = /moved { return 302 /page; }"
+                                  "location = /broken { return 500 'no, $request_uri'; }"
+                                  "location = /private { auth_basic x; auth_basic_user_file /dev/null; }";
         QVERIFY2(m_server.start(m_root.path(), locations.arg(m_root.path())),
                  qPrintable(m_server.errorString()));
     }
 
     void request_data()
     {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<int>("operation");
-        QTest::addColumn<unsigned>("result");
-        QTest::addColumn<QByteArray>("expected"); // the beginning of the body, or a part of the log
-        const auto row = [](const char *name, const char *path, unsigned result, const char *expected,
-                            int operation = 2) {
-            QTest::newRow(name) << s(path) << operation << result << QByteArray(expected);
-        };
+        // expected: the beginning of the body, or a part of the log
+        Table<QString, int, unsigned, QByteArray> table;
+        const auto row = [&table](const char *name, const char *path, unsigned result, const char *expected,
+                                  int operation = 2) { table(name, path, operation, result, expected); };
         row("page", "page", 0, "a page");
         row("head", "page", 0, "", QNetworkAccessManager::HeadOperation);
         row("server that compresses on request", "small", 0, "a page");
@@ -81,15 +76,12 @@ private Q_SLOTS:
 
     void request()
     {
-        QFETCH(QString, path);
-        QFETCH(int, operation);
-        QFETCH(unsigned, result);
-        QFETCH(QByteArray, expected);
-        QUrl url(m_server.url(path) + s("?Password=open-sesame&Email=john@h.example"));
-        url.setUserInfo(s("user-word:pass-sesame"));
-        if (path == s("\\%"))
-            url = QUrl(s("http://user-word:pass-sesame@h h/"));
-        const QString file = m_root.filePath(s("body"));
+        const auto [path, operation, result, expected] = cells<QString, int, unsigned, QByteArray>();
+        QUrl url(m_server.url(path) + "?Password=open-sesame&Email=john@h.example");
+        url.setUserInfo("user-word:pass-sesame");
+        if (path == "\\%")
+            url = QUrl("http://user-word:pass-sesame@h h/");
+        const QString file = m_root.filePath("body");
         const LogCapture log(3);
         CTaskHttpOperation task(QNetworkRequest(url), QNetworkAccessManager::Operation(operation), file,
                                 nullptr, nullptr, CTaskHttpOperation::KeepParser, QByteArray());
@@ -117,12 +109,12 @@ private Q_SLOTS:
 
     void endlessBody()
     {
-        QFile file(m_root.filePath(s("endless")));
+        QFile file(m_root.filePath("endless"));
         QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(8LL << 30));
         rusage before;
         ::getrusage(RUSAGE_SELF, &before);
         const LogCapture log(3);
-        Get task(m_server.url(s("endless")));
+        Get task(m_server.url("endless"));
         QSignalSpy finished(&task, &CAbstractTask::taskFinished);
         task.execute();
         QTRY_VERIFY(task.findChild<QNetworkReply *>());
@@ -133,16 +125,13 @@ private Q_SLOTS:
         ::getrusage(RUSAGE_SELF, &after);
         QVERIFY(log.text().contains("larger than 16777216 bytes"));
         const long grown = (after.ru_maxrss - before.ru_maxrss) / 1024;
-        QVERIFY2(grown < 150, qPrintable(s("grown by %1 MiB").arg(grown)));
+        QVERIFY2(grown < 150, qPrintable(QString("grown by %1 MiB").arg(grown)));
     }
 
     void certificates_data()
     {
-        QTest::addColumn<QString>("subject");
-        QTest::addColumn<QString>("host"); // for which the certificate of "h.example" is used
-        QTest::addColumn<bool>("trusted");
-        QTest::addColumn<bool>("accepted");
-        QTest::addColumn<int>("forgiven");
+        // host: for which the certificate of "h.example" is used
+        Table<QString, QString, bool, bool, int> row;
         const char *maker = "/CN=.tessarine.example";
         const char *host = "www.tessarine.example";
         row("right", "/CN=h", "h.example", true, true, 0);
@@ -158,18 +147,14 @@ private Q_SLOTS:
 
     void certificates()
     {
-        QFETCH(QString, subject);
-        QFETCH(QString, host);
-        QFETCH(bool, trusted);
-        QFETCH(bool, accepted);
-        QFETCH(int, forgiven);
+        const auto [subject, host, trusted, accepted, forgiven] = cells<QString, QString, bool, bool, int>();
         NginxServer server;
-        QVERIFY(server.start(m_root.path(), m_authority.issue(subject, s("DNS:h.example")), s("ssl")));
+        QVERIFY(server.start(m_root.path(), m_authority.issue(subject, "DNS:h.example"), "ssl"));
         TestServer tunnel([&server](const TestServer::Request &) {
             return TestServer::Reply{"200 Connected\r\n", {}, TestServer::End::Stay, 0, server.port()};
         });
-        const QNetworkProxy proxy(QNetworkProxy::HttpProxy, s("127.0.0.1"), tunnel.serverPort());
-        QNetworkRequest request(QUrl(s("https://%1/page").arg(host)));
+        const QNetworkProxy proxy(QNetworkProxy::HttpProxy, "127.0.0.1", tunnel.serverPort());
+        QNetworkRequest request(QUrl(QString("https://%1/page").arg(host)));
         QSslConfiguration ssl = QSslConfiguration::defaultConfiguration();
         ssl.setCaCertificates(QSslCertificate::fromPath(trusted ? m_authority.certificate() : QString()));
         request.setSslConfiguration(ssl);
@@ -183,9 +168,8 @@ private Q_SLOTS:
 
     void fileInTheWay_data()
     {
-        QTest::addColumn<QString>("command"); // run in an empty folder
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<QString>("content"); // empty: no file
+        // command: run in an empty folder; content: empty: no file
+        Table<QString, QString, QString> row;
         row("file of an earlier run", "echo a longer text > target", "page", "a page");
         row("file of an earlier run, failure", "echo old > target", "missing", "");
         row("link to somebody's file", "echo > other; ln -s other target", "page", "a page");
@@ -196,12 +180,10 @@ private Q_SLOTS:
 
     void fileInTheWay()
     {
-        QFETCH(QString, command);
-        QFETCH(QString, path);
-        QFETCH(QString, content);
+        const auto [command, path, content] = cells<QString, QString, QString>();
         QTemporaryDir folder;
-        QCOMPARE(QProcess::execute(s("sh"), {s("-c"), s("cd %1; ").arg(folder.path()) + command}), 0);
-        const QFileInfo target(folder.filePath(s("target")));
+        QCOMPARE(QProcess::execute("sh", {"-c", QString("cd %1; ").arg(folder.path()) + command}), 0);
+        const QFileInfo target(folder.filePath("target"));
         const bool isKept = !target.isFile() && target.exists();
         const LogCapture log(3);
         Get task(m_server.url(path), target.filePath());
@@ -210,7 +192,7 @@ private Q_SLOTS:
         QCOMPARE(log.text().contains("(!)Error: failed to open temporary file "), isKept);
         if (!content.isEmpty())
             QCOMPARE(fileContent(target.filePath()), content.toUtf8());
-        QVERIFY(QFileInfo(folder.filePath(s("other"))).size() <= 1);
+        QVERIFY(QFileInfo(folder.filePath("other")).size() <= 1);
     }
 
     void fullDisk()
@@ -220,14 +202,14 @@ private Q_SLOTS:
         const auto handler = std::signal(SIGXFSZ, SIG_IGN);
         const rlimit tiny{1000, before.rlim_max};
         const LogCapture log(3);
-        Get task(m_server.url(s("medium")), m_root.filePath(s("cut")));
+        Get task(m_server.url("medium"), m_root.filePath("cut"));
         ::setrlimit(RLIMIT_FSIZE, &tiny);
         const KOV_RESULT result = resultOf(task);
         ::setrlimit(RLIMIT_FSIZE, &before);
         std::signal(SIGXFSZ, handler);
         QCOMPARE(result, KOV_ERR_FAILURE);
         QVERIFY(log.text().contains("(!)Error: failed to write file")
-                && !QFile::exists(m_root.filePath(s("cut"))));
+                && !QFile::exists(m_root.filePath("cut")));
     }
 
     void parser()
@@ -237,10 +219,10 @@ private Q_SLOTS:
         CHttpResponseParser bad;
         CHttpResponseParser unused;
         QPointer<CHttpResponseParser> deleted = new CHttpResponseParser;
-        auto task = std::make_unique<Get>(m_server.url(s("answer")), QString(), &good);
-        Get broken(m_server.url(s("broken-answer")), QString(), &bad);
-        Get failing(m_server.url(s("missing")), QString(), &unused);
-        Get owner(m_server.url(s("answer")), QString(), deleted, CTaskHttpOperation::DeleteParser);
+        auto task = std::make_unique<Get>(m_server.url("answer"), QString(), &good);
+        Get broken(m_server.url("broken-answer"), QString(), &bad);
+        Get failing(m_server.url("missing"), QString(), &unused);
+        Get owner(m_server.url("answer"), QString(), deleted, CTaskHttpOperation::DeleteParser);
         QCOMPARE(resultOf(*task), KOV_SUCCESS);
         QCOMPARE(good.data(), QVariant(7));
         QVERIFY(QFile::exists(good.filePath()));
@@ -261,35 +243,22 @@ private Q_SLOTS:
         const LogCapture log(3);
         Get task(urlOf(silent, "/?NewPassword=sesame"));
         QSignalSpy finished(&task, &CAbstractTask::taskFinished);
-        auto *timer = task.findChild<QTimer *>(s("operationTimeout"));
-        const auto userIsTyping = [&task](bool typing) {
-            QVERIFY(QMetaObject::invokeMethod(&task, "onWaitingProxyAuthInput", Q_ARG(bool, typing)));
-        };
-        userIsTyping(false);
-        QVERIFY(!timer->isActive());
-
+        auto *timer = task.findChild<QTimer *>("operationTimeout");
         task.execute();
         QTRY_VERIFY(!silent.received.isEmpty());
         QVERIFY(timer->isActive() && timer->isSingleShot());
         QCOMPARE(timer->interval(), 60000);
-        userIsTyping(true);
-        QVERIFY(!timer->isActive());
-        userIsTyping(false);
-        QVERIFY(timer->isActive() && timer->remainingTime() > 50000);
-
         timer->start(0);
         QVERIFY(finished.wait());
         QCOMPARE(task.getResult(), KOV_ERR_FAILURE);
         QVERIFY(
             log.text().contains("(!)Http error: Internal timeout. Url: " + silent.url("/?NewPassword=xxx")));
         QTRY_COMPARE(silent.disconnections, 1);
-        userIsTyping(false);
-        QVERIFY(!timer->isActive());
     }
 
     void endOfTheTaskEndsTheTransfer()
     {
-        const QString file = m_root.filePath(s("half"));
+        const QString file = m_root.filePath("half");
         TestServer slow("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nhalf");
         auto deleted = std::make_unique<Get>(urlOf(slow), file);
         deleted->execute();
@@ -303,7 +272,7 @@ private Q_SLOTS:
 private:
     void write(const char *name, const QByteArray &content)
     {
-        QVERIFY(writeFile(m_root.filePath(s(name)), content));
+        QVERIFY(writeFile(m_root.filePath(name), content));
     }
 
     QTemporaryDir m_root;

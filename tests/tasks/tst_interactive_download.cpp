@@ -1,15 +1,16 @@
 #include "gui/messages/CMessageManager.h"
-#include "gui/messages/record/CMessageDataProvider.h"
 #include "gui/tasks/download/CDownloadProgressDialog.h"
 #include "gui/tasks/download/CTaskInteractiveDownload.h"
 #include "kov_sdk/KovSdk.h"
+#include "tests/support/AnsweringProvider.h"
+#include "tests/support/Files.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/NginxServer.h"
 #include "tests/support/OffscreenPlatform.h"
+#include "tests/support/Policies.h"
 #include "tests/support/TestServer.h"
 #include "tests/tasks/DownloadFixture.h"
 
-#include <QCryptographicHash>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
@@ -17,20 +18,6 @@
 #include <sys/mount.h>
 
 using Task = CTaskInteractiveDownload;
-
-/// A host's policy that may answer a question without asking.
-class AnsweringProvider : public CMessageDataProvider
-{
-    Q_OBJECT
-
-public:
-    Q_INVOKABLE AnsweringProvider() = default;
-    bool isMessageHasAutoAnswer(int code) override
-    {
-        return answers || CMessageDataProvider::isMessageHasAutoAnswer(code);
-    }
-    static inline bool answers = false;
-};
 
 /// The task with the real utility and the real messages.
 class tst_InteractiveDownload : public QObject
@@ -43,8 +30,7 @@ private Q_SLOTS:
         ignoreOffscreenWarnings();
         KovGui::init(KAM_CONSOLE);
         KovGui::setLogVerbosity(2);
-        KovGui::staticMetaObjectHash()[QStringLiteral("CMessageDataProvider")]
-            = &AnsweringProvider::staticMetaObject;
+        registerPolicy<CMessageDataProvider, AnsweringProvider>();
         ChosenProxy::install();
         QCOMPARE(KovApi_LoadMessageCatalogue(MESSAGES), KOV_SUCCESS);
         connect(CMessageManager::instance(), &CMessageManager::aboutToShowMessage, this,
@@ -55,8 +41,7 @@ private Q_SLOTS:
 
     void init()
     {
-        KovGui::setUpdaterFilePathAndUpdateMode(QStringLiteral(DOWNLOAD_UTILITY), QString(),
-                                                QStringLiteral("ctl"));
+        KovGui::setUpdaterFilePathAndUpdateMode(QStringLiteral(DOWNLOAD_UTILITY), QString(), "ctl");
         m_folder = std::make_unique<QTemporaryDir>();
         m_server = std::make_unique<TestServer>(
             [this](const TestServer::Request &request) { return serve(request); });
@@ -76,19 +61,11 @@ private Q_SLOTS:
 
     void outcomes_data()
     {
-        QTest::addColumn<QByteArray>("behaviour");
-        QTest::addColumn<QByteArray>("checksum"); // at the server; "*": the right one
-        QTest::addColumn<QString>("digest"); // given; "*": the right one
-        QTest::addColumn<QString>("existing"); // none, right, wrong
-        QTest::addColumn<QString>("answers"); // "quiet": in the background, and may not ask
-        QTest::addColumn<QString>("outcome"); // result, questions, file, transfers
+        // checksum: at the server; "*": the right one; digest: given; "*": the right one; existing: none,
+        // right, wrong; answers: "quiet": in the background, and may not ask; outcome: result, questions,
+        // file, transfers
+        Table<QByteArray, QByteArray, QString, QString, QString, QString> row;
 
-        const auto row = [](const char *name, const char *behaviour, const char *checksum, const char *digest,
-                            const char *existing, const char *answers, const char *outcome) {
-            QTest::newRow(name) << QByteArray(behaviour) << QByteArray(checksum)
-                                << QString::fromLatin1(digest) << QString::fromLatin1(existing)
-                                << QString::fromLatin1(answers) << QString::fromLatin1(outcome);
-        };
         const char *const words = "0123456789abcdef";
         row("digest given", "", "", "*", "none", "", "0  right 1");
         row("in the background", "", "*", "", "none", "quiet", "0  right 1");
@@ -120,58 +97,35 @@ private Q_SLOTS:
 
     void outcomes()
     {
-        QFETCH(QString, digest);
-        QFETCH(QString, existing);
-        QFETCH(QString, outcome);
-        QFETCH(QByteArray, checksum);
-        QFETCH(QByteArray, behaviour);
+        const auto [behaviour, checksum, digest, existing, answers, outcome]
+            = cells<QByteArray, QByteArray, QString, QString, QString, QString>();
         m_behaviour = behaviour;
         const bool isOwnFolder = behaviour == "own folder";
         if (isOwnFolder) {
             const QString own = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
             QVERIFY(QDir().mkpath(own));
-            m_folder = std::make_unique<QTemporaryDir>(own + QLatin1String("/XXXXXX"));
+            m_folder = std::make_unique<QTemporaryDir>(own + "/XXXXXX");
         }
-        m_checksum = checksum.replace('*', m_digest.toLatin1().toUpper() + " *file.bin");
-        QFETCH(QString, answers);
-        const bool isQuiet = answers == QLatin1String("quiet");
-        AnsweringProvider::answers = answers == QLatin1String("policy");
+        m_checksum = QByteArray(checksum).replace('*', m_digest.toLatin1().toUpper() + " *file.bin");
+        const bool isQuiet = answers == "quiet";
+        AnsweringProvider::answers = answers == "policy";
         m_answers = isQuiet || AnsweringProvider::answers ? QString() : answers;
-        if (existing != QLatin1String("none"))
-            QVERIFY(write(filePath(), existing == QLatin1String("right") ? m_content : "mine"));
-        QVERIFY(write(filePath(".md5"), "mine as well"));
+        if (existing != "none")
+            QVERIFY(writeFile(filePath(), existing == "right" ? m_content : "mine"));
+        QVERIFY(writeFile(filePath(".md5"), "mine as well"));
 
-        const auto task = makeTask(digest.replace(QLatin1Char('*'), m_digest.toUpper()), isQuiet);
+        const auto task = makeTask(QString(digest).replace('*', m_digest.toUpper()), isQuiet);
         task->execute();
         QTRY_VERIFY_WITH_TIMEOUT(task->isFinished(), 20000);
         AnsweringProvider::answers = false;
-        QCOMPARE(QStringLiteral("%1 %2 %3 %4")
+        QCOMPARE(QString("%1 %2 %3 %4")
                      .arg(unsigned(task->getResult()), 0, 16)
                      .arg(m_questions, whatIsAt(filePath()))
                      .arg(transfers()),
                  outcome);
         QVERIFY(!dialog() && m_isDialogSeen == (!isQuiet && !m_server->requests.isEmpty()));
-        QCOMPARE(QFile::exists(filePath(".damaged")),
-                 isQuiet && !isOwnFolder && existing == QLatin1String("wrong"));
+        QCOMPARE(QFile::exists(filePath(".damaged")), isQuiet && !isOwnFolder && existing == "wrong");
         QCOMPARE(QFileInfo(filePath(".md5")).size(), 12);
-    }
-
-    void realServer()
-    {
-        QTemporaryDir root;
-        QVERIFY(write(root.filePath(QStringLiteral("file.bin")), m_content));
-        QVERIFY(write(root.filePath(QStringLiteral("file.bin.md5")), m_checksum));
-        NginxServer server;
-        QVERIFY2(server.start(root.path()), qPrintable(server.errorString()));
-        FileDownloadInfo info(m_folder->filePath(QStringLiteral("new/folder")));
-        info.url = server.url(QStringLiteral("file.bin"));
-        Task task(info, QString(), false, true);
-        task.execute();
-        QTRY_VERIFY(task.isFinished());
-        QCOMPARE(task.getResult(), KOV_SUCCESS);
-        QCOMPARE(task.fileDownloadInfo().size, m_content.size());
-        QCOMPARE(task.fileDownloadInfo().md5, m_digest);
-        QCOMPARE(whatIsAt(info.destinationFilePath()), QStringLiteral("right"));
     }
 
     void pausedAndResumedQuickly()
@@ -181,11 +135,11 @@ private Q_SLOTS:
         const auto task = makeTask(m_digest);
         task->execute();
         QTRY_VERIFY(QFileInfo(filePath(".kovupd-part")).size() > 100000);
-        auto *button = dialog()->findChild<QPushButton *>(QStringLiteral("m_pbPauseResume"));
+        auto *button = dialog()->findChild<QPushButton *>("m_pbPauseResume");
         for (int i = 0; i < 40; ++i) {
             button->click();
             QCOMPARE(task->isPaused(), i % 2 == 0);
-            QCOMPARE(labelText("m_lblProgress").endsWith(QStringLiteral(" - stopped")), task->isPaused());
+            QCOMPARE(labelText("m_lblProgress").endsWith(" - stopped"), task->isPaused());
             QTest::qWait(i % 7 == 0 ? 60 : i % 3);
         }
         task->pause();
@@ -198,7 +152,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(task->isFinished(), 20000);
         QCOMPARE(task->getResult(), KOV_SUCCESS);
         QCOMPARE(m_questions, QString());
-        QCOMPARE(whatIsAt(filePath()), QStringLiteral("right"));
+        QCOMPARE(whatIsAt(filePath()), "right");
         // One utility after the other, never two.
         int running = 0;
         for (const QByteArray &line : log.text().split('\n')) {
@@ -211,14 +165,14 @@ private Q_SLOTS:
 
     void endedByTheUser_data()
     {
-        QTest::addColumn<QByteArray>("how");
+        Table<> row;
         for (const char *how : {"cancel", "close", "cancel paused", "question open", "parent gone", "delete"})
-            QTest::newRow(how) << QByteArray(how);
+            row(how);
     }
 
     void endedByTheUser()
     {
-        QFETCH(QByteArray, how);
+        const QByteArray how = QTest::currentDataTag();
         const LogCapture log;
         m_pieceSize = 4096;
         m_behaviour = how == "question open" ? "gone" : "";
@@ -231,7 +185,7 @@ private Q_SLOTS:
         });
         task->execute();
         if (how == "question open")
-            QTRY_COMPARE(m_questions, QStringLiteral("f"));
+            QTRY_COMPARE(m_questions, "f");
         else
             QTRY_VERIFY(QFileInfo(filePath(".kovupd-part")).size() > 100000);
         task->bringToFront();
@@ -246,7 +200,7 @@ private Q_SLOTS:
         else if (how == "close")
             dialog()->close();
         else
-            dialog()->findChild<QPushButton *>(QStringLiteral("m_pbCancel"))->click();
+            dialog()->findChild<QPushButton *>("m_pbCancel")->click();
         QVERIFY(!dialog());
         QTRY_COMPARE(result, KOV_ERR_CANCELLED);
         QVERIFY(isUtilityGone || how == "delete");
@@ -257,37 +211,39 @@ private Q_SLOTS:
         const auto next = makeTask(m_digest);
         next->execute();
         QTRY_VERIFY(next->isFinished());
-        QCOMPARE(whatIsAt(filePath()), QStringLiteral("right"));
+        QCOMPARE(whatIsAt(filePath()), "right");
         QVERIFY(m_server->requests.constLast().contains("Range: bytes="));
     }
 
-    void serverDiesAndComesBack()
+    void realServerDiesAndComesBack()
     {
         // The utility's own patience is not what is looked at.
-        const QString utility = m_folder->filePath(QStringLiteral("impatient"));
-        QVERIFY(write(utility, "#!/bin/sh\nexec " DOWNLOAD_UTILITY " \"$@\" --retries 0\n"));
+        const QString utility = m_folder->filePath("impatient");
+        QVERIFY(writeFile(utility, "#!/bin/sh\nexec " DOWNLOAD_UTILITY " \"$@\" --retries 0\n"));
         QVERIFY(QFile::setPermissions(utility, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
-        KovGui::setUpdaterFilePathAndUpdateMode(utility, QString(), QStringLiteral("ctl"));
+        KovGui::setUpdaterFilePathAndUpdateMode(utility, QString(), "ctl");
         QTemporaryDir root;
-        QVERIFY(write(root.filePath(QStringLiteral("file.bin")), m_content));
+        QVERIFY(writeFile(root.filePath("file.bin"), m_content));
+        QVERIFY(writeFile(root.filePath("file.bin.md5"), m_checksum));
         NginxServer server;
-        QVERIFY2(server.start(root.path(), QStringLiteral("limit_rate 500k;")),
-                 qPrintable(server.errorString()));
-        FileDownloadInfo info(m_folder->path());
-        info.url = server.url(QStringLiteral("file.bin"));
-        Task task(info, m_digest, false, true);
+        QVERIFY2(server.start(root.path(), "limit_rate 500k;"), qPrintable(server.errorString()));
+        FileDownloadInfo info(m_folder->filePath("new/folder"));
+        info.url = server.url("file.bin");
+        Task task(info, QString(), false, true);
         task.execute();
-        QTRY_VERIFY(QFileInfo(filePath(".kovupd-part")).size() > 100000);
+        QTRY_VERIFY(QFileInfo(info.destinationFilePartPath()).size() > 100000);
         server.stop();
         // How far it is stays in sight.
-        QTRY_VERIFY_WITH_TIMEOUT(
-            labelText("m_lblProgress").startsWith(QStringLiteral("Waiting for the connection... (")), 60000);
+        QTRY_VERIFY_WITH_TIMEOUT(labelText("m_lblProgress").startsWith("Waiting for the connection... ("),
+                                 60000);
         QCOMPARE(dialog()->findChild<QProgressBar *>()->maximum(), 100);
         QVERIFY(server.restart());
         fireReconnect(*task.findChild<CTaskDownloadFile *>());
         QTRY_VERIFY_WITH_TIMEOUT(task.isFinished(), 30000);
-        QCOMPARE(m_questions, QString());
-        QCOMPARE(whatIsAt(filePath()), QStringLiteral("right"));
+        QCOMPARE(m_questions, "");
+        QCOMPARE(task.fileDownloadInfo().size, m_content.size());
+        QCOMPARE(task.fileDownloadInfo().md5, m_digest);
+        QCOMPARE(whatIsAt(info.destinationFilePath()), "right");
     }
 
     void fullDisk()
@@ -300,7 +256,7 @@ private Q_SLOTS:
         QTRY_VERIFY(quiet->isFinished());
         const auto task = makeTask(m_digest);
         task->execute();
-        QTRY_COMPARE(m_questions, QStringLiteral("s"));
+        QTRY_COMPARE(m_questions, "s");
         const bool isGrown = ::mount("tmpfs", folder.constData(), "tmpfs", MS_REMOUNT, "size=8m") == 0;
         CMessageBoxWndBase *window = CMessageManager::instance()
                                          ->getMessageWindowsForId(KOV_QUESTION_NOT_ENOUGH_DISK_SPACE)
@@ -312,18 +268,18 @@ private Q_SLOTS:
         QVERIFY(isGrown && isFinished);
         QCOMPARE(quiet->getResult(), KOV_ERR_FAILURE);
         QCOMPARE(task->getResult(), KOV_SUCCESS);
-        QCOMPARE(found, QStringLiteral("right"));
+        QCOMPARE(found, "right");
         QCOMPARE(transfers(), 1);
     }
 
 private:
     void answer(CMessageBoxWndBase *window, int code)
     {
-        const QMap<int, QChar> letters{{KOV_QUESTION_DOWNLOAD_FAILED, QLatin1Char('f')},
-                                       {KOV_QUESTION_DOWNLOAD_DAMAGED, QLatin1Char('d')},
-                                       {KOV_QUESTION_EXISTING_FILE_DAMAGED, QLatin1Char('e')},
-                                       {KOV_QUESTION_NOT_ENOUGH_DISK_SPACE, QLatin1Char('s')}};
-        m_questions += letters.value(code, QLatin1Char('?'));
+        const QMap<int, QChar> letters{{KOV_QUESTION_DOWNLOAD_FAILED, 'f'},
+                                       {KOV_QUESTION_DOWNLOAD_DAMAGED, 'd'},
+                                       {KOV_QUESTION_EXISTING_FILE_DAMAGED, 'e'},
+                                       {KOV_QUESTION_NOT_ENOUGH_DISK_SPACE, 's'}};
+        m_questions += letters.value(code, '?');
         const QString given = m_answers.mid(m_questions.size() - 1, 1);
         if (!given.isEmpty())
             QTimer::singleShot(0, window, [window, given] { window->done(given.toInt()); });
@@ -369,20 +325,12 @@ private:
 
     QString filePath(const char *suffix = "") const
     {
-        return m_folder->filePath(QLatin1String("file.bin") + QLatin1String(suffix));
+        return m_folder->filePath("file.bin" + QLatin1String(suffix));
     }
-    bool write(const QString &path, const QByteArray &content) const
-    {
-        QFile file(path);
-        return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
-    }
-
     QString whatIsAt(const QString &path) const
     {
-        QFile file(path);
-        if (!file.open(QIODevice::ReadOnly))
-            return QStringLiteral("none");
-        return file.readAll() == m_content ? QStringLiteral("right") : QStringLiteral("wrong");
+        const QByteArray content = fileContent(path);
+        return content.isNull() ? "none" : content == m_content ? "right" : "wrong";
     }
 
     static CDownloadProgressDialog *dialog()

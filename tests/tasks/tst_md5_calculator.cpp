@@ -2,9 +2,6 @@
 #include "tests/support/Files.h"
 #include "tests/support/KovTest.h"
 
-#include <QCryptographicHash>
-#include <QPointer>
-
 #include <sys/stat.h>
 
 class tst_Md5Calculator : public QObject
@@ -23,7 +20,7 @@ private Q_SLOTS:
             QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == size);
             file.close();
             const QByteArray expected = QCryptographicHash::hash(content, QCryptographicHash::Md5).toHex();
-            QCOMPARE(run(file.fileName()), QStringLiteral("true ") + QString::fromLatin1(expected));
+            QCOMPARE(run(file.fileName()), "true " + QString::fromLatin1(expected));
         }
     }
 
@@ -32,32 +29,31 @@ private Q_SLOTS:
         const QString pipe = path("pipe");
         QCOMPARE(::mkfifo(pipe.toUtf8().constData(), 0600), 0);
         for (const QString &name : {path("missing"), m_folder.path(), pipe, QString()})
-            QCOMPARE(run(name), QStringLiteral("false "));
+            QCOMPARE(run(name), "false ");
     }
 
     void fileThatChangesItsSize_data()
     {
-        QTest::addColumn<qint64>("size");
-        QTest::newRow("shrinks") << qint64(4096);
-        QTest::newRow("grows") << (qint64(1) << 30) + 1;
+        Table<qint64> row;
+        row("shrinks", qint64(4096));
+        row("grows", (qint64(1) << 30) + 1);
     }
 
     void fileThatChangesItsSize()
     {
-        QFETCH(qint64, size);
+        const auto [size] = cells<qint64>();
         const QString name = sparseFile(qint64(1) << 30);
         const auto resize = [&](CMd5Calculator *) {
             QTRY_VERIFY(isBeingRead(name));
             QVERIFY(QFile::resize(name, size));
         };
-        QCOMPARE(run(name, resize), QStringLiteral("false "));
+        QCOMPARE(run(name, resize), "false ");
     }
 
     void cancelled()
     {
         const QString name = sparseFile(qint64(1) << 40);
-        QCOMPARE(run(name, [](CMd5Calculator *calculator) { calculator->cancel(); }),
-                 QStringLiteral("false "));
+        QCOMPARE(run(name, [](CMd5Calculator *calculator) { calculator->cancel(); }), "false ");
     }
 
     void deletedWhileItRuns()
@@ -85,9 +81,9 @@ private:
     /// Whether this process has read the beginning of the file.
     static bool isBeingRead(const QString &path)
     {
-        for (const QString &number : QDir(QStringLiteral("/proc/self/fd")).entryList()) {
-            if (QFile::symLinkTarget(QStringLiteral("/proc/self/fd/") + number) == path)
-                return !fileContent(QStringLiteral("/proc/self/fdinfo/") + number).startsWith("pos:\t0\n");
+        for (const QString &number : QDir("/proc/self/fd").entryList()) {
+            if (QFile::symLinkTarget("/proc/self/fd/" + number) == path)
+                return !fileContent("/proc/self/fdinfo/" + number).startsWith("pos:\t0\n");
         }
         return false;
     }
@@ -99,14 +95,13 @@ private:
         QStringList told;
         connect(calculator, &CMd5Calculator::finished, QCoreApplication::instance(),
                 [&](bool ok, const QString &digest) {
-                    told << QStringLiteral("%1 %2").arg(ok ? QStringLiteral("true") : QStringLiteral("false"),
-                                                        digest);
+                    told << QString("%1 %2").arg(ok ? "true" : "false", digest);
                 });
         calculator->start();
         if (meanwhile)
             meanwhile(calculator);
         const bool isGone = QTest::qWaitFor([&] { return !calculator; }, 20000);
-        return isGone ? told.join(QLatin1Char(',')) : QStringLiteral("still there");
+        return isGone ? told.join(',') : "still there";
     }
 
     QTemporaryDir m_folder;

@@ -5,19 +5,14 @@
 
 namespace {
 
-QString s(const char *text)
-{
-    return QString::fromUtf8(text);
-}
-
 qint64 now = 0;
 
 class Operation : public CAbstractProgressOperation
 {
 public:
     using CAbstractProgressOperation::setState;
-    void start() override { called += s("start "); }
-    void pause() override { called += s("pause "); }
+    void start() override { called += "start "; }
+    void pause() override { called += "pause "; }
     QString called;
 };
 
@@ -35,20 +30,14 @@ private Q_SLOTS:
             operation.setState(CAbstractProgressOperation::State(state));
             operation.toggleStartPause();
         }
-        QCOMPARE(operation.called, s("start pause start pause "));
+        QCOMPARE(operation.called, "start pause start pause ");
     }
 
     void estimate_data()
     {
-        QTest::addColumn<qint64>("max"); // of a range from 0
-        QTest::addColumn<qint64>("value");
-        QTest::addColumn<qint64>("passed"); // ms from the start to the progress
-        QTest::addColumn<qint64>("later"); // ms from there to the question
-        QTest::addColumn<QTime>("remaining");
-        const auto row
-            = [](const char *name, qint64 max, qint64 value, qint64 passed, qint64 later, QTime remaining) {
-                  QTest::newRow(name) << max << value << passed << later << remaining;
-              };
+        // max: of a range from 0; passed: ms from the start to the progress; later: ms from there to the
+        // question
+        Table<qint64, qint64, qint64, qint64, QTime> row;
         row("a quarter done", 100, 25, 10000, 0, QTime(0, 0, 30));
         row("time goes on", 100, 25, 10000, 20000, QTime(0, 0, 10));
         row("one millisecond late", 100, 50, 1000, 1001, QTime(0, 0));
@@ -63,10 +52,7 @@ private Q_SLOTS:
 
     void estimate()
     {
-        QFETCH(qint64, max);
-        QFETCH(qint64, value);
-        QFETCH(qint64, passed);
-        QFETCH(qint64, later);
+        const auto [max, value, passed, later, remaining] = cells<qint64, qint64, qint64, qint64, QTime>();
         CTimeEstimator estimator;
         estimator.setClock([] { return now; });
         now = QDateTime(QDate(2024, 5, 1), QTime(18, 0)).toMSecsSinceEpoch();
@@ -75,7 +61,7 @@ private Q_SLOTS:
         now += passed;
         estimator.setProgress(value);
         now += later;
-        QTEST(estimator.estimatedTime(), "remaining");
+        QCOMPARE(estimator.estimatedTime(), remaining);
         QCOMPARE(estimator.elapsedTime(),
                  QTime::fromMSecsSinceStartOfDay(int(qMax<qint64>(0, passed + later))));
     }
@@ -84,7 +70,7 @@ private Q_SLOTS:
     {
         CTimeEstimator estimator;
         estimator.setRange(0, 4 << 20);
-        QCOMPARE(estimator.getTextForProgress(5, 10), s("5 bytes of 10 bytes"));
+        QCOMPARE(estimator.getTextForProgress(5, 10), "5 bytes of 10 bytes");
         estimator.start();
         QTRY_VERIFY(estimator.elapsedTime() > QTime(0, 0));
         estimator.setClock([] { return now; });
@@ -92,26 +78,26 @@ private Q_SLOTS:
         now += 61999;
         QCOMPARE(estimator.getTextForProgress(0, 100), QString());
         QCOMPARE(estimator.getTextForProgress(100, 0), QString());
-        QCOMPARE(estimator.getTextForProgress(2 << 20, 4 << 20), s("2.0 MB of 4.0 MB - 1 min 1 s"));
+        QCOMPARE(estimator.getTextForProgress(2 << 20, 4 << 20), "2.0 MB of 4.0 MB - 1 min 1 s");
     }
 
     void amounts()
     {
         const auto restore = qScopeGuard([] { QLocale::setDefault(QLocale::c()); });
         QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
-        QCOMPARE(FormatUtils::dataSize(-1), s("0 bytes"));
-        QCOMPARE(FormatUtils::dataSize(std::numeric_limits<qint64>::max()), s("8.0 EB"));
+        QCOMPARE(FormatUtils::dataSize(-1), "0 bytes");
+        QCOMPARE(FormatUtils::dataSize(std::numeric_limits<qint64>::max()), "8.0 EB");
         const auto both = [](qint64 seconds) {
-            return FormatUtils::duration(seconds) + s(", ")
+            return FormatUtils::duration(seconds) + ", "
                    + FormatUtils::duration(seconds, FormatUtils::LongForm);
         };
-        QCOMPARE(both(-5), s("0 s, 0 seconds"));
-        QCOMPARE(both(61), s("1 min 1 s, 1 minute 1 second"));
-        QCOMPARE(both(3659), s("1 h, 1 hour"));
-        QCOMPARE(both(2 * 86400 - 1), s("1 d 23 h, 1 day 23 hours"));
-        QCOMPARE(both(1234 * 86400LL + 3600), s("1,234 d 1 h, 1,234 days 1 hour"));
+        QCOMPARE(both(-5), "0 s, 0 seconds");
+        QCOMPARE(both(61), "1 min 1 s, 1 minute 1 second");
+        QCOMPARE(both(3659), "1 h, 1 hour");
+        QCOMPARE(both(2 * 86400 - 1), "1 d 23 h, 1 day 23 hours");
+        QCOMPARE(both(1234 * 86400LL + 3600), "1,234 d 1 h, 1,234 days 1 hour");
         QLocale::setDefault(QLocale(QLocale::French));
-        QCOMPARE(FormatUtils::dataSize(1536), s("1,5 ko"));
+        QCOMPARE(FormatUtils::dataSize(1536), "1,5 ko");
     }
 };
 

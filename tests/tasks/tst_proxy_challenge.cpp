@@ -10,12 +10,11 @@
 #include "tests/tasks/ProxyFixture.h"
 
 #include <QAuthenticator>
-#include <QElapsedTimer>
 #include <QNetworkReply>
 
 namespace {
 
-const QUrl origin(QStringLiteral("http://origin.invalid/page"));
+const QUrl origin("http://origin.invalid/page");
 
 std::unique_ptr<CTaskHttpOperation> request(const QNetworkProxy &proxy)
 {
@@ -24,9 +23,9 @@ std::unique_ptr<CTaskHttpOperation> request(const QNetworkProxy &proxy)
                                                 QByteArray());
 }
 
-QStringList list(const char *text)
+QStringList list(const QString &text)
 {
-    return QString::fromUtf8(text).split(QLatin1Char('|'), Qt::SkipEmptyParts);
+    return text.split('|', Qt::SkipEmptyParts);
 }
 
 /// A manager of a host: it counts its challenges before they are answered.
@@ -45,9 +44,6 @@ public:
 };
 
 } // namespace
-
-Q_DECLARE_METATYPE(std::function<void(CTaskHttpOperation *, QWidget *)>)
-Q_DECLARE_METATYPE(TestServer::Reply)
 
 class tst_ProxyChallenge : public QObject
 {
@@ -68,18 +64,8 @@ private Q_SLOTS:
 
     void escalation_data()
     {
-        QTest::addColumn<QString>("preset"); // sent unasked, as from the preferences
-        QTest::addColumn<QString>("saved");
-        QTest::addColumn<QStringList>("answers");
-        QTest::addColumn<QStringList>("attempts"); // after the first, which has none
-        QTest::addColumn<QStringList>("dialogs");
-        QTest::addColumn<bool>("succeeds");
-
-        const auto row = [](const char *name, const char *preset, const char *saved, const char *answers,
-                            const char *attempts, const char *dialogs, bool succeeds) {
-            QTest::newRow(name) << QString::fromUtf8(preset) << QString::fromUtf8(saved) << list(answers)
-                                << list(attempts) << list(dialogs) << succeeds;
-        };
+        // preset: sent unasked, as from the preferences; attempts: after the first, which has none
+        Table<QString, QString, QString, QString, QString, bool> row;
         row("typed", "", "", "u:good", "u:good", "ask", true);
         row("empty password, then right", "", "", "u:|u:good", "u:|u:good", "ask|retry", true);
         row("typed wrong twice", "", "", "u:a|u:b|u:good", "u:a|u:b|u:good", "ask|retry|retry", true);
@@ -99,38 +85,36 @@ private Q_SLOTS:
 
     void escalation()
     {
-        QFETCH(QString, preset);
-        QFETCH(QString, saved);
-        QFETCH(QStringList, answers);
-        QFETCH(QStringList, attempts);
+        const auto [preset, saved, answers, attempts, dialogs, succeeds]
+            = cells<QString, QString, QString, QString, QString, bool>();
         TestServer server(asksFor({"u:good", "ü:wörd€"}));
         QNetworkProxy proxy = asProxy(server);
         if (!saved.isEmpty())
-            QVERIFY(ProxyAuthUtils::saveProxyCredentials(proxy, saved.section(QLatin1Char(':'), 0, 0),
-                                                         saved.section(QLatin1Char(':'), 1)));
+            QVERIFY(
+                ProxyAuthUtils::saveProxyCredentials(proxy, saved.section(':', 0, 0), saved.section(':', 1)));
         if (!preset.isEmpty()) {
-            proxy.setUser(preset.section(QLatin1Char(':'), 0, 0));
-            proxy.setPassword(preset.section(QLatin1Char(':'), 1));
-            attempts.prepend(preset);
+            proxy.setUser(preset.section(':', 0, 0));
+            proxy.setPassword(preset.section(':', 1));
         }
-        attempts.prepend(QString());
-        Person person(answers);
+        Person person(list(answers));
         const auto task = request(proxy);
-        QFETCH(bool, succeeds);
         QCOMPARE(resultOf(*task), succeeds ? KOV_SUCCESS : KOV_ERR_PROXY_AUTHENTICATION_REQUIRED);
-        QCOMPARE(::attempts(server), attempts);
-        QTEST(person.seen, "dialogs");
+        QStringList made = ::attempts(server);
+        QCOMPARE(made.takeFirst(), "");
+        QVERIFY(preset.isEmpty() || made.takeFirst() == preset);
+        QCOMPARE(made.join('|'), attempts);
+        QCOMPARE(person.seen.join('|'), dialogs);
     }
 
     void laterRequestsUseWhatProvedRight()
     {
         TestServer server(asksFor({"u:good"}));
         QSignalSpy valid(CProxyAuthenticator::instance(), &CProxyAuthenticator::validCredentialsEntered);
-        Person person({QStringLiteral("u:good")});
+        Person person({"u:good"});
         QCOMPARE(resultOf(*request(asProxy(server))), KOV_SUCCESS);
         QCOMPARE(valid.size(), 1);
         QCOMPARE(valid.first().first().toUrl(), origin);
-        QCOMPARE(CProxyAuthenticator::instance()->user(asProxy(server)), QStringLiteral("u"));
+        QCOMPARE(CProxyAuthenticator::instance()->user(asProxy(server)), "u");
         QCOMPARE(resultOf(*request(asProxy(server))), KOV_SUCCESS);
         QCOMPARE(person.seen.size(), 1);
         // The same host with another port, and another type, is another proxy.
@@ -144,37 +128,33 @@ private Q_SLOTS:
 
     void parallelRequestsAskOnce_data()
     {
-        QTest::addColumn<QStringList>("answers");
-        QTest::addColumn<QStringList>("dialogs");
-        QTest::addColumn<QNetworkReply::NetworkError>("error");
+        Table<QString, QString, QNetworkReply::NetworkError> row;
         const auto refused = QNetworkReply::ProxyAuthenticationRequiredError;
-        QTest::newRow("right") << list("u:good") << list("ask") << QNetworkReply::NoError;
-        QTest::newRow("wrong, then right")
-            << list("u:bad|u:good") << list("ask|retry") << QNetworkReply::NoError;
-        QTest::newRow("wrong twice") << list("u:bad|u:bad|u:good") << list("ask|retry|retry")
-                                     << QNetworkReply::NoError;
-        QTest::newRow("cancelled") << list("cancel") << list("ask") << refused;
-        QTest::newRow("wrong, then cancelled") << list("u:bad|cancel") << list("ask|retry") << refused;
+        row("right", "u:good", "ask", QNetworkReply::NoError);
+        row("wrong, then right", "u:bad|u:good", "ask|retry", QNetworkReply::NoError);
+        row("wrong twice", "u:bad|u:bad|u:good", "ask|retry|retry", QNetworkReply::NoError);
+        row("cancelled", "cancel", "ask", refused);
+        row("wrong, then cancelled", "u:bad|cancel", "ask|retry", refused);
     }
 
     void parallelRequestsAskOnce()
     {
-        QFETCH(QStringList, answers);
+        const auto [answers, dialogs, error] = cells<QString, QString, QNetworkReply::NetworkError>();
         TestServer server(asksFor({"u:good"}));
         int challenges = 0;
         std::vector<std::unique_ptr<Client>> clients;
         for (int i = 0; i < 3; ++i)
             clients.push_back(std::make_unique<Client>(asProxy(server), challenges));
-        Person person(answers, [&challenges] { return challenges >= 3; });
+        Person person(list(answers), [&challenges] { return challenges >= 3; });
         for (const auto &client : clients)
             client->get();
         for (const auto &client : clients) {
             QTRY_VERIFY(client->reply->isFinished());
-            QTEST(client->reply->error(), "error");
+            QCOMPARE(client->reply->error(), error);
         }
-        QTEST(person.seen, "dialogs");
+        QCOMPARE(person.seen.join('|'), dialogs);
         // One of them finds out for all.
-        QCOMPARE(attempts(server).count(QStringLiteral("u:bad")), answers.count(QStringLiteral("u:bad")));
+        QCOMPARE(attempts(server).count("u:bad"), answers.count("u:bad"));
     }
 
     void trialThatIsGivenUp()
@@ -188,7 +168,7 @@ private Q_SLOTS:
         std::vector<std::unique_ptr<Client>> clients;
         for (int i = 0; i < 3; ++i)
             clients.push_back(std::make_unique<Client>(asProxy(server), challenges));
-        Person person({QStringLiteral("u:good")}, [&challenges] { return challenges >= 3; });
+        Person person({"u:good"}, [&challenges] { return challenges >= 3; });
         // From outside, because the waiting ones are inside each other's event loops.
         QTimer poll;
         connect(&poll, &QTimer::timeout, this, [&] {
@@ -212,11 +192,11 @@ private Q_SLOTS:
         TestServer server([](const TestServer::Request &) {
             return TestServer::page("407 Who are you", "Proxy-Authenticate: NTLM\r\n");
         });
-        Person person({QStringLiteral("u:x")});
+        Person person({"u:x"});
         const auto task = request(asProxy(server));
         task->execute();
         QTRY_VERIFY(server.requests.size() > 20);
-        auto *timer = task->findChild<QTimer *>(QStringLiteral("handshakeTimer"));
+        auto *timer = task->findChild<QTimer *>("handshakeTimer");
         QVERIFY(timer && timer->isActive() && timer->isSingleShot());
         timer->start(0);
         QTRY_VERIFY(task->isFinished());
@@ -228,9 +208,9 @@ private Q_SLOTS:
     {
         KovGui::init(KAM_CONSOLE);
         TestServer server(asksFor({"u:good"}));
-        useProxy(QStringLiteral("127.0.0.1"), server.serverPort());
+        useProxy("127.0.0.1", server.serverPort());
         CTaskDownloadFile task(origin.toString(), QDir::tempPath(), {});
-        Person person({QStringLiteral("cancel")}, [&task] {
+        Person person({"cancel"}, [&task] {
             task.cancel();
             return false;
         });
@@ -246,7 +226,7 @@ private Q_SLOTS:
         int challenges = 0;
         Client first(asProxy(one), challenges);
         Client second(asProxy(two), challenges);
-        Person person({QStringLiteral("u:one"), QStringLiteral("u:two")}, [&] {
+        Person person({"u:one", "u:two"}, [&] {
             if (!second.reply)
                 second.get();
             return challenges == 2;
@@ -256,15 +236,14 @@ private Q_SLOTS:
         QCOMPARE(first.reply->error(), QNetworkReply::NoError);
         QCOMPARE(second.reply->error(), QNetworkReply::NoError);
         // Neither proxy saw what was meant for the other.
-        QCOMPARE(attempts(one), QStringList({QString(), QStringLiteral("u:one")}));
-        QCOMPARE(attempts(two), QStringList({QString(), QStringLiteral("u:two")}));
+        QCOMPARE(attempts(one), QStringList({QString(), "u:one"}));
+        QCOMPARE(attempts(two), QStringList({QString(), "u:two"}));
     }
 
     void aRefusedAnswerIsNotSentAgain()
     {
         TestServer server(asksFor({"u:good"}));
-        QVERIFY(ProxyAuthUtils::saveProxyCredentials(asProxy(server), QStringLiteral("u"),
-                                                     QStringLiteral("old")));
+        QVERIFY(ProxyAuthUtils::saveProxyCredentials(asProxy(server), "u", "old"));
         Person person({});
         int challenges = 0;
         Client client(asProxy(server), challenges);
@@ -274,27 +253,23 @@ private Q_SLOTS:
             QCOMPARE(client.reply->error(), QNetworkReply::ProxyAuthenticationRequiredError);
         }
         QCOMPARE(resultOf(*request(asProxy(server))), KOV_ERR_PROXY_AUTHENTICATION_REQUIRED);
-        QCOMPARE(attempts(server).count(QStringLiteral("u:old")), 1);
+        QCOMPARE(attempts(server).count("u:old"), 1);
         QCOMPARE(person.seen.size(), 4);
     }
 
     void endsWhileTheQuestionIsOpen_data()
     {
-        using End = std::function<void(CTaskHttpOperation *, QWidget *)>;
-        QTest::addColumn<End>("end");
-        QTest::newRow("terminated") << End(
-            [](CTaskHttpOperation *task, QWidget *) { task->terminate(KOV_ERR_CANCELLED); });
-        QTest::newRow("deleted") << End([](CTaskHttpOperation *task, QWidget *) { delete task; });
-        QTest::newRow("dialog destroyed")
-            << End([](CTaskHttpOperation *, QWidget *dialog) { delete dialog; });
-        QTest::newRow("authenticator destroyed")
-            << End([](CTaskHttpOperation *, QWidget *) { CProxyAuthenticator::destroy(); });
+        using Request = CTaskHttpOperation;
+        Table<std::function<void(Request *, QWidget *)>> row;
+        row("terminated", [](Request *task, QWidget *) { task->terminate(KOV_ERR_CANCELLED); });
+        row("deleted", [](Request *task, QWidget *) { delete task; });
+        row("dialog destroyed", [](Request *, QWidget *dialog) { delete dialog; });
+        row("authenticator destroyed", [](Request *, QWidget *) { CProxyAuthenticator::destroy(); });
     }
 
     void endsWhileTheQuestionIsOpen()
     {
-        using End = std::function<void(CTaskHttpOperation *, QWidget *)>;
-        QFETCH(End, end);
+        const auto [end] = cells<std::function<void(CTaskHttpOperation *, QWidget *)>>();
         TestServer server(asksFor({"u:good"}));
         const QPointer<CTaskHttpOperation> task = request(asProxy(server)).release();
         const QPointer<QNetworkAccessManager> manager = task->findChild<QNetworkAccessManager *>();
@@ -322,13 +297,18 @@ private Q_SLOTS:
 
     void timeStandsStillWhileTheUserTypes()
     {
-        TestServer server(asksFor({"u:good"}));
+        bool goesOn = false;
+        const QTimer *timer = nullptr;
+        TestServer server([&](const TestServer::Request &sent) {
+            goesOn = timer->isActive() && timer->remainingTime() > 50000;
+            return asksFor({"u:good"})(sent);
+        });
         const auto task = request(asProxy(server));
-        const auto *timer = task->findChild<QTimer *>(QStringLiteral("operationTimeout"));
+        timer = task->findChild<QTimer *>("operationTimeout");
         bool stoodStill = false;
-        Person person({QStringLiteral("u:good")}, [&] { return stoodStill = !timer->isActive(); });
+        Person person({"u:good"}, [&] { return stoodStill = !timer->isActive(); });
         QCOMPARE(resultOf(*task), KOV_SUCCESS);
-        QVERIFY(stoodStill);
+        QVERIFY(stoodStill && goesOn && !timer->isActive());
     }
 
     void probeStopsAtTheHeaders()
@@ -341,50 +321,48 @@ private Q_SLOTS:
                                            TestServer::End::Stay}
                        : asksFor({""})(request);
         });
-        useProxy(QStringLiteral("127.0.0.1"), server.serverPort());
-        Person person({QStringLiteral("u:good")});
+        useProxy("127.0.0.1", server.serverPort());
+        Person person({"u:good"});
         CTaskGetProxyInfo task(new CTaskId_GetProxyInfo(origin.toString(), true));
         QCOMPARE(resultOf(task), KOV_SUCCESS);
-        QCOMPARE(task.proxy().user(), QStringLiteral("u"));
-        QCOMPARE(task.proxy().password(), QStringLiteral("good"));
+        QCOMPARE(task.proxy().user(), "u");
+        QCOMPARE(task.proxy().password(), "good");
         // A second one takes them from the cache and asks nobody.
         CTaskGetProxyInfo again(new CTaskId_GetProxyInfo(origin.toString(), true));
         QCOMPARE(resultOf(again), KOV_SUCCESS);
-        QCOMPARE(again.proxy().password(), QStringLiteral("good"));
+        QCOMPARE(again.proxy().password(), "good");
         QCOMPARE(server.requests.size(), 2);
     }
 
     void probeResults_data()
     {
-        QTest::addColumn<TestServer::Reply>("answer");
-        QTest::addColumn<KOV_RESULT>("result");
-        QTest::newRow("refused by the proxy")
-            << TestServer::page("407 Who are you", "Proxy-Authenticate: Basic realm=\"t\"\r\n")
-            << KOV_ERR_PROXY_AUTHENTICATION_REQUIRED;
-        QTest::newRow("refused by the server")
-            << TestServer::page("401 Who are you", "WWW-Authenticate: Basic realm=\"t\"\r\n")
-            << KOV_ERR_SERVER_AUTHENTICATION_REQUIRED;
-        QTest::newRow("missing") << TestServer::page("404 Not found") << KOV_SUCCESS;
+        Table<TestServer::Reply, KOV_RESULT> row;
+        row("refused by the proxy",
+            TestServer::page("407 Who are you", "Proxy-Authenticate: Basic realm=\"t\"\r\n"),
+            KOV_ERR_PROXY_AUTHENTICATION_REQUIRED);
+        row("refused by the server",
+            TestServer::page("401 Who are you", "WWW-Authenticate: Basic realm=\"t\"\r\n"),
+            KOV_ERR_SERVER_AUTHENTICATION_REQUIRED);
+        row("missing", TestServer::page("404 Not found"), KOV_SUCCESS);
     }
 
     void probeResults()
     {
-        QFETCH(TestServer::Reply, answer);
+        const auto [answer, result] = cells<TestServer::Reply, KOV_RESULT>();
         TestServer server([answer](const TestServer::Request &) { return answer; });
-        useProxy(QStringLiteral("127.0.0.1"), server.serverPort());
+        useProxy("127.0.0.1", server.serverPort());
         Person person({});
         CTaskGetProxyInfo task(new CTaskId_GetProxyInfo(origin.toString(), true));
-        QTEST(resultOf(task), "result");
+        QCOMPARE(resultOf(task), result);
         QCOMPARE(task.proxy().port(), server.serverPort());
     }
 
     void foreignHostIsShownAsItStands()
     {
         const std::unique_ptr<CUserAuthDialog> dialog(
-            CProxyAuthenticator::createAuthDialog(QStringLiteral("<b>%2</b>"), 8080, false));
-        const auto *title = dialog->findChild<QLabel *>(QStringLiteral("m_lblTitle"));
-        QCOMPARE(title->text(),
-                 QStringLiteral("Authentication required to log in to the proxy server <b>%2</b>:8080."));
+            CProxyAuthenticator::createAuthDialog("<b>%2</b>", 8080, false));
+        const auto *title = dialog->findChild<QLabel *>("m_lblTitle");
+        QCOMPARE(title->text(), "Authentication required to log in to the proxy server <b>%2</b>:8080.");
         QCOMPARE(title->textFormat(), Qt::PlainText);
     }
 };

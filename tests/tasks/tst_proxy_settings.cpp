@@ -1,3 +1,4 @@
+#include "gui/platform/ProxyList.h"
 #include "gui/platform/SecretKey.h"
 #include "gui/tasks/proxy/ProxyPreferences.h"
 #include "gui/tasks/sign_in/PasswordStore.h"
@@ -8,21 +9,21 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace KovGui::Platform;
+
 namespace {
 
 using Preferences = QList<QPair<const char *, const char *>>;
+using Change = std::function<void(const char *path)>;
 
-const QNetworkProxy proxy(QNetworkProxy::HttpProxy, QStringLiteral("Proxy.LAN"), 8080);
+const QNetworkProxy proxy(QNetworkProxy::HttpProxy, "Proxy.LAN", 8080);
 
 QString savedEntry()
 {
-    return QStringLiteral("Passwords/3:proxy.lan:8080");
+    return "Passwords/3:proxy.lan:8080";
 }
 
 } // namespace
-
-Q_DECLARE_METATYPE(Preferences)
-Q_DECLARE_METATYPE(std::function<void(const char *)>)
 
 class tst_ProxySettings : public QObject
 {
@@ -33,9 +34,7 @@ private Q_SLOTS:
 
     void userProxy_data()
     {
-        QTest::addColumn<Preferences>("preferences");
-        QTest::addColumn<QString>("http");
-        QTest::addColumn<QString>("https");
+        Table<Preferences, QString, QString> row;
         // Each row changes these.
         const Preferences both{{"Proxy Enabled", "true"},
                                {"Proxy Http Host", "h"},
@@ -61,18 +60,18 @@ private Q_SLOTS:
 
     void userProxy()
     {
-        QFETCH(Preferences, preferences);
+        const auto [preferences, http, https] = cells<Preferences, QString, QString>();
         for (const auto &preference : preferences)
             setPreference(preference.first, QString::fromLatin1(preference.second));
         const auto read = [](const char *url) {
             const auto found = ProxyPreferences::userProxy(QUrl(QLatin1String(url)));
             if (!found)
                 return QString();
-            const QString user = found->user().isEmpty() ? QString() : found->user() + QLatin1Char('@');
-            return user + found->hostName() + QLatin1Char(':') + QString::number(found->port());
+            const QString user = found->user().isEmpty() ? QString() : found->user() + '@';
+            return user + found->hostName() + ':' + QString::number(found->port());
         };
-        QTEST(read("http://a/"), "http");
-        QTEST(read("https://a/"), "https");
+        QCOMPARE(read("http://a/"), http);
+        QCOMPARE(read("https://a/"), https);
     }
 
     void preferencesPasswordIsSealed()
@@ -81,17 +80,17 @@ private Q_SLOTS:
         setPreference("Proxy Do Not Use Common Server", true);
         for (const char *scheme : {"Http", "Https"}) {
             const QByteArray prefix = QByteArray("Proxy ") + scheme;
-            setPreference(prefix + " Host", QStringLiteral("h"));
-            setPreference(prefix + " Port", QStringLiteral("80"));
-            setPreference(prefix + " Username", QStringLiteral("u"));
+            setPreference(prefix + " Host", "h");
+            setPreference(prefix + " Port", "80");
+            setPreference(prefix + " Username", "u");
             setPreference(prefix + " Autorization Enabled", true);
         }
         const auto password = [](const char *url) {
             return ProxyPreferences::userProxy(QUrl(QLatin1String(url)))->password();
         };
-        QVERIFY(ProxyPreferences::setPassword(false, QStringLiteral("eins")));
+        QVERIFY(ProxyPreferences::setPassword(false, "eins"));
         QVERIFY(ProxyPreferences::setPassword(true, QString::fromUtf8("zwei ä")));
-        QCOMPARE(password("http://a/"), QStringLiteral("eins"));
+        QCOMPARE(password("http://a/"), "eins");
         QCOMPARE(password("https://a/"), QString::fromUtf8("zwei ä"));
     }
 
@@ -99,23 +98,22 @@ private Q_SLOTS:
     {
         QString user, password;
         QVERIFY(!ProxyAuthUtils::getProxyCredentials(proxy, user, password));
-        QVERIFY(ProxyAuthUtils::saveProxyCredentials(proxy, QStringLiteral("u"), QStringLiteral("p1")));
-        QVERIFY(ProxyAuthUtils::saveProxyCredentials(proxy, QStringLiteral("u"), QString::fromUtf8("p:2 ä")));
+        QVERIFY(ProxyAuthUtils::saveProxyCredentials(proxy, "u", "p1"));
+        QVERIFY(ProxyAuthUtils::saveProxyCredentials(proxy, "u", QString::fromUtf8("p:2 ä")));
         QVERIFY(QSettings().contains(savedEntry()));
         QVERIFY(ProxyAuthUtils::getProxyCredentials(proxy, user, password));
-        QCOMPARE(user, QStringLiteral("u"));
+        QCOMPARE(user, "u");
         QCOMPARE(password, QString::fromUtf8("p:2 ä"));
         // A host name from a foreign list stays inside the group.
-        const QNetworkProxy planted(QNetworkProxy::HttpProxy, QStringLiteral("a/../../User Preferences/x"),
-                                    1);
-        QVERIFY(ProxyAuthUtils::saveProxyCredentials(planted, QStringLiteral("u"), QStringLiteral("p")));
-        QCOMPARE(QSettings().childGroups(), QStringList{QStringLiteral("Passwords")});
+        const QNetworkProxy planted(QNetworkProxy::HttpProxy, "a/../../User Preferences/x", 1);
+        QVERIFY(ProxyAuthUtils::saveProxyCredentials(planted, "u", "p"));
+        QCOMPARE(QSettings().childGroups(), QStringList{"Passwords"});
     }
 
     void changedCredentialsAreNone()
     {
         const auto save = [](const QNetworkProxy &to) {
-            QVERIFY(ProxyAuthUtils::saveProxyCredentials(to, QStringLiteral("u"), QStringLiteral("secret")));
+            QVERIFY(ProxyAuthUtils::saveProxyCredentials(to, "u", "secret"));
         };
         QNetworkProxy other = proxy;
         other.setPort(1);
@@ -126,23 +124,23 @@ private Q_SLOTS:
         QByteArray flipped = QByteArray::fromBase64(sealed.mid(3).toLatin1());
         flipped[flipped.size() - 20] = char(flipped[flipped.size() - 20] ^ 1);
         const QStringList entries[] = {
-            {QStringLiteral("v"), sealed}, // another user
-            {QStringLiteral("u"), sealed.left(3) + QString::fromLatin1(flipped.toBase64())},
-            {QStringLiteral("u"), sealed.left(20)},
-            {QStringLiteral("u"), QStringLiteral("secret")},
-            {QStringLiteral("u"), QString()},
-            {QStringLiteral("u")},
+            {"v", sealed}, // another user
+            {"u", sealed.left(3) + QString::fromLatin1(flipped.toBase64())},
+            {"u", sealed.left(20)},
+            {"u", "secret"},
+            {"u", QString()},
+            {"u"},
             {QString(), sealed},
-            QSettings().value(QStringLiteral("Passwords/3:proxy.lan:1")).toStringList(),
+            QSettings().value("Passwords/3:proxy.lan:1").toStringList(),
         };
         for (const QStringList &entry : entries) {
             QSettings().setValue(savedEntry(), entry);
             const int before = logFile().count("(!)Error:");
-            QString user = QStringLiteral("untouched");
+            QString user = "untouched";
             QString password = user;
             QVERIFY2(!ProxyAuthUtils::getProxyCredentials(proxy, user, password),
-                     qPrintable(entry.join(QLatin1Char(' '))));
-            QCOMPARE(user + password, QStringLiteral("untoucheduntouched"));
+                     qPrintable(entry.join(' ')));
+            QCOMPARE(user + password, "untoucheduntouched");
             QCOMPARE(logFile().count("(!)Error:"), before + 1);
         }
         QVERIFY(!logFile().contains("secret"));
@@ -150,43 +148,81 @@ private Q_SLOTS:
 
     void keyFile_data()
     {
-        using Change = std::function<void(const char *path)>;
-        QTest::addColumn<Change>("change");
-        QTest::addColumn<bool>("isTrusted");
-        QTest::newRow("unchanged") << Change([](const char *) {}) << true;
-        QTest::newRow("readable by others") << Change([](const char *path) { chmod(path, 0640); }) << false;
-        QTest::newRow("cut") << Change([](const char *path) { QVERIFY(truncate(path, 31) == 0); }) << false;
-        QTest::newRow("a link") << Change([](const char *path) {
-            const QByteArray moved = QByteArray(path) + ".moved";
-            QVERIFY(rename(path, moved.constData()) == 0 && symlink(moved.constData(), path) == 0);
-        }) << false;
-        QTest::newRow("a pipe") << Change([](const char *path) {
-            QVERIFY(unlink(path) == 0 && mkfifo(path, 0600) == 0);
-        }) << false;
+        Table<Change, bool> row;
+        row(
+            "unchanged", [](const char *) {}, true);
+        row(
+            "readable by others", [](const char *path) { chmod(path, 0640); }, false);
+        row(
+            "cut", [](const char *path) { QVERIFY(truncate(path, 31) == 0); }, false);
+        row("a link", Change([](const char *path) {
+                const QByteArray moved = QByteArray(path) + ".moved";
+                QVERIFY(rename(path, moved.constData()) == 0 && symlink(moved.constData(), path) == 0);
+            }),
+            false);
+        row("a pipe", Change([](const char *path) { QVERIFY(unlink(path) == 0 && mkfifo(path, 0600) == 0); }),
+            false);
     }
 
     void keyFile()
     {
-        using Change = std::function<void(const char *)>;
-        QFETCH(Change, change);
+        const auto [change, isTrusted] = cells<Change, bool>();
         const QByteArray name = qgetenv("XDG_DATA_HOME") + "/tessarine/passwords.key";
         const char *const path = name.constData();
         unlink(path);
         static int reports = 0;
         reports = 0;
         const auto report = [](unsigned level, const char *) { reports += level == 0; };
-        KovGui::Platform::SecretKey first{}, second{};
-        QVERIFY(KovGui::Platform::secretKey(first, report));
+        SecretKey first{}, second{};
+        QVERIFY(secretKey(first, report));
         QVERIFY(first != second);
         struct stat status;
         QVERIFY(stat(path, &status) == 0);
         QCOMPARE(int(status.st_mode & 07777), 0600);
         change(path);
-        QTEST(KovGui::Platform::secretKey(second, report), "isTrusted");
-        QFETCH(bool, isTrusted);
+        QCOMPARE(secretKey(second, report), isTrusted);
         QCOMPARE(first == second, isTrusted);
         QCOMPARE(reports, isTrusted ? 0 : 1);
         unlink(path);
+    }
+
+    void find_data()
+    {
+        // proxy: "host port"; empty for a failure
+        Table<QByteArray, QByteArray, QByteArray> row;
+
+        row("by scheme", "http=a:80;https=b:443", "https", "b 443");
+        row("the first for the scheme", "https=a:1;https=b:2", "https", "a 1");
+        row("for every scheme", "c:8080", "https", "c 8080");
+        row("for every scheme, before a better one", "c:8080;https=b:443", "https", "c 8080");
+        row("empty entries and blanks", ";; http=a:80 ;\thttps=b:443\r\n", "https", "b 443");
+        row("the scheme exactly", "HTTPS=a:1;httpsx=b:2", "https", "");
+        row("empty", "", "http", "");
+        row("no colon stops", "https=b;https=c:443", "https", "");
+        row("no colon behind the match", "a:1;b", "http", "a 1");
+        row("a URL", "http=http://a:80/", "http", "a 80");
+        row("user information is dropped", "http://user:secret@a:80", "http", "a 80");
+        row("IPv6", "[::1]:8080", "http", "::1 8080");
+        row("IPv6 without brackets", "::1:8080", "http", "");
+        row("no host", ":80", "http", "");
+        row("no port", "a:", "http", "");
+        row("port 65536", "a:65536", "http", "");
+        row("a port that wraps", "a:4294967376", "http", "");
+        row("text behind the port", "a:80x", "http", "");
+        row("a line break in the host", "a\nb:80", "http", "");
+        row("a path in the host", "a/../b:80", "http", "");
+    }
+
+    void find()
+    {
+        const auto [list, scheme, proxy] = cells<QByteArray, QByteArray, QByteArray>();
+        ProxyAddress address{"untouched", 1};
+        const bool isFound = parseProxyList(list.toStdString(), scheme.toStdString(), address);
+        const QByteArray text
+            = QByteArray::fromStdString(address.host) + ' ' + QByteArray::number(address.port);
+        QCOMPARE(isFound ? text : QByteArray(), proxy);
+        if (!isFound)
+            QCOMPARE(text, QByteArray("untouched 1"));
     }
 };
 

@@ -10,13 +10,11 @@
 #include "tests/support/SquidServer.h"
 #include "tests/tasks/ProxyFixture.h"
 
-#include <QDirIterator>
-
 namespace {
 
-const QString userName = QStringLiteral("somebody-known");
+const QString userName = "somebody-known";
 /// Looks different in each of its forms.
-const QString secret = QStringLiteral("s3cr&t/w%rd+x=>?~");
+const QString secret = "s3cr&t/w%rd+x=>?~";
 
 QByteArrayList forms(const QString &text)
 {
@@ -40,13 +38,11 @@ QByteArray processTexts()
 {
     QByteArray texts;
     const QByteArray parent = "PPid:\t" + QByteArray::number(QCoreApplication::applicationPid()) + '\n';
-    for (const QString &name :
-         QDir(QStringLiteral("/proc")).entryList({QStringLiteral("[0-9]*")}, QDir::Dirs)) {
-        const QString folder = QStringLiteral("/proc/") + name;
+    for (const QString &name : QDir("/proc").entryList({"[0-9]*"}, QDir::Dirs)) {
+        const QString folder = "/proc/" + name;
         if (name.toLongLong() == QCoreApplication::applicationPid()
-            || fileContent(folder + QStringLiteral("/status")).contains(parent))
-            texts += fileContent(folder + QStringLiteral("/cmdline"))
-                     + fileContent(folder + QStringLiteral("/environ"));
+            || fileContent(folder + "/status").contains(parent))
+            texts += fileContent(folder + "/cmdline") + fileContent(folder + "/environ");
     }
     return texts;
 }
@@ -70,8 +66,8 @@ private Q_SLOTS:
     void wrongSavedPasswordIsSentOnceForATunnel()
     {
         TestServer origin([](const TestServer::Request &) { return TestServer::page("200 OK"); });
-        const QUrl url(QStringLiteral("https://127.0.0.1:%1/").arg(origin.serverPort()));
-        QVERIFY(ProxyAuthUtils::saveProxyCredentials(proxy(), userName, QStringLiteral("wrong")));
+        const QUrl url(QString("https://127.0.0.1:%1/").arg(origin.serverPort()));
+        QVERIFY(ProxyAuthUtils::saveProxyCredentials(proxy(), userName, "wrong"));
         const int before = m_squid.refusedUsers().size();
         Person person({});
         QCOMPARE(fetch(url), KOV_ERR_PROXY_AUTHENTICATION_REQUIRED);
@@ -87,11 +83,10 @@ private Q_SLOTS:
         KovGui::forwardQtMessages(true);
         const QStringList strangers = filesBelow(QDir::tempPath());
         TestServer origin([](const TestServer::Request &) { return TestServer::page("200 OK"); });
-        const QUrl url(QStringLiteral("http://127.0.0.1:%1/page").arg(origin.serverPort()));
-        const QString typed = userName + QLatin1Char(':');
+        const QUrl url(QString("http://127.0.0.1:%1/page").arg(origin.serverPort()));
+        const QString typed = userName + ':';
         {
-            Person person({typed + QStringLiteral("wrong"), typed + QStringLiteral("wronger"),
-                           typed + secret + QLatin1Char('!')});
+            Person person({typed + "wrong", typed + "wronger", typed + secret + '!'});
             QCOMPARE(fetch(url), KOV_SUCCESS);
             QCOMPARE(person.seen.size(), 3);
         }
@@ -99,10 +94,10 @@ private Q_SLOTS:
         connect(&closing, &QTcpServer::newConnection, this,
                 [&closing] { closing.nextPendingConnection()->close(); });
         closing.listen(QHostAddress::LocalHost);
-        QVERIFY(KOV_FAILED(fetch(QUrl(QStringLiteral("https://127.0.0.1:%1/").arg(closing.serverPort())))));
+        QVERIFY(KOV_FAILED(fetch(QUrl(QString("https://127.0.0.1:%1/").arg(closing.serverPort())))));
         // The same password from the preferences, through the task, then a request that fails.
         CProxyAuthenticator::destroy();
-        useProxy(QStringLiteral("127.0.0.1"), m_squid.port());
+        useProxy("127.0.0.1", m_squid.port());
         setPreference("Proxy Http Autorization Enabled", true);
         setPreference("Proxy Http Username", userName);
         QVERIFY(ProxyPreferences::setPassword(false, secret));
@@ -110,7 +105,7 @@ private Q_SLOTS:
         QCOMPARE(resultOf(task), KOV_SUCCESS);
         QCOMPARE(task.proxy().password(), secret);
         const QNetworkProxy through = task.proxy();
-        CTaskHttpOperation failing(QNetworkRequest(QUrl(QStringLiteral("http://127.0.0.1:1/"))),
+        CTaskHttpOperation failing(QNetworkRequest(QUrl("http://127.0.0.1:1/")),
                                    QNetworkAccessManager::GetOperation, QString(), &through, nullptr,
                                    CTaskHttpOperation::KeepParser, QByteArray());
         QVERIFY(KOV_FAILED(resultOf(failing)));
@@ -126,7 +121,7 @@ private Q_SLOTS:
             if (strangers.contains(path)
                 && !path.startsWith(QFileInfo(QString::fromUtf8(qgetenv("XDG_CONFIG_HOME"))).path()))
                 continue;
-            settingsFiles += path.endsWith(QLatin1String(".conf")) && fileContent(path).contains("Passwords");
+            settingsFiles += path.endsWith(".conf") && fileContent(path).contains("Passwords");
             texts += fileContent(path);
         }
         // What was looked through is what was written.
@@ -134,7 +129,7 @@ private Q_SLOTS:
         QVERIFY(texts.contains("Set user defined proxy host"));
         QVERIFY(texts.contains("overriding active cache entry"));
         QVERIFY(!texts.contains("Proxy-Authorization"));
-        for (const QString &password : {secret, QStringLiteral("wronger")}) {
+        for (const QString &password : {secret, QString("wronger")}) {
             for (const QByteArray &form : forms(password))
                 QVERIFY2(!texts.contains(form), form.constData());
         }
@@ -143,10 +138,7 @@ private Q_SLOTS:
     }
 
 private:
-    QNetworkProxy proxy() const
-    {
-        return {QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), m_squid.port()};
-    }
+    QNetworkProxy proxy() const { return {QNetworkProxy::HttpProxy, "127.0.0.1", m_squid.port()}; }
     KOV_RESULT fetch(const QUrl &url) const
     {
         const QNetworkProxy through = proxy();

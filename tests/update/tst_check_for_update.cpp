@@ -1,28 +1,9 @@
-#include "abstract_task/CTaskManager.h"
-#include "gui/KovGui.h"
-#include "gui/messages/CMessageBoxBuilder.h"
-#include "gui/messages/CMessageManager.h"
-#include "gui/messages/CMessageProcessor.h"
-#include "gui/messages/CSearchParentHelper.h"
-#include "gui/messages/record/CMessageDataProvider.h"
 #include "gui/tasks/sign_in/CProxyAuthenticator.h"
-#include "gui/tasks/sign_in/CUserAuthDialog.h"
 #include "gui/tasks/sign_in/ProxyAuthUtils.h"
-#include "gui/update/UpdateTypes_p.h"
 #include "gui/update/check/CTaskCheckForProductUpdate.h"
-#include "gui/update/record/UpgradeUtils.h"
-#include "gui/window/CProgressDialog.h"
-#include "tests/support/KovTest.h"
-#include "tests/support/LogCapture.h"
-#include "tests/support/NginxServer.h"
-#include "tests/support/OffscreenPlatform.h"
-#include "tests/support/ReplacedAnswers.h"
 #include "tests/support/SampleSignature.h"
 #include "tests/support/SquidServer.h"
-
-#include <QAbstractButton>
-#include <QProcess>
-#include <QSettings>
+#include "tests/update/UpdateFixture.h"
 
 using Check = CTaskCheckForProductUpdate;
 
@@ -33,92 +14,43 @@ class CheckWithoutConstructor : public CTaskCheckForProductUpdate
     using CTaskCheckForProductUpdate::CTaskCheckForProductUpdate;
 };
 
-/// A host's policy that may answer a question without asking.
-class AnsweringProvider : public CMessageDataProvider
-{
-    Q_OBJECT
-
-public:
-    Q_INVOKABLE AnsweringProvider() = default;
-    bool isMessageHasAutoAnswer(int) override { return answers; }
-    static inline bool answers = false;
-};
-
 /// The check from its start to the closed message, with the real updater and a real server. What the real
 /// updater never does is left to a program that misbehaves.
-class tst_CheckForUpdate : public QObject
+class tst_CheckForUpdate : public UpdateFixture
 {
     Q_OBJECT
-
-public Q_SLOTS:
-    void onFinished(KOV_RESULT result, CAbstractTask *task)
-    {
-        m_results << result;
-        const auto *check = qobject_cast<Check *>(task);
-        m_found = check && check->getUpdateInfo() ? *check->getUpdateInfo() : CProductUpdateInfo();
-    }
 
 private Q_SLOTS:
     void initTestCase()
     {
-        ignoreOffscreenWarnings();
-        ignoreReplacedAnswers();
-        KovGui::init(KAM_CONSOLE);
-        KovGui::setLogVerbosity(2);
-        for (const QMetaObject *policy :
-             {&CMessageBoxBuilder::staticMetaObject, &CSearchParentHelper::staticMetaObject,
-              &CMessageProcessor::staticMetaObject})
-            KovGui::staticMetaObjectHash()[QLatin1String(policy->className())] = policy;
-        KovGui::staticMetaObjectHash()[QStringLiteral("CMessageDataProvider")]
-            = &AnsweringProvider::staticMetaObject;
-        registerUpdateTypes();
+        UpdateFixture::initTestCase();
         connect(CMessageManager::instance(), &CMessageManager::aboutToShowMessage, this,
-                [this](const Messaging::MessageData &data, QWidget *, CMessageBoxWndBase *window) {
-                    m_messages << data.code;
-                    QVERIFY2(!data.longMsg.isEmpty() && !data.longMsg.contains(QLatin1String("%1")),
-                             qPrintable(data.longMsg));
-                    m_text = data.longMsg;
-                    m_window = window;
-                    m_progressBehindMessage |= progressWindow() != nullptr;
-                    if (m_closeMessages)
-                        QTimer::singleShot(0, window, &QWidget::close);
-                });
+                [] { QVERIFY2(!progressWindow(), "progress behind a message"); });
         qApp->installEventFilter(this);
-        writeCatalogue(QStringLiteral("newer"), 31302);
-        writeCatalogue(QStringLiteral("current"), 31301);
-        QVERIFY2(m_server.start(m_root.path()), qPrintable(m_server.errorString()));
+        writeCatalogue("newer", 31302);
+        writeCatalogue("current", 31301);
     }
 
     void init()
     {
         QSettings().clear();
         m_results.clear();
-        m_messages.clear();
-        m_closeMessages = true;
-        m_progressSeen = m_progressBehindMessage = m_cancelSeen = false;
-        KovGui::staticMetaObjectHash()[QStringLiteral("CTaskCheckForProductUpdate")]
-            = &Check::staticMetaObject;
+        m_progressSeen = m_cancelSeen = false;
         useUpdater(UPDATER_PROGRAM);
         UpgradeUtils::setRunUpdaterInAppMode(false);
-        QVERIFY(UpgradeUtils::setUpdateServerBase(m_server.url(QStringLiteral("newer"))));
-    }
-
-    void cleanup()
-    {
-        QTRY_VERIFY(qApp->findChildren<QProcess *>().isEmpty());
-        QTRY_VERIFY(QApplication::topLevelWidgets().isEmpty());
-        QVERIFY(CTaskManager::instance()->getTasksByType(73).isEmpty());
+        QVERIFY(UpgradeUtils::setUpdateServerBase(m_server.url("newer")));
     }
 
     void outcome_data()
     {
-        QTest::addColumn<QByteArray>(
-            "updater"); // what goes wrong, or "real", "app", "missing", "custom", "unusable"
-        QTest::addColumn<QString>("folder"); // of the catalogue; empty: nobody listens
-        QTest::addColumn<int>("options");
-        QTest::addColumn<int>("result");
-        QTest::addColumn<bool>("told");
-
+        // What goes wrong, or which updater; the catalogue's folder, without one nobody listens; the result,
+        // and part of the message that tells it.
+        Table<QString, QString, int, int, QString> table;
+        const auto row = [&table](const char *updater, const char *folder, int options, int result,
+                                  const char *text = "") {
+            table(QByteArray(updater) + ' ' + folder + ", options " + QByteArray::number(options), updater,
+                  folder, options, result, text);
+        };
         const int background = Check::CheckInBackground;
         const int smart = Check::SmartInstall;
         const int found = KOV_SUCCESS;
@@ -126,83 +58,75 @@ private Q_SLOTS:
         const int unreachable = KOV_ERR_UPDATE_SERVER_NOT_REACHABLE;
         const int failed = KOV_ERR_UPDATER_FAILED;
         const int missing = KOV_ERR_UPDATER_MISSING;
-        const auto row = [](const char *updater, const char *folder, int options, int result, bool told) {
-            QTest::addRow("%s %s, options %d", updater, folder, options)
-                << QByteArray(updater) << QString::fromLatin1(folder) << options << result << told;
-        };
-        row("real", "newer", 0, found, false);
-        row("real", "newer", Check::NoOptions, found, false);
-        row("real", "newer", background, found, false);
-        row("app", "newer", background, found, false);
-        row("custom", "newer", 0, found, false);
-        row("custom", "newer", smart, none, false);
-        row("real", "current", 0, none, true);
-        row("real", "current", background, none, false);
-        row("real", "current", smart, none, false);
-        row("real", "current", Check::DoNotShowUpToDate, none, false);
-        row("real", "", Check::DoNotShowUpToDate, unreachable, true);
-        row("real", "", background, unreachable, false);
-        row("unusable", "newer", 0, failed, true);
-        row("unusable", "newer", background, failed, false);
-        row("real", "nowhere", 0, failed, true);
-        row("signal 4", "newer", 0, failed, true);
-        row("signal 25", "newer", 0, failed, true);
-        row("exit 7", "newer", 0, failed, true);
-        row("exit 29", "newer", 0, failed, true);
-        row("exit 7", "newer", background, failed, false);
-        row("exit 7", "newer", smart, failed, false);
-        row("exit 0", "newer", 0, failed, true);
-        row("flood output", "newer", 0, failed, true);
-        row("missing", "newer", 0, missing, true);
-        row("missing", "newer", background, missing, false);
-        row("missing", "newer", smart, missing, false);
+        row("real", "newer", 0, found);
+        row("real", "newer", Check::NoOptions, found);
+        row("app", "newer", background, found);
+        row("custom", "newer", 0, found);
+        row("custom", "newer", smart, none);
+        row("real", "current", 0, none, "3.1.4-31301");
+        row("real", "current", background, none);
+        row("real", "current", smart, none);
+        row("real", "current", Check::DoNotShowUpToDate, none);
+        row("real", "", Check::DoNotShowUpToDate, unreachable, " ");
+        row("real", "", background, unreachable);
+        row("unusable", "newer", 0, failed, "cannot be used");
+        row("unusable", "newer", background, failed);
+        row("real", "nowhere", 0, failed, " ");
+        row("kill -4 $$", "newer", 0, failed, "unexpectedly");
+        row("kill -25 $$", "newer", 0, failed, "unexpectedly");
+        row("exit 7", "newer", 0, failed, " ");
+        row("exit 29", "newer", 0, failed, "not signed");
+        row("exit 7", "newer", smart, failed);
+        row("exit 0", "newer", 0, failed, " ");
+        row("exec yes FILE_PATH: http://h/x", "newer", 0, failed, " ");
+        row("missing", "newer", 0, missing, " ");
+        row("missing", "newer", background, missing);
     }
 
     void outcome()
     {
-        QFETCH(QByteArray, updater);
-        QFETCH(QString, folder);
-        QFETCH(int, options);
-        QFETCH(int, result);
-        QFETCH(bool, told);
-        const QString setting = QStringLiteral("Application preferences/VolumeLicenseUpdatePolicy");
-        const QString nobody = QStringLiteral("http://127.0.0.1:%1").arg(NginxServer::freePort());
+        const auto [updater, folder, options, result, text] = cells<QString, QString, int, int, QString>();
+        const QString setting = "Application preferences/VolumeLicenseUpdatePolicy";
+        const QString nobody = QString("http://127.0.0.1:%1").arg(NginxServer::freePort());
         QVERIFY(UpgradeUtils::setUpdateServerBase(folder.isEmpty() ? nobody : m_server.url(folder)));
         UpgradeUtils::setRunUpdaterInAppMode(updater == "app");
         if (updater == "missing") {
             useUpdater("/");
         } else if (updater == "custom") {
             QSettings().setValue(setting, UpgradeUtils::defaultCatalogueUrl(0));
-            QVERIFY(UpgradeUtils::setUpdateServerBase(m_server.url(QStringLiteral("current"))));
+            QVERIFY(UpgradeUtils::setUpdateServerBase(m_server.url("current")));
         } else if (updater == "unusable") {
-            QSettings().setValue(setting, QStringLiteral("http://me:secret@h/ --config=/x"));
+            QSettings().setValue(setting, "http://me:secret@h/ --config=/x");
         } else if (updater != "real" && updater != "app") {
-            useUpdater(MISBEHAVING_UPDATER, updater.constData());
+            useUpdater(MISBEHAVING_PROGRAM, updater);
         }
 
         const LogCapture log;
+        const QString message = QString("CMessageBox:%1 close").arg(uint(result), 0, 16);
+        const DialogScript script(text.isEmpty() ? QString() : message, {"CProgressDialog"});
         const QPointer<Check> check = start(options);
         QTRY_VERIFY_WITH_TIMEOUT(!check, 30000);
         QCOMPARE(m_results, QList<int>{result});
-        QCOMPARE(m_messages, told ? QList<int>{result} : QList<int>());
-        QVERIFY(!told || updater != "unusable" || m_text.contains(QLatin1String("cannot be used")));
-        QVERIFY(!told || result != KOV_NO_UPDATE_AVAILABLE || m_text.contains(QLatin1String("3.1.4-31301")));
-        QVERIFY(!told || updater != "exit 29" || m_text.contains(QLatin1String("not signed")));
-        QVERIFY(!told || !updater.startsWith("signal") || m_text.contains(QLatin1String("unexpectedly")));
+        QCOMPARE(script.shown(), script.text());
+        QVERIFY2(m_text.contains(text), qPrintable(m_text));
         QCOMPARE(m_progressSeen, (options & Check::CheckInBackground) == 0);
         QCOMPARE(m_cancelSeen, (options & (Check::CheckInBackground | Check::SmartInstall)) == 0);
-        QVERIFY(!m_progressBehindMessage && !log.text().contains("secret"));
+        QVERIFY(!log.text().contains("secret"));
         if (result == KOV_SUCCESS) {
-            QCOMPARE(m_found.getVersion() + m_found.updateDescription,
-                     QStringLiteral("3.1.4-31302Better.\nFaster."));
-            QCOMPARE(m_found.download.destinationFileName(), QStringLiteral("Setup-3.1.4.31302.run"));
+            const char *command = updater == "app"
+                                      ? "--started-by-gui --update check --mode silent --background-download "
+                                        "--hide-no-updates-message --url http"
+                                      : "--update check -i -ud -nr --url http";
+            QVERIFY(log.text().contains(command));
+            QCOMPARE(m_found.getVersion() + m_found.updateDescription, "3.1.4-31302Better.\nFaster.");
+            QCOMPARE(m_found.download.destinationFileName(), "Setup-3.1.4.31302.run");
             QCOMPARE(m_found.download.size, 15360);
         }
     }
 
     void joinsTheRunningCheckAndCancelsIt()
     {
-        useUpdater(MISBEHAVING_UPDATER, "hang");
+        useUpdater(MISBEHAVING_PROGRAM, "exec sleep 60");
         const LogCapture log;
         const QPointer<Check> check = start(Check::CheckInBackground);
         QTRY_COMPARE(log.count("Update command : "), 1);
@@ -210,61 +134,55 @@ private Q_SLOTS:
         QVERIFY(!progressWindow() && check->isCheckInBackground());
         QCOMPARE(start(0), check.data());
         QVERIFY(progressWindow() && !check->isCheckInBackground());
-        QCOMPARE(progressWindow()->windowTitle(), QStringLiteral("Tessarine Console Update"));
+        QCOMPARE(progressWindow()->windowTitle(), "Tessarine Console Update");
         QTRY_VERIFY(progressWindow()->isActiveWindow());
         QTest::keyClick(progressWindow(), Qt::Key_Escape);
         QTRY_COMPARE(m_results, QList<int>({KOV_ERR_CANCELLED, KOV_ERR_CANCELLED, KOV_ERR_CANCELLED}));
-        QVERIFY(m_messages.isEmpty() && !progressWindow());
+        QVERIFY(m_text.isEmpty() && !progressWindow());
         QCOMPARE(log.count("A task to check for product updates is already running. Skip another check."), 2);
         QCOMPARE(log.count("Update command : "), 1);
     }
 
     void openMessageIsRaisedAndGoesWithTheCheck()
     {
-        useUpdater(MISBEHAVING_UPDATER, "exit 7");
-        m_closeMessages = false;
+        useUpdater(MISBEHAVING_PROGRAM, "exit 7");
         const QPointer<Check> check = start(0);
-        QTRY_VERIFY(m_window && m_window->isActiveWindow());
+        QTRY_VERIFY(m_message && m_message->isActiveWindow());
+        const QPointer<QWidget> first = m_message;
         QWidget other;
         other.show();
         other.activateWindow();
         QTRY_VERIFY(other.isActiveWindow());
         QCOMPARE(start(0), check.data());
-        QTRY_VERIFY(m_window->isActiveWindow());
-        QVERIFY(!progressWindow() && m_results.isEmpty() && m_messages.size() == 1);
+        QTRY_VERIFY(first->isActiveWindow());
+        QVERIFY(!progressWindow() && m_results.isEmpty() && m_message == first);
         delete check.data();
         QCOMPARE(m_results, QList<int>({KOV_ERR_CANCELLED, KOV_ERR_CANCELLED}));
-        QTRY_VERIFY(!m_window);
+        QTRY_VERIFY(!m_message);
     }
 
     void noConnectionIsAskedAbout_data()
     {
-        QTest::addColumn<QString>("answer"); // empty: the host's policy answers with the first one
-        QTest::addColumn<int>("result");
-        QTest::newRow("try again") << QStringLiteral("Try Again") << int(KOV_SUCCESS);
-        QTest::newRow("install what is there")
-            << QStringLiteral("Install current") << KOV_ERR_UPDATE_SERVER_NOT_REACHABLE;
-        QTest::newRow("not asked, so not tried for ever") << QString() << KOV_ERR_UPDATE_SERVER_NOT_REACHABLE;
+        // The answer; 0: the host's policy gives the first one.
+        Table<int, int> row;
+        row("try again", 1, KOV_SUCCESS);
+        row("install what is there", 2, KOV_ERR_UPDATE_SERVER_NOT_REACHABLE);
+        row("not asked, so not tried for ever", 0, KOV_ERR_UPDATE_SERVER_NOT_REACHABLE);
     }
 
     void noConnectionIsAskedAbout()
     {
-        QFETCH(QString, answer);
-        QFETCH(int, result);
-        m_closeMessages = false;
+        const auto [answer, result] = cells<int, int>();
         m_server.stop();
-        AnsweringProvider::answers = answer.isEmpty();
+        AnsweringProvider::answers = answer == 0;
         const QPointer<Check> check = start(Check::SmartInstall);
-        QTRY_VERIFY(answer.isEmpty() ? !check : m_window && m_window->isVisible());
-        QCOMPARE(m_messages, answer.isEmpty() ? QList<int>() : QList<int>{KOV_QUESTION_NO_CONNECTION});
-        AnsweringProvider::answers = false;
+        const auto questions
+            = [] { return CMessageManager::instance()->getMessageWindowsForId(KOV_QUESTION_NO_CONNECTION); };
+        QTRY_VERIFY(AnsweringProvider::answers ? !check : !questions().isEmpty());
         QVERIFY2(m_server.restart(), qPrintable(m_server.errorString()));
         m_progressSeen = false;
-        for (auto *button :
-             m_window ? m_window->findChildren<QAbstractButton *>() : QList<QAbstractButton *>()) {
-            if (button->text().remove(QLatin1Char('&')) == answer)
-                button->click();
-        }
+        for (CMessageBoxWndBase *question : questions())
+            question->done(answer);
         QTRY_COMPARE(m_results, QList<int>{result});
         QCOMPARE(m_progressSeen, result == KOV_SUCCESS);
     }
@@ -275,55 +193,52 @@ private Q_SLOTS:
         UpgradeUtils::setUpdatesRestricted(true);
         QVERIFY(!start(0));
         UpgradeUtils::setUpdatesRestricted(false);
-        KovGui::staticMetaObjectHash()[QStringLiteral("CTaskCheckForProductUpdate")]
-            = &CheckWithoutConstructor::staticMetaObject;
+        const auto registered = registerPolicyForNow<Check, CheckWithoutConstructor>();
         QVERIFY(!start(0) && m_results.isEmpty());
         QTRY_COMPARE(m_results, QList<int>({KOV_ERR_FAILURE, KOV_ERR_FAILURE}));
         QCOMPARE(log.count("In current application mode check for updates not available."), 1);
-        QCOMPARE(
-            log.count("CheckWithoutConstructor, registered for CTaskCheckForProductUpdate, has no invokable "
-                      "constructor"),
-            1);
+        QVERIFY(log.text().contains("CheckWithoutConstructor, registered for CTaskCheckForProductUpdate, "
+                                    "has no invokable constructor"));
     }
 
     void proxyThatWantsAPassword()
     {
         SquidServer squid;
-        const QString user = QStringLiteral("jo");
-        const QString secret = QStringLiteral("s3cr&t word");
-        QVERIFY2(squid.start(user.toUtf8(), secret.toUtf8()), squid.errorText().constData());
-        const QNetworkProxy proxy(QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), squid.port());
-        const auto prefer = [](const char *key, const QVariant &value) {
-            QSettings().setValue(QLatin1String("User Preferences/Proxy/") + QLatin1String(key), value);
-        };
+        const QString secret = "s3cr&t+word";
+        QVERIFY2(squid.start("jo", secret.toUtf8()), squid.errorText().constData());
+        const QNetworkProxy proxy(QNetworkProxy::HttpProxy, "127.0.0.1", squid.port());
+        const QString right = "CUserAuthDialog m_leName=jo m_lePassword=s3cr&t+word m_pbOk";
         const struct
         {
             const char *name;
             int options;
             bool isSaved;
-            QStringList typed; // passwords; none: cancelled
-            int questions;
+            QString windows;
             KOV_RESULT result;
         } rows[] = {
-            {"saved", Check::CheckInBackground, true, {}, 0, KOV_SUCCESS},
-            {"nobody is asked", Check::CheckInBackground, false, {secret}, 0, KOV_ERR_UPDATER_FAILED},
-            {"cancelled", 0, false, {}, 1, KOV_ERR_UPDATER_FAILED},
-            {"typed again", 0, false, {QStringLiteral("wrong"), secret}, 2, KOV_SUCCESS},
+            {"saved", Check::CheckInBackground, true, "", KOV_SUCCESS},
+            {"nobody is asked", Check::CheckInBackground, false, "", KOV_ERR_UPDATER_FAILED},
+            {"cancelled", 0, false, "CUserAuthDialog close; CMessageBox:80015210 close",
+             KOV_ERR_UPDATER_FAILED},
+            {"typed again", 0, false, "CUserAuthDialog m_leName=jo m_lePassword=wrong m_pbOk; " + right,
+             KOV_SUCCESS},
         };
         for (const auto &row : rows) {
             init();
             CProxyAuthenticator::destroy();
-            prefer("Proxy Enabled", true);
-            prefer("Proxy Http Host", proxy.hostName());
-            prefer("Proxy Http Port", QString::number(proxy.port()));
+            QSettings preferences;
+            preferences.beginGroup("User Preferences/Proxy");
+            preferences.setValue("Proxy Enabled", true);
+            preferences.setValue("Proxy Http Host", proxy.hostName());
+            preferences.setValue("Proxy Http Port", QString::number(proxy.port()));
             if (row.isSaved)
-                QVERIFY(ProxyAuthUtils::saveProxyCredentials(proxy, user, secret));
+                QVERIFY(ProxyAuthUtils::saveProxyCredentials(proxy, "jo", secret));
             const LogCapture log;
-            m_typed = row.typed;
-            m_questions = 0;
+            const DialogScript script(row.windows, {"CProgressDialog"});
             const QPointer<Check> check = start(row.options);
             QTRY_VERIFY_WITH_TIMEOUT(!check, 30000);
-            QVERIFY2(m_results == QList<int>{row.result} && m_questions == row.questions, row.name);
+            QCOMPARE(row.name + script.shown(), row.name + script.text());
+            QCOMPARE(m_results, QList<int>{row.result});
             QVERIFY2(!log.text().contains("s3cr"), row.name);
         }
     }
@@ -332,35 +247,31 @@ private:
     Check *start(int options)
     {
         return Check::start(Check::Options(options),
-                            CSlotInfo(this, "onFinished(KOV_RESULT, CAbstractTask*)"));
+                            CSlotInfo(this, [this](KOV_RESULT result, CAbstractTask *task) {
+                                m_results << result;
+                                const auto *check = qobject_cast<Check *>(task);
+                                if (check && check->getUpdateInfo())
+                                    m_found = *check->getUpdateInfo();
+                            }));
     }
-    static void useUpdater(const char *path, const char *behaviour = "")
+    static void useUpdater(const char *path, const QString &behaviour = QString())
     {
-        qputenv("MISBEHAVIOUR", behaviour);
+        qputenv("MISBEHAVIOUR", behaviour.toUtf8());
         for (const char *mode : {"app", "ctl"})
-            KovGui::setUpdaterFilePathAndUpdateMode(QLatin1String(path), QString(), QLatin1String(mode));
+            KovGui::setUpdaterFilePathAndUpdateMode(path, QString(), mode);
     }
-    void writeCatalogue(const QString &folder, int build)
+    void writeCatalogue(const QString &folder, quint32 build)
     {
-        const QString directory = m_root.filePath(folder + QStringLiteral("/console/v3/tessarine"));
+        const QString directory = m_root.filePath(folder + "/console/v3/tessarine/");
         QVERIFY(QDir().mkpath(directory));
-        QFile file(directory + QStringLiteral("/tessarine_updates.xml"));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(
-            "<TessarineUpdates><Product><ProductName>Tessarine Console</ProductName><UpdateEnabled>true"
-            "</UpdateEnabled><Version><Major>3</Major><Minor>1</Minor><SubMinor>4</SubMinor><SubSubMinor>"
-            + QByteArray::number(build)
-            + "</SubSubMinor><StringRepresentation>3.1.4</StringRepresentation><Update><UpdateName>N</UpdateName>"
-              "<UpdateDescription>Better.\nFaster.</UpdateDescription><FilePath>Setup-3.1.4.31302.run</FilePath>"
-              "<FileSize>15360</FileSize><LocaleName>any</LocaleName><OsType>any</OsType>"
-              "<DateTime>2026-01-02 03:04:05</DateTime><DistributorName>T</DistributorName><Chargeable>false"
-              "</Chargeable><Status>released</Status></Update></Version></Product></TessarineUpdates>");
-        file.close();
+        const QByteArray catalogue
+            = sampleCatalogue({3, 1, 4, build}, "Setup-3.1.4.31302.run", "Better.\nFaster.");
+        QVERIFY(writeFile(directory + "tessarine_updates.xml", catalogue));
         Signature::Statement package = sampleStatement(Signature::Role::Package);
         package.version = {3, 1, 4, 31302};
         package.size = 15360;
-        QVERIFY(signSample(file.fileName(), sampleStatement(Signature::Role::Catalogue)));
-        QVERIFY(signSample(directory + QStringLiteral("/Setup-3.1.4.31302.run"), package));
+        QVERIFY(signSample(directory + "tessarine_updates.xml", sampleStatement(Signature::Role::Catalogue)));
+        QVERIFY(signSample(directory + "Setup-3.1.4.31302.run", package));
     }
 
     bool eventFilter(QObject *object, QEvent *event) override
@@ -368,45 +279,13 @@ private:
         auto *progress = event->type() == QEvent::Show ? qobject_cast<CProgressDialog *>(object) : nullptr;
         m_progressSeen |= progress != nullptr;
         m_cancelSeen |= progress && progress->isCancelButtonVisible();
-        if (auto *question
-            = event->type() == QEvent::Show ? qobject_cast<CUserAuthDialog *>(object) : nullptr) {
-            ++m_questions;
-            QTimer::singleShot(0, question, [this, question] {
-                if (m_typed.isEmpty()) {
-                    question->reject();
-                    return;
-                }
-                question->setUsername(QStringLiteral("jo"));
-                question->setPassword(m_typed.takeFirst());
-                question->accept();
-            });
-        }
         return false;
     }
 
-    static CProgressDialog *progressWindow()
-    {
-        for (QWidget *window : QApplication::topLevelWidgets()) {
-            auto *progress = qobject_cast<CProgressDialog *>(window);
-            if (progress && progress->isVisible())
-                return progress;
-        }
-        return nullptr;
-    }
-
-    QTemporaryDir m_root;
-    NginxServer m_server;
     QList<int> m_results;
     CProductUpdateInfo m_found;
-    QList<int> m_messages;
-    QString m_text;
-    QPointer<QWidget> m_window;
-    QStringList m_typed;
-    int m_questions = 0;
-    bool m_closeMessages = true;
     bool m_progressSeen = false;
     bool m_cancelSeen = false;
-    bool m_progressBehindMessage = false;
 };
 
 KOV_TEST_MAIN(QApplication, tst_CheckForUpdate)

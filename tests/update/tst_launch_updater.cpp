@@ -19,9 +19,11 @@ public:
     { }
     QNetworkProxy proxy() const override
     {
-        return {QNetworkProxy::HttpProxy, id()->params().value(QStringLiteral("url")).toString(), 3128};
+        return {QNetworkProxy::HttpProxy, id()->params().value("url").toString(), 3128};
     }
 };
+
+constexpr char hang[] = "while printf .; do sleep .02; done";
 
 class tst_LaunchUpdater : public QObject
 {
@@ -49,32 +51,31 @@ private Q_SLOTS:
 
     void ranToItsEnd_data()
     {
-        QTest::addColumn<QByteArray>("behaviour");
-        QTest::addColumn<int>("exitCode");
-        QTest::newRow("any exit code") << QByteArray("exit 7") << 7;
-        QTest::newRow("a crash") << QByteArray("signal 4") << 4;
-        QTest::newRow("input is closed") << QByteArray("wait for the end of input") << 0;
+        Table<QByteArray, int> row;
+        row("any exit code", "exit 7", 7);
+        row("a crash", "kill -4 $$", 4);
+        row("input is closed", "exec cat", 0);
     }
 
     void ranToItsEnd()
     {
-        QFETCH(QByteArray, behaviour);
+        const auto [behaviour, exitCode] = cells<QByteArray, int>();
         CTaskLaunchUpdater task(params(behaviour.constData()));
         QSignalSpy finished(&task, &CAbstractTask::taskFinished);
         task.execute();
         QTRY_COMPARE(finished.size(), 1);
         QCOMPARE(task.getResult(), KOV_SUCCESS);
-        QTEST(task.exitCode(), "exitCode");
-        QCOMPARE(task.exitStatus() == QProcess::CrashExit, behaviour == "signal 4");
+        QCOMPARE(task.exitCode(), exitCode);
+        QCOMPARE(task.exitStatus() == QProcess::CrashExit, behaviour == "kill -4 $$");
     }
 
     void aHangingProgramIsEnded()
     {
         const LogCapture log;
-        CTaskLaunchUpdater task(params("hang"));
+        CTaskLaunchUpdater task(params(hang));
         task.execute();
         QTRY_VERIFY(!task.output().isEmpty());
-        auto *timer = task.findChild<QTimer *>(QStringLiteral("hangTimer"));
+        auto *timer = task.findChild<QTimer *>("hangTimer");
         QCOMPARE(timer->interval(), 30 * 60 * 1000);
         QMetaObject::invokeMethod(timer, "timeout");
         QTRY_VERIFY(task.isFinished());
@@ -87,10 +88,12 @@ private Q_SLOTS:
     {
         // A program of that name must not count.
         QTemporaryDir directory;
-        const QString program = directory.filePath(QStringLiteral("install"));
-        QVERIFY(QFile::link(QStringLiteral(MISBEHAVING_UPDATER), program));
+        const QString program = directory.filePath("install");
+        QVERIFY(QFile::link(MISBEHAVING_PROGRAM, program));
         for (const char *argument : {"install", "http://h/install"}) {
-            auto taskParams = params("progress");
+            auto taskParams = params(
+                "for piece in installer:%4 '2\ninstaller:%100 installer:%101\ninstaller:%99999999999\n'"
+                "'INSTALLER:%3 install' er:%7; do printf '%b' \"$piece\"; sleep .05; done");
             taskParams.commandLine = CommandLineUtils::join(program, {QLatin1String(argument)});
             CTaskLaunchUpdater task(taskParams);
             QList<int> percentages;
@@ -105,10 +108,11 @@ private Q_SLOTS:
     void standardErrorCannotFloodOrForgeTheLog()
     {
         const LogCapture log;
-        CTaskLaunchUpdater task(params("flood errors"));
+        CTaskLaunchUpdater task(
+            params("seq 20000 | sed 's|.*|line &\\rF /forged:1:1/ https://me:secret@h/\\x1b[31m|' >&2"));
         task.execute();
         QTRY_VERIFY(task.isFinished());
-        QVERIFY(log.text().contains("line 0\\rF /forged:1:1/ https://h/"));
+        QVERIFY(log.text().contains("line 1\\rF /forged:1:1/ https://h/"));
         QVERIFY(!log.text().contains("\033") && !log.text().contains("secret"));
         QVERIFY2(log.text().size() < 100000, QByteArray::number(log.text().size()).constData());
         QCOMPARE(log.count("more bytes were not logged"), 1);
@@ -118,7 +122,7 @@ private Q_SLOTS:
     {
         const auto abandoned = [] { return QCoreApplication::instance()->findChildren<QProcess *>(); };
         for (const bool applicationEnds : {false, true}) {
-            CTaskLaunchUpdater task(params("hang"));
+            CTaskLaunchUpdater task(params(hang));
             QSignalSpy finished(&task, &CAbstractTask::taskFinished);
             task.execute();
             QTRY_VERIFY(!task.output().isEmpty());
@@ -138,7 +142,7 @@ private Q_SLOTS:
     {
         const QByteArray plain("-i|");
         const auto output = [this](const char *url) {
-            auto taskParams = params("arguments", "-i");
+            auto taskParams = params("printf '%s|' \"$@\"", "-i");
             taskParams.proxyUrl = QLatin1String(url);
             CTaskLaunchUpdater task(taskParams);
             task.execute();
@@ -146,10 +150,10 @@ private Q_SLOTS:
         };
         const LogCapture log;
         // A host that took the class out of the registry.
-        KovGui::staticMetaObjectHash().remove(QStringLiteral("CTaskGetProxyInfo"));
+        KovGui::staticMetaObjectHash().remove("CTaskGetProxyInfo");
         QCOMPARE(output("proxy.lan"), plain);
         QCOMPARE(log.count("the updater runs without"), 1);
-        KovGui::staticMetaObjectHash()[QStringLiteral("CTaskGetProxyInfo")] = &ProxyOfUrl::staticMetaObject;
+        KovGui::staticMetaObjectHash()["CTaskGetProxyInfo"] = &ProxyOfUrl::staticMetaObject;
         QCOMPARE(output("proxy.lan"),
                  plain + "--proxy-server|proxy.lan|--proxy-port|3128|--proxy-try-count|1|");
         QCOMPARE(output("--config"), plain);
@@ -159,7 +163,7 @@ private:
     static CTaskLaunchUpdater::TaskParams params(const char *behaviour, const char *arguments = "")
     {
         qputenv("MISBEHAVIOUR", behaviour);
-        return {QStringLiteral("\"" MISBEHAVING_UPDATER "\" ") + QLatin1String(arguments), false, QString()};
+        return {QStringLiteral("\"" MISBEHAVING_PROGRAM "\" ") + QLatin1String(arguments), false, QString()};
     }
 };
 

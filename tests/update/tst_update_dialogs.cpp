@@ -12,7 +12,6 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QTextBrowser>
-#include <QTranslator>
 
 namespace {
 
@@ -22,7 +21,7 @@ class LongWords : public QTranslator
 public:
     QString translate(const char *, const char *text, const char *, int) const override
     {
-        return QString::fromUtf8(text) + QLatin1String(" - und das ist noch nicht alles");
+        return QString::fromUtf8(text) + " - und das ist noch nicht alles";
     }
     bool isEmpty() const override { return false; }
 };
@@ -56,47 +55,46 @@ private Q_SLOTS:
         ignoreOffscreenWarnings();
         m_mode = qEnvironmentVariableIntValue("KOV_TEST_APPLICATION_MODE");
         KovGui::init(_KOV_APPLICATION_MODE(m_mode));
-        KovGui::setAppGuiName(QStringLiteral("Ap%1p"));
-        m_info.transactionId = QStringLiteral("-3.1.5-31502");
-        m_info.updateDescription = QStringLiteral("Better.\nFaster.");
+        KovGui::setAppGuiName("Ap%1p");
+        m_info.transactionId = "-3.1.5-31502";
+        m_info.updateDescription = "Better.\nFaster.";
     }
     void modes_data()
     {
-        QTest::addColumn<int>("mode");
-        QTest::addColumn<QStringList>("buttons");
-        const QString skip = QStringLiteral("Skip This Version");
-        const QString later = QStringLiteral("Remind Me Later");
-        QTest::newRow("download") << 0 << QStringList{skip, later, QStringLiteral("Download Update")};
-        QTest::newRow("install") << 1 << QStringList{skip, later, QStringLiteral("Install Update")};
-        QTest::newRow("both") << 2 << QStringList{QStringLiteral("Download and Install Update")};
-        QTest::newRow("done") << 3 << QStringList{QStringLiteral("OK")};
+        Table<int, QStringList> row;
+        const QString skip = "Skip This Version";
+        const QString later = "Remind Me Later";
+        row("download", 0, QStringList{skip, later, "Download Update"});
+        row("install", 1, QStringList{skip, later, "Install Update"});
+        row("both", 2, QStringList{"Download and Install Update"});
+        row("done", 3, QStringList{"OK"});
     }
 
     void modes()
     {
-        QFETCH(int, mode);
+        const auto [mode, buttons] = cells<int, QStringList>();
         CUpdateDialog dialog{CUpdateDialog::ConfirmationMode(mode)};
-        QCOMPARE(textOf(dialog, "m_lbDescription").contains(QLatin1String("${")), false);
-        QVERIFY(dialog.findChild<QTextBrowser *>(QStringLiteral("m_txtDescription"))->isHidden());
+        QCOMPARE(textOf(dialog, "m_lbDescription").contains("${"), false);
+        QVERIFY(dialog.findChild<QTextBrowser *>("m_txtDescription")->isHidden());
         dialog.setNotificationFor(m_info);
-        QTEST(shownButtons(dialog), "buttons");
-        QCOMPARE(dialog.windowTitle(), QStringLiteral("Ap%1p Update"));
+        QCOMPARE(shownButtons(dialog), buttons);
+        QCOMPARE(dialog.windowTitle(), "Ap%1p Update");
         if (mode == CUpdateDialog::Congratulations) {
-            QCOMPARE(textOf(dialog, "m_lbTitle"), QStringLiteral("Congratulations!"));
-            QCOMPARE(textOf(dialog, "m_lbDescription"),
-                     QStringLiteral("Ap%1p has been successfully updated to version ") + shown("3.1.5-31502.")
-                         + (m_mode == 6 ? QStringLiteral(".") : QString()));
+            QCOMPARE(textOf(dialog, "m_lbTitle"), "Congratulations!");
+            QCOMPARE(textOf(dialog, "m_lbDescription"), "Ap%1p has been successfully updated to version "
+                                                            + shown("3.1.5-31502.")
+                                                            + (m_mode == 6 ? "." : QString()));
         } else {
-            QCOMPARE(textOf(dialog, "m_lbTitle"), QStringLiteral("A new version of Ap%1p is available!"));
-            QCOMPARE(textOf(dialog, "m_lbDescription"), QStringLiteral("Ap%1p ") + shown("3.1.5-31502")
-                                                            + QStringLiteral(" is now available - you have ")
-                                                            + shown("3.1.4-31301") + QLatin1Char('.'));
+            QCOMPARE(textOf(dialog, "m_lbTitle"), "A new version of Ap%1p is available!");
+            QCOMPARE(textOf(dialog, "m_lbDescription"), "Ap%1p " + shown("3.1.5-31502")
+                                                            + " is now available - you have "
+                                                            + shown("3.1.4-31301") + '.');
         }
-        auto *notes = dialog.findChild<QTextBrowser *>(QStringLiteral("m_txtDescription"));
+        auto *notes = dialog.findChild<QTextBrowser *>("m_txtDescription");
         QVERIFY(!notes->isHidden() && notes->toPlainText() == m_info.updateDescription);
         // A record whose id tells no version.
         CProductUpdateInfo unnamed;
-        unnamed.download.url = QStringLiteral("http://h/Setup-4.5.6.7.run");
+        unnamed.download.url = "http://h/Setup-4.5.6.7.run";
         dialog.setNotificationFor(unnamed);
         QVERIFY(textOf(dialog, "m_lbDescription").contains(shown("4.5.6-7")) && notes->isHidden());
     }
@@ -111,7 +109,7 @@ private Q_SLOTS:
             for (QDialog *dialog : QList<QDialog *>{&update, &confirm}) {
                 QSignalSpy finished(dialog, &QDialog::finished);
                 dialog->show();
-                QVERIFY(dialog->findChild<QPushButton *>(QStringLiteral("m_pbInstall"))->isDefault());
+                QVERIFY(dialog->findChild<QPushButton *>("m_pbInstall")->isDefault());
                 auto *button = dialog->findChild<QPushButton *>(QLatin1String(click.first));
                 if (*click.first == 0)
                     QTest::keyClick(dialog, Qt::Key_Escape);
@@ -150,11 +148,7 @@ private Q_SLOTS:
 
     void notes_data()
     {
-        QTest::addColumn<QString>("notes");
-        QTest::addColumn<QString>("html");
-        const auto row = [](const char *name, const char *notes, const char *html) {
-            QTest::newRow(name) << QString::fromUtf8(notes) << QString::fromUtf8(html);
-        };
+        Table<QString, QString> row;
         row("none", " \n", "");
         row("plain", "a < b & c\r\nd", "<div style=\"white-space:pre-wrap\">a &lt; b &amp; c<br>d</div>");
         row("unknown tags alone are plain", "vector<int>",
@@ -180,20 +174,20 @@ private Q_SLOTS:
 
     void notes()
     {
-        QFETCH(QString, notes);
-        QTEST(ReleaseNotes::toHtml(notes), "html");
-        const QString deep = ReleaseNotes::toHtml(QStringLiteral("<ul>").repeated(20000) + notes);
-        QVERIFY(deep.count(QLatin1String("<ul>")) < 20);
+        const auto [notes, html] = cells<QString, QString>();
+        QCOMPARE(ReleaseNotes::toHtml(notes), html);
+        const QString deep = ReleaseNotes::toHtml(QString("<ul>").repeated(2000) + notes);
+        QVERIFY(deep.count("<ul>") < 20);
     }
 
     void notesLoadNothingAndOpenWebPagesOnly()
     {
         QTemporaryDir directory;
-        const QUrl picture = QUrl::fromLocalFile(directory.filePath(QStringLiteral("x.png")));
+        const QUrl picture = QUrl::fromLocalFile(directory.filePath("x.png"));
         QVERIFY(QImage(9, 9, QImage::Format_RGB32).save(picture.toLocalFile()));
         CUpdateDialog dialog(CUpdateDialog::Download);
         dialog.setNotificationFor(m_info);
-        auto *view = dialog.findChild<QTextBrowser *>(QStringLiteral("m_txtDescription"));
+        auto *view = dialog.findChild<QTextBrowser *>("m_txtDescription");
         // What slipped through would still find nothing.
         QCOMPARE(view->document()->resource(QTextDocument::ImageResource, picture).value<QImage>().width(),
                  1);
@@ -209,8 +203,8 @@ private Q_SLOTS:
             return true;
         });
         const LogCapture log;
-        const QUrl page(QStringLiteral("https://www.tessarine.example/new"));
-        for (const QUrl &url : {picture, QUrl(QStringLiteral("javascript:x")), page})
+        const QUrl page("https://www.tessarine.example/new");
+        for (const QUrl &url : {picture, QUrl("javascript:x"), page})
             QVERIFY(QMetaObject::invokeMethod(view, "anchorClicked", Q_ARG(QUrl, url)));
         Help::setUrlOpener(nullptr);
         QCOMPARE(opened, QList<QUrl>{page});
@@ -221,7 +215,7 @@ private:
     QString shown(const char *version) const
     {
         const QString text = QString::fromLatin1(version);
-        return m_mode == 6 ? text.section(QLatin1Char('-'), 0, 0) : text;
+        return m_mode == 6 ? text.section('-', 0, 0) : text;
     }
 
     int m_mode = 0;

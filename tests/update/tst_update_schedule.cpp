@@ -13,7 +13,6 @@
 
 #include <QLabel>
 #include <QMainWindow>
-#include <QSettings>
 #include <QWindow>
 
 using Install = CTaskInstallProductUpdate;
@@ -109,17 +108,17 @@ private Q_SLOTS:
         ignoreOffscreenWarnings();
         KovGui::init(KAM_CONSOLE);
         auto &table = KovGui::staticMetaObjectHash();
-        table[QStringLiteral("CTaskCheckForProductUpdate")] = &ScriptedCheck::staticMetaObject;
-        table[QStringLiteral("CTaskInstallProductUpdate")] = &ScriptedInstall::staticMetaObject;
-        table[QStringLiteral("CAppUpdateWorker")] = &Worker::staticMetaObject;
+        table["CTaskCheckForProductUpdate"] = &ScriptedCheck::staticMetaObject;
+        table["CTaskInstallProductUpdate"] = &ScriptedInstall::staticMetaObject;
+        table["CAppUpdateWorker"] = &Worker::staticMetaObject;
     }
 
     void init()
     {
         setClock({{2026, 5, 10}, {12, 0}});
         script = {};
-        script.found.transactionId = QStringLiteral("-3.1.5-31502");
-        script.found.download.url = QStringLiteral("http://h/app-3.1.5.31502.tar.gz");
+        script.found.transactionId = "-3.1.5-31502";
+        script.found.download.url = "http://h/app-3.1.5.31502.tar.gz";
         script.found.download.destinationDirectory = m_folder.path();
     }
 
@@ -158,7 +157,7 @@ private Q_SLOTS:
         for (const auto &row : rows) {
             const QString last = QLatin1String(row.last);
             const QString now = QLatin1String(row.now);
-            setClock(QDateTime::fromString(now, QStringLiteral("yyyy-MM-dd hh:mm:ss")));
+            setClock(QDateTime::fromString(now, "yyyy-MM-dd hh:mm:ss"));
             QSettings settings;
             settings.clear();
             if (!last.isEmpty())
@@ -362,9 +361,9 @@ private Q_SLOTS:
         main.show();
         script.isReal = true;
         logic()->installUpdate(script.found, false, true);
-        QTRY_COMPARE(offers(), QStringList{QStringLiteral("3.1.5-31502")});
+        QTRY_COMPARE(offers(), QStringList{"3.1.5-31502"});
         findNewer();
-        QTRY_COMPARE(offers(), QStringList{QStringLiteral("3.1.6-31600")});
+        QTRY_COMPARE(offers(), QStringList{"3.1.6-31600"});
         for (const QWidget *window : QApplication::topLevelWidgets())
             QVERIFY(window == &main || !window->isVisible()
                     || window->windowHandle()->transientParent() == main.windowHandle());
@@ -385,7 +384,7 @@ private Q_SLOTS:
             findNewer();
             QCOMPARE(script.installs.size(), 1);
             script.latest->terminate(KOV_ERR_CANCELLED);
-            QCOMPARE(logic()->pendingUpdateInfo()->getVersion(), QStringLiteral("3.1.6-31600"));
+            QCOMPARE(logic()->pendingUpdateInfo()->getVersion(), "3.1.6-31600");
             QCOMPARE(UpgradeUtils::isUpdateSkipped(older), choice == Install::Skip);
             QVERIFY(!UpgradeUtils::isNeedToInstallUpdateOnAppStart());
             QCOMPARE(intervalOf("installReminderTimer"), 600000);
@@ -411,8 +410,8 @@ private Q_SLOTS:
         logic()->installUpdate(script.found, false, false);
         for (const int minutes : {10, 20, 40, 80, 160, 240, 240}) {
             QTRY_COMPARE(intervalOf("downloadRetryTimer"), minutes * 60000);
-            QMetaObject::invokeMethod(
-                logic()->worker()->findChild<QTimer *>(QStringLiteral("downloadRetryTimer")), "timeout");
+            QMetaObject::invokeMethod(logic()->worker()->findChild<QTimer *>("downloadRetryTimer"),
+                                      "timeout");
         }
         QTRY_COMPARE(ended.size(), 8);
         CAppUpdateLogic::destroy();
@@ -434,16 +433,15 @@ private Q_SLOTS:
         script.latest->terminate(KOV_ERR_CANCELLED);
         QCOMPARE(intervalOf("installReminderTimer"), 600000);
         // A reminder comes while its user does something else.
-        QMetaObject::invokeMethod(
-            logic()->worker()->findChild<QTimer *>(QStringLiteral("installReminderTimer")), "timeout");
+        QMetaObject::invokeMethod(logic()->worker()->findChild<QTimer *>("installReminderTimer"), "timeout");
         QVERIFY(script.latest && !script.latest->params().askedFor);
     }
 
 private:
     static void findNewer()
     {
-        script.found.transactionId = QStringLiteral("-3.1.6-31600");
-        script.found.download.url = QStringLiteral("http://h/app-3.1.6.31600.tar.gz");
+        script.found.transactionId = "-3.1.6-31600";
+        script.found.download.url = "http://h/app-3.1.6.31600.tar.gz";
         QSignalSpy ended(logic(), &CAppUpdateLogic::updateCheckFinished);
         QCOMPARE(logic()->checkForUpdates(true, false, false), KOV_SUCCESS);
         QTRY_COMPARE(ended.size(), 1);
@@ -453,9 +451,9 @@ private:
     {
         QStringList texts;
         for (const QWidget *window : QApplication::topLevelWidgets()) {
-            const auto *text = window->findChild<QLabel *>(QStringLiteral("m_lbDescription"));
+            const auto *text = window->findChild<QLabel *>("m_lbDescription");
             if (text && window->isVisible())
-                texts << text->text().section(QLatin1Char(' '), 2, 2);
+                texts << text->text().section(' ', 2, 2);
         }
         return texts;
     }
@@ -470,7 +468,7 @@ private:
         return timer->isActive() ? timer->interval() : -1;
     }
     void putPackage() { QVERIFY(QFile(packagePath()).open(QIODevice::WriteOnly)); }
-    QString packagePath() const { return m_folder.filePath(QStringLiteral("app-3.1.5.31502.tar.gz")); }
+    QString packagePath() const { return m_folder.filePath("app-3.1.5.31502.tar.gz"); }
     QTemporaryDir m_folder;
 };
 

@@ -153,6 +153,11 @@ private Q_SLOTS:
             "leaving 2, leave 2 on, make 3, entering 3, init 3, enter 3 on, id 3 on, page 3 on",
             "1 2 3");
 
+        row("Next is pressed while a page is entered", "goNext, at enter 2: goNext, -, goNext",
+            "leaving 1, leave 1 on, make 2, entering 2, init 2, enter 2 on, id 2 on, page 2 on, "
+            "leaving 2, leave 2 on, make 3, entering 3, init 3, enter 3 on, id 3 on, page 3 on",
+            "1 2 3");
+
         row("restart", "goNext, goNext, -, restart", "entering 1, init 1, enter 1 on, id 1 on, page 1 on",
             "1");
         row("restart where it starts", "goNext, -, restart", "", "1");
@@ -348,6 +353,36 @@ private Q_SLOTS:
         walk.controller->requestCustomAction(7);
         QCOMPARE(log.count("Null Wizard Model in CWizardController::requestCustomAction\n"), 1);
         walk.wizard.log.take();
+    }
+
+    /// The model dies in the middle of a call, by the hand of whoever hears of it. A fault is the
+    /// sanitizer's.
+    void deaths()
+    {
+        using Model = CAbstractWizardModel;
+        const std::function<void(Walk &, const std::function<void()> &)> moments[] = {
+            [](Walk &walk, auto die) { QObject::connect(walk.model.get(), &Model::aboutToLeavePage, die); },
+            [](Walk &walk, auto die) { QObject::connect(walk.model.get(), &Model::aboutToEnterPage, die); },
+            [](Walk &walk, auto die) {
+                QObject::connect(walk.model.get(), &Model::currentPageIdChanged, die);
+            },
+            [](Walk &walk, auto die) { QObject::connect(walk.model.get(), &Model::currentPageChanged, die); },
+            [](Walk &walk, auto die) { QObject::connect(walk.model.get(), &Model::finished, die); },
+            [](Walk &walk, auto die) {
+                QObject::connect(walk.controller.get(), &CWizardController::wizardActionsUpdated, die);
+            },
+        };
+        for (const char *command : {"goNext", "goBack", "restart", "finish", "cancel", "goto 4"}) {
+            for (const auto &dieAt : moments) {
+                Walk walk;
+                walk.run(QStringLiteral("goNext, goNext"));
+                dieAt(walk, [&walk] { delete walk.model.release(); });
+                walk.run(QString::fromLatin1(command));
+                for (int i = 0; i < 9; ++i)
+                    QCoreApplication::processEvents();
+                QVERIFY(!walk.model || walk.model->currentPageId() > 0);
+            }
+        }
     }
 
     /// Objects tell of their lives, when somebody listens.

@@ -2,6 +2,7 @@
 #include "gui/content/CContentView.h"
 #include "gui/content/CContentWatcher.h"
 #include "gui/content/CQmlContentInfo.h"
+#include "gui/wizard/declarative/CDeclarativeWizardContentProvider.h"
 #include "gui/wizard/declarative/CDeclarativeWizardDialog.h"
 #include "gui/wizard/declarative/CDeclarativeWizardPage.h"
 #include "gui/wizard/declarative/CDeclarativeWizardProxyPage.h"
@@ -115,13 +116,19 @@ QQuickItem *itemOf(const CDeclarativeWizardDialog &dialog, const char *name)
 }
 
 /// Who has the keyboard: a widget above the scene, else an item of it.
-QString focusName(const CDeclarativeWizardDialog &dialog)
+QString focusName(const CContentView *view)
 {
     const QWidget *widget = QApplication::focusWidget();
-    if (widget != sceneOf(dialog))
+    if (widget != view->sceneWidget())
         return widget ? widget->objectName() : QString();
-    const QQuickItem *item = sceneOf(dialog)->quickWindow()->activeFocusItem();
+    const QQuickItem *item
+        = static_cast<QQuickWidget *>(view->sceneWidget())->quickWindow()->activeFocusItem();
     return item ? item->objectName() : QString();
+}
+
+QString focusName(const CDeclarativeWizardDialog &dialog)
+{
+    return focusName(dialog.findChild<CContentView *>());
 }
 
 void collectNames(QAccessibleInterface *interface, QStringList *names)
@@ -275,6 +282,72 @@ private Q_SLOTS:
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
         QCOMPARE(finished.value(0).value(0).toInt(), 2);
         QVERIFY(!dialog.isVisible());
+    }
+
+    /// Somebody who hears of a page before its face does deletes it, or the face. A fault is the sanitizer's.
+    void deaths()
+    {
+        const std::function<QDialog *(CAbstractWizardModel &)> faces[] = {
+            [](CAbstractWizardModel &model) -> QDialog * { return new CDeclarativeWizardDialog(model); },
+            [](CAbstractWizardModel &model) -> QDialog * {
+                return new CWizardDialog(model,
+                                         [](CAbstractWizardPage &page) { return new QLabel(page.title()); });
+            },
+        };
+        for (const auto &makeFace : faces) {
+            for (const bool deletesFace : {false, true}) {
+                FaceModel model;
+                QPointer<QDialog> face;
+                int heard = 0;
+                connect(&model, &CAbstractWizardModel::currentPageChanged, this,
+                        [&](CAbstractWizardPage *page) {
+                            ++heard;
+                            delete (deletesFace ? static_cast<QObject *>(face) : page);
+                        });
+                face = makeFace(model);
+                face->show();
+                QTRY_COMPARE(heard, 1);
+                QCOMPARE(face.isNull(), deletesFace);
+                QVERIFY(deletesFace || !model.currentPage());
+                delete face;
+            }
+        }
+    }
+
+    /// A scene whose hosted widget is not its last stop, between other widgets.
+    void amongOthers()
+    {
+        FaceModel model;
+        QWidget window;
+        auto *layout = new QVBoxLayout(&window);
+        auto *before = new QLineEdit(&window);
+        auto *view = new CContentView(&window);
+        auto *after = new QLineEdit(&window);
+        for (QWidget *widget :
+             {static_cast<QWidget *>(before), static_cast<QWidget *>(view), static_cast<QWidget *>(after)})
+            layout->addWidget(widget);
+        CDeclarativeWizardContentProvider provider(view->contentArea(), model);
+        provider.startWizard({}, GUI::ContentAnimationNone);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QTRY_COMPARE(model.currentPageId(), 1);
+        provider.wizardCtrl()->goNext();
+        QTRY_VERIFY(window.findChild<QLineEdit *>(QStringLiteral("first")));
+        QTRY_VERIFY(window.findChild<QLineEdit *>(QStringLiteral("first"))->hasFocus());
+
+        const auto stops = [&](QWidget *from, Qt::Key key) {
+            QStringList names;
+            from->setFocus();
+            do {
+                QTest::keyClick(QApplication::focusWidget(), key);
+                names << focusName(view);
+            } while (QApplication::focusWidget() != before && QApplication::focusWidget() != after);
+            return names.join(QLatin1Char(' '));
+        };
+        before->setObjectName(QStringLiteral("before"));
+        after->setObjectName(QStringLiteral("after"));
+        QCOMPARE(stops(before, Qt::Key_Tab), QStringLiteral("first second Help Back Next Cancel after"));
+        QCOMPARE(stops(after, Qt::Key_Backtab), QStringLiteral("Cancel Next Back Help second first before"));
     }
 
     /// A watcher speaks later, and not at all once other content came.

@@ -59,6 +59,8 @@ private:
     void statisticsSteps();
     void updateSteps();
     void backgroundSteps();
+    /// Enters the address of another catalogue; empty: the sample site's own.
+    void useServer(const QString &address);
     void updateStep(const char *name, int message, KOV_RESULT result);
     void offerSteps();
     void downloadSteps();

@@ -113,6 +113,11 @@ void CMappingController::Private::commit()
 
 void CMappingController::Private::offerAll(const QPointer<CMappingController> &alive)
 {
+    // Nearly every change: one valid value, and nobody to ask.
+    if (!handler && !held && passed.isEmpty() && MappingHelpers::isAllValuesValid(waiting)) {
+        passed = std::exchange(waiting, {});
+        return;
+    }
     const auto addresses = sortedAddresses(waiting);
     for (const ValueAddress &address : addresses) {
         if (held)

@@ -33,8 +33,9 @@ void StorageCache::setStored(const QString &path, const QVariant &value)
     }
     m_differences -= int(differs(path));
     m_stored.insert(path, value);
-    m_differences += int(differs(path));
-    if (!differs(path))
+    if (differs(path))
+        ++m_differences;
+    else
         m_set.remove(path);
 }
 

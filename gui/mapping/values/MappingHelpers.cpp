@@ -9,15 +9,6 @@
 
 using Mappings::Values;
 
-QStringList sortedStorages(const Values &values, const QString &filter)
-{
-    if (!filter.isEmpty())
-        return values.contains(filter) ? QStringList(filter) : QStringList();
-    QStringList storages = values.keys();
-    storages.sort();
-    return storages;
-}
-
 QVector<ValueAddress> sortedAddresses(const Values &values, const QString &filter)
 {
     QVector<ValueAddress> addresses;
@@ -76,7 +67,13 @@ bool isAllValuesValid(const Values &values)
 
 QVariant getValueByPath(const Values &values, const QString &path, const QString &storage)
 {
-    for (const QString &name : sortedStorages(values, storage)) {
+    if (!storage.isEmpty()) {
+        const auto paths = values.constFind(storage);
+        return paths != values.constEnd() ? paths->value(path) : QVariant();
+    }
+    QStringList storages = values.keys();
+    storages.sort();
+    for (const QString &name : qAsConst(storages)) {
         const auto &paths = *values.constFind(name);
         const auto found = paths.constFind(path);
         if (found != paths.constEnd())
@@ -95,9 +92,11 @@ QVariant getValueByName(const Values &values, const QString &name, const QString
 
 bool hasPath(const Values &values, const QString &path, const QString &storage)
 {
-    const auto storages = sortedStorages(values, storage);
-    return std::any_of(storages.begin(), storages.end(),
-                       [&](const QString &name) { return values.constFind(name)->contains(path); });
+    if (!storage.isEmpty()) {
+        const auto paths = values.constFind(storage);
+        return paths != values.constEnd() && paths->contains(path);
+    }
+    return std::any_of(values.begin(), values.end(), [&](const auto &paths) { return paths.contains(path); });
 }
 
 void setValueByPath(Values &values, const QString &path, const QString &storage, const QVariant &value)
@@ -108,8 +107,10 @@ void setValueByPath(Values &values, const QString &path, const QString &storage,
 bool removePath(Values &values, const QString &path, const QString &storage)
 {
     bool removed = false;
-    for (const QString &name : sortedStorages(values, storage))
-        removed |= values[name].remove(path) > 0;
+    for (auto paths = values.begin(); paths != values.end(); ++paths) {
+        if (storage.isEmpty() || paths.key() == storage)
+            removed |= paths->remove(path) > 0;
+    }
     return removed;
 }
 

@@ -21,7 +21,6 @@ struct ValueAddress
 };
 Q_DECLARE_TYPEINFO(ValueAddress, Q_MOVABLE_TYPE);
 
-/// The storages that the filter lets through, by name.
-QStringList sortedStorages(const Mappings::Values &values, const QString &filter = QString());
-/// Every path of those storages, in order: what a loop goes by while the tree changes under it.
+/// Every path of the storages that the filter lets through, in order: what a loop goes by while the tree
+/// changes under it.
 QVector<ValueAddress> sortedAddresses(const Mappings::Values &values, const QString &filter = QString());

@@ -7,9 +7,10 @@
 #include "gui/mapping/widgets/CDataProvider.h"
 #include "gui/mapping/widgets/CWidgetIniter.h"
 
-#include <QMap>
 #include <QPointer>
 #include <QWidget>
+
+#include <algorithm>
 
 using Mappings::Values;
 
@@ -103,10 +104,17 @@ bool CWidgetMapper::Private::isEdited(QWidget *widget) const
 
 QVector<QWidget *> CWidgetMapper::Private::inOrder() const
 {
-    QMap<int, QWidget *> ordered;
+    QVector<const Mapping *> ordered;
+    ordered.reserve(mappings.size());
     for (const Mapping &mapping : mappings)
-        ordered.insert(mapping.number, mapping.widget);
-    return ordered.values().toVector();
+        ordered.append(&mapping);
+    std::sort(ordered.begin(), ordered.end(),
+              [](const Mapping *first, const Mapping *second) { return first->number < second->number; });
+    QVector<QWidget *> widgets;
+    widgets.reserve(ordered.size());
+    for (const Mapping *mapping : qAsConst(ordered))
+        widgets.append(mapping->widget);
+    return widgets;
 }
 
 void CWidgetMapper::Private::init(QWidget *widget)
@@ -266,7 +274,7 @@ bool CWidgetMapper::initPaths(QWidget *widget)
         return false;
     }
     Values request;
-    const QString placeholder = QString::fromLatin1(Mappings::DynamicPathPart);
+    static const QString placeholder = QString::fromLatin1(Mappings::DynamicPathPart);
     const QStringList storages = widget->property(Mappings::StoragesProp).toStringList();
     for (const QString &storage : storages) {
         const QStringList paths = widget->property(storage.toUtf8().constData()).toStringList();
@@ -282,11 +290,12 @@ bool CWidgetMapper::initPaths(QWidget *widget)
             request[storage].insert(path, QVariant());
         }
     }
-    mapping->request = request;
-    for (auto storage = request.begin(); storage != request.end(); ++storage) {
-        for (auto path = storage->begin(); path != storage->end(); ++path)
-            d->widgetsByPath[storage.key()][path.key()].append(widget);
+    for (auto storage = request.cbegin(); storage != request.cend(); ++storage) {
+        auto &widgets = d->widgetsByPath[storage.key()];
+        for (auto path = storage->cbegin(); path != storage->cend(); ++path)
+            widgets[path.key()].append(widget);
     }
+    mapping->request = request;
     return true;
 }
 

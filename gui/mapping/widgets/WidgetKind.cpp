@@ -6,6 +6,8 @@
 #include <QSpinBox>
 #include <QTextEdit>
 
+#include <algorithm>
+
 namespace {
 
 template <typename Widget, auto Content>
@@ -19,14 +21,14 @@ QVariant checked(const QWidget *widget)
     return widget->property("checked");
 }
 
-constexpr WidgetKind kinds[] = {
-    {"QComboBox", content<QComboBox, &QComboBox::currentIndex>},
-    {"QLineEdit", content<QLineEdit, &QLineEdit::text>},
-    {"QTextEdit", content<QTextEdit, &QTextEdit::toPlainText>},
-    {"QDoubleSpinBox", content<QDoubleSpinBox, &QDoubleSpinBox::value>},
-    {"QSpinBox", content<QSpinBox, &QSpinBox::value>},
-    {"QSlider", content<QSlider, &QAbstractSlider::value>},
-    {"QWidget", checked},
+const WidgetKind kinds[] = {
+    {&QComboBox::staticMetaObject, content<QComboBox, &QComboBox::currentIndex>},
+    {&QLineEdit::staticMetaObject, content<QLineEdit, &QLineEdit::text>},
+    {&QTextEdit::staticMetaObject, content<QTextEdit, &QTextEdit::toPlainText>},
+    {&QDoubleSpinBox::staticMetaObject, content<QDoubleSpinBox, &QDoubleSpinBox::value>},
+    {&QSpinBox::staticMetaObject, content<QSpinBox, &QSpinBox::value>},
+    {&QSlider::staticMetaObject, content<QSlider, &QAbstractSlider::value>},
+    {&QWidget::staticMetaObject, checked},
 };
 
 } // namespace
@@ -34,7 +36,7 @@ constexpr WidgetKind kinds[] = {
 const WidgetKind &WidgetKind::of(const QWidget *widget)
 {
     for (const WidgetKind &kind : kinds) {
-        if (widget->inherits(kind.className))
+        if (widget->metaObject()->inherits(kind.base))
             return kind;
     }
     Q_UNREACHABLE();
@@ -42,7 +44,9 @@ const WidgetKind &WidgetKind::of(const QWidget *widget)
 
 QVariant bindingProperty(const QWidget *widget, const char *name)
 {
-    return widget->dynamicPropertyNames().contains(name) ? widget->property(name) : QVariant();
+    const QList<QByteArray> names = widget->dynamicPropertyNames();
+    const auto isIt = [name](const QByteArray &known) { return qstrcmp(known, name) == 0; };
+    return std::any_of(names.begin(), names.end(), isIt) ? widget->property(name) : QVariant();
 }
 
 Accessor Accessor::find(const QWidget *widget, const char *property, const char *verb, const char *arguments,

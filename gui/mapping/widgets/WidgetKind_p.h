@@ -9,7 +9,7 @@ class QWidget;
 /// What the library knows of a kind of widget.
 struct WidgetKind
 {
-    const char *className;
+    const QMetaObject *base;
     /// The content, as something to compare.
     QVariant (*shown)(const QWidget *widget);
 

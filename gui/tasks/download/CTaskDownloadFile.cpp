@@ -142,7 +142,7 @@ void CTaskDownloadFile::finish(int result)
 KOV_RESULT CTaskDownloadFile::getProxyInfo()
 {
     setWaitForSubTaskCompletion();
-    const CSlotInfo whenFinished(this, "1onProxyDetectionFinished(KOV_RESULT, CAbstractTask*)");
+    const CSlotInfo whenFinished(this, &CTaskDownloadFile::onProxyDetectionFinished);
     // Not shared: it may ask for a password, and its question goes with the download.
     CAbstractTask *search
         = CTaskManager::instance()->runTask(new CTaskId_GetProxyInfo(d->url, true), whenFinished, false);

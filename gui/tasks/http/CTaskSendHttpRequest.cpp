@@ -84,7 +84,7 @@ const QNetworkProxy &CTaskSendHttpRequest::proxy() const
 KOV_RESULT CTaskSendHttpRequest::getProxyInfo()
 {
     setWaitForSubTaskCompletion();
-    const CSlotInfo whenFinished(this, SLOT(onProxyInfoReceived(KOV_RESULT, CAbstractTask *)));
+    const CSlotInfo whenFinished(this, &CTaskSendHttpRequest::onProxyInfoReceived);
     CTaskManager::instance()->runTask(new CTaskId_GetProxyInfo(d->request.url().toString(), false),
                                       whenFinished, true);
     return KOV_SUCCESS;
@@ -111,12 +111,7 @@ KOV_RESULT CTaskSendHttpRequest::sendHttpRequest()
     }
     // Kept to the end of this task: the reply goes with it.
     operation->setParent(this);
-    attachChildTask(operation);
-    connect(operation, &CAbstractTask::taskFinished, this,
-            &CTaskSendHttpRequest::onHttpOperationTaskFinished);
-    setWaitForSubTaskCompletion();
-    operation->execute();
-    return KOV_SUCCESS;
+    return runChild(operation, &CTaskSendHttpRequest::onHttpOperationTaskFinished);
 }
 
 CAbstractTask *CTaskSendHttpRequest::createHttpOperation()

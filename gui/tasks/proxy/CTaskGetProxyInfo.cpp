@@ -217,11 +217,7 @@ KOV_RESULT CTaskGetProxyInfo::detectCredentials()
     }
     KOV_LOG(3, "detect credentials: url '%s'", masked.constData());
     d->probe = new ProxyProbe(QUrl(url()), d->proxy);
-    connect(d->probe, &CAbstractTask::taskFinished, this, &CTaskGetProxyInfo::onDetectCredentialsFinished);
-    attachChildTask(d->probe);
-    setWaitForSubTaskCompletion();
-    d->probe->execute();
-    return KOV_SUCCESS;
+    return runChild(d->probe, &CTaskGetProxyInfo::onDetectCredentialsFinished);
 }
 
 void CTaskGetProxyInfo::onDetectCredentialsFinished(KOV_RESULT result)

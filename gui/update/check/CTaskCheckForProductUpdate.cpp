@@ -240,7 +240,8 @@ KOV_RESULT CTaskCheckForProductUpdate::showProgress()
     progress->setRange(0, 0);
     progress->setValue(0);
     progress->setCancelButtonVisible(!isSmartInstallMode());
-    connect(progress, SIGNAL(canceled()), this, SLOT(onCheckForUpdatesCanceled()));
+    connect(progress, &CProgressDialog::canceled, this,
+            &CTaskCheckForProductUpdate::onCheckForUpdatesCanceled);
     d->progress = progress;
     CSearchParentHelper::makeTransient(progress, d->question.issuer());
     progress->show();
@@ -304,7 +305,8 @@ void CTaskCheckForProductUpdate::launch()
         params.proxyUrl = d->catalogueUrl;
     params.mayAskForPassword = !isCheckInBackground();
     d->launcher = new CTaskLaunchUpdater(params);
-    connect(d->launcher, SIGNAL(taskFinished(KOV_RESULT)), this, SLOT(onCheckForUpdateFinished(KOV_RESULT)));
+    connect(d->launcher, &CAbstractTask::taskFinished, this,
+            &CTaskCheckForProductUpdate::onCheckForUpdateFinished);
     d->launcher->execute();
 }
 

@@ -23,10 +23,11 @@ void raise(QWidget *window)
 
 } // namespace
 
-void CTaskInstallProductUpdate::Private::open(CBaseDialog *window, const char *answerSlot)
+void CTaskInstallProductUpdate::Private::open(CBaseDialog *window,
+                                              void (CTaskInstallProductUpdate::*answered)(int))
 {
     dialog = window;
-    QObject::connect(window, SIGNAL(finished(int)), q, answerSlot);
+    QObject::connect(window, &QDialog::finished, q, answered);
     q->setWaitForSubTaskCompletion();
     CSearchParentHelper::makeTransient(window, UpgradeUtils::messageIssuer());
     window->setAskedFor(params.askedFor);
@@ -107,11 +108,8 @@ void CTaskInstallProductUpdate::Private::launchUpdater(const QString &updaterPat
     CTaskLaunchUpdater *launcher = updater.create(updaterPath, path(), q);
     if (!params.onAppStart)
         updater.showProgress();
-    QObject::connect(launcher, &CAbstractTask::taskFinished, q,
-                     &CTaskInstallProductUpdate::onUpdateInstallationFinished);
-    q->attachChildTask(launcher);
     UpgradeUtils::setUpdateHandedOver(info);
-    launcher->execute();
+    (void)q->runChild(launcher, &CTaskInstallProductUpdate::onUpdateInstallationFinished);
 }
 
 void CTaskInstallProductUpdate::Private::closeDialog()

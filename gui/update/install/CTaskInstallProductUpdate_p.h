@@ -21,7 +21,7 @@ public:
     QString path() const { return info.download.destinationFilePath(); }
     bool hasPackage() const { return QFileInfo(path()).isFile(); }
 
-    void open(CBaseDialog *window, const char *answerSlot);
+    void open(CBaseDialog *window, void (CTaskInstallProductUpdate::*answered)(int));
     /// The user wants to see it now.
     void present(CBaseDialog *window);
     void takeOffer(int answer);

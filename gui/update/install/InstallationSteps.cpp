@@ -37,7 +37,7 @@ KOV_RESULT CTaskInstallProductUpdate::confirmUpdateDownload()
     auto *window = new CUpdateDialog(d->params.smartInstall ? CUpdateDialog::DownloadAndInstall
                                                             : CUpdateDialog::Download);
     window->setNotificationFor(d->info);
-    d->open(window, SLOT(onConfirmUpdateDownloadAnswered(int)));
+    d->open(window, &CTaskInstallProductUpdate::onConfirmUpdateDownloadAnswered);
     return KOV_SUCCESS;
 }
 
@@ -61,16 +61,10 @@ KOV_RESULT CTaskInstallProductUpdate::downloadUpdate()
         d->failUnverifiable();
         return KOV_SUCCESS;
     }
-    setWaitForSubTaskCompletion();
     UpgradeUtils::setDownloadingUpdateInBackground(background);
     d->download
         = new CTaskInteractiveDownload(d->info.download, d->info.download.md5, background, !background);
-    d->download->setParent(this);
-    connect(d->download, &CAbstractTask::taskFinished, this,
-            &CTaskInstallProductUpdate::onUpdateDownloadFinished);
-    attachChildTask(d->download);
-    d->download->execute();
-    return KOV_SUCCESS;
+    return runChild(d->download, &CTaskInstallProductUpdate::onUpdateDownloadFinished);
 }
 
 void CTaskInstallProductUpdate::onUpdateDownloadFinished(KOV_RESULT result)
@@ -113,12 +107,12 @@ KOV_RESULT CTaskInstallProductUpdate::confirmUpdateInstall()
     if (d->userSawDownload) {
         auto *window = new CConfirmUpdateInstallationDialog;
         setDescription(window);
-        d->open(window, SLOT(onConfirmUpdateInstallSimpleAnswered(int)));
+        d->open(window, &CTaskInstallProductUpdate::onConfirmUpdateInstallSimpleAnswered);
         return KOV_SUCCESS;
     }
     auto *window = new CUpdateDialog(CUpdateDialog::Install);
     window->setNotificationFor(d->info);
-    d->open(window, SLOT(onConfirmUpdateInstallAnswered(int)));
+    d->open(window, &CTaskInstallProductUpdate::onConfirmUpdateInstallAnswered);
     return KOV_SUCCESS;
 }
 

@@ -7,7 +7,6 @@
 #include "gui/log/Log.h"
 #include "gui/wizard/actions/WizardActions.h"
 #include "gui/wizard/declarative/CDeclarativeWizardPage.h"
-#include "gui/wizard/declarative/DeclarativeTypes_p.h"
 #include "gui/wizard/model/CAbstractWizardActionHandler.h"
 
 #include <QPointer>
@@ -120,7 +119,8 @@ void CDeclarativeWizardContentProvider::onWizardContentLoaded(QObject *root)
 
 void CDeclarativeWizardContentProvider::onCurrentPageChanged(CAbstractWizardPage *page, int direction)
 {
-    if (!d->pageArea)
+    // Somebody who heard of the page before may have deleted it.
+    if (!d->pageArea || !d->model || page != d->model->currentPage())
         return;
     d->page = qobject_cast<CDeclarativeWizardPage *>(page);
     CContentInfo *info = nullptr;
@@ -157,7 +157,8 @@ void CDeclarativeWizardContentProvider::onWizardPageContentReady()
 
 void CDeclarativeWizardContentProvider::registerTypes()
 {
-    registerDeclarativeTypes();
+    qRegisterMetaType<QAction *>("QAction *");
+    qRegisterMetaType<QDeclarativeListProperty<QAction>>("QDeclarativeListProperty<QAction>");
     static const int type = qmlRegisterUncreatableMetaObject(
         WizardActions::staticMetaObject, "com.tessarine.wizard", 1, 0, "WizardActions",
         QStringLiteral("WizardActions is an enumeration"));
@@ -165,11 +166,4 @@ void CDeclarativeWizardContentProvider::registerTypes()
     qmlRegisterAnonymousType<QAction>("com.tessarine.wizard", 1);
     qmlRegisterAnonymousType<CAbstractWizardModel>("com.tessarine.wizard", 1);
     qmlRegisterAnonymousType<CWizardController>("com.tessarine.wizard", 1);
-}
-
-void registerDeclarativeTypes()
-{
-    qRegisterMetaType<QAction *>("QAction *");
-    qRegisterMetaType<QDeclarativeListProperty<QAction>>("QDeclarativeListProperty<QAction>");
-    qRegisterMetaType<QDeclarativeItem *>("QDeclarativeItem*");
 }

@@ -21,7 +21,7 @@ class CContentWatcher;
  * Scenes reach it as "contentProvider". The frame's buttons follow and trigger the wizard's actions
  * (import com.tessarine.wizard 1.0 has the enumeration WizardActions).
  */
-class KOVGUI_EXPORT CDeclarativeWizardContentProvider : public CContentProvider
+class KOVGUI_DECLARATIVE_EXPORT CDeclarativeWizardContentProvider : public CContentProvider
 {
     Q_OBJECT
     Q_PROPERTY(CAbstractWizardModel *wizardModel READ wizardModel CONSTANT)

@@ -18,7 +18,7 @@ class CWizardController;
  * when it says another result. Closing it, by Escape too, asks the action handler's handleCloseEvent() and
  * then cancels the wizard.
  */
-class KOVGUI_EXPORT CDeclarativeWizardDialog : public CBaseDialog
+class KOVGUI_DECLARATIVE_EXPORT CDeclarativeWizardDialog : public CBaseDialog
 {
     Q_OBJECT
 

@@ -12,6 +12,8 @@ const char titleProperty[] = "pageTitle";
 CDeclarativeWizardPage::CDeclarativeWizardPage(CAbstractWizardModel &model, int pageId, QObject *parent)
     : CAbstractWizardPage(model, pageId, parent)
 {
+    // The alias is a stranger to the meta-type system, and the property would read as invalid.
+    qRegisterMetaType<QDeclarativeItem *>("QDeclarativeItem*");
     connect(this, &CAbstractWizardPage::titleChanged, this, &CDeclarativeWizardPage::onTitleChanged);
 }
 

@@ -18,7 +18,7 @@ class CDeclarativeWizardContentProvider;
  * contentParams.wizardPage; what its user enters belongs into properties of the page, because the scene is
  * made anew each time that the page is entered.
  */
-class KOVGUI_EXPORT CDeclarativeWizardPage : public CAbstractWizardPage
+class KOVGUI_DECLARATIVE_EXPORT CDeclarativeWizardPage : public CAbstractWizardPage
 {
     Q_OBJECT
     Q_PROPERTY(QDeclarativeItem *pageContentItem READ pageContentItem NOTIFY pageContentItemChanged)

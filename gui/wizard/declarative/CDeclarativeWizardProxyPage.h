@@ -5,7 +5,7 @@
 class QWidget;
 
 /// A wizard page whose face is an ordinary widget, shown inside of the declarative frame.
-class KOVGUI_EXPORT CDeclarativeWizardProxyPage : public CDeclarativeWizardPage
+class KOVGUI_DECLARATIVE_EXPORT CDeclarativeWizardProxyPage : public CDeclarativeWizardPage
 {
     Q_OBJECT
     Q_PROPERTY(QWidget *sourcePage READ sourcePage CONSTANT)

@@ -3,7 +3,7 @@
 #include "gui/content/CWidgetContentInfo.h"
 
 /// An ordinary widget as a wizard page, below the page's title.
-class KOVGUI_EXPORT CWizardWidgetContentInfo : public CWidgetContentInfo
+class KOVGUI_DECLARATIVE_EXPORT CWizardWidgetContentInfo : public CWidgetContentInfo
 {
     Q_OBJECT
 

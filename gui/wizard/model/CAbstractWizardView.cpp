@@ -23,6 +23,13 @@ CAbstractWizardModel &CAbstractWizardView::wizardModel() const
 
 void CAbstractWizardView::setupSignals()
 {
-    connect(&m_model, &CAbstractWizardModel::currentPageChanged, this, &CAbstractWizardView::showPage,
-            Qt::UniqueConnection);
+    connect(&m_model, &CAbstractWizardModel::currentPageChanged, this,
+            &CAbstractWizardView::onCurrentPageChanged, Qt::UniqueConnection);
+}
+
+void CAbstractWizardView::onCurrentPageChanged(CAbstractWizardPage *page, int direction)
+{
+    // Somebody who heard of it before may have deleted it.
+    if (page == m_model.currentPage())
+        showPage(page, direction);
 }

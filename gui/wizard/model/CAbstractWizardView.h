@@ -20,12 +20,16 @@ public:
     CAbstractWizardModel &wizardModel() const;
 
 protected Q_SLOTS:
-    /// Called each time the wizard has changed its page. @param direction  a GUI::DirectionType
+    /// Called each time the wizard has changed its page, with the current one. @param direction  a
+    /// GUI::DirectionType
     virtual void showPage(CAbstractWizardPage *page, int direction) = 0;
 
 protected:
     /// Connects the model to showPage(), once however often it is called. The constructor has done it.
     void setupSignals();
+
+private Q_SLOTS:
+    void onCurrentPageChanged(CAbstractWizardPage *page, int direction);
 
 private:
     CAbstractWizardModel &m_model;

@@ -135,12 +135,13 @@ void CWizardDialog::Private::start()
 {
     if (!model)
         return;
+    const QPointer<CWizardDialog> alive(q);
     // Shown, QWizard has set the buttons its own way.
     if (model->currentPage())
         showPage(model->currentPage(), GUI::Forward);
     else if (model->currentPageId() == -1)
         controller.goNext();
-    if (model)
+    if (alive && model)
         controller.updateWizardActions();
 }
 
@@ -157,6 +158,8 @@ void CWizardDialog::Private::showPage(CAbstractWizardPage *page, int)
     if (!page)
         return;
     QWidget *const widget = widgetOf(page);
+    if (!widget)
+        return;
     m_heading->setText(page->title());
     disconnect(m_title);
     m_title = connect(page, &CAbstractWizardPage::titleChanged, m_heading, &QLabel::setText);
@@ -202,17 +205,23 @@ void CWizardDialog::Private::takeFocus(QWidget *widget) const
 
 QWidget *CWizardDialog::Private::widgetOf(CAbstractWizardPage *page)
 {
-    QPointer<QWidget> &known = m_widgets[page];
-    if (known)
+    if (QWidget *known = m_widgets.value(page))
         return known;
+    // The factory is the host's: it may end the wizard.
+    const QPointer<CAbstractWizardPage> shown(page);
+    const QPointer<CWizardDialog> alive(q);
     QWidget *widget = factory ? factory(*page) : nullptr;
+    if (!alive || !shown) {
+        delete widget;
+        return nullptr;
+    }
     if (!widget) {
         KOV_LOG(0, "(!)Error: wizard page %d has no widget.", page->pageId());
         widget = new QLabel(CWizardDialog::tr("This page cannot be shown."));
         widget->setObjectName(QStringLiteral("complaint"));
     }
     widget->setParent(m_place);
-    known = widget;
+    m_widgets.insert(page, widget);
     connect(page, &QObject::destroyed, widget, &QObject::deleteLater);
     connect(page, &QObject::destroyed, this, [this, page] { m_widgets.remove(page); });
     return widget;

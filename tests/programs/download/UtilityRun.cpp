@@ -9,7 +9,7 @@ UtilityRun::UtilityRun(const QByteArray &url, const QString &folder, const QByte
     if (!more.contains("--stall-limit"))
         line += " --stall-limit 10";
     process.setProgram(QStringLiteral(KOV_DOWNLOAD_UTILITY));
-    process.setArguments(QString::fromUtf8(line).split(QLatin1Char(' '), Qt::SkipEmptyParts));
+    process.setArguments(QString::fromUtf8(line).split(' ', Qt::SkipEmptyParts));
 }
 
 UtilityRun::~UtilityRun()

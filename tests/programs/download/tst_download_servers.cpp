@@ -32,11 +32,9 @@ private Q_SLOTS:
     {
         QVERIFY2(m_squid.start(proxyUser, password), m_squid.errorText().constData());
         QVERIFY(QDir().mkpath(path("www")) && writeFile(path("www/file.bin"), file));
-        const QString certificate
-            = m_authority.issue(QStringLiteral("/CN=localhost"), QStringLiteral("DNS:localhost"));
-        const QString redirect
-            = QStringLiteral("location /down/ { return 302 http://localhost:1/file.bin; }");
-        QVERIFY2(m_nginx.start(path("www"), certificate + redirect, QStringLiteral("ssl")),
+        const QString certificate = m_authority.issue("/CN=localhost", "DNS:localhost");
+        const QString redirect = "location /down/ { return 302 http://localhost:1/file.bin; }";
+        QVERIFY2(m_nginx.start(path("www"), certificate + redirect, "ssl"),
                  qPrintable(m_nginx.errorString()));
     }
 
@@ -56,10 +54,10 @@ private Q_SLOTS:
         UtilityRun run(origin.url(), path("out"), throughProxy());
         run.start(password + "\n");
         QTRY_VERIFY(!fileContent(path("out/file.bin.kovupd-part")).isEmpty());
-        const QString process = QStringLiteral("/proc/%1/").arg(run.process.processId());
-        QByteArray seen = fileContent(process + QStringLiteral("cmdline"));
+        const QString process = QString("/proc/%1/").arg(run.process.processId());
+        QByteArray seen = fileContent(process + "cmdline");
         QVERIFY(seen.contains(proxyUser));
-        seen += fileContent(process + QStringLiteral("environ"));
+        seen += fileContent(process + "environ");
         run.process.terminate();
         QCOMPARE(run.wait(), 32);
         seen += run.output + run.errors + fileContent(path("out/file.bin.kovupd-info"));
@@ -95,8 +93,8 @@ private Q_SLOTS:
     {
         TestServer origin(honest);
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("no_proxy"), QStringLiteral("*"));
-        environment.insert(QStringLiteral("http_proxy"), QStringLiteral("http://127.0.0.1:1"));
+        environment.insert("no_proxy", "*");
+        environment.insert("http_proxy", "http://127.0.0.1:1");
 
         const QByteArray nobody
             = "--proxy-server 127.0.0.1 --proxy-port " + QByteArray::number(NginxServer::freePort());
@@ -113,23 +111,18 @@ private Q_SLOTS:
 
     void certificates_data()
     {
-        QTest::addColumn<QByteArray>("url");
-        QTest::addColumn<QByteArray>("more");
-        QTest::addColumn<int>("exitCode");
+        Table<QByteArray, QByteArray, int> row;
 
-        QTest::newRow("trusted") << secureUrl("localhost") << trusting() << 0;
-        QTest::newRow("unknown authority") << secureUrl("localhost") << QByteArray() << 26;
-        QTest::newRow("another name") << secureUrl("127.0.0.1") << trusting() << 26;
-        QTest::newRow("no such file") << secureUrl("localhost") << QByteArray("--ca-file /nonexistent") << 26;
-        QTest::newRow("redirect to plain HTTP")
-            << secureUrl("localhost", "/down/file.bin") << trusting() << 27;
+        row("trusted", secureUrl("localhost"), trusting(), 0);
+        row("unknown authority", secureUrl("localhost"), "", 26);
+        row("another name", secureUrl("127.0.0.1"), trusting(), 26);
+        row("no such file", secureUrl("localhost"), "--ca-file /nonexistent", 26);
+        row("redirect to plain HTTP", secureUrl("localhost", "/down/file.bin"), trusting(), 27);
     }
 
     void certificates()
     {
-        QFETCH(QByteArray, url);
-        QFETCH(QByteArray, more);
-        QFETCH(int, exitCode);
+        const auto [url, more, exitCode] = cells<QByteArray, QByteArray, int>();
         UtilityRun run(url, path("out"), more);
         QVERIFY2(run.run() == exitCode, run.errors.constData());
         QCOMPARE(fileContent(path("out/file.bin")), exitCode == 0 ? file : QByteArray());

@@ -6,9 +6,6 @@
 #include "tests/support/KovTest.h"
 #include "tests/support/TestServer.h"
 
-#include <QElapsedTimer>
-#include <QRegularExpression>
-
 using Reply = TestServer::Reply;
 using Request = TestServer::Request;
 
@@ -124,11 +121,8 @@ private Q_SLOTS:
 
     void filesInTheWay_data()
     {
-        QTest::addColumn<QString>("command"); // sh, in the folder
-        QTest::addColumn<int>("exitCode");
-
-        const auto row
-            = [](const char *command, int exitCode) { QTest::newRow(command) << command << exitCode; };
+        // By what command of the shell.
+        Table<int> row;
         row("ln -s victim file.bin", 14);
         row("ln -s nothing file.bin", 14);
         row("mkdir file.bin", 14);
@@ -146,13 +140,11 @@ private Q_SLOTS:
 
     void filesInTheWay()
     {
-        QFETCH(QString, command);
-        QFETCH(int, exitCode);
+        const auto [exitCode] = cells<int>();
         TestServer server(honest);
         QProcess shell;
         shell.setWorkingDirectory(m_folder->path());
-        shell.start(QStringLiteral("sh"),
-                    {QStringLiteral("-c"), QStringLiteral("echo mine >victim; ") + command});
+        shell.start("sh", {"-c", QByteArray("echo mine >victim; ") + QTest::currentDataTag()});
         QVERIFY(shell.waitForFinished() && shell.exitCode() == 0);
         const QStringList before
             = QDir(m_folder->path()).entryList(QDir::AllEntries | QDir::System | QDir::Hidden);
@@ -161,7 +153,7 @@ private Q_SLOTS:
         QVERIFY2(run.run() == exitCode, run.errors.constData());
         if (exitCode == 12)
             return;
-        QCOMPARE(fileContent(m_folder->filePath(QStringLiteral("victim"))), QByteArray("mine\n"));
+        QCOMPARE(fileContent(m_folder->filePath("victim")), QByteArray("mine\n"));
         if (exitCode == 0)
             QVERIFY(fileContent(path()) == file() && !QFileInfo(path()).isSymLink());
         else
@@ -204,30 +196,28 @@ private Q_SLOTS:
         QCOMPARE(run.run(), 0);
         const qint64 mostReports = elapsed.elapsed() / 250 + 2;
         const QString text = QString::fromUtf8(run.output);
-        const QRegularExpression lines(QStringLiteral(
-            "^((FILE_SIZE|DOWNLOADING_RATE|DOWNLOADED_BYTES|ESTIMATED_TIME|PROGRESS): \\d+\n)+$"));
+        const QRegularExpression lines(
+            "^((FILE_SIZE|DOWNLOADING_RATE|DOWNLOADED_BYTES|ESTIMATED_TIME|PROGRESS): \\d+\n)+$");
         QVERIFY2(lines.match(text).hasMatch(), run.output.constData());
         QVector<int> percents;
-        for (auto matches = QRegularExpression(QStringLiteral("PROGRESS: (\\d+)\n")).globalMatch(text);
-             matches.hasNext();)
+        for (auto matches = QRegularExpression("PROGRESS: (\\d+)\n").globalMatch(text); matches.hasNext();)
             percents += matches.next().captured(1).toInt();
         // Half a second and more of transfer, four reports a second.
         QVERIFY2(percents.size() >= 2 && percents.size() <= mostReports, run.output.constData());
         QVERIFY(std::is_sorted(percents.cbegin(), percents.cend()));
         QCOMPARE(percents.count(100), 1);
-        QVERIFY(text.contains(QLatin1String("FILE_SIZE: 262144\n")));
-        QVERIFY(text.endsWith(QLatin1String("DOWNLOADED_BYTES: 262144\nESTIMATED_TIME: 0\nPROGRESS: 100\n")));
+        QVERIFY(text.contains("FILE_SIZE: 262144\n"));
+        QVERIFY(text.endsWith("DOWNLOADED_BYTES: 262144\nESTIMATED_TIME: 0\nPROGRESS: 100\n"));
     }
 
     void nobodyReads()
     {
         TestServer server(stalling);
         UtilityRun run(server.url(), m_folder->path());
-        const QString script = QStringLiteral("(\"$@\"; echo $? >%1) | head -c 1").arg(path(".code"));
-        run.process.setArguments(
-            QStringList{QStringLiteral("-c"), script, QStringLiteral("sh"), run.process.program()}
-            + run.process.arguments());
-        run.process.setProgram(QStringLiteral("sh"));
+        const QString script = QString("(\"$@\"; echo $? >%1) | head -c 1").arg(path(".code"));
+        run.process.setArguments(QStringList{"-c", script, "sh", run.process.program()}
+                                 + run.process.arguments());
+        run.process.setProgram("sh");
         QCOMPARE(run.run(), 0);
         QCOMPARE(fileContent(path(".code")), QByteArray("32\n"));
         QCOMPARE(fileContent(path(".kovupd-part")).size(), 1000);
@@ -284,7 +274,7 @@ private Q_SLOTS:
 private:
     QString path(const char *suffix = "") const
     {
-        return m_folder->filePath(QStringLiteral("file.bin") + QLatin1String(suffix));
+        return m_folder->filePath("file.bin" + QLatin1String(suffix));
     }
 
     QScopedPointer<QTemporaryDir> m_folder;
