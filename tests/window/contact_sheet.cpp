@@ -13,7 +13,6 @@
 namespace {
 
 constexpr int gap = 12;
-constexpr int sheetWidth = 1600;
 
 QImage pictureOf(const DialogRow &row)
 {
@@ -31,6 +30,7 @@ QImage pictureOf(const DialogRow &row)
 /// In rows, as they come.
 QImage sheetOf(const QList<QImage> &pictures)
 {
+    const int sheetWidth = qRound(1600 * qApp->devicePixelRatio());
     QVector<QPoint> places;
     int x = gap;
     int y = gap;

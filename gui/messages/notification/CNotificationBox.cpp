@@ -187,6 +187,8 @@ CNotificationBox::CNotificationBox(QWidget *parent)
 
 CNotificationBox::~CNotificationBox()
 {
+    // A widget that goes gives up the focus when nothing of this class is left.
+    disconnect(qApp, nullptr, this, nullptr);
     d->leaveGroup();
     if (d->answer)
         setResult(*d->answer);
