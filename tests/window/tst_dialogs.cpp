@@ -50,6 +50,8 @@ QStringList faultsOf(QWidget *dialog)
                               .arg(widget->height()));
     };
     const QList<QLabel *> labels = dialog->findChildren<QLabel *>();
+    // At 150 % a window's size is rounded to whole pixels of the screen.
+    constexpr int rounding = 1;
     QMap<QKeySequence, const QWidget *> mnemonics;
     for (QWidget *widget : dialog->findChildren<QWidget *>()) {
         // The toolkit's own parts.
@@ -86,13 +88,12 @@ QStringList faultsOf(QWidget *dialog)
         const int height = widget->hasHeightForWidth() ? widget->heightForWidth(widget->width())
                                                        : widget->minimumSizeHint().height();
         const bool showsText = label || button;
-        // At 150 % a window's size is rounded to whole pixels of the screen.
-        constexpr int rounding = 1;
         expect(!showsText || widget->height() + rounding >= height, widget,
                qPrintable(QStringLiteral("is cut below %1").arg(height)));
         expect(!showsText || widget->width() + rounding >= widget->minimumSizeHint().width(), widget,
                qPrintable(QStringLiteral("is cut at a side %1").arg(widget->minimumSizeHint().width())));
-        expect(widget->parentWidget()->rect().contains(widget->geometry()), widget, "leaves its parent");
+        const QRect room = widget->parentWidget()->rect().adjusted(-rounding, -rounding, rounding, rounding);
+        expect(room.contains(widget->geometry()), widget, "leaves its parent");
     }
     return faults;
 }
