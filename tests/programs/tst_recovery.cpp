@@ -175,6 +175,25 @@ private Q_SLOTS:
         m_site->checkRecovered();
     }
 
+    void mountedWithoutExchange()
+    {
+        for (const char *version : {"previous", "current"}) {
+            const QString folder = m_site->in(version);
+            if (shell("mkdir -p " + folder + " && mount --bind " + folder + ' ' + folder, m_site->root) != 0)
+                QSKIP("Only root can do this.");
+            InstallRequest order = m_site->request();
+            order.hooks.canExchange = false;
+            const InstallResult result = installPackage(order);
+            const int unmounted = shell("umount " + folder, m_site->root);
+            QCOMPARE(result.code, ExitCode::InstallFailed);
+            QVERIFY2(result.fault.contains("a volume is mounted on its folder"), qPrintable(result.fault));
+            QCOMPARE(unmounted, 0);
+            QCOMPARE(treeOf(m_site->in("current")), treeOf(oldDraft()));
+        }
+        install();
+        QVERIFY(isNewInUse());
+    }
+
     void damagedJournal()
     {
         install();

@@ -6,6 +6,8 @@
 #include "tests/support/KovTest.h"
 #include "tests/support/TestServer.h"
 
+#include <unistd.h>
+
 using Reply = TestServer::Reply;
 using Request = TestServer::Request;
 
@@ -131,6 +133,7 @@ private Q_SLOTS:
         row("mkfifo file.bin.kovupd-part", 14);
         row("mkdir file.bin.kovupd-part", 14);
         row("ln -s victim file.bin.kovupd-info", 14);
+        row("install -m 600 /dev/null file.bin.kovupd-part; chmod 777 .", 14); // another user's
         row("ln -s victim file.bin.kovupd-temp", 0);
         row("echo old >file.bin", 0);
         row("ln victim file.bin", 0);
@@ -150,6 +153,13 @@ private Q_SLOTS:
             = QDir(m_folder->path()).entryList(QDir::AllEntries | QDir::System | QDir::Hidden);
 
         UtilityRun run(server.url(), m_folder->path());
+        if (QByteArray(QTest::currentDataTag()).startsWith("install")) {
+            if (geteuid() != 0)
+                QSKIP("Only root can be two users.");
+            run.process.setArguments(QStringList{"--reuid=65534", "--clear-groups", run.process.program()}
+                                     + run.process.arguments());
+            run.process.setProgram("setpriv");
+        }
         QVERIFY2(run.run() == exitCode, run.errors.constData());
         if (exitCode == 12)
             return;

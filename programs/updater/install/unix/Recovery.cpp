@@ -19,6 +19,9 @@ InstallResult failed(const char *fault)
 
 InstallResult moved(bool ok)
 {
+    if (!ok && errno == EBUSY)
+        return failed(
+            "a version cannot be moved, because a volume is mounted on its folder: unmount it first");
     return ok ? InstallResult() : Files::systemFault(QStringLiteral("a version cannot be moved"));
 }
 
