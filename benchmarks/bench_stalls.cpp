@@ -118,10 +118,9 @@ int main(int argc, char *argv[])
     for (const bool paced : {false, true}) {
         for (int round = 0; round < rounds; ++round) {
             const Result result = measure(paced);
-            std::printf(
-                "%s: longest stall %.1f ms, of processor time %.1f ms, all raised after %.1f ms, %d windows\n",
-                paced ? "each thread one a millisecond" : "as fast as they can", result.longestStall,
-                result.longestWork, result.allHandled, result.windows);
+            std::printf("%s: longest stall %.1f ms (processor %.1f), all raised after %.1f ms, %d windows\n",
+                        paced ? "each thread one a millisecond" : "as fast as they can", result.longestStall,
+                        result.longestWork, result.allHandled, result.windows);
         }
     }
     return 0;

@@ -158,8 +158,8 @@ inline const QVector<DialogRow> &dialogTable()
          "m_pbInstall m_pbCancel m_pbPostpone", true},
         {"wizard", [] { return makeWizard(false); }, "CWizardDialog", "Next Cancel Help", true},
         {"preferences", makePreferences, "PreferencesDialog",
-         "qt_tabwidget_tabbar language displayName startWithSystem startHidden trayIcon onStartOverview textScale "
-         "reconnect volume volumeNumber keepLog recordDays recordSize ok cancel",
+         "qt_tabwidget_tabbar language displayName startWithSystem startHidden trayIcon onStartOverview "
+         "textScale reconnect volume volumeNumber keepLog recordDays recordSize ok cancel",
          true},
         {"wizard of scenes", [] { return makeWizard(true); }, "CDeclarativeWizardDialog", "scene", true},
     };

@@ -205,7 +205,7 @@ private Q_SLOTS:
     void everyDialogHasARow()
     {
         const QRegularExpression declaration(QStringLiteral(
-            R"(class (?:KOVGUI_EXPORT )?(\w+) (?:final )?: public (Q\w*Dialog|QMainWindow|QWizard|QMessageBox|QSplashScreen|C\w*Dialog|C\w*WndBase)\b)"));
+            R"(class (?:KOVGUI_EXPORT )?(\w+) (?:final )?: public ([QC]\w*Dialog|Q(?:MainWindow|Wizard|MessageBox)|C\w*WndBase)\b)"));
         QMap<QString, QString> baseOf;
         for (QDirIterator it(QStringLiteral(KOV_SOURCE_DIR "/gui"),
                              {QStringLiteral("*.h"), QStringLiteral("*.cpp")}, QDir::Files,
