@@ -204,8 +204,9 @@ private Q_SLOTS:
     /// A class that other dialogs derive from needs no row.
     void everyDialogHasARow()
     {
-        const QRegularExpression declaration(QStringLiteral(
-            R"(class (?:KOVGUI_EXPORT )?(\w+) (?:final )?: public ([QC]\w*Dialog|Q(?:MainWindow|Wizard|MessageBox)|C\w*WndBase)\b)"));
+        const QRegularExpression declaration(
+            QStringLiteral(R"(class (?:KOVGUI_EXPORT )?(\w+) (?:final )?: public )"
+                           R"(([QC]\w*Dialog|Q(?:MainWindow|Wizard|MessageBox)|C\w*WndBase)\b)"));
         QMap<QString, QString> baseOf;
         for (QDirIterator it(QStringLiteral(KOV_SOURCE_DIR "/gui"),
                              {QStringLiteral("*.h"), QStringLiteral("*.cpp")}, QDir::Files,
