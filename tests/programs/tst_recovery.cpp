@@ -155,6 +155,33 @@ private Q_SLOTS:
         }
     }
 
+    /// It cannot be moved: that is told by its name, and nothing is lost.
+    void mountedVersion_data()
+    {
+        Table<QString, bool> row;
+        row("in use", "current", true);
+        row("in use, three renames", "current", false);
+        row("the one before, three renames", "previous", false);
+    }
+
+    void mountedVersion()
+    {
+        const auto [version, canExchange] = cells<QString, bool>();
+        if (geteuid() != 0)
+            QSKIP("Only root can mount.");
+        InstallRequest order = m_site->request();
+        order.hooks.canExchange = canExchange;
+        QCOMPARE(shell("mount --bind " + version + ' ' + version, m_site->root), 0);
+        const InstallResult result = installPackage(order);
+        QCOMPARE(shell("umount " + version, m_site->root), 0);
+        QCOMPARE(result.code, ExitCode::InstallFailed);
+        QVERIFY2(result.fault.endsWith(m_site->root + '/' + version + " is a mount point"),
+                 qPrintable(result.fault));
+        m_site->checkRecovered();
+        install();
+        m_site->checkRecovered();
+    }
+
     /// Between two renames there is no `current`; only the version that the journal names may take its place.
     void anotherVersionIsNotPutBack()
     {
