@@ -166,6 +166,14 @@ private Q_SLOTS:
         row(
             "deleted", [](CNotificationBox *box) { delete box; }, "id 0 1");
         row(
+            "deleted with the keyboard in it",
+            [](CNotificationBox *box) {
+                box->takeKeyboard();
+                QTRY_VERIFY(box->hasKeyboard());
+                delete box;
+            },
+            "id 0 1");
+        row(
             "deleted while sliding out",
             [=](CNotificationBox *box) {
                 press(box);

@@ -187,6 +187,8 @@ CNotificationBox::CNotificationBox(QWidget *parent)
 
 CNotificationBox::~CNotificationBox()
 {
+    // The keyboard leaves a button that goes with the box.
+    disconnect(qApp, nullptr, this, nullptr);
     d->leaveGroup();
     if (d->answer)
         setResult(*d->answer);
