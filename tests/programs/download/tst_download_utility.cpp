@@ -6,6 +6,9 @@
 #include "tests/support/KovTest.h"
 #include "tests/support/TestServer.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 using Reply = TestServer::Reply;
 using Request = TestServer::Request;
 
@@ -159,6 +162,22 @@ private Q_SLOTS:
         else
             QCOMPARE(QDir(m_folder->path()).entryList(QDir::AllEntries | QDir::System | QDir::Hidden),
                      before);
+    }
+
+    void anothersPartFile()
+    {
+        if (geteuid() != 0)
+            QSKIP("Only root can be two users.");
+        QVERIFY(writeFile(path(".kovupd-part"), "theirs"));
+        QVERIFY(chmod(qPrintable(path(".kovupd-part")), 0600) == 0);
+        QVERIFY(chmod(qPrintable(m_folder->path()), 0777) == 0);
+        TestServer server(honest);
+        UtilityRun run(server.url(), m_folder->path());
+        const QStringList asNobody{"--reuid=65534", "--clear-groups", run.process.program()};
+        run.process.setArguments(asNobody + run.process.arguments());
+        run.process.setProgram("setpriv");
+        QVERIFY2(run.run() == 14, run.errors.constData());
+        QCOMPARE(fileContent(path(".kovupd-part")), QByteArray("theirs"));
     }
 
     void oneWriterOnly()
