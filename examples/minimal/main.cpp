@@ -1,5 +1,7 @@
 #include "MinimalPreferences.h"
+#include "MinimalUpdates.h"
 #include "MinimalWizard.h"
+
 #include "abstract_task/CAbstractTask.h"
 #include "abstract_task/CTaskManager.h"
 #include "abstract_task/Tasks.h"
@@ -7,9 +9,7 @@
 #include "gui/frame/LibraryVersion.h"
 #include "gui/messages/CMessageManager.h"
 #include "gui/messages/record/MessageParams.h"
-#include "gui/update/CAppUpdateLogic.h"
-#include "gui/update/CAppUpdateWorker.h"
-#include "gui/update/record/UpgradeUtils.h"
+
 #include <QApplication>
 #include <QMainWindow>
 #include <QMenuBar>
@@ -55,24 +55,6 @@ private:
 
     const QUrl m_address;
     QTcpSocket m_socket;
-};
-
-/// The host's policy for updates: it asks before it downloads, and starts anew once an update is in place.
-class MinimalUpdateWorker : public CAppUpdateWorker
-{
-    Q_OBJECT
-
-public:
-    Q_INVOKABLE explicit MinimalUpdateWorker(CAppUpdateLogic *logic)
-        : CAppUpdateWorker(logic)
-    {
-        connect(logic, &CAppUpdateLogic::updateInstallFinished, this, [this](KOV_RESULT result) {
-            setOnAppStart(false);
-            if (KOV_SUCCEEDED(result))
-                processRestart(QString(), false);
-        });
-    }
-    bool isDownloadInBackgroundByDefault() const override { return false; }
 };
 
 class MinimalWindow : public QMainWindow
@@ -136,12 +118,7 @@ int main(int argc, char *argv[])
 
     MinimalWindow window;
     window.show();
-    CAppUpdateLogic *const updates = CAppUpdateLogic::instance(); // from now on checks make themselves
-    if (UpgradeUtils::isNeedToInstallUpdateOnAppStart()) { // put off to this start
-        updates->setOnAppStart(true);
-        if (updates->installPendingUpdate() != KOV_ERR_IN_PROGRESS)
-            updates->setOnAppStart(false); // else the worker does when it has ended
-    }
+    goOnWithUpdates(&window);
     const int result = application.exec();
     CAppUpdateLogic::destroy(); // before the application object goes
     return result;

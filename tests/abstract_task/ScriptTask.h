@@ -49,11 +49,11 @@ public:
         , m_name(name)
     {
         ++instances();
-        const QStringList lines = script.split(QLatin1Char(';'), Qt::SkipEmptyParts);
+        const QStringList lines = script.split(';', Qt::SkipEmptyParts);
         for (const QString &line : lines)
-            m_steps.insert(line.section(QLatin1Char(':'), 0, 0).trimmed(), line.section(QLatin1Char(':'), 1));
+            m_steps.insert(line.section(':', 0, 0).trimmed(), line.section(':', 1));
         connect(this, &CAbstractTask::taskFinished,
-                [name](int n) { note(name, QStringLiteral("finished %1").arg(n)); });
+                [name](int n) { note(name, QString("finished %1").arg(n)); });
     }
     ~CTaskScripted() override { --instances(); }
 
@@ -62,12 +62,12 @@ public:
     {
         const QPointer<CTaskScripted> guarded(task);
         int result = 0;
-        const QStringList list = operations.split(QLatin1Char(','), Qt::SkipEmptyParts);
+        const QStringList list = operations.split(',', Qt::SkipEmptyParts);
         for (const QString &operation : list) {
-            QStringList words = operation.simplified().split(QLatin1Char(' '));
-            if (words.at(0) == QLatin1String("return"))
+            QStringList words = operation.simplified().split(' ');
+            if (words.at(0) == "return")
                 result = words.at(1).toInt();
-            else if (words.at(0) == QLatin1String("run"))
+            else if (words.at(0) == "run")
                 QCoreApplication::processEvents();
             else if (guarded)
                 guarded->performOne(words);
@@ -83,14 +83,14 @@ protected:
         list.removeAll(Locked);
         return list;
     }
-    KOV_RESULT validateSubTask() override { return m_steps.value(QStringLiteral("validate")).toInt(); }
+    KOV_RESULT validateSubTask() override { return m_steps.value("validate").toInt(); }
     void finish(int result) override
     {
-        note(m_name, QStringLiteral("finish"));
+        note(m_name, "finish");
         CAbstractTask::finish(result);
     }
-    void pauseSubTask() override { note(m_name, QStringLiteral("pause")); }
-    void resumeSubTask() override { note(m_name, QStringLiteral("resume")); }
+    void pauseSubTask() override { note(m_name, "pause"); }
+    void resumeSubTask() override { note(m_name, "resume"); }
     QList<int> getNonTerminatableSubTasks() const override { return {Locked}; }
 
 private:
@@ -117,36 +117,36 @@ private:
         const QString name = words.takeFirst();
         const int value = words.isEmpty() ? 0 : words.at(0).toInt();
         const QMap<QString, std::function<void()>> operations{
-            {QStringLiteral("wait"), [&] { setWaitForSubTaskCompletion(); }},
-            {QStringLiteral("complete"), [&] { subTaskCompleted(value); }},
-            {QStringLiteral("terminate"), [&] { terminate(value); }},
-            {QStringLiteral("finish"), [&] { finish(value); }},
-            {QStringLiteral("delete"), [&] { delete this; }},
-            {QStringLiteral("destroy"), [&] { endBeforeDestruction(), delete this; }},
-            {QStringLiteral("execute"), [&] { execute(); }},
-            {QStringLiteral("pause"), [&] { pause(); }},
-            {QStringLiteral("resume"), [&] { resume(); }},
-            {QStringLiteral("append"), [&] { appendSubTask(number(words.at(0))); }},
-            {QStringLiteral("prepend"), [&] { prependSubTask(number(words.at(0))); }},
-            {QStringLiteral("insert"), [&] { insertAfterSubTask(number(words.at(0)), number(words.at(1))); }},
-            {QStringLiteral("mark"), [&] { eventLog() << QStringLiteral("-"); }},
-            {QStringLiteral("clear"), [&] { clearSubTaskList(); }},
-            {QStringLiteral("own"), [&] { setOption(DeleteWhenFinished, true); }},
-            {QStringLiteral("loop"), [&] { performInLoop(words); }},
-            {QStringLiteral("child"), [&] { performOnChild(words); }},
+            {"wait", [&] { setWaitForSubTaskCompletion(); }},
+            {"complete", [&] { subTaskCompleted(value); }},
+            {"terminate", [&] { terminate(value); }},
+            {"finish", [&] { finish(value); }},
+            {"delete", [&] { delete this; }},
+            {"destroy", [&] { endBeforeDestruction(), delete this; }},
+            {"execute", [&] { execute(); }},
+            {"pause", [&] { pause(); }},
+            {"resume", [&] { resume(); }},
+            {"append", [&] { appendSubTask(number(words.at(0))); }},
+            {"prepend", [&] { prependSubTask(number(words.at(0))); }},
+            {"insert", [&] { insertAfterSubTask(number(words.at(0)), number(words.at(1))); }},
+            {"mark", [&] { eventLog() << "-"; }},
+            {"clear", [&] { clearSubTaskList(); }},
+            {"own", [&] { setOption(DeleteWhenFinished, true); }},
+            {"loop", [&] { performInLoop(words); }},
+            {"child", [&] { performOnChild(words); }},
         };
         const auto found = operations.value(name);
         if (found)
             found();
         else
-            eventLog() << QStringLiteral("unknown operation ") + name;
+            eventLog() << "unknown operation " + name;
     }
 
     /// An event loop of the step that outlives what is posted in it.
     void performInLoop(const QStringList &words)
     {
         QEventLoop loop;
-        QTimer::singleShot(0, &loop, [this, words] { perform(this, words.join(QLatin1Char(' '))); });
+        QTimer::singleShot(0, &loop, [this, words] { perform(this, words.join(' ')); });
         QTimer::singleShot(0, &loop, [&loop] { QTimer::singleShot(0, &loop, &QEventLoop::quit); });
         loop.exec();
     }
@@ -154,13 +154,13 @@ private:
     void performOnChild(const QStringList &words)
     {
         if (!words.isEmpty()) {
-            perform(m_child, words.join(QLatin1Char(' ')));
+            perform(m_child, words.join(' '));
             return;
         }
-        m_child = new CTaskScripted(QStringLiteral("A: wait; Locked: wait"), QStringLiteral("child "));
+        m_child = new CTaskScripted("A: wait; Locked: wait", "child ");
         m_child->setOption(DeleteWhenFinished, true);
         runChild(m_child, [this](int result) {
-            note(m_name, QStringLiteral("told"));
+            note(m_name, "told");
             subTaskCompleted(result);
         });
     }

@@ -5,6 +5,7 @@
 #include "tests/support/KovTest.h"
 #include "tests/support/NginxServer.h"
 #include "tests/support/SampleSignature.h"
+#include "tests/support/SocksServer.h"
 #include "tests/support/TestAuthority.h"
 #include "tests/support/TestServer.h"
 
@@ -183,6 +184,14 @@ private Q_SLOTS:
         judge(check("http://nowhere.invalid/good.xml", by(m_server.port())), ExitCode::UpdateFound);
         judge(check("http://nowhere.invalid/asks", by(m_server.port())), ExitCode::ProxyError, 1);
         judge(check("http://nowhere.invalid/gateway", by(m_server.port())), ExitCode::NoConnection, 1);
+
+        const SocksServer socks;
+        judge(check(QString("http://nowhere.invalid:%1/good.xml").arg(m_server.port()), by(socks.serverPort())
+                                                                                            << "--proxy-kind"
+                                                                                            << "socks5"),
+              ExitCode::UpdateFound);
+        QVERIFY(socks.names.startsWith("nowhere.invalid"));
+        judge(check(m_server.url("good.xml"), by(socks.serverPort())), ExitCode::NoConnection, 1);
 
         const TestServer broken(QByteArray(), TestServer::End::Close);
         judge(check(m_server.url("good.xml"), by(broken.serverPort())), ExitCode::NoConnection, 1);

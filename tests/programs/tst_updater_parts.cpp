@@ -264,6 +264,7 @@ private Q_SLOTS:
         row("--update|check|--proxy-server|user:secret@p|--proxy-port|1",
             "the value of --proxy-server is not valid");
         row("--update|check|--proxy-port|65536|--proxy-server|p", "the value of --proxy-port is not valid");
+        row("--update|check|--proxy-kind|socks4", "the value of --proxy-kind is not valid");
         row("--update|check|--proxy-try-count|0", "the value of --proxy-try-count is not valid");
     }
 

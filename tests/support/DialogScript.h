@@ -33,7 +33,7 @@ public:
         : m_ignored(ignoredClasses)
         , m_log(log)
     {
-        for (const QString &line : script.split(QLatin1Char(';'), Qt::SkipEmptyParts))
+        for (const QString &line : script.split(';', Qt::SkipEmptyParts))
             m_lines.append(line.simplified());
         connect(CMessageManager::instance(), &CMessageManager::aboutToShowMessage, this,
                 [this](const Messaging::MessageData &data, QWidget *, CMessageBoxWndBase *window) {
@@ -43,9 +43,9 @@ public:
     }
 
     /// The script in the form of shown().
-    QString text() const { return m_lines.join(QLatin1String("; ")); }
+    QString text() const { return m_lines.join("; "); }
     /// What appeared and was done about it, in the script's own words.
-    QString shown() const { return m_shown.join(QLatin1String("; ")); }
+    QString shown() const { return m_shown.join("; "); }
     /// Every window of the script was there.
     bool isDone() const { return m_shown.size() >= m_lines.size(); }
 
@@ -70,7 +70,7 @@ private:
     {
         const QString className = QString::fromLatin1(window->metaObject()->className());
         const QVariant code = window->property("messageCode");
-        return code.isValid() ? className + QLatin1Char(':') + QString::number(code.toUInt(), 16) : className;
+        return code.isValid() ? className + ':' + QString::number(code.toUInt(), 16) : className;
     }
 
     void answer(QWidget *window)
@@ -79,9 +79,9 @@ private:
         const QString name = nameOf(window);
         if (m_log)
             m_log->add(name);
-        QStringList words = m_lines.value(m_shown.size()).split(QLatin1Char(' '));
+        QStringList words = m_lines.value(m_shown.size()).split(' ');
         if (words.takeFirst() != name) {
-            m_shown.append(name + QLatin1String(" unexpected"));
+            m_shown.append(name + " unexpected");
             end(guarded);
             return;
         }
@@ -89,9 +89,9 @@ private:
         const int place = m_shown.size() - 1;
         for (const QString &word : qAsConst(words)) {
             // Noted first: the click may bring the next window.
-            m_shown[place] += QLatin1Char(' ') + word;
+            m_shown[place] += ' ' + word;
             if (!guarded || !perform(window, word)) {
-                m_shown[place] += QLatin1String(" impossible");
+                m_shown[place] += " impossible";
                 end(guarded);
                 return;
             }
@@ -109,11 +109,11 @@ private:
 
     static bool perform(QWidget *window, const QString &word)
     {
-        if (word == QLatin1String("close"))
+        if (word == "close")
             return window->close();
-        const QString name = word.section(QLatin1Char('='), 0, 0);
+        const QString name = word.section('=', 0, 0);
         if (auto *const field = window->findChild<QLineEdit *>(name)) {
-            field->setText(word.section(QLatin1Char('='), 1));
+            field->setText(word.section('=', 1));
             return field->isVisible() && field->isEnabled();
         }
         auto *const button = window->findChild<QAbstractButton *>(name);

@@ -30,7 +30,7 @@ public:
     {
         if (!writeFile(path("passwords"), user + ':' + hash(password)))
             return false;
-        QStringList command{QStringLiteral("setpriv"), QStringLiteral("--pdeathsig"), QStringLiteral("TERM")};
+        QStringList command{"setpriv", "--pdeathsig", "TERM"};
         if (::geteuid() == 0) {
             // Squid wants another user than root for itself.
             const passwd *const proxy = ::getpwnam("proxy");
@@ -39,15 +39,17 @@ public:
                        != 0)
                 return false;
             QFile::setPermissions(path("passwords"), QFile::ReadOwner | QFile::WriteOwner | QFile::ReadOther);
-            command << QStringLiteral("--reuid") << QStringLiteral("proxy") << QStringLiteral("--regid")
-                    << QStringLiteral("proxy") << QStringLiteral("--clear-groups");
+            command << "--reuid"
+                    << "proxy"
+                    << "--regid"
+                    << "proxy"
+                    << "--clear-groups";
         }
         m_port = NginxServer::freePort();
         if (!writeFile(path("squid.conf"), text()))
             return false;
-        command << QStandardPaths::findExecutable(QStringLiteral("squid"),
-                                                  {QStringLiteral("/usr/sbin"), QStringLiteral("/usr/bin")})
-                << QStringLiteral("-N") << QStringLiteral("-f") << path("squid.conf");
+        command << QStandardPaths::findExecutable("squid", {"/usr/sbin", "/usr/bin"}) << "-N"
+                << "-f" << path("squid.conf");
         m_process.setProcessChannelMode(QProcess::MergedChannels);
         m_process.start(command.takeFirst(), command);
         return QTest::qWaitFor([this] { return isAnswering(); }, 20000);
@@ -75,8 +77,7 @@ private:
     static QByteArray hash(const QByteArray &password)
     {
         QProcess openssl;
-        openssl.start(QStringLiteral("openssl"),
-                      {QStringLiteral("passwd"), QStringLiteral("-apr1"), QStringLiteral("-stdin")});
+        openssl.start("openssl", {"passwd", "-apr1", "-stdin"});
         openssl.write(password + '\n');
         openssl.closeWriteChannel();
         openssl.waitForFinished();
@@ -106,7 +107,7 @@ private:
     bool isAnswering() const
     {
         QTcpSocket socket;
-        socket.connectToHost(QStringLiteral("127.0.0.1"), m_port);
+        socket.connectToHost("127.0.0.1", m_port);
         return socket.waitForConnected(200);
     }
 

@@ -174,6 +174,7 @@ private Q_SLOTS:
         ChosenProxy::waits = when == -2;
         auto task = makeTask(behaviour, Task::Reconnect);
         const DownloadEvents told(task.get());
+        const QSignalSpy reports(task.get(), &Task::sendDownloadProgressData);
         if (when != -1)
             task->execute();
         if (when == -2)
@@ -182,6 +183,8 @@ private Q_SLOTS:
             QTRY_COMPARE(int(task->state()), when);
         if (when == 1 && how != "cancel at once")
             QTRY_COMPARE(runs().size(), 1);
+        if (behaviour.contains("yes PROGRESS"))
+            QTRY_VERIFY(!reports.isEmpty());
 
         if (how.startsWith("cancel"))
             task->cancel();

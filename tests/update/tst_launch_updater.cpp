@@ -19,7 +19,9 @@ public:
     { }
     QNetworkProxy proxy() const override
     {
-        return {QNetworkProxy::HttpProxy, id()->params().value("url").toString(), 3128};
+        const QString host = id()->params().value("url").toString();
+        const bool isSocks = host.startsWith("socks");
+        return {isSocks ? QNetworkProxy::Socks5Proxy : QNetworkProxy::HttpProxy, host, 3128};
     }
 };
 
@@ -156,6 +158,9 @@ private Q_SLOTS:
         KovGui::staticMetaObjectHash()["CTaskGetProxyInfo"] = &ProxyOfUrl::staticMetaObject;
         QCOMPARE(output("proxy.lan"),
                  plain + "--proxy-server|proxy.lan|--proxy-port|3128|--proxy-try-count|1|");
+        QCOMPARE(output("socks.lan"),
+                 plain
+                     + "--proxy-server|socks.lan|--proxy-port|3128|--proxy-try-count|1|--proxy-kind|socks5|");
         QCOMPARE(output("--config"), plain);
     }
 

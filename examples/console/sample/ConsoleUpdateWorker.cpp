@@ -12,6 +12,7 @@ void congratulate(const CProductUpdateInfo &installed)
 {
     auto *dialog = new CUpdateDialog(CUpdateDialog::Congratulations, nullptr);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setAskedFor(false);
     dialog->setNotificationFor(installed);
     dialog->show();
 }

@@ -56,6 +56,8 @@ private:
     void detailsStep(int code);
     void updateSteps();
     void backgroundSteps();
+    /// Enters the address of another catalogue; empty: the sample site's own.
+    void useServer(const QString &address);
     void updateStep(const char *name, int message, KOV_RESULT result);
     void offerSteps();
     void downloadSteps();

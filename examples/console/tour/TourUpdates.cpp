@@ -5,6 +5,7 @@
 
 #include <QCoreApplication>
 #include <QLabel>
+#include <QLineEdit>
 #include <QTimer>
 
 namespace {
@@ -83,7 +84,22 @@ void Tour::updateSteps()
         updateStep(row.name, row.message, row.result);
     }
 
+    // Nothing listens at the discard port.
+    ask([page] { page->setUpdater(UpdatesPage::RealUpdater); });
+    useServer(QStringLiteral("http://127.0.0.1:9/updates.xml"));
+    updateStep("another server, which is not there", KOV_ERR_UPDATE_SERVER_NOT_REACHABLE,
+               KOV_ERR_UPDATE_SERVER_NOT_REACHABLE);
+    useServer(QString());
     backgroundSteps();
+}
+
+void Tour::useServer(const QString &address)
+{
+    ask([this, address] {
+        auto *edit = m_window->updates()->findChild<QLineEdit *>(QStringLiteral("customServer"));
+        edit->setText(address);
+        QMetaObject::invokeMethod(edit, "editingFinished");
+    });
 }
 
 void Tour::backgroundSteps()
@@ -160,6 +176,14 @@ void Tour::offerSteps()
     step(QStringLiteral("a skipped version"), quiet, ask([page] { return page->lastEvent(); }));
 
     press(page, QStringLiteral("offerSkipped"));
+    press(page, QStringLiteral("majorUpgrade"));
+    press(page, QStringLiteral("checkNow"));
+    const QString question = messageText(KOV_QUESTION_INSTALL_MAJOR_UPGRADE);
+    step(QStringLiteral("a major upgrade"), !question.isEmpty(),
+         QStringLiteral("the user reads: %1").arg(question));
+    answer(KOV_QUESTION_INSTALL_MAJOR_UPGRADE, 2);
+    press(page, QStringLiteral("majorUpgrade"));
+
     press(page, QStringLiteral("checkNow"));
     dialogStep("it is offered again", "CUpdateDialog");
     press("CUpdateDialog", "m_pbPostpone");
@@ -211,8 +235,14 @@ void Tour::installSteps()
     waitFor([page] { return !page->isInstalling(); });
     press(page, QStringLiteral("installPending"));
     dialogStep("by hand", "CUpdateDialog");
+    press(page, QStringLiteral("editorOpen"));
     handOver(AfterUpdate);
     press("CUpdateDialog", "m_pbInstall");
+    const QString question = messageText(KOV_QUESTION_CLOSE_APPLICATIONS);
+    step(QStringLiteral("an application is in the way"), !question.isEmpty(),
+         QStringLiteral("the user reads: %1").arg(question));
+    press(page, QStringLiteral("editorOpen"));
+    answer(KOV_QUESTION_CLOSE_APPLICATIONS, 1);
     const bool shown = waitFor([] { return progressWindow() && progressWindow()->value() > 0; });
     step(QStringLiteral("the updater installs"), shown, QStringLiteral("a window shows how far it is"));
     handOver(AfterUpdate);

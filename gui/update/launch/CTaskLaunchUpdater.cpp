@@ -98,6 +98,8 @@ QStringList proxyArguments(const QNetworkProxy &proxy)
     QStringList arguments{QStringLiteral("--proxy-server"),    proxy.hostName(),
                           QStringLiteral("--proxy-port"),      QString::number(proxy.port()),
                           QStringLiteral("--proxy-try-count"), QStringLiteral("1")};
+    if (proxy.type() == QNetworkProxy::Socks5Proxy)
+        arguments << QStringLiteral("--proxy-kind") << QStringLiteral("socks5");
     if (!proxy.user().isEmpty())
         arguments << QStringLiteral("--proxy-user") << proxy.user();
     return arguments;

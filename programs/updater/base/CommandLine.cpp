@@ -80,6 +80,12 @@ bool applyProxyServer(CommandLine *line, const QString &value)
     return Address::isHost(value);
 }
 
+bool applyProxyKind(CommandLine *line, const QString &value)
+{
+    line->isSocksProxy = value == QLatin1String("socks5");
+    return line->isSocksProxy || value == QLatin1String("http");
+}
+
 const QVector<Option> &options()
 {
     static const QVector<Option> all = {
@@ -93,8 +99,9 @@ const QVector<Option> &options()
         {"--current-version", "A.B.C.D", "The version that is installed", applyCurrentVersion},
         {"--locale", "NAME", "Locale of the installation, such as de_DE", text(&CommandLine::locale)},
         {"--os", "NAME", "Operating system: windows, linux, macos", text(&CommandLine::os)},
-        {"--proxy-server", "HOST", "Connect through this HTTP proxy", applyProxyServer},
+        {"--proxy-server", "HOST", "Connect through this proxy", applyProxyServer},
         {"--proxy-port", "PORT", "Port of the proxy", number(&CommandLine::proxyPort, 65535)},
+        {"--proxy-kind", "http|socks5", "What the proxy speaks (http)", applyProxyKind},
         {"--proxy-user", "NAME", "User of the proxy; the password is one line on standard input",
          text(&CommandLine::proxyUser)},
         {"--proxy-try-count", "N", "Times to try the proxy, 1 to 10",

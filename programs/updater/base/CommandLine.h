@@ -32,6 +32,8 @@ struct CommandLine
     /// Empty for a direct connection.
     QString proxyServer;
     int proxyPort = 0;
+    /// SOCKS 5, which resolves the names as well; else HTTP.
+    bool isSocksProxy = false;
     /// Empty for a proxy that asks for none. Its password comes on standard input.
     QString proxyUser;
     int proxyTryCount = 1;

@@ -135,7 +135,7 @@ private:
         const QString host
             = isIp6 ? QStringLiteral("[%1]").arg(m_request.proxyServer) : m_request.proxyServer;
         set(CURLOPT_PROXY, host.toUtf8().constData());
-        set(CURLOPT_PROXYTYPE, long(CURLPROXY_HTTP));
+        set(CURLOPT_PROXYTYPE, long(m_request.isSocksProxy ? CURLPROXY_SOCKS5_HOSTNAME : CURLPROXY_HTTP));
         set(CURLOPT_PROXYPORT, long(m_request.proxyPort));
         set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
         if (m_request.proxyUser.isEmpty())

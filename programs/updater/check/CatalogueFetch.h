@@ -13,9 +13,10 @@ struct FetchRequest
     QUrl url;
     /// PEM file of certificate authorities; empty for the system's.
     QString certificateFile;
-    /// Host of an HTTP proxy; empty for a direct connection. The environment is not asked.
+    /// Host of a proxy; empty for a direct connection. The environment is not asked.
     QString proxyServer;
     int proxyPort = 0;
+    bool isSocksProxy = false; ///< SOCKS 5, which resolves the names as well; else HTTP
     /// How often a connection that fails is tried through the proxy, at least 1.
     int proxyTryCount = 1;
     /// Empty for a proxy that asks for none.

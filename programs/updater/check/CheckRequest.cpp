@@ -77,6 +77,7 @@ CheckRequestResult makeCheckRequest(const CommandLine &commandLine, const CUpdat
     fetch.certificateFile = commandLine.certificateFile;
     fetch.proxyServer = commandLine.proxyServer;
     fetch.proxyPort = commandLine.proxyPort;
+    fetch.isSocksProxy = commandLine.isSocksProxy;
     fetch.proxyTryCount = commandLine.proxyTryCount;
     fetch.proxyUser = commandLine.proxyUser;
     fetch.timeoutSeconds = commandLine.timeout;

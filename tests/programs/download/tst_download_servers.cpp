@@ -1,6 +1,7 @@
 #include "tests/programs/download/UtilityRun.h"
 #include "tests/support/KovTest.h"
 #include "tests/support/NginxServer.h"
+#include "tests/support/SocksServer.h"
 #include "tests/support/SquidServer.h"
 #include "tests/support/TestAuthority.h"
 #include "tests/support/TestServer.h"
@@ -102,6 +103,14 @@ private Q_SLOTS:
         refused.process.setProcessEnvironment(environment);
         QCOMPARE(refused.run(), 25);
         QVERIFY(origin.requests.isEmpty());
+
+        const SocksServer socks;
+        QCOMPARE(UtilityRun(origin.url(), path("out"),
+                            "--proxy-kind socks5 --proxy-server 127.0.0.1 --proxy-port "
+                                + QByteArray::number(socks.serverPort()))
+                     .run(),
+                 0);
+        QCOMPARE(socks.names.size(), 1);
 
         // And the other way round: the environment's proxy is nobody's wish.
         UtilityRun direct(origin.url(), path("out"));
