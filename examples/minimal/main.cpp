@@ -1,5 +1,6 @@
 #include "MinimalPreferences.h"
 #include "MinimalReport.h"
+#include "MinimalStatistics.h"
 #include "MinimalUpdates.h"
 #include "MinimalWizard.h"
 
@@ -117,6 +118,10 @@ int main(int argc, char *argv[])
     KovGui::setUpdaterFilePathAndUpdateMode(QCoreApplication::applicationDirPath()
                                                 + QStringLiteral("/updater"),
                                             QString(), QStringLiteral("ctl"));
+
+    MinimalSender sender;
+    MinimalCollector collector;
+    CCepStatisticsProvider statistics(&sender, &collector);
 
     MinimalWindow window;
     window.show();

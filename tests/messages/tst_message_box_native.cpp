@@ -1,5 +1,6 @@
 #include "gui/log/Log.h"
 #include "gui/messages/box/CMessageBox.h"
+#include "gui/update/dialogs/CUpdateDialog.h"
 #include "tests/support/KovTest.h"
 #include "tests/support/NativeSession.h"
 
@@ -94,14 +95,16 @@ private Q_SLOTS:
 
     void unaskedBoxLeavesTheKeyboard_data()
     {
-        Table<bool> row;
-        row("typing into our own window", false);
-        row("typing into another program's window", true);
+        Table<bool, bool> row; // another program's window is typed into; an offer
+        row("message, typing into our own window", false, false);
+        row("message, typing into another program's window", true, false);
+        row("offer, typing into our own window", false, true);
+        row("offer, typing into another program's window", true, true);
     }
 
     void unaskedBoxLeavesTheKeyboard()
     {
-        const auto [other] = cells<bool>();
+        const auto [other, isOffer] = cells<bool, bool>();
         QMainWindow window;
         QLineEdit own;
         window.setCentralWidget(&own);
@@ -112,10 +115,12 @@ private Q_SLOTS:
             typist.start(QCoreApplication::applicationFilePath(), {"--typist"});
             QTRY_VERIFY(typist.bytesAvailable() && !window.isActiveWindow());
         }
-        CMessageBox box(&window);
-        fill(&box);
+        CMessageBox message(&window);
+        fill(&message);
+        CUpdateDialog offer(CUpdateDialog::Download, &window);
+        CBaseDialog &box = isOffer ? static_cast<CBaseDialog &>(offer) : message;
         box.setAskedFor(false);
-        const QSignalSpy delivered(&box, &CMessageBox::beforeMessageDestroyed);
+        const QSignalSpy finished(&box, &CBaseDialog::finished);
         box.open();
         QVERIFY(QTest::qWaitForWindowExposed(&box));
         pressKeys({"a", "space", "b"});
@@ -128,7 +133,7 @@ private Q_SLOTS:
             QTRY_COMPARE(own.text(), "a b");
         }
         const QString id = QString::number(box.winId());
-        QVERIFY(box.isVisible() && delivered.isEmpty());
+        QVERIFY(box.isVisible() && finished.isEmpty());
 
         // It is turned to now; what comes in its first moment was typed for the other one.
         auto *guard = box.findChild<QTimer *>("m_timerInputGuard");
@@ -136,20 +141,20 @@ private Q_SLOTS:
         guard->setInterval(3600000);
         runProgram("xdotool", {"windowactivate", id});
         QVERIFY(QTest::qWaitForWindowActive(&box));
-        const auto *button = box.findChild<QPushButton *>("m_pbButton1");
+        const auto *button = box.findChild<QPushButton *>(isOffer ? "m_pbPostpone" : "m_pbButton1");
         const QPoint place = button->mapToGlobal(button->rect().center());
         runProgram("xdotool",
                    {"mousemove", QString::number(place.x()), QString::number(place.y()), "click", "1"});
         Seen seen(Qt::Key_F9);
         pressKeys({"Return", "alt+y", "Escape", "alt+F4", "F9"});
         QTRY_VERIFY(seen.key);
-        QVERIFY(box.isVisible() && delivered.isEmpty());
+        QVERIFY(box.isVisible() && finished.isEmpty());
         guard->start(0);
         QTRY_VERIFY(!guard->isActive());
         pressKeys({"Return"});
-        QTRY_COMPARE(delivered.count(), 1);
+        QTRY_COMPARE(finished.count(), 1);
         // The click has moved the focus, no more.
-        QCOMPARE(delivered.first().at(1).value<ButtonID>(), Button1);
+        QCOMPARE(box.result(), isOffer ? int(CUpdateDialog::Postpone) : int(Button1));
     }
 
     void oneAlertPerBox()

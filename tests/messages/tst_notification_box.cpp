@@ -166,6 +166,13 @@ private Q_SLOTS:
         row(
             "deleted", [](CNotificationBox *box) { delete box; }, "id 0 1");
         row(
+            "deleted with the keyboard",
+            [](CNotificationBox *box) {
+                box->takeKeyboard();
+                delete box;
+            },
+            "id 0 1");
+        row(
             "deleted while sliding out",
             [=](CNotificationBox *box) {
                 press(box);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "examples/console/preferences/PreferencesDialog.h"
+#include "examples/console/preferences/PreferencesModel.h"
 #include "gui/messages/box/CDetailsDialog.h"
 #include "gui/messages/box/CMessageBox.h"
 #include "gui/messages/notification/CNotificationBox.h"
@@ -17,6 +19,7 @@
 #include "tests/wizard/SampleWizard.h"
 
 #include <QAbstractButton>
+#include <QCoreApplication>
 #include <QLabel>
 #include <QLineEdit>
 #include <QVector>
@@ -34,18 +37,24 @@ struct DialogRow
     bool escapeHides;
 };
 
+/// In the language of the day.
+inline QString text(const char *source)
+{
+    return QCoreApplication::translate("DialogTable", source);
+}
+
 inline QWidget *makeMessageBox()
 {
     auto *box = new CMessageBox;
-    box->setTitle(QStringLiteral("Console"));
-    box->setMessage(QStringLiteral("The machine cannot be started."));
-    box->setDescription(QStringLiteral("There is not enough memory. ").repeated(40));
-    box->setDetails(QStringLiteral("Details"));
+    box->setTitle(text("Console"));
+    box->setMessage(text("The machine cannot be started."));
+    box->setDescription(text("There is not enough memory. ").repeated(40));
+    box->setDetails(text("Details"));
     box->setHelpTopic(Help::MessagesTopic);
     box->setProblemID(QStringLiteral("15351"));
     box->setAllowHide(true);
-    box->setButtonsMap({{Messaging::Button1, {QStringLiteral("&Try Again"), QMessageBox::AcceptRole}},
-                        {Messaging::Button2, {QStringLiteral("&Ignore"), QMessageBox::RejectRole}}});
+    box->setButtonsMap({{Messaging::Button1, {text("&Try Again"), QMessageBox::AcceptRole}},
+                        {Messaging::Button2, {text("&Ignore"), QMessageBox::RejectRole}}});
     box->findChild<QAbstractButton *>(QStringLiteral("m_lblHelpMeSolve"))->click();
     return box;
 }
@@ -53,11 +62,11 @@ inline QWidget *makeMessageBox()
 inline QWidget *makeNotification()
 {
     auto *box = new CNotificationBox;
-    box->setWindowTitle(QStringLiteral("Console"));
-    box->setMessage(QStringLiteral("The machine was stopped."));
-    box->setDescription(QStringLiteral("There was not enough memory."));
-    box->setDetails(QStringLiteral("Details"));
-    box->setButton1(QStringLiteral("&Start Again"));
+    box->setWindowTitle(text("Console"));
+    box->setMessage(text("The machine was stopped."));
+    box->setDescription(text("There was not enough memory."));
+    box->setDetails(text("Details"));
+    box->setButton1(text("&Start Again"));
     box->setAllowHide(true);
     return box;
 }
@@ -65,15 +74,15 @@ inline QWidget *makeNotification()
 inline QWidget *makeProgress()
 {
     auto *dialog = new CProgressDialog;
-    dialog->setWindowTitle(QStringLiteral("Update"));
-    dialog->setLabelText(QStringLiteral("Checking for updates of everything there is. ").repeated(6));
+    dialog->setWindowTitle(text("Update"));
+    dialog->setLabelText(text("Checking for updates of everything there is. ").repeated(6));
     return dialog;
 }
 
 inline QWidget *makeDownload()
 {
     auto *dialog = new CDownloadProgressDialog({37, 3725, 456789012, 1234567890, 1234567});
-    dialog->setFileName(QStringLiteral("a-very-long-name-").repeated(20));
+    dialog->setFileName(text("a-very-long-name-").repeated(20));
     dialog->setStatusText(QString());
     return dialog;
 }
@@ -90,7 +99,7 @@ inline QWidget *makeOffer(CUpdateDialog::ConfirmationMode mode)
     auto *dialog = new CUpdateDialog(mode);
     CProductUpdateInfo info;
     info.transactionId = QStringLiteral("Tessarine Console-3.1.5-31502");
-    info.updateDescription = QStringLiteral("Better.\nFaster.\n").repeated(40);
+    info.updateDescription = text("Better.\nFaster.\n").repeated(40);
     dialog->setNotificationFor(info);
     return dialog;
 }
@@ -98,7 +107,7 @@ inline QWidget *makeOffer(CUpdateDialog::ConfirmationMode mode)
 inline QWidget *makeConfirmation()
 {
     auto *dialog = new CConfirmUpdateInstallationDialog;
-    dialog->setDescription(QStringLiteral("These applications will be closed. ").repeated(20));
+    dialog->setDescription(text("These applications will be closed. ").repeated(20));
     return dialog;
 }
 
@@ -111,14 +120,14 @@ inline QWidget *makeWizard(bool asScenes)
         dialog = new CDeclarativeWizardDialog(*model);
     else
         dialog = new CWizardDialog(*model, [](CAbstractWizardPage &page) {
-            page.setTitle(QStringLiteral("A page with a long title. ").repeated(6));
-            auto *label = new QLabel(QStringLiteral("What there is to say about it. ").repeated(20));
+            page.setTitle(text("A page with a long title. ").repeated(6));
+            auto *label = new QLabel(text("What there is to say about it. ").repeated(20));
             label->setObjectName(QStringLiteral("text"));
             label->setWordWrap(true);
             return label;
         });
     model->setParent(dialog);
-    dialog->setWindowTitle(QStringLiteral("Wizard"));
+    dialog->setWindowTitle(text("Wizard"));
     return dialog;
 }
 
@@ -135,6 +144,13 @@ inline QWidget *makeReportBrowser()
     auto *browser = new CProblemReportBrowserDialog(CPackedProblemReport());
     browser->setReportFilePath(QStringLiteral("/home/user/a-very-long-folder").repeated(4));
     return browser;
+}
+
+inline QWidget *makePreferences()
+{
+    static PreferencesModel model;
+    model.load();
+    return new PreferencesDialog(model);
 }
 
 /// Every window class of the library has a row; tst_dialogs refuses one without.
@@ -165,6 +181,10 @@ inline const QVector<DialogRow> &dialogTable()
         {"report browser", makeReportBrowser, "CProblemReportBrowserDialog",
          "m_treeSectionsList m_textFileView m_pbRevealInFinder m_pbClose", true},
         {"wizard", [] { return makeWizard(false); }, "CWizardDialog", "Next Cancel Help", true},
+        {"preferences", makePreferences, "PreferencesDialog",
+         "qt_tabwidget_tabbar language displayName startWithSystem startHidden trayIcon onStartOverview "
+         "textScale reconnect volume volumeNumber keepLog recordDays recordSize ok cancel",
+         true},
         {"wizard of scenes", [] { return makeWizard(true); }, "CDeclarativeWizardDialog", "scene", true},
     };
     return table;

@@ -1,5 +1,7 @@
 #include "tests/window/DialogTable.h"
+#include "tests/window/DialogVariants.h"
 
+#include "gui/KovGui.h"
 #include "gui/log/Log.h"
 #include "tests/support/Files.h"
 #include "tests/support/KovTest.h"
@@ -10,9 +12,11 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QScreen>
 #include <QWindow>
 
+#include <cmath>
 #include <memory>
 
 namespace {
@@ -39,20 +43,27 @@ QStringList faultsOf(QWidget *dialog)
     QStringList faults;
     const auto expect = [&](bool ok, const QWidget *widget, const char *fault) {
         if (!ok)
-            faults.append(QLatin1String(widget->metaObject()->className()) + QLatin1Char(' ')
-                          + widget->objectName() + QLatin1Char(' ') + QLatin1String(fault));
+            faults.append(QStringLiteral("%1 %2 %3 (%4 x %5)")
+                              .arg(QLatin1String(widget->metaObject()->className()), widget->objectName(),
+                                   QLatin1String(fault))
+                              .arg(widget->width())
+                              .arg(widget->height()));
     };
     const QList<QLabel *> labels = dialog->findChildren<QLabel *>();
+    // At 150 % a window's size is rounded to whole pixels of the screen.
+    constexpr int rounding = 1;
     QMap<QKeySequence, const QWidget *> mnemonics;
     for (QWidget *widget : dialog->findChildren<QWidget *>()) {
-        // The toolkit's own parts have none.
-        const bool ours = !widget->inherits("QScrollBar") && !widget->inherits("QSizeGrip");
-        expect(!ours || !widget->objectName().isEmpty(), widget, "has no name");
+        // The toolkit's own parts.
+        if (widget->inherits("QScrollBar") || widget->inherits("QSizeGrip")
+            || widget->objectName().startsWith(QLatin1String("qt_")))
+            continue;
+        expect(!widget->objectName().isEmpty(), widget, "has no name");
         if (!widget->isVisible())
             continue;
         const auto *const label = qobject_cast<const QLabel *>(widget);
         const auto *const button = qobject_cast<const QAbstractButton *>(widget);
-        if (widget->focusPolicy() & Qt::TabFocus) {
+        if (widget->focusPolicy() & Qt::TabFocus && !widget->focusProxy()) {
             auto *interface = QAccessible::queryAccessibleInterface(widget);
             expect(!interface->text(QAccessible::Name).isEmpty(), widget, "tells a screen reader nothing");
             expect(interface->role() != QAccessible::Client, widget, "has no role");
@@ -70,15 +81,108 @@ QStringList faultsOf(QWidget *dialog)
         expect(mnemonic.isEmpty() || !mnemonics.contains(mnemonic), widget, "has another's mnemonic");
         mnemonics.insert(mnemonic, widget);
 
+        // The name of a file may be cut in the middle, a text of ours may not.
+        expect(!label || label->objectName() == QLatin1String("m_lblFileName")
+                   || !label->text().contains(QChar(0x2026)),
+               widget, "is cut short");
         const int height = widget->hasHeightForWidth() ? widget->heightForWidth(widget->width())
                                                        : widget->minimumSizeHint().height();
         const bool showsText = label || button;
-        expect(!showsText || widget->height() >= height, widget, "is cut below");
-        expect(!showsText || widget->width() >= widget->minimumSizeHint().width(), widget,
-               "is cut at a side");
-        expect(widget->parentWidget()->rect().contains(widget->geometry()), widget, "leaves its parent");
+        expect(!showsText || widget->height() + rounding >= height, widget,
+               qPrintable(QStringLiteral("is cut below %1").arg(height)));
+        expect(!showsText || widget->width() + rounding >= widget->minimumSizeHint().width(), widget,
+               qPrintable(QStringLiteral("is cut at a side %1").arg(widget->minimumSizeHint().width())));
+        const QRect room = widget->parentWidget()->rect().adjusted(-rounding, -rounding, rounding, rounding);
+        expect(room.contains(widget->geometry()), widget, "leaves its parent");
     }
     return faults;
+}
+
+/// By the formula of the Web Content Accessibility Guidelines 2, from 1 to 21.
+double contrast(const QColor &one, const QColor &other)
+{
+    const auto luminance = [](const QColor &color) {
+        const auto linear = [](double part) {
+            return part <= 0.03928 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+        };
+        return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF())
+               + 0.0722 * linear(color.blueF());
+    };
+    const double a = luminance(one) + 0.05;
+    const double b = luminance(other) + 0.05;
+    return std::max(a, b) / std::min(a, b);
+}
+
+/// As drawn: between the colour that covers most and the one that stands out most.
+double drawnContrast(QWidget *widget)
+{
+    const QImage image = widget->grab().toImage();
+    QHash<QRgb, int> counts;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x)
+            ++counts[image.pixel(x, y)];
+    }
+    const auto most = std::max_element(counts.begin(), counts.end());
+    double best = 0;
+    for (auto count = counts.begin(); most != counts.end() && count != counts.end(); ++count)
+        best = std::max(best, contrast(QColor(count.key()), QColor(most.key())));
+    return best;
+}
+
+QStringList faintTexts(QWidget *dialog)
+{
+    QStringList faint;
+    const auto widgets = dialog->findChildren<QWidget *>();
+    for (QWidget *widget : widgets) {
+        const auto *const label = qobject_cast<const QLabel *>(widget);
+        const auto *const button = qobject_cast<const QAbstractButton *>(widget);
+        const bool hasText = (label && !label->text().isEmpty()) || (button && !button->text().isEmpty());
+        // What cannot be used is dimmed in every style.
+        if (!widget->isVisible() || !widget->isEnabled() || !hasText)
+            continue;
+        const double drawn = drawnContrast(widget);
+        if (drawn < 4.5)
+            faint.append(QStringLiteral("%1 %2").arg(widget->objectName()).arg(drawn));
+        const QPalette palette = widget->palette();
+        const bool hasLink = label && label->text().contains(QLatin1String("<a "));
+        const double link = contrast(palette.color(QPalette::Link), palette.color(widget->backgroundRole()));
+        if (hasLink && link < 4.5)
+            faint.append(QStringLiteral("%1 link %2").arg(widget->objectName()).arg(link));
+    }
+    return faint;
+}
+
+/// Buttons and labels by name, where they lie in their dialog.
+QMap<QString, QRect> placesIn(const QWidget *dialog)
+{
+    QMap<QString, QRect> places;
+    const auto widgets = dialog->findChildren<QWidget *>();
+    for (const QWidget *widget : widgets) {
+        const bool isPart
+            = qobject_cast<const QAbstractButton *>(widget) || qobject_cast<const QLabel *>(widget);
+        if (isPart && widget->isVisible())
+            places.insert(widget->objectName(), {widget->mapTo(dialog, QPoint()), widget->size()});
+    }
+    return places;
+}
+
+/// Whether somebody who reads the dialog meets the names in this order: it may start anywhere, and then goes
+/// on to the right and down, but for one way back to the top.
+bool followsTheEye(const QWidget *dialog, const QStringList &names)
+{
+    int waysBack = 0;
+    for (int i = 0; i < names.size(); ++i) {
+        const auto *from = dialog->findChild<QWidget *>(names.at(i));
+        const auto *to = dialog->findChild<QWidget *>(names.at((i + 1) % names.size()));
+        if (!from || !to)
+            continue;
+        const QRect a(from->mapTo(dialog, QPoint()), from->size());
+        const QRect b(to->mapTo(dialog, QPoint()), to->size());
+        const bool isBelow = b.top() > a.center().y() || b.center().y() > a.bottom();
+        const bool isInRow = !isBelow && b.bottom() >= a.center().y();
+        waysBack += !isBelow && !(isInRow && b.left() >= a.left()) ? 1 : 0;
+    }
+    return waysBack <= 1;
 }
 
 } // namespace
@@ -93,16 +197,19 @@ private Q_SLOTS:
     void initTestCase()
     {
         KovGui::setLogOutputFunction([](const char *, std::size_t) {});
+        KovGui::init(KAM_CONSOLE);
         CMessageBox::setSupportPageAddress(QStringLiteral("https://support.example/%1"));
     }
 
     /// A class that other dialogs derive from needs no row.
     void everyDialogHasARow()
     {
-        const QRegularExpression declaration(QStringLiteral(
-            R"(class (?:KOVGUI_EXPORT )?(\w+) (?:final )?: public (QDialog|C\w*Dialog|C\w*WndBase)\b)"));
+        const QRegularExpression declaration(
+            QStringLiteral(R"(class (?:KOVGUI_EXPORT )?(\w+) (?:final )?: public )"
+                           R"(([QC]\w*Dialog|Q(?:MainWindow|Wizard|MessageBox)|C\w*WndBase)\b)"));
         QMap<QString, QString> baseOf;
-        for (QDirIterator it(QStringLiteral(KOV_SOURCE_DIR "/gui"), {QStringLiteral("*.h")}, QDir::Files,
+        for (QDirIterator it(QStringLiteral(KOV_SOURCE_DIR "/gui"),
+                             {QStringLiteral("*.h"), QStringLiteral("*.cpp")}, QDir::Files,
                              QDirIterator::Subdirectories);
              it.hasNext();) {
             auto match = declaration.globalMatch(QString::fromUtf8(fileContent(it.next())));
@@ -123,13 +230,21 @@ private Q_SLOTS:
     void dialog_data()
     {
         QTest::addColumn<int>("index");
-        for (int i = 0; i < dialogTable().size(); ++i)
-            row(dialogTable().at(i).name, i);
+        QTest::addColumn<int>("variant");
+        for (int i = 0; i < dialogTable().size(); ++i) {
+            for (int j = 0; j < dialogVariants().size(); ++j)
+                row(qPrintable(QStringLiteral("%1, %2").arg(QLatin1String(dialogTable().at(i).name),
+                                                            QLatin1String(dialogVariants().at(j).name))),
+                    i, j);
+        }
     }
     void dialog()
     {
         QFETCH(int, index);
+        QFETCH(int, variant);
         const DialogRow &row = dialogTable().at(index);
+        dialogVariants().at(variant).enter();
+        const auto leave = qScopeGuard(dialogVariants().at(variant).leave);
         const std::unique_ptr<QWidget> dialog(row.make());
         const bool takesKeys = *row.tabOrder;
         dialog->show();
@@ -140,10 +255,13 @@ private Q_SLOTS:
         QVERIFY(!dialog->windowTitle().isEmpty());
         QCOMPARE(QAccessible::queryAccessibleInterface(dialog.get())->role(),
                  takesKeys ? QAccessible::Dialog : QAccessible::Notification);
-        QCOMPARE(faultsOf(dialog.get()).join(QLatin1Char('\n')), QString());
+        QTRY_COMPARE(faultsOf(dialog.get()).join(QLatin1Char('\n')), QString());
+        QCOMPARE(faintTexts(dialog.get()).join(QLatin1Char('\n')), QString());
         if (takesKeys) {
             QTRY_VERIFY(dialog->isAncestorOf(QApplication::focusWidget()));
-            QCOMPARE(walkWithTab(dialog.get()).join(QLatin1Char(' ')), QLatin1String(row.tabOrder));
+            const QStringList order = walkWithTab(dialog.get());
+            QCOMPARE(order.join(QLatin1Char(' ')), QLatin1String(row.tabOrder));
+            QVERIFY(dialog->isRightToLeft() || followsTheEye(dialog.get(), order));
         }
         QCOMPARE(dialog->devicePixelRatioF(), qEnvironmentVariable("QT_SCALE_FACTOR").toDouble());
         // The window manager places it when it comes to it.
@@ -151,6 +269,32 @@ private Q_SLOTS:
 
         QTest::keyClick(dialog->windowHandle(), Qt::Key_Escape);
         QTRY_COMPARE(!dialog->isVisible(), row.escapeHides);
+    }
+
+    void mirrors_data() { dialog_data(); }
+    void mirrors()
+    {
+        QFETCH(int, index);
+        QFETCH(int, variant);
+        if (QLatin1String(dialogVariants().at(variant).name) != QLatin1String("right to left"))
+            return;
+        const auto placesWhenShown = [&] {
+            const std::unique_ptr<QWidget> dialog(dialogTable().at(index).make());
+            dialog->show();
+            dialog->resize(dialog->sizeHint().expandedTo(dialog->minimumSize()));
+            QCoreApplication::sendPostedEvents();
+            return qMakePair(dialog->width(), placesIn(dialog.get()));
+        };
+        const auto ours = placesWhenShown();
+        dialogVariants().at(variant).enter();
+        const auto leave = qScopeGuard(dialogVariants().at(variant).leave);
+        const auto theirs = placesWhenShown();
+        QCOMPARE(theirs.first, ours.first);
+        for (auto place = ours.second.begin(); place != ours.second.end(); ++place) {
+            const QRect mirrored = theirs.second.value(place.key());
+            const int offset = ours.first - place.value().right() - 1 - mirrored.left();
+            QVERIFY2(qAbs(offset) <= 2, qPrintable(QStringLiteral("%1 %2").arg(place.key()).arg(offset)));
+        }
     }
 };
 

@@ -3,8 +3,10 @@
 #include "examples/console/pages/LogPage.h"
 #include "examples/console/pages/MessagesPage.h"
 #include "examples/console/pages/NetworkPage.h"
+#include "examples/console/pages/NotificationsPage.h"
 #include "examples/console/pages/PreferencesPage.h"
 #include "examples/console/pages/ReportsPage.h"
+#include "examples/console/pages/StatisticsPage.h"
 #include "examples/console/pages/TasksPage.h"
 #include "examples/console/pages/UpdatesPage.h"
 #include "examples/console/pages/WizardsPage.h"
@@ -32,12 +34,16 @@ ConsoleWindow::ConsoleWindow(QWidget *parent)
     addPage(tr("Product Update"), m_updates = new UpdatesPage(m_pages));
     addPage(tr("Network"), m_network = new NetworkPage(m_updates->site(), m_pages));
     addPage(tr("Messages"), m_messages = new MessagesPage(m_pages));
+    addPage(tr("Notifications"), m_notifications = new NotificationsPage(m_pages));
+    addPage(tr("Statistics"), m_statistics = new StatisticsPage(m_updates->site(), m_pages));
     addPage(tr("Preferences"), m_preferences = new PreferencesPage(m_pages));
     addPage(tr("Tasks"), m_tasks = new TasksPage(m_pages));
     addPage(tr("Wizards"), m_wizards = new WizardsPage(m_pages));
     addPage(tr("Problem Reports"), m_reports = new ReportsPage(m_pages));
     addPage(tr("Log"), m_log = new LogPage(m_pages));
     connect(m_names, &QListWidget::currentRowChanged, m_pages, &QStackedWidget::setCurrentIndex);
+    connect(m_names, &QListWidget::currentTextChanged, &m_statistics->collector(),
+            &ConsoleStatisticsCollector::countPage);
     m_names->setCurrentRow(0);
 
     auto *layout = new QHBoxLayout(content);

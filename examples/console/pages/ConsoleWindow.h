@@ -5,10 +5,12 @@
 class LogPage;
 class MessagesPage;
 class NetworkPage;
+class NotificationsPage;
 class PreferencesPage;
 class QListWidget;
 class QStackedWidget;
 class ReportsPage;
+class StatisticsPage;
 class TasksPage;
 class UpdatesPage;
 class WizardsPage;
@@ -24,6 +26,8 @@ public:
     UpdatesPage *updates() const { return m_updates; }
     NetworkPage *network() const { return m_network; }
     MessagesPage *messages() const { return m_messages; }
+    NotificationsPage *notifications() const { return m_notifications; }
+    StatisticsPage *statistics() const { return m_statistics; }
     PreferencesPage *preferences() const { return m_preferences; }
     TasksPage *tasks() const { return m_tasks; }
     WizardsPage *wizards() const { return m_wizards; }
@@ -39,6 +43,8 @@ private:
     UpdatesPage *m_updates = nullptr;
     NetworkPage *m_network = nullptr;
     MessagesPage *m_messages = nullptr;
+    NotificationsPage *m_notifications = nullptr;
+    StatisticsPage *m_statistics = nullptr;
     PreferencesPage *m_preferences = nullptr;
     TasksPage *m_tasks = nullptr;
     WizardsPage *m_wizards = nullptr;

@@ -2,6 +2,7 @@
 
 #include "examples/console/sample/ConsoleMessages.h"
 #include "gui/help/Help.h"
+#include "gui/log/Log.h"
 #include "gui/messages/CMessageManager.h"
 #include "gui/messages/box/CMessageBox.h"
 #include "gui/messages/record/MessageParams.h"
@@ -9,8 +10,14 @@
 #include "kov_sdk/KovSdk.h"
 
 #include <QCheckBox>
+#include <QComboBox>
+#include <QCoreApplication>
+#include <QFile>
 #include <QGridLayout>
 #include <QHBoxLayout>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QLabel>
 #include <QListWidget>
 #include <QProgressBar>
@@ -26,6 +33,51 @@ QString issuer()
 {
     return QStringLiteral("{3f2a7d60-machine-1}");
 }
+
+/// The codes of a catalogue as it writes them, with their first texts.
+QStringList entriesOf(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    QStringList entries;
+    const auto messages = QJsonDocument::fromJson(file.readAll())[QLatin1String("messages")].toArray();
+    for (const auto &each : messages) {
+        const QJsonObject message = each.toObject();
+        const QJsonValue code = message.value(QLatin1String("code"));
+        entries.append((code.isString() ? code.toString() : QString::number(code.toInt()))
+                       + QLatin1String("  ") + message.value(QLatin1String("brief")).toString());
+    }
+    return entries;
+}
+
+/// What the message rules wrote to the log while it lived.
+class Decisions
+{
+public:
+    Decisions()
+        : m_file(QString::fromUtf8(KovGui::logFilePath()))
+        , m_before(m_file.size())
+    { }
+    QStringList take()
+    {
+        QStringList lines;
+        if (!m_file.open(QIODevice::ReadOnly) || !m_file.seek(m_before))
+            return lines;
+        while (!m_file.atEnd()) {
+            const QString line = QString::fromUtf8(m_file.readLine()).trimmed();
+            // The record's head ends with the module and its process, between slashes.
+            const int at = line.indexOf(QLatin1String("/ "), line.indexOf(QLatin1String("[MESSAGE_MNG]")));
+            if (line.contains(QLatin1String("[MESSAGE_MNG]")) && at >= 0)
+                lines.append(line.mid(at + 2));
+        }
+        return lines;
+    }
+
+private:
+    QFile m_file;
+    const qint64 m_before;
+};
 
 } // namespace
 
@@ -103,10 +155,77 @@ MessagesPage::MessagesPage(QWidget *parent)
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(m_list);
     layout->addLayout(row);
+    layout->addWidget(createAnyCodeRow());
     layout->addWidget(m_hiddenCount);
     layout->addLayout(hiddenRow);
     connect(CMessageManager::instance(), &CMessageManager::aboutToShowMessage, this,
             &MessagesPage::completeBox);
+    updateHidden();
+}
+
+QWidget *MessagesPage::createAnyCodeRow()
+{
+    auto *widget = new QWidget(area());
+    m_code = new QComboBox(widget);
+    m_code->setObjectName(QStringLiteral("anyCode"));
+    m_code->setEditable(true);
+    m_code->setInsertPolicy(QComboBox::NoInsert);
+    m_code->addItems(
+        entriesOf(QCoreApplication::applicationDirPath() + QStringLiteral("/console_messages.json"))
+        + entriesOf(QStringLiteral(":/kov_sdk/messages.json")));
+    m_code->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    m_code->setMinimumContentsLength(24);
+    auto *label = new QLabel(tr("Any &code"), widget);
+    label->setBuddy(m_code);
+    m_machine = new QComboBox(widget);
+    m_machine->setObjectName(QStringLiteral("machine"));
+    m_machine->addItem(tr("this machine"), issuer());
+    m_machine->addItem(tr("another machine"), QStringLiteral("{3f2a7d60-machine-2}"));
+    auto *machineLabel = new QLabel(tr("&of"), widget);
+    machineLabel->setBuddy(m_machine);
+    m_unasked = new QCheckBox(tr("Nobod&y asked"), widget);
+    m_unasked->setObjectName(QStringLiteral("unasked"));
+    m_unasked->setToolTip(tr("As the result of work in the background: it leaves the keyboard where it is"));
+    auto *raise = new QPushButton(tr("Ra&ise"), widget);
+    raise->setObjectName(QStringLiteral("raiseCode"));
+    connect(raise, &QPushButton::clicked, this, &MessagesPage::raiseAnyCode);
+
+    auto *row = new QHBoxLayout(widget);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->addWidget(label);
+    row->addWidget(m_code, 1);
+    row->addWidget(machineLabel);
+    row->addWidget(m_machine);
+    row->addWidget(m_unasked);
+    row->addWidget(raise);
+    return widget;
+}
+
+void MessagesPage::raiseAnyCode()
+{
+    const QString text = m_code->currentText().section(QLatin1Char(' '), 0, 0);
+    bool isNumber = false;
+    const qint64 number = text.toLongLong(&isNumber, 0);
+    if (!isNumber || number < INT_MIN || number > qint64(UINT_MAX)) {
+        report(tr("“%1” is no code: give it in decimal, or in hexadecimal after 0x.").arg(text));
+        return;
+    }
+    const int code = int(number);
+    const QStringList names{tr("Web Server <test>"), tr("second"), tr("third")};
+    MessageParams params(code, this);
+    params.setIssuerId(m_machine->currentData().toString())
+        .setShortMsgParams(names)
+        .setLongMsgParams(names)
+        .setAskedFor(!m_unasked->isChecked())
+        .setAnchorClickSlot(CSlotInfo(this, "1onLinkClicked(QUrl)"))
+        .setCloseMsgSlot(CSlotInfo(this, "1onMessageClosed(KOV_RESULT,Messaging::ButtonID,QVariant)", code));
+    Decisions decisions;
+    const int result = CMessageManager::instance()->showMessageBox(params);
+    const auto lines = decisions.take();
+    for (const QString &line : lines)
+        report(tr("The rules: %1").arg(line));
+    if (result == 0)
+        report(tr("Message %1 is shown.").arg(MessageUtils::getProblemID(code)));
     updateHidden();
 }
 

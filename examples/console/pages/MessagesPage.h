@@ -6,6 +6,8 @@
 #include <QPointer>
 
 class CMessageBoxWndBase;
+class QCheckBox;
+class QComboBox;
 class QLabel;
 class QListWidget;
 class QPushButton;
@@ -28,8 +30,13 @@ private:
     void updateHidden();
     void showFromOneMachine();
     void askThroughEvent();
+    QWidget *createAnyCodeRow();
+    void raiseAnyCode();
 
     QListWidget *m_list = nullptr;
+    QComboBox *m_code = nullptr;
+    QComboBox *m_machine = nullptr;
+    QCheckBox *m_unasked = nullptr;
     QListWidget *m_hidden = nullptr;
     QLabel *m_hiddenCount = nullptr;
     QPushButton *m_restore = nullptr;

@@ -23,6 +23,13 @@ Messaging::ButtonsMap ConsoleMessageProvider::getButtonsMap(int code)
     case DiscardChanges:
         return {{Messaging::Button1, {tr("&Discard Changes"), QMessageBox::DestructiveRole}},
                 {Messaging::Button2, {tr("Cancel"), QMessageBox::RejectRole}}};
+    case SendStatistics:
+        return {{Messaging::Button1, {tr("&Send Statistics"), QMessageBox::YesRole}},
+                {Messaging::Button2, {tr("Do &Not Send"), QMessageBox::NoRole}}};
+    case MachineStopped:
+        return {{Messaging::Button1, {tr("&Start Again"), QMessageBox::AcceptRole}}};
+    case ImageReady:
+        return {{Messaging::Button1, {tr("&Open Folder"), QMessageBox::AcceptRole}}};
     case RestartSoon:
         return {{Messaging::Button1, {tr("&Restart Now"), QMessageBox::AcceptRole}},
                 {Messaging::Button2, {tr("&Later"), QMessageBox::RejectRole}}};
@@ -42,4 +49,9 @@ Messaging::ButtonID ConsoleMessageProvider::getDefaultButton(int code)
 bool ConsoleMessageProvider::hasKBArticle(int code)
 {
     return code == MachineNotStarted;
+}
+
+bool ConsoleMessageProvider::isNotificationMessage(int code)
+{
+    return code == MachineStopped || code == SnapshotTaken || code == ImageReady;
 }

@@ -11,6 +11,10 @@ enum Code : int {
     RestartSoon = 60004,
     DiskAlmostFull = 60005,
     DiscardChanges = 60006,
+    SendStatistics = 60007,
+    MachineStopped = 60008,
+    SnapshotTaken = 60009,
+    ImageReady = 60010,
     MachineNotStarted = KOV_RESULT_CODE(0x80060001u),
     NetworkLost = KOV_RESULT_CODE(0x80060002u),
     MachineRefused = KOV_RESULT_CODE(0x80060003u),
@@ -31,4 +35,5 @@ public:
     Messaging::ButtonsMap getButtonsMap(int code) override;
     Messaging::ButtonID getDefaultButton(int code) override;
     bool hasKBArticle(int code) override;
+    bool isNotificationMessage(int code) override;
 };

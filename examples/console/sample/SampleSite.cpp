@@ -95,6 +95,17 @@ QUrl SampleSite::countryServiceUrl() const
     return urlOf("/country.xml");
 }
 
+QUrl SampleSite::statisticsUrl() const
+{
+    return urlOf("/statistics");
+}
+
+int SampleSite::statisticsReceived() const
+{
+    QFile log(path("statistics.log"));
+    return log.open(QIODevice::ReadOnly) ? log.readAll().count('\n') : 0;
+}
+
 QUrl SampleSite::baseUrl() const
 {
     QUrl url;
@@ -124,6 +135,7 @@ bool SampleSite::writeConfiguration()
               "      if (-f %1/slow) { set $limit_rate 200; }\n"
               "      rewrite ^ /catalogue.xml break;\n    }\n"
               "    location ~ /tessarine_updates\\.xml\\.sig$ { rewrite ^ /catalogue.xml.sig break; }\n"
+              "    location = /statistics { access_log %1/statistics.log; return 204; }\n"
               "    location /packages/ { limit_rate 5m; }\n"
               "    location /files/ { limit_rate 6m; }\n"
               "  }\n}\n")

@@ -45,6 +45,9 @@ public:
     QString fileMd5() const { return m_fileMd5; }
     /// Says that everybody is in Switzerland.
     QUrl countryServiceUrl() const;
+    /// Receives statistics, and counts what arrived in this run.
+    QUrl statisticsUrl() const;
+    int statisticsReceived() const;
 
 Q_SIGNALS:
     void runningChanged(bool running);

@@ -55,6 +55,9 @@ void Tour::run()
         updateSteps();
         networkSteps();
         messageSteps();
+        anyCodeSteps();
+        notificationSteps();
+        statisticsSteps();
         preferencesSteps();
         taskSteps();
         wizardSteps();

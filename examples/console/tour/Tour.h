@@ -54,6 +54,9 @@ private:
     void taskSteps();
     void messageSteps();
     void detailsStep(int code);
+    void anyCodeSteps();
+    void notificationSteps();
+    void statisticsSteps();
     void updateSteps();
     void backgroundSteps();
     /// Enters the address of another catalogue; empty: the sample site's own.

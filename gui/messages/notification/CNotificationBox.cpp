@@ -187,6 +187,8 @@ CNotificationBox::CNotificationBox(QWidget *parent)
 
 CNotificationBox::~CNotificationBox()
 {
+    // A widget that goes gives up the focus when nothing of this class is left.
+    disconnect(qApp, nullptr, this, nullptr);
     d->leaveGroup();
     if (d->answer)
         setResult(*d->answer);
@@ -292,7 +294,8 @@ QSize CNotificationBox::sizeHint() const
 
 void CNotificationBox::takeKeyboard()
 {
-    activateWindow();
+    if (QApplication::activeWindow() != window())
+        activateWindow();
     QPushButton *button = d->ui.m_pbAlternate->isHidden() ? d->ui.m_pbClose : d->ui.m_pbAlternate;
     button->setFocus(Qt::ShortcutFocusReason);
 }

@@ -219,7 +219,8 @@ void CNotificationBoxGroup::Private::giveKeyboardBack()
 {
     if (!before)
         return;
-    before->activateWindow();
+    if (QApplication::activeWindow() != before->window())
+        before->activateWindow();
     before->setFocus(Qt::OtherFocusReason);
     before.clear();
 }

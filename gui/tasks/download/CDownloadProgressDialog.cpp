@@ -26,6 +26,17 @@ QString withoutFormatMarks(QString text)
     return text;
 }
 
+/// @param seconds  0 or less: not known
+QString rateText(qint64 bytesPerSecond, qint64 seconds)
+{
+    const QString rate
+        = CDownloadProgressDialog::tr("%1 per second").arg(FormatUtils::dataSize(bytesPerSecond));
+    if (seconds <= 0)
+        return rate;
+    return CDownloadProgressDialog::tr("%1, %2 left", "1: rate, 2: duration")
+        .arg(rate, FormatUtils::duration(seconds, FormatUtils::LongForm));
+}
+
 } // namespace
 
 class CDownloadProgressDialog::Private
@@ -69,12 +80,7 @@ QString CDownloadProgressDialog::Private::rate() const
 {
     if (isPaused() || !status.isEmpty() || data.downloadingRate <= 0)
         return QString();
-    const QString rate
-        = CDownloadProgressDialog::tr("%1 per second").arg(FormatUtils::dataSize(data.downloadingRate));
-    if (data.estimatedTime <= 0)
-        return rate;
-    return CDownloadProgressDialog::tr("%1, %2 left", "1: rate, 2: duration")
-        .arg(rate, FormatUtils::duration(data.estimatedTime, FormatUtils::LongForm));
+    return rateText(data.downloadingRate, data.estimatedTime);
 }
 
 void CDownloadProgressDialog::Private::setText(QLabel *label, const QString &text)
@@ -101,7 +107,12 @@ void CDownloadProgressDialog::Private::showProgress(bool isBusy)
 
 void CDownloadProgressDialog::Private::fitToFont(CDownloadProgressDialog *dialog)
 {
-    dialog->setMinimumWidth(dialog->fontMetrics().averageCharWidth() * widthInCharacters);
+    const QFontMetrics metrics = dialog->fontMetrics();
+    const QMargins margins = dialog->layout()->contentsMargins();
+    // In some languages about the longest rate needs more room than a name does.
+    const int longestRate = metrics.horizontalAdvance(rateText(888888888, 23 * 3600 + 59 * 60));
+    dialog->setMinimumWidth(std::max(metrics.averageCharWidth() * widthInCharacters,
+                                     longestRate + margins.left() + margins.right()));
     // The button changes its text; the one beside it stays where it is.
     int width = 0;
     const QString text = ui.m_pbPauseResume->text();
