@@ -26,14 +26,14 @@ set_target_properties(KovGuiNext PROPERTIES
     LINKER_LANGUAGE CXX OUTPUT_NAME KovGui LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/next
     BUILD_WITH_INSTALL_RPATH ON)
 
-install(TARGETS console crashing_updater RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT console)
+install(TARGETS console crashing_updater sample_report_service RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT console)
 install(FILES sample/messages.json DESTINATION ${CMAKE_INSTALL_BINDIR} RENAME console_messages.json COMPONENT console)
 
 set(root ${CMAKE_BINARY_DIR}/installation)
 add_custom_command(OUTPUT ${root}/made
     COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/make-installation ${CMAKE_BINARY_DIR} ${root}
             ${PROJECT_VERSION}.${KOV_BUILD_NUMBER} ${KOV_NEXT_VERSION} ${CMAKE_INSTALL_LIBDIR}
-    DEPENDS make-installation console crashing_updater updater download_utility kovgui-find-proxy KovGui KovGuiNext
+    DEPENDS make-installation console crashing_updater sample_report_service updater download_utility kovgui-find-proxy KovGui KovGuiNext
             sample/messages.json ${CMAKE_SOURCE_DIR}/programs/updater/sample-keys/first.key
     COMMENT "Installing this version and packing the next one"
     VERBATIM)
