@@ -93,7 +93,10 @@ QStringList faultsOf(QWidget *dialog)
         expect(!showsText || widget->width() + rounding >= widget->minimumSizeHint().width(), widget,
                qPrintable(QStringLiteral("is cut at a side %1").arg(widget->minimumSizeHint().width())));
         const QRect room = widget->parentWidget()->rect().adjusted(-rounding, -rounding, rounding, rounding);
-        expect(room.contains(widget->geometry()), widget, "leaves its parent");
+        // QWizard has empty placeholders that no layout ever reaches.
+        const bool isEmpty
+            = widget->metaObject() == &QWidget::staticMetaObject && widget->children().isEmpty();
+        expect(isEmpty || room.contains(widget->geometry()), widget, "leaves its parent");
     }
     return faults;
 }
@@ -259,13 +262,16 @@ private Q_SLOTS:
         QCOMPARE(faintTexts(dialog.get()).join(QLatin1Char('\n')), QString());
         if (takesKeys) {
             QTRY_VERIFY(dialog->isAncestorOf(QApplication::focusWidget()));
-            const QStringList order = walkWithTab(dialog.get());
-            QCOMPARE(order.join(QLatin1Char(' ')), QLatin1String(row.tabOrder));
+            // Some buttons wait for what is prepared in the background.
+            QStringList order;
+            QTRY_COMPARE((order = walkWithTab(dialog.get())).join(QLatin1Char(' ')),
+                         QLatin1String(row.tabOrder));
             QVERIFY(dialog->isRightToLeft() || followsTheEye(dialog.get(), order));
         }
         QCOMPARE(dialog->devicePixelRatioF(), qEnvironmentVariable("QT_SCALE_FACTOR").toDouble());
-        // The window manager places it when it comes to it.
-        QTRY_VERIFY(dialog->screen()->availableGeometry().contains(dialog->frameGeometry()));
+        // Where it stands is the window manager's.
+        const QSize room = dialog->screen()->availableGeometry().size();
+        QTRY_VERIFY(dialog->frameGeometry().size().boundedTo(room) == dialog->frameGeometry().size());
 
         QTest::keyClick(dialog->windowHandle(), Qt::Key_Escape);
         QTRY_COMPARE(!dialog->isVisible(), row.escapeHides);
@@ -281,6 +287,9 @@ private Q_SLOTS:
         const auto placesWhenShown = [&] {
             const std::unique_ptr<QWidget> dialog(dialogTable().at(index).make());
             dialog->show();
+            // A report's preparation has a label of its own.
+            const auto *send = dialog->findChild<QAbstractButton *>(QStringLiteral("m_pbSend"));
+            (void)QTest::qWaitFor([send] { return !send || send->isEnabled(); }, 30000);
             dialog->resize(dialog->sizeHint().expandedTo(dialog->minimumSize()));
             QCoreApplication::sendPostedEvents();
             return qMakePair(dialog->width(), placesIn(dialog.get()));
