@@ -69,8 +69,9 @@ public:
     bool hasKBArticle(int code) override { return code == 1003; }
     QList<Messaging::ButtonID> getPossibleDefaultButtons(int code) override
     {
-        const auto answers = CMessageDataProvider::getPossibleDefaultButtons(code);
-        return code == 3002 ? answers << Messaging::ButtonNone : answers;
+        if (code == 3002)
+            return {Messaging::ButtonNone, Messaging::Button1};
+        return CMessageDataProvider::getPossibleDefaultButtons(code);
     }
     Messaging::ButtonsMap getButtonsMap(int code) override
     {
