@@ -8,6 +8,7 @@
 #include "gui/update/install/CTaskInstallProductUpdate.h"
 #include "gui/update/record/UpdateSettings_p.h"
 #include "gui/update/record/UpgradeUtils.h"
+#include "tests/support/Files.h"
 #include "tests/support/KovTest.h"
 #include "tests/support/OffscreenPlatform.h"
 
@@ -435,6 +436,18 @@ private Q_SLOTS:
         // A reminder comes while its user does something else.
         QMetaObject::invokeMethod(logic()->worker()->findChild<QTimer *>("installReminderTimer"), "timeout");
         QVERIFY(script.latest && !script.latest->params().askedFor);
+    }
+
+    /// The first start of a new version counts as one that the updater watches.
+    void restart()
+    {
+        const QString runs = m_folder.filePath("runs");
+        qputenv("RUNS", runs.toUtf8());
+        KovGui::setUpdaterFilePathAndUpdateMode(MISBEHAVING_PROGRAM, QString(), "ctl");
+        logic()->worker()->restartOnTrial(false);
+        QCOMPARE(script.quits, 1);
+        const QByteArray program = QCoreApplication::applicationFilePath().toUtf8();
+        QTRY_VERIFY(fileContent(runs).endsWith("|run|" + program + "|\n"));
     }
 
 private:
