@@ -278,6 +278,8 @@ private Q_SLOTS:
             QSignalSpy checked(logic(), &CAppUpdateLogic::updateCheckFinished);
             QSignalSpy ended(logic(), &CAppUpdateLogic::updateInstallFinished);
             logic()->setOnAppStart(is('a'));
+            if (is('a'))
+                logic()->worker()->startInstallReminder();
             const KOV_RESULT started = is('a') ? logic()->installPendingUpdate()
                                                : logic()->checkForUpdates(is('b'), is('m'), false);
             QCOMPARE(started, !is('a') ? KOV_SUCCESS : is('d') ? KOV_ERR_IN_PROGRESS : KOV_ERR_FAILURE);
