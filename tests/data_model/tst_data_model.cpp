@@ -207,9 +207,7 @@ private Q_SLOTS:
 
     void hostileDocumentsAreRefusedWithTheirPlace_data()
     {
-        QTest::addColumn<QByteArray>("document");
-        QTest::addColumn<QString>("reason");
-        const auto row = &::row<QString, QByteArray, const char *>;
+        Table<QByteArray, QString> row;
         const auto inside
             = [](const QByteArray &text) { return "<TessarineUpdates>\n" + text + "</TessarineUpdates>"; };
         row("nothing", "", "line 1: there is no root element (/, line 1)");
@@ -251,8 +249,7 @@ private Q_SLOTS:
     }
     void hostileDocumentsAreRefusedWithTheirPlace()
     {
-        QFETCH(QByteArray, document);
-        QFETCH(QString, reason);
+        const auto [document, reason] = cells<QByteArray, QString>();
         CUpdates catalogue;
         catalogue.products.resize(7);
         XmlReport report;

@@ -161,7 +161,7 @@ private Q_SLOTS:
         QCOMPARE(KovApi_GetProblemReport(
                      KPR_PACKED, partWith(QStringLiteral("large.log"), largeLog()).constData(), job.out()),
                  KOV_SUCCESS);
-        QTRY_VERIFY(collector() != 0);
+        QTRY_VERIFY_WITH_TIMEOUT(collector() != 0, 60000);
         job.reset();
         QTRY_VERIFY(collector() == 0 && archives() == before);
     }

@@ -127,10 +127,7 @@ private Q_SLOTS:
 
     void progressCancels_data()
     {
-        QTest::addColumn<QString>("way");
-        QTest::addColumn<bool>("button");
-        QTest::addColumn<bool>("canceled");
-        QTest::addColumn<bool>("staysVisible");
+        Table<QString, bool, bool, bool> row;
 
         row("button", "button", true, true, true);
         row("Escape", "escape", true, true, true);
@@ -142,8 +139,7 @@ private Q_SLOTS:
 
     void progressCancels()
     {
-        QFETCH(QString, way);
-        QFETCH(bool, button);
+        const auto [way, button, isCanceled, staysVisible] = cells<QString, bool, bool, bool>();
         CProgressDialog dialog;
         dialog.setCancelButtonVisible(button);
         dialog.show();
@@ -158,18 +154,16 @@ private Q_SLOTS:
             else
                 dialog.close();
         }
-        QTEST(canceled.count() == 1, "canceled");
-        QTEST(dialog.wasCanceled(), "canceled");
-        QTEST(dialog.isVisible(), "staysVisible");
+        QCOMPARE(canceled.count() == 1, isCanceled);
+        QCOMPARE(dialog.wasCanceled(), isCanceled);
+        QCOMPARE(dialog.isVisible(), staysVisible);
         dialog.reset();
         QVERIFY(!dialog.wasCanceled() && dialog.findChild<QPushButton *>()->isEnabled());
     }
 
     void helpAddress_data()
     {
-        QTest::addColumn<QString>("base");
-        QTest::addColumn<bool>("accepted");
-        QTest::addColumn<QString>("url");
+        Table<QString, bool, QString> row;
 
         row("web", "https://h.example/@LOCALE@/@TOPIC@?l=@LOCALE@", true,
             "https://h.example/de_DE/132?l=de_DE");
@@ -185,10 +179,10 @@ private Q_SLOTS:
 
     void helpAddress()
     {
-        QFETCH(QString, base);
+        const auto [base, accepted, url] = cells<QString, bool, QString>();
         QVERIFY(Help::setBaseAddress(QString()));
-        QTEST(Help::setBaseAddress(base), "accepted");
-        QTEST(Help::topicUrl(Help::MessagesTopic).toString(), "url");
+        QCOMPARE(Help::setBaseAddress(base), accepted);
+        QCOMPARE(Help::topicUrl(Help::MessagesTopic).toString(), url);
         QVERIFY(Help::topicUrl(Help::NoTopic).isEmpty());
     }
 
@@ -205,8 +199,7 @@ private Q_SLOTS:
 
     void helpLinks_data()
     {
-        QTest::addColumn<QString>("link");
-        QTest::addColumn<QString>("opened");
+        Table<QString, QString> row;
 
         row("number", "kovhelp:7", "https://h.example/7");
         row("topic", "kovhelp://topic/7", "https://h.example/7");
@@ -221,7 +214,7 @@ private Q_SLOTS:
 
     void helpLinks()
     {
-        QFETCH(QString, link);
+        const auto [link, address] = cells<QString, QString>();
         QString opened;
         Help::setUrlOpener([&](const QUrl &url) {
             opened = url.toString();
@@ -231,7 +224,7 @@ private Q_SLOTS:
         const QUrl url(link);
         const bool done
             = url.scheme() == QLatin1String("kovhelp") ? Help::openLink(url) : Help::openWebPage(url);
-        QTEST(opened, "opened");
+        QCOMPARE(opened, address);
         QCOMPARE(done, !opened.isEmpty());
     }
 };

@@ -95,9 +95,7 @@ private Q_SLOTS:
     /// What its user and its pages do on one side, what happens on the other.
     void walk_data()
     {
-        QTest::addColumn<QString>("script");
-        QTest::addColumn<QString>("events");
-        QTest::addColumn<QString>("history");
+        Table<QString, QString, QString> row;
 
         row("starts", "goNext", "make 1, entering 1, init 1, enter 1 on, id 1 on, page 1 on", "1");
         row("goes on", "goNext, -, goNext",
@@ -202,12 +200,12 @@ private Q_SLOTS:
 
     void walk()
     {
-        QFETCH(QString, script);
+        const auto [script, events, history] = cells<QString, QString, QString>();
         const LogCapture errors;
         Walk walk;
         walk.run(script);
-        QTEST(walk.wizard.log.take(), "events");
-        QTEST(walk.history(), "history");
+        QCOMPARE(walk.wizard.log.take(), events);
+        QCOMPARE(walk.history(), history);
         const bool fails
             = script.contains(QLatin1String("missing")) || script.contains(QLatin1String("enter 2: delete"));
         QCOMPARE(errors.count("the wizard stays where it was"), fails ? 1 : 0);
@@ -221,11 +219,7 @@ private Q_SLOTS:
     /// The history, after ids were made current in that order.
     void history_data()
     {
-        QTest::addColumn<QVector<int>>("ids");
-        QTest::addColumn<QVector<int>>("history");
-        QTest::addColumn<int>("previous");
-        QTest::addColumn<int>("next");
-        QTest::addColumn<bool>("isFinal");
+        Table<QVector<int>, QVector<int>, int, int, bool> row;
 
         row("nothing", QVector<int>{}, QVector<int>{}, -1, 1, false);
         row("the first page", QVector<int>{1}, QVector<int>{1}, -1, 2, false);
@@ -238,8 +232,8 @@ private Q_SLOTS:
 
     void history()
     {
-        QFETCH(QVector<int>, ids);
-        QFETCH(QVector<int>, history);
+        const auto [ids, history, previous, next, isFinal]
+            = cells<QVector<int>, QVector<int>, int, int, bool>();
         SampleWizard wizard;
         SampleFlow sample(wizard);
         CAbstractWizardPageFlow &flow = sample;
@@ -251,16 +245,15 @@ private Q_SLOTS:
         QVERIFY(flow.getPageHistory(4).isEmpty());
         QCOMPARE(flow.hasVisitedPage(3), history.contains(3));
         QCOMPARE(flow.canGoBack(), history.size() > 1);
-        QTEST(flow.getPrevPageId(), "previous");
-        QTEST(flow.getNextPageId(), "next");
-        QTEST(flow.isOnFinalPage(), "isFinal");
+        QCOMPARE(flow.getPrevPageId(), previous);
+        QCOMPARE(flow.getNextPageId(), next);
+        QCOMPARE(flow.isOnFinalPage(), isFinal);
     }
 
     /// The actions that are seen after a script, those that are disabled with a minus.
     void actions_data()
     {
-        QTest::addColumn<QString>("script");
-        QTest::addColumn<QString>("actions");
+        Table<QString, QString> row;
 
         row("before the first page", "updateWizardActions", "Back- Next- Cancel Help");
         row("the first page", "goNext", "Back- Next Cancel Help");
@@ -277,7 +270,7 @@ private Q_SLOTS:
 
     void actions()
     {
-        QFETCH(QString, script);
+        const auto [script, actions] = cells<QString, QString>();
         Walk walk;
         walk.run(script);
         QStringList seen;
@@ -289,7 +282,7 @@ private Q_SLOTS:
             else
                 hidden << action->text();
         }
-        QTEST(seen.join(QLatin1Char(' ')), "actions");
+        QCOMPARE(seen.join(QLatin1Char(' ')), actions);
         hidden.removeOne(QStringLiteral("Next"));
         hidden.removeOne(QStringLiteral("Finish"));
         QCOMPARE(hidden.join(QLatin1Char(' ')),
