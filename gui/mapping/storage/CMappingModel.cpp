@@ -48,6 +48,8 @@ public:
     bool asking = false;
     /// Open while a whole tree is read.
     std::unique_ptr<QSettings> reader;
+    /// The last reader: while one is open, the next need not parse a large file again that has not changed.
+    std::unique_ptr<QSettings> formerReader;
 
 Q_SIGNALS:
     void submitStarted();
@@ -175,8 +177,8 @@ bool CMappingModel::getValues(QHash<QString, QHash<QString, QVariant>> &values) 
         for (auto path = storage->begin(); path != storage->end(); ++path)
             *path = getValue(storage.key(), path.key());
     }
-    if (isOutermost)
-        d->reader.reset();
+    if (isOutermost && d->reader)
+        d->formerReader = std::move(d->reader);
     return true;
 }
 
