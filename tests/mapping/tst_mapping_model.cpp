@@ -8,10 +8,7 @@
 
 #include <csignal>
 
-using Script = std::function<void(SampleModel &)>;
 using Step = std::function<void()>;
-Q_DECLARE_METATYPE(Script)
-Q_DECLARE_METATYPE(Step)
 
 /// Submission, and settings that cannot be written.
 class tst_MappingModel : public QObject
@@ -21,145 +18,94 @@ class tst_MappingModel : public QObject
 private Q_SLOTS:
     void init() { useNewSettings(); }
 
+    /**
+     * Steps and the events they lead to: "Remote.a=1" sets a value, several joined by "+" a tree, "submit"
+     * submits, "end=7" is the storage's answer, "add=X" lists a storage, "others=a+b" are values that others
+     * stored, each 2. At any time "?sdm" compares: is Submitting, has Data to submit, is Modified (a capital
+     * letter is a yes).
+     */
     void submission_data()
     {
-        struct Row
-        {
-            const char *name;
-            Script script;
-            const char *events;
-            int logged;
-        };
-        const auto automatic = CMappingModel::AutoSubmit;
-        const QVector<Row> rows{
-            {"nothing to submit", [](SampleModel &m) { m.submit(); }, "finished 0", 0},
-            {"at once",
-             [=](SampleModel &m) {
-                 m.setSubmitPolicy(automatic);
-                 m.setValue("QSettings", "p", 1);
-             },
-             "QSettings.p=1 | started | submit QSettings | finished 0", 0},
-            {"a tree at once",
-             [=](SampleModel &m) {
-                 m.setSubmitPolicy(automatic);
-                 m.setValues({{"Remote", {{"b", 1}, {"a", 2}}}, {"QSettings", {{"p", 3}}}});
-                 m.end(0);
-                 QCOMPARE(m.getSubmitPolicy(), automatic);
-             },
-             "QSettings.p=3 | Remote.a=2 | Remote.b=1 | started | submit QSettings | submit Remote | finished 0",
-             0},
-            {"an unknown storage at once",
-             [=](SampleModel &m) {
-                 m.setSubmitPolicy(automatic);
-                 m.setValue("X", "p", 1);
-             },
-             "finished 0", 0},
-            {"collected, in the order of listing",
-             [](SampleModel &m) {
-                 m.setValue("Remote", "a", 1);
-                 m.setValue("QSettings", "p", 1);
-                 m.setValue("Remote", "a", 2);
-                 m.addStorageToSubmit("Remote");
-                 m.submit();
-                 QVERIFY(m.isSubmiting() && m.hasDataToSubmit());
-                 m.end(0);
-                 QVERIFY(!m.isSubmiting() && !m.hasDataToSubmit() && !m.isModified());
-             },
-             "Remote.a=1 | QSettings.p=1 | Remote.a=2 | started | submit Remote | submit QSettings | finished 0",
-             0},
-            {"submitted again while it runs",
-             [](SampleModel &m) {
-                 m.setValue("Remote", "a", 1);
-                 m.submit();
-                 m.submit();
-                 m.end(7);
-             },
-             "Remote.a=1 | started | submit Remote | finished 7", 0},
-            {"set while it runs",
-             [](SampleModel &m) {
-                 m.setValue("Remote", "a", 1);
-                 m.submit();
-                 m.setValue("Remote", "a", 2);
-                 m.end(0);
-                 m.end(0);
-             },
-             "Remote.a=1 | started | submit Remote | Remote.a=2 | submit Remote | finished 0", 0},
-            {"a failure stops, keeps and is tried again",
-             [](SampleModel &m) {
-                 m.setValue("Remote", "a", 1);
-                 m.setValue("QSettings", "p", 1);
-                 m.submit();
-                 m.end(-5);
-                 QVERIFY(!m.hasDataToSubmit() && m.isModified() && !QSettings().contains("p"));
-                 m.submit();
-                 m.end(0);
-                 QVERIFY(!m.isModified());
-             },
-             "Remote.a=1 | QSettings.p=1 | started | submit Remote | failed | started | submit QSettings | submit Remote "
-             "| finished 0",
-             0},
-            {"a storage that nobody submits",
-             [](SampleModel &m) {
-                 m.addStorageToSubmit("X");
-                 m.addStorageToSubmit("");
-                 m.submit();
-             },
-             "started | submit X | failed", 1},
-            {"an end too many",
-             [](SampleModel &m) {
-                 m.end(-1);
-                 m.submit();
-             },
-             "finished 0", 1},
-            {"submitted by a slot",
-             [](SampleModel &m) {
-                 connect(&m, &CMappingModel::submitStarted, &m, &CMappingModel::submit);
-                 m.setValue("QSettings", "p", 1);
-                 m.submit();
-             },
-             "QSettings.p=1 | started | submit QSettings | finished 0", 0},
-            {"no value, no name",
-             [](SampleModel &m) {
-                 m.setValue("QSettings", "p", QVariant());
-                 m.setValue("QSettings", "//", 1);
-                 QVERIFY(!m.hasDataToSubmit());
-                 QCOMPARE(m.getValue("QSettings", ""), QVariant());
-             },
-             "", 2},
-            {"reverted",
-             [](SampleModel &m) {
-                 m.setValue("QSettings", "p", 1);
-                 m.setValue("Remote", "a", 1);
-                 m.revert();
-                 m.submit();
-                 QCOMPARE(m.getValue("Remote", "a"), QVariant());
-             },
-             "QSettings.p=1 | Remote.a=1 | finished 0", 0},
-            {"changed by others",
-             [](SampleModel &m) {
-                 m.setValue("Remote", "a", 1);
-                 m.valuesStored("Remote", {{"a", 2}, {"b", 3}});
-                 QVERIFY(m.isModified());
-                 m.valuesStored("Remote", {{"a", 1}});
-                 QVERIFY(!m.isModified());
-             },
-             "Remote.a=1 | Remote.b=3", 0},
-        };
-        QTest::addColumn<Script>("script");
-        QTest::addColumn<QString>("events");
-        QTest::addColumn<int>("logged");
-        for (const Row &row : rows)
-            QTest::newRow(row.name) << row.script << QString(row.events) << row.logged;
+        Table<const char *, QString, int> row;
+        row("nothing to submit", "submit", "finished 0", 0);
+        row("at once", "auto QSettings.p=1", "QSettings.p=1 | started | submit QSettings | finished 0", 0);
+        row("a tree at once", "auto Remote.b=1+Remote.a=2+QSettings.p=3 end=0 QSettings.p=4",
+            "QSettings.p=3 | Remote.a=2 | Remote.b=1 | started | submit QSettings | submit Remote | finished 0 | "
+            "QSettings.p=4 | started | submit QSettings | finished 0",
+            0);
+        row("an unknown storage at once", "auto X.p=1", "finished 0", 0);
+        row("collected, in the order of listing",
+            "Remote.a=1 QSettings.p=1 Remote.a=2 add=Remote submit ?SDM end=0 ?sdm",
+            "Remote.a=1 | QSettings.p=1 | Remote.a=2 | started | submit Remote | submit QSettings | finished 0",
+            0);
+        row("submitted again while it runs", "Remote.a=1 submit submit end=7",
+            "Remote.a=1 | started | submit Remote | finished 7", 0);
+        row("set while it runs", "Remote.a=1 submit Remote.a=2 end=0 end=0",
+            "Remote.a=1 | started | submit Remote | Remote.a=2 | submit Remote | finished 0", 0);
+        row("a failure stops, keeps and is tried again",
+            "Remote.a=1 QSettings.p=1 submit end=-5 ?sdM submit end=0 ?sdm",
+            "Remote.a=1 | QSettings.p=1 | started | submit Remote | failed | started | submit QSettings | "
+            "submit Remote | finished 0",
+            0);
+        row("a storage that nobody submits", "add=X add= submit", "started | submit X | failed", 1);
+        row("an end too many", "end=-1 submit", "finished 0", 1);
+        row("submitted by a slot", "nested QSettings.p=1 submit",
+            "QSettings.p=1 | started | submit QSettings | finished 0", 0);
+        row("no value, no name", "QSettings.p= QSettings.//=1 ?sdm", "", 2);
+        row("reverted", "QSettings.p=1 Remote.a=1 revert ?sdm submit",
+            "QSettings.p=1 | Remote.a=1 | finished 0", 0);
+        row("changed by others", "Remote.a=1 others=a+b ?sDM Remote.a=2 ?sDm",
+            "Remote.a=1 | Remote.b=2 | Remote.a=2", 0);
     }
 
     void submission()
     {
-        QFETCH(Script, script);
+        const auto [script, events, logged] = cells<const char *, QString, int>();
         SampleModel model;
         const LogCapture log;
-        script(model);
-        QTEST(model.takeEvents(), "events");
-        QTEST(log.count("(!)Error"), "logged");
+        for (const QString &step : QString(script).split(' '))
+            run(model, step.section('=', 0, 0), step.section('=', 1), step);
+        QCOMPARE(model.takeEvents(), events);
+        QCOMPARE(log.count("(!)Error"), logged);
+    }
+
+    static void run(SampleModel &model, const QString &verb, const QString &rest, const QString &step)
+    {
+        const auto letter = [](char no, bool yes) { return QChar(yes ? no - 'a' + 'A' : no); };
+        if (verb == "submit")
+            model.submit();
+        else if (verb == "end")
+            model.end(rest.toInt());
+        else if (verb == "add")
+            model.addStorageToSubmit(rest);
+        else if (verb == "auto")
+            model.setSubmitPolicy(CMappingModel::AutoSubmit);
+        else if (verb == "nested")
+            connect(&model, &CMappingModel::submitStarted, &model, &CMappingModel::submit);
+        else if (verb == "revert")
+            model.revert();
+        else if (verb == "others")
+            for (const QString &path : rest.split('+'))
+                model.valuesStored("Remote", {{path, 2}});
+        else if (verb.startsWith('?'))
+            QCOMPARE(QString("?") + letter('s', model.isSubmiting()) + letter('d', model.hasDataToSubmit())
+                         + letter('m', model.isModified()),
+                     verb);
+        else
+            set(model, step.split('+'));
+    }
+
+    static void set(SampleModel &model, const QStringList &assignments)
+    {
+        Mappings::Values tree;
+        for (const QString &one : assignments) {
+            const QString value = one.section('=', 1);
+            tree[one.section('.', 0, 0)][one.section('=', 0, 0).section('.', 1)]
+                = value.isEmpty() ? QVariant() : value.toInt();
+        }
+        if (assignments.size() > 1)
+            return model.setValues(tree);
+        model.setValue(tree.begin().key(), tree.begin()->begin().key(), tree.begin()->begin().value());
     }
 
     void deletedInItsOwnSignal()
@@ -215,11 +161,7 @@ private Q_SLOTS:
 
     void settingsThatCannotBeWritten_data()
     {
-        QTest::addColumn<Step>("spoil");
-        QTest::addColumn<Step>("mend");
-        const auto add = [](const char *name, const Step &spoil, const Step &mend) {
-            QTest::newRow(name) << spoil << mend;
-        };
+        Table<Step, Step> add;
         // What is read as settings: one good line, and one that is none.
         add(
             "damaged", [] { QVERIFY(writeFile(QSettings().fileName(), "[General]\np=old\nmy notes\n")); },
@@ -245,8 +187,7 @@ private Q_SLOTS:
 
     void settingsThatCannotBeWritten()
     {
-        QFETCH(Step, spoil);
-        QFETCH(Step, mend);
+        const auto [spoil, mend] = cells<Step, Step>();
         {
             QSettings settings;
             settings.setValue("p", "old");

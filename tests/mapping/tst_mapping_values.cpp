@@ -62,10 +62,7 @@ private Q_SLOTS:
 
     void paths_data()
     {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<int>("item");
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("parent");
+        Table<QString, int, QString, QString> row;
         row("an item", "a.items[12].name", 12, "name", "a.items[12]");
         row("the last item counts", "a[1].b[2]", 2, "b[2]", "a[1]");
         row("one component", "a", 0, "a", "");
@@ -78,10 +75,10 @@ private Q_SLOTS:
 
     void paths()
     {
-        QFETCH(QString, path);
-        QTEST(getItemIdFromPath(path), "item");
-        QTEST(getValueName(path), "name");
-        QTEST(getParentObjectPath(path), "parent");
+        const auto [path, item, name, parent] = cells<QString, int, QString, QString>();
+        QCOMPARE(getItemIdFromPath(path), item);
+        QCOMPARE(getValueName(path), name);
+        QCOMPARE(getParentObjectPath(path), parent);
     }
 
     void dump()
@@ -96,12 +93,7 @@ private Q_SLOTS:
 
     void sameValue_data()
     {
-        QTest::addColumn<QVariant>("stored");
-        QTest::addColumn<QVariant>("set");
-        QTest::addColumn<bool>("same");
-        const auto add = [](const char *name, const QVariant &stored, const QVariant &set, bool same) {
-            QTest::newRow(name) << stored << set << same;
-        };
+        Table<QVariant, QVariant, bool> add;
         add("number as text", "1048576", 1048576, true);
         add("truth as text", "false", false, true);
         add("double as text", "0.1", 0.1, true);
@@ -117,10 +109,9 @@ private Q_SLOTS:
 
     void sameValue()
     {
-        QFETCH(QVariant, stored);
-        QFETCH(QVariant, set);
-        QTEST(isSameValue(stored, set), "same");
-        QTEST(isSameValue(set, stored), "same");
+        const auto [stored, set, same] = cells<QVariant, QVariant, bool>();
+        QCOMPARE(isSameValue(stored, set), same);
+        QCOMPARE(isSameValue(set, stored), same);
     }
 };
 

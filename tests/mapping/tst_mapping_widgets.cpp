@@ -23,7 +23,6 @@
 
 using Properties = QVariantMap;
 using Kind = std::function<QWidget *()>;
-Q_DECLARE_METATYPE(Kind)
 
 static Mappings::Values tree(const QVariant &value)
 {
@@ -94,18 +93,12 @@ private Q_SLOTS:
     /// A value written, what the widget then shows, another that it is made to show, and what is read then.
     void conversion_data()
     {
-        QTest::addColumn<Kind>("kind");
-        QTest::addColumn<Properties>("properties");
-        QTest::addColumn<QByteArray>("shownProperty");
-        QTest::addColumn<QVariant>("written");
-        QTest::addColumn<QVariant>("shown");
-        QTest::addColumn<QVariant>("changed");
-        QTest::addColumn<QVariant>("read");
+        Table<Kind, Properties, QByteArray, QVariant, QVariant, QVariant, QVariant> row;
         Kind kind;
         QByteArray property;
         const auto add = [&](const char *name, const Properties &properties, const QVariant &written,
                              const QVariant &shown, const QVariant &changed, const QVariant &read) {
-            QTest::newRow(name) << kind << properties << property << written << shown << changed << read;
+            row(name, kind, properties, property, written, shown, changed, read);
         };
         const QVariant none;
         const Properties wide{{"minimum", -2147483647}, {"maximum", 2147483647}};
@@ -180,12 +173,8 @@ private Q_SLOTS:
 
     void conversion()
     {
-        QFETCH(Kind, kind);
-        QFETCH(Properties, properties);
-        QFETCH(QByteArray, shownProperty);
-        QFETCH(QVariant, written);
-        QFETCH(QVariant, changed);
-        QFETCH(QVariant, read);
+        const auto [kind, properties, shownProperty, written, shown, changed, read]
+            = cells<Kind, Properties, QByteArray, QVariant, QVariant, QVariant, QVariant>();
         const LogCapture log;
         const std::unique_ptr<QWidget> widget(kind());
         for (auto property = properties.begin(); property != properties.end(); ++property)
@@ -194,7 +183,7 @@ private Q_SLOTS:
         QSignalSpy spy(&provider, &CDataProvider::valueChanged);
         provider.connectWidgetSignals(widget.get());
         provider.setWidgetValues(widget.get(), tree(written));
-        QTEST(widget->property(shownProperty), "shown");
+        QCOMPARE(widget->property(shownProperty), shown);
         QVERIFY(spy.isEmpty());
         widget->setProperty(shownProperty, changed);
         Mappings::Values values = tree({});
@@ -225,8 +214,7 @@ private Q_SLOTS:
         provider.setWidgetValues(line, tree("text"));
         form.show();
         QApplication::setActiveWindow(&form);
-        for (QWidget *widget : {static_cast<QWidget *>(spin), static_cast<QWidget *>(line),
-                                static_cast<QWidget *>(text), static_cast<QWidget *>(spin)})
+        for (QWidget *widget : QWidgetList{spin, line, text, spin})
             widget->setFocus();
         QTest::keyClick(spin, Qt::Key_Return);
         QCOMPARE(take(), QString());
@@ -247,12 +235,10 @@ private Q_SLOTS:
         const LogCapture log(2);
         provider.connectWidgetSignals(line);
         QCOMPARE(log.count("Warning: Widget[line] already added in map."), 1);
-        for (QWidget *widget : {static_cast<QWidget *>(line), static_cast<QWidget *>(text),
-                                static_cast<QWidget *>(spin), static_cast<QWidget *>(line)})
+        for (QWidget *widget : QWidgetList{line, text, spin, line})
             provider.disconnectWidgetSignals(widget);
         QCOMPARE(log.count("Info: Widget[line] absent in map."), 1);
-        for (QWidget *widget :
-             {static_cast<QWidget *>(spin), static_cast<QWidget *>(line), static_cast<QWidget *>(text)}) {
+        for (QWidget *widget : QWidgetList{spin, line, text}) {
             widget->setFocus();
             QTest::keyClick(widget, Qt::Key_7);
         }
