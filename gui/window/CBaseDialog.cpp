@@ -82,7 +82,7 @@ void CBaseDialog::Private::restoreGeometryOnce()
     const QByteArray stored = QSettings().value(key).toByteArray();
     // The toolkit takes a part of it for the whole, and fills up with zeros.
     if (stored.size() == q->QWidget::saveGeometry().size() && q->restoreGeometry(stored))
-        ScreenFit::fit(*q);
+        ScreenFit::fit(*q, q->minimumSizeHint());
 }
 
 void CBaseDialog::Private::saveGeometry() const

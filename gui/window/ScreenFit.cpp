@@ -29,7 +29,7 @@ void fitUnplaced(QWidget &window)
 
 } // namespace
 
-void ScreenFit::fit(QWidget &window)
+void ScreenFit::fit(QWidget &window, const QSize &least)
 {
     if (window.windowState() & (Qt::WindowMaximized | Qt::WindowFullScreen))
         return;
@@ -37,8 +37,8 @@ void ScreenFit::fit(QWidget &window)
     const QScreen *screen = QGuiApplication::screenAt(place.center());
     const QRect whole = (screen ? screen : QGuiApplication::primaryScreen())->availableGeometry();
     const QRect available = whole.marginsRemoved(frameMargins(window));
-    place.setSize(place.size().expandedTo(window.minimumSizeHint()).boundedTo(available.size()));
-    place.setSize(place.size().expandedTo(window.minimumSize()));
+    const QSize size = place.size().expandedTo(least).boundedTo(available.size());
+    place.setSize(size.expandedTo(window.minimumSize()));
     place.moveLeft(qBound(available.left(), place.left(), available.right() + 1 - place.width()));
     if (place.width() > available.width())
         place.moveLeft(whole.center().x() - place.width() / 2);

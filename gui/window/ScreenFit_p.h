@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QSize>
+
 class QResizeEvent;
 class QShowEvent;
 class QWidget;
@@ -8,7 +10,8 @@ class QWidget;
 /// bar.
 namespace ScreenFit {
 
-void fit(QWidget &window);
+/// @param least  the size to have where the screen has room for it
+void fit(QWidget &window, const QSize &least = QSize());
 
 /// For a window that neither its host nor a stored geometry has placed, from its showEvent() and
 /// resizeEvent(): the toolkit centres a dialog without a thought of the frame, and lets contents that grow
