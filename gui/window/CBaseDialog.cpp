@@ -1,12 +1,11 @@
 #include "gui/window/CBaseDialog.h"
 
 #include "gui/window/InputGuard_p.h"
+#include "gui/window/ScreenFit_p.h"
 
 #include <QApplication>
 #include <QPointer>
-#include <QScreen>
 #include <QSettings>
-#include <QStyle>
 #include <QVariant>
 #include <QWindow>
 
@@ -61,8 +60,6 @@ private:
     QString geometryKey() const;
     QVector<QWindow *> windowsInTaskBar() const;
 
-    void fitIntoScreen();
-
     bool m_geometryRestored = false;
     InputGuard *m_inputGuard = nullptr;
 };
@@ -85,24 +82,7 @@ void CBaseDialog::Private::restoreGeometryOnce()
     const QByteArray stored = QSettings().value(key).toByteArray();
     // The toolkit takes a part of it for the whole, and fills up with zeros.
     if (stored.size() == q->QWidget::saveGeometry().size() && q->restoreGeometry(stored))
-        fitIntoScreen();
-}
-
-void CBaseDialog::Private::fitIntoScreen()
-{
-    if (q->windowState() & (Qt::WindowMaximized | Qt::WindowFullScreen))
-        return;
-    QRect place = q->geometry();
-    const QScreen *screen = QGuiApplication::screenAt(place.center());
-    // The frame is the window manager's, and not known yet.
-    const int bar = q->style()->pixelMetric(QStyle::PM_TitleBarHeight, nullptr, q);
-    const QRect available = (screen ? screen : QGuiApplication::primaryScreen())
-                                ->availableGeometry()
-                                .marginsRemoved(QMargins(bar / 4, bar, bar / 4, bar / 4));
-    place.setSize(place.size().expandedTo(q->minimumSizeHint()).boundedTo(available.size()));
-    place.moveLeft(qBound(available.left(), place.left(), available.right() + 1 - place.width()));
-    place.moveTop(qBound(available.top(), place.top(), available.bottom() + 1 - place.height()));
-    q->setGeometry(place);
+        ScreenFit::fit(*q, q->minimumSizeHint());
 }
 
 void CBaseDialog::Private::saveGeometry() const
@@ -236,6 +216,20 @@ void CBaseDialog::setVisible(bool visible)
     QDialog::setVisible(true);
     if (guard && isVisible())
         d->askForAttention();
+}
+
+void CBaseDialog::showEvent(QShowEvent *event)
+{
+    const bool isPlaced = testAttribute(Qt::WA_Moved);
+    QDialog::showEvent(event);
+    if (!isPlaced)
+        ScreenFit::onShown(*this, *event);
+}
+
+void CBaseDialog::resizeEvent(QResizeEvent *event)
+{
+    QDialog::resizeEvent(event);
+    ScreenFit::onResized(*this, *event);
 }
 
 void CBaseDialog::changeEvent(QEvent *event)

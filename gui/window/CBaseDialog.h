@@ -14,6 +14,9 @@
  * of the parent where that has none. Closing
  * it never quits the application (Qt::WA_QuitOnClose is off).
  *
+ * Where nobody placed it, it is shown with its whole frame on the screen, and stays so when its contents make
+ * it grow.
+ *
  * With the flag SaveGeometry its size and position are kept in the settings under "Other Windows/" and the
  * window's title (slashes and backslashes in the title become underscores): read the first time it is shown,
  * written each time it is hidden. What is read is fitted into a screen that exists; what is damaged counts
@@ -62,6 +65,8 @@ public Q_SLOTS:
     void setVisible(bool visible) override;
 
 protected:
+    void showEvent(QShowEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
     void changeEvent(QEvent *event) override;
 
 private:

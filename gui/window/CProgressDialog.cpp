@@ -1,10 +1,11 @@
 #include "gui/window/CProgressDialog.h"
 
+#include "gui/window/ProgressBar_p.h"
+
 #include <QCloseEvent>
 #include <QDialogButtonBox>
 #include <QFontMetrics>
 #include <QLabel>
-#include <QProgressBar>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -24,7 +25,7 @@ public:
 
 CProgressDialog::Private::Private(CProgressDialog *dialog)
     : label(new QLabel(dialog))
-    , bar(new QProgressBar(dialog))
+    , bar(new ProgressBar(dialog))
     , buttons(new QDialogButtonBox(dialog))
     , cancelButton(buttons->addButton(QDialogButtonBox::Cancel))
     , stretch(new QSpacerItem(0, 0, QSizePolicy::Minimum, QSizePolicy::Expanding))

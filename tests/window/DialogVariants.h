@@ -22,6 +22,21 @@ public:
     }
 };
 
+/// Our texts as those of a language that is written from right to left.
+class RightToLeftLanguage : public QTranslator
+{
+public:
+    bool isEmpty() const override { return false; }
+    QString translate(const char *, const char *source, const char *, int) const override
+    {
+        // What the toolkit asks a language for.
+        if (qstrcmp(source, "QT_LAYOUT_DIRECTION") == 0)
+            return QStringLiteral("RTL");
+        constexpr ushort rightToLeftMark = 0x200f;
+        return QChar(rightToLeftMark) + QString::fromUtf8(source);
+    }
+};
+
 /// Like the dark palettes of the desktops: links are light, too.
 inline QPalette darkPalette()
 {
@@ -44,13 +59,14 @@ struct DialogVariant
 inline const QVector<DialogVariant> &dialogVariants()
 {
     static LongLanguage longLanguage;
+    static RightToLeftLanguage rightToLeft;
     static const QPalette light = QApplication::palette();
     static const QVector<DialogVariant> variants{
         {"plain", [] {}, [] {}},
         {"longer texts", [] { QCoreApplication::installTranslator(&longLanguage); },
          [] { QCoreApplication::removeTranslator(&longLanguage); }},
-        {"right to left", [] { QGuiApplication::setLayoutDirection(Qt::RightToLeft); },
-         [] { QGuiApplication::setLayoutDirection(Qt::LeftToRight); }},
+        {"right to left", [] { QCoreApplication::installTranslator(&rightToLeft); },
+         [] { QCoreApplication::removeTranslator(&rightToLeft); }},
         {"dark", [] { QApplication::setPalette(darkPalette()); }, [] { QApplication::setPalette(light); }},
     };
     return variants;

@@ -9,10 +9,13 @@
 #include <QTest>
 
 #include <memory>
+#include <utility>
 
 namespace {
 
 constexpr int gap = 12;
+/// What moves has moved on by then.
+constexpr int settleMilliseconds = 300;
 
 QImage pictureOf(const DialogRow &row)
 {
@@ -20,9 +23,13 @@ QImage pictureOf(const DialogRow &row)
     dialog->setAttribute(Qt::WA_DontShowOnScreen);
     dialog->show();
     dialog->activateWindow();
-    // Scenes are drawn a moment later.
-    QTest::qWait(300);
-    QImage image = dialog->grab().toImage();
+    // Scenes are drawn later, and slide in.
+    QImage image;
+    for (QImage before; before.isNull() || before != image;) {
+        before = std::exchange(image, {});
+        QTest::qWait(settleMilliseconds);
+        image = dialog->grab().toImage();
+    }
     image.setDevicePixelRatio(1);
     return image;
 }
@@ -65,6 +72,7 @@ int main(int argc, char *argv[])
     for (const char *name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME"})
         qputenv(name, home.path().toLocal8Bit());
     QApplication application(argc, argv);
+    QApplication::setCursorFlashTime(0);
     KovGui::setLogOutputFunction([](const char *, std::size_t) {});
     KovGui::init(KAM_CONSOLE);
     CMessageBox::setSupportPageAddress(QStringLiteral("https://support.example/%1"));

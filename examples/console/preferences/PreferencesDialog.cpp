@@ -11,6 +11,8 @@
 #include "ui_PreferencesDialog.h"
 
 #include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
 
 namespace {
 
@@ -34,6 +36,40 @@ public:
         }
     }
 };
+
+/// A form, as large as it wants to be; where the screen is too small for that it scrolls.
+class FormArea : public QScrollArea
+{
+public:
+    explicit FormArea(QWidget *form)
+    {
+        setObjectName(form->objectName() + QLatin1String("Area"));
+        setFrameShape(QFrame::NoFrame);
+        setFocusPolicy(Qt::NoFocus);
+        setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+        setWidgetResizable(true);
+        setWidget(form);
+        for (QWidget *widget : {viewport(), form})
+            widget->setAutoFillBackground(false);
+    }
+    QSize sizeHint() const override { return widget()->sizeHint().expandedTo(minimumSizeHint()); }
+    QSize minimumSizeHint() const override
+    {
+        const int width = widget()->minimumSizeHint().width() + verticalScrollBar()->sizeHint().width();
+        return {width, QScrollArea::minimumSizeHint().height()};
+    }
+};
+
+void letFormsScroll(QTabWidget *tabs)
+{
+    for (int i = 0; i < tabs->count(); ++i) {
+        const QString title = tabs->tabText(i);
+        QWidget *form = tabs->widget(i);
+        tabs->removeTab(i);
+        tabs->insertTab(i, new FormArea(form), title);
+    }
+    tabs->setCurrentIndex(0);
+}
 
 } // namespace
 
@@ -59,6 +95,7 @@ PreferencesDialog::PreferencesDialog(PreferencesModel &model, QWidget *parent)
     , d(std::make_unique<Private>(model))
 {
     d->ui.setupUi(this);
+    letFormsScroll(d->ui.tabs);
     // Which machine it is about is known only now.
     const auto widgets = d->ui.machineTab->findChildren<QWidget *>();
     for (QWidget *widget : widgets)
@@ -84,6 +121,8 @@ PreferencesDialog::PreferencesDialog(PreferencesModel &model, QWidget *parent)
     connect(&model, &CMappingModel::submitFinished, this, &PreferencesDialog::onSubmitted);
     d->mapper.addMappings(this);
     updateButtons();
+    // The toolkit would take two thirds of the screen for enough.
+    resize(sizeHint());
 }
 
 PreferencesDialog::~PreferencesDialog() = default;

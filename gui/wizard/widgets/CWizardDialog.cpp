@@ -1,6 +1,7 @@
 #include "gui/wizard/widgets/CWizardDialog.h"
 
 #include "gui/log/Log.h"
+#include "gui/window/ScreenFit_p.h"
 #include "gui/wizard/model/CAbstractWizardActionHandler.h"
 #include "gui/wizard/model/CAbstractWizardModel.h"
 #include "gui/wizard/model/CAbstractWizardView.h"
@@ -275,4 +276,18 @@ void CWizardDialog::reject()
     }
     if (handler->handleCloseEvent() && self)
         d->controller.cancel();
+}
+
+void CWizardDialog::showEvent(QShowEvent *event)
+{
+    const bool isPlaced = testAttribute(Qt::WA_Moved);
+    QWizard::showEvent(event);
+    if (!isPlaced)
+        ScreenFit::onShown(*this, *event);
+}
+
+void CWizardDialog::resizeEvent(QResizeEvent *event)
+{
+    QWizard::resizeEvent(event);
+    ScreenFit::onResized(*this, *event);
 }

@@ -42,6 +42,10 @@ public Q_SLOTS:
     void accept() override;
     void reject() override;
 
+protected:
+    void showEvent(QShowEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+
 private:
     class Private;
     const std::unique_ptr<Private> d;

@@ -1,0 +1,27 @@
+#include "gui/window/ProgressBar_p.h"
+
+#include <QStyleOptionProgressBar>
+#include <QStylePainter>
+
+void ProgressBar::paintEvent(QPaintEvent *event)
+{
+    if (!isRightToLeft() || !isTextVisible() || orientation() != Qt::Horizontal || maximum() <= minimum()) {
+        QProgressBar::paintEvent(event);
+        return;
+    }
+    QStyleOptionProgressBar option;
+    initStyleOption(&option);
+    QStylePainter painter(this);
+    option.textVisible = false;
+    painter.drawControl(QStyle::CE_ProgressBar, option);
+
+    const qint64 range = qint64(maximum()) - minimum();
+    const int done = int(width() * qMax(qint64(value()) - minimum(), qint64(0)) / range);
+    const QRect doneRect(invertedAppearance() ? 0 : width() - done, 0, done, height());
+    const auto drawText = [&](const QRegion &region, QPalette::ColorRole color) {
+        painter.setClipRegion(region);
+        painter.drawItemText(rect(), Qt::AlignCenter, palette(), isEnabled(), option.text, color);
+    };
+    drawText(QRegion(rect()) - doneRect, QPalette::Text);
+    drawText(doneRect, QPalette::HighlightedText);
+}
