@@ -96,6 +96,9 @@ PreferencesDialog::PreferencesDialog(PreferencesModel &model, QWidget *parent)
 {
     d->ui.setupUi(this);
     letFormsScroll(d->ui.tabs);
+    // The Tab key reaches last what came last.
+    d->ui.buttons->setParent(nullptr);
+    layout()->addWidget(d->ui.buttons);
     // Which machine it is about is known only now.
     const auto widgets = d->ui.machineTab->findChildren<QWidget *>();
     for (QWidget *widget : widgets)
