@@ -12,8 +12,10 @@
 #include "tests/tasks/DownloadFixture.h"
 
 #include <QLabel>
+#include <QMainWindow>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QWindow>
 
 #include <sys/mount.h>
 
@@ -176,6 +178,11 @@ private Q_SLOTS:
         const LogCapture log;
         m_pieceSize = 4096;
         m_behaviour = how == "question open" ? "gone" : "";
+        QMainWindow main;
+        main.show();
+        QWidget other; // cannot be a parent
+        other.show();
+        QVERIFY(QTest::qWaitForWindowActive(&other));
         auto task = makeTask(m_digest);
         KOV_RESULT result = KOV_SUCCESS;
         bool isUtilityGone = false;
@@ -188,6 +195,12 @@ private Q_SLOTS:
             QTRY_COMPARE(m_questions, "f");
         else
             QTRY_VERIFY(QFileInfo(filePath(".kovupd-part")).size() > 100000);
+        QVERIFY(!dialog() || dialog()->windowHandle()->transientParent() == main.windowHandle());
+        if (how != "question open") {
+            QVERIFY(task->isWatched());
+            other.activateWindow();
+            QTRY_VERIFY(!task->isWatched());
+        }
         task->bringToFront();
         if (how == "cancel paused")
             task->pause();

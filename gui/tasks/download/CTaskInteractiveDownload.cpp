@@ -139,6 +139,11 @@ FileDownloadInfo CTaskInteractiveDownload::fileDownloadInfo() const
     return d->info;
 }
 
+bool CTaskInteractiveDownload::isWatched() const
+{
+    return d->dialog ? !d->isProgressKnown || d->dialog->isActiveWindow() : d->wasWatched;
+}
+
 void CTaskInteractiveDownload::bringToFront()
 {
     if (d->dialog) {
@@ -205,7 +210,7 @@ void CTaskInteractiveDownload::ask(const MessageParams &question, const CTaskQue
         subTaskCompleted(KOV_ERR_FAILURE);
         return;
     }
-    d->question.ask(MessageParams(question).setParent(d->dialog), answered);
+    d->question.ask(MessageParams(question).setParent(d->dialog).setAskedFor(isWatched()), answered);
 }
 
 void CTaskInteractiveDownload::repeatCurrentStep()
@@ -248,6 +253,7 @@ void CTaskInteractiveDownload::closeDialog()
 {
     if (!d->dialog)
         return;
+    d->wasWatched = isWatched();
     d->dialog->disconnect(this);
     d->dialog->hide();
     d->dialog->deleteLater();

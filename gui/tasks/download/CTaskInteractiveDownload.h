@@ -71,6 +71,9 @@ public:
     unsigned type() const override;
     /// With the digest and the size once they are known.
     FileDownloadInfo fileDownloadInfo() const;
+    /// Whether the user is at the download's window, or was when it ended, so that what follows comes as
+    /// asked for. Until the first progress nobody has turned away; in the background nobody watches.
+    bool isWatched() const;
     void bringToFront() override;
 
 protected:

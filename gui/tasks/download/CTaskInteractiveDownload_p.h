@@ -28,6 +28,7 @@ public:
     bool mayAskUser = false;
     bool isDigestGiven = false;
     bool isProgressKnown = false;
+    bool wasWatched = false;
 
     QPointer<CDownloadProgressDialog> dialog;
     QPointer<CMd5Calculator> calculator;

@@ -56,6 +56,9 @@ KOV_RESULT CTaskInteractiveDownload::showProgressDialog()
     });
     connect(d->dialog, &CDownloadProgressDialog::pauseResumeClicked, this,
             &CTaskInteractiveDownload::onDownloadPauseResumeClicked);
+    // Nothing may be active for the moment between two windows.
+    if (!d->dialog->parentWidget())
+        CSearchParentHelper::makeTransient(d->dialog, d->question.issuer());
     d->dialog->show();
     return KOV_SUCCESS;
 }

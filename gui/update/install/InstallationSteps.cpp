@@ -69,6 +69,9 @@ KOV_RESULT CTaskInstallProductUpdate::downloadUpdate()
 
 void CTaskInstallProductUpdate::onUpdateDownloadFinished(KOV_RESULT result)
 {
+    // Whoever turned to something else meanwhile goes on with that.
+    if (!d->downloadsInBackground)
+        d->params.askedFor = d->download->isWatched();
     d->download->disconnect(this);
     d->download->deleteLater();
     d->download.clear();
