@@ -54,6 +54,8 @@ private Q_SLOTS:
         row("no value, no name", "QSettings.p= QSettings.//=1 ?sdm", "", 2);
         row("reverted", "QSettings.p=1 Remote.a=1 revert ?sdm submit",
             "QSettings.p=1 | Remote.a=1 | finished 0", 0);
+        row("changed by others after it was stored", "Remote.a=1 submit end=0 others=a ?sdm",
+            "Remote.a=1 | started | submit Remote | finished 0 | Remote.a=2", 0);
         row("changed by others", "Remote.a=1 others=a+b ?sDM Remote.a=2 ?sDm",
             "Remote.a=1 | Remote.b=2 | Remote.a=2", 0);
     }
