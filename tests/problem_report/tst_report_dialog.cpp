@@ -173,7 +173,9 @@ private Q_SLOTS:
                           {QStringLiteral("AllProcesses.txt"), "secret"},
                           {QStringLiteral("odd.log"), damaged},
                           {QStringLiteral("home.log"), QDir::homePath().toUtf8() + "/x"}};
-        QVERIFY(openReport(parts));
+        QVERIFY(
+            openReport(parts, "<Report><Type>user</Type><Attachment><FileName>home.log</FileName><SourcePath>"
+                                  + QDir::homePath().toUtf8() + "/x</SourcePath></Attachment></Report>"));
         child<QPlainTextEdit>("textEditDetails")->setPlainText(QStringLiteral("I <b>did</b> & %1"));
         child<QLineEdit>("m_leName")->setText(QStringLiteral("Joe"));
         CProblemReportBrowserDialog *browser = browse();
@@ -186,6 +188,7 @@ private Q_SLOTS:
         const QDir shown(browser->getReportBaseFolder());
         QCOMPARE(fileContent(shown.filePath(QStringLiteral("home.log"))), QByteArray("~/x"));
         QCOMPARE(fileContent(shown.filePath(QStringLiteral("odd.log"))), damaged);
+        QVERIFY(fileContent(shown.filePath(QStringLiteral("Report.xml"))).contains(">~/x</SourcePath>"));
         Parts expected;
         for (const QString &name : shown.entryList(QDir::Files))
             expected.insert(name, fileContent(shown.filePath(name)));
@@ -265,6 +268,11 @@ private Q_SLOTS:
     {
         QVERIFY(openReport({{QStringLiteral("large.log"), QByteArray(40 << 20, 'x')}}));
         child<QPushButton>("m_pbSend")->click();
+        // More bytes than an int counts.
+        const qint64 half = Q_INT64_C(3) << 30;
+        QMetaObject::invokeMethod(m_dialog.get(), "onPostReportProgressChanged", Q_ARG(qint64, half),
+                                  Q_ARG(qint64, 2 * half));
+        QCOMPARE(child<CProgressDialog>("CProgressDialog")->value(), 500);
         child<CProgressDialog>("CProgressDialog")->cancel();
         child<CProgressDialog>("CProgressDialog")->cancel();
         QTRY_VERIFY(child<QPushButton>("m_pbSend")->isEnabled());

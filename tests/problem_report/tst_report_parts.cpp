@@ -1,9 +1,13 @@
+#include "gui/data_model/documents/CPackedProblemReport.h"
+#include "gui/problem_report/browser/CProblemReportBrowserDialog.h"
 #include "gui/problem_report/report/PersonalData.h"
 #include "gui/problem_report/report/ReportSections.h"
+#include "gui/problem_report/send/CProblemReportPost.h"
 #include "gui/problem_report/send/KeptReports.h"
 #include "gui/problem_report/send/ReportService.h"
 #include "tests/support/Files.h"
 #include "tests/support/KovTest.h"
+#include "tests/support/LogCapture.h"
 
 /// The rules of problem reports that need no window.
 class tst_ReportParts : public QObject
@@ -145,6 +149,27 @@ private Q_SLOTS:
         QVERIFY(isHostScreenshot(QStringLiteral("KovProblemReportHostScreen.png")));
     }
 
+    /// What the user unchecked is nowhere in the main document.
+    void cutsWhatIsExcluded()
+    {
+        CPackedProblemReport report;
+        report.crashDump = QStringLiteral("secret");
+        report.hostInfo = CHostInfo();
+        report.guestOs = CGuestOs();
+        for (const char *name : {"a.log", "b.crash", "c.crash"}) {
+            report.attachments.append(CReportAttachment());
+            report.attachments.last().fileName = QLatin1String(name);
+        }
+        CPackedProblemReport cut = report;
+        CProblemReportBrowserDialog::CutUnunnecessaryData(cut, {QStringLiteral("a.log")});
+        QCOMPARE(cut.attachments.size(), 2);
+        QCOMPARE(cut.crashDump, report.crashDump);
+        CProblemReportBrowserDialog::CutUnunnecessaryData(
+            cut, {QStringLiteral("HostInfo.xml"), QStringLiteral("b.crash")});
+        QCOMPARE(cut.attachments.size(), 1);
+        QVERIFY(cut.crashDump.isEmpty() && !cut.hostInfo && cut.guestOs);
+    }
+
     /// What is kept is found at the next start, is tried so often and no more, and goes whole.
     void keptReports()
     {
@@ -158,6 +183,18 @@ private Q_SLOTS:
             QVERIFY(KeptReports::countAttempt(id));
         QVERIFY(!KeptReports::countAttempt(id));
         QVERIFY(!KeptReports::find(id).canBeSent());
+        // Refused, and told once, whatever is called.
+        const LogCapture capture;
+        CProblemReportPost post(id);
+        QVector<KOV_RESULT> results;
+        connect(&post, &CProblemReportPost::complete, this,
+                [&results](KOV_RESULT result) { results.append(result); });
+        post.start();
+        post.cancel();
+        post.start();
+        QTRY_VERIFY(!results.isEmpty());
+        QCoreApplication::processEvents();
+        QCOMPARE(results, QVector<KOV_RESULT>{KOV_ERR_FAILURE});
         for (const char *odd : {"", "../x", "a/b", "*"})
             QCOMPARE(KeptReports::archivePath(QLatin1String(odd)), QString());
         KeptReports::remove(id);
