@@ -486,9 +486,12 @@ private Q_SLOTS:
         QCOMPARE(opened.size(), 3);
         // Nothing opens: the user reads where the page is.
         Help::setUrlOpener([](const QUrl &) { return false; });
-        Q_EMIT box(1004)->anchorClicked(box(1004)->getMessageUuid(), web);
-        const auto *notice = box(1004)->findChild<CMessageBox *>("HelpNotice");
-        QVERIFY(notice && notice->isVisible() && notice->description() == web.toString());
+        for (const QUrl &link : {web, QUrl("kovhelp:7")}) {
+            Q_EMIT box(1004)->anchorClicked(box(1004)->getMessageUuid(), link);
+            const QScopedPointer<CMessageBox> notice(box(1004)->findChild<CMessageBox *>("HelpNotice"));
+            QVERIFY(notice && notice->isVisible());
+            QCOMPARE(notice->description(), link == web ? web.toString() : "https://help.example.com/7");
+        }
         Help::setUrlOpener(nullptr);
     }
 
