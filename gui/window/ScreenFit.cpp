@@ -5,17 +5,21 @@
 #include <QScreen>
 #include <QStyle>
 #include <QWidget>
+#include <QWindow>
+
+#include <algorithm>
 
 namespace {
 
 QMargins frameMargins(const QWidget &window)
 {
-    const QRect inside = window.geometry();
-    const QRect frame = window.frameGeometry();
-    if (frame != inside)
-        return {inside.left() - frame.left(), inside.top() - frame.top(), frame.right() - inside.right(),
-                frame.bottom() - inside.bottom()};
-    // It is the window manager's, and not known yet.
+    // Not QWidget's, which keeps what it once heard.
+    const QWindow *const handle = window.windowHandle();
+    const QMargins margins = handle ? handle->frameMargins() : QMargins();
+    const int least = std::min({margins.left(), margins.top(), margins.right(), margins.bottom()});
+    if (!margins.isNull() && least >= 0)
+        return margins;
+    // It is the window manager's, and not known yet; while it is being made the toolkit tells negative ones.
     const int bar = window.style()->pixelMetric(QStyle::PM_TitleBarHeight, nullptr, &window);
     return {bar / 4, bar, bar / 4, bar / 4};
 }
