@@ -1,10 +1,10 @@
 // A report with a large log: collected, opened, looked at, names taken out, sent to the sample service.
-// Prints the time of each step, the longest time in which the event loop did not turn, and the most memory of
-// this process.
+// Prints the time of each step, the longest time in which the event loop did not turn (and how much of the
+// processor it used in one turn: the rest is other programs), and the most memory of this process.
 //
-// usage: bench_report [MiB]      (1024 without a number; run it with QT_QPA_PLATFORM=offscreen and a disk
-// that
-//                                 holds the log five times)
+// usage: bench_report [MiB]
+//
+// 1024 without a number. Run it with QT_QPA_PLATFORM=offscreen and a disk that holds the log five times.
 #include "gui/KovGui.h"
 #include "gui/data_model/documents/CPackedProblemReport.h"
 #include "gui/problem_report/browser/CProblemReportBrowserDialog.h"
@@ -27,31 +27,47 @@
 #include <QTreeWidget>
 
 #include <cstdio>
+#include <ctime>
 #include <functional>
 #include <sys/resource.h>
 
 namespace {
 
-/// The longest time between two turns of the event loop.
+qint64 processorTime()
+{
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return qint64(time.tv_sec) * 1000000000 + time.tv_nsec;
+}
+
+/// The longest turn of the event loop, in milliseconds.
 class Stalls
 {
 public:
     Stalls()
     {
-        m_clock.start();
+        restart();
         QObject::connect(&m_timer, &QTimer::timeout, [this] {
             m_longest = qMax(m_longest, m_clock.nsecsElapsed());
-            m_clock.start();
+            m_busiest = qMax(m_busiest, processorTime() - m_processor);
+            restart();
         });
         m_timer.start(0);
     }
     double takeLongest() { return double(std::exchange(m_longest, 0)) / 1e6; }
-    void restart() { m_clock.start(); }
+    double takeBusiest() { return double(std::exchange(m_busiest, 0)) / 1e6; }
+    void restart()
+    {
+        m_clock.start();
+        m_processor = processorTime();
+    }
 
 private:
     QTimer m_timer;
     QElapsedTimer m_clock;
+    qint64 m_processor = 0;
     qint64 m_longest = 0;
+    qint64 m_busiest = 0;
 };
 
 void wait(const std::function<bool()> &condition)
@@ -64,8 +80,10 @@ void say(const char *step, const QElapsedTimer &clock, Stalls &stalls)
 {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
-    std::printf("%-12s %8.2f s   longest stall %6.1f ms   most memory %6.1f MiB\n", step,
-                double(clock.elapsed()) / 1000, stalls.takeLongest(), double(usage.ru_maxrss) / 1024);
+    const double longest = stalls.takeLongest();
+    std::printf("%-12s %8.2f s   longest stall %6.1f ms (processor %5.1f ms)   most memory %6.1f MiB\n", step,
+                double(clock.elapsed()) / 1000, longest, stalls.takeBusiest(),
+                double(usage.ru_maxrss) / 1024);
     std::fflush(stdout);
 }
 

@@ -1,13 +1,11 @@
 // A package, either any bytes or an archive that is put together as the bytes tell: the reader tells its
 // target of files that the manifest lists, in its order, each with its size and digest, or refuses.
+#include "fuzz/FuzzArchive.h"
 #include "fuzz/FuzzTarget.h"
 #include "programs/updater/package/PackageReader.h"
 
 #include <QCryptographicHash>
-#include <archive.h>
-#include <archive_entry.h>
 #include <cstring>
-#include <fuzzer/FuzzedDataProvider.h>
 
 namespace {
 
@@ -78,45 +76,13 @@ private:
     bool m_hasEnded = false;
 };
 
-struct Entry
-{
-    std::string path;
-    std::string content;
-    uint8_t oddity = 0;
-};
-
-void addEntry(archive *target, const Entry &entry)
-{
-    archive_entry *const header = archive_entry_new();
-    archive_entry_set_pathname(header, entry.path.c_str());
-    archive_entry_set_filetype(header, entry.oddity == 1   ? AE_IFDIR
-                                       : entry.oddity == 2 ? AE_IFIFO
-                                                           : AE_IFREG);
-    archive_entry_set_perm(header, entry.oddity == 3 ? 04755 : 0644);
-    archive_entry_set_size(header, la_int64_t(entry.content.size()));
-    if (entry.oddity == 4)
-        archive_entry_set_symlink(header, "/");
-    if (entry.oddity == 5)
-        archive_entry_set_hardlink(header, "/etc/passwd");
-    if (archive_write_header(target, header) == ARCHIVE_OK)
-        archive_write_data(target, entry.content.data(), entry.content.size());
-    archive_entry_free(header);
-}
-
-la_ssize_t appendTo(archive *, void *text, const void *data, size_t size)
-{
-    static_cast<std::string *>(text)->append(static_cast<const char *>(data), size);
-    return la_ssize_t(size);
-}
-
 std::string archiveFrom(FuzzedDataProvider &provider)
 {
     PackageManifest manifest;
     manifest.product = QStringLiteral("P");
-    std::vector<Entry> entries;
+    std::vector<FuzzEntry> entries;
     for (int i = provider.ConsumeIntegralInRange(0, 6); i > 0; --i) {
-        entries.push_back({provider.ConsumeRandomLengthString(12), provider.ConsumeRandomLengthString(40),
-                           provider.ConsumeIntegralInRange<uint8_t>(0, 20)});
+        entries.push_back(FuzzEntry::from(provider, 12));
         if (provider.ConsumeIntegralInRange(0, 10) == 0)
             continue;
         const QByteArray content = QByteArray::fromStdString(entries.back().content);
@@ -125,15 +91,7 @@ std::string archiveFrom(FuzzedDataProvider &provider)
                                QCryptographicHash::hash(content, QCryptographicHash::Sha256)});
     }
     entries.insert(entries.begin(), {PackageManifest::fileName, manifest.text().toStdString(), 0});
-    std::string bytes;
-    archive *const target = archive_write_new();
-    archive_write_set_format_ustar(target);
-    archive_write_add_filter_gzip(target);
-    archive_write_open(target, &bytes, nullptr, appendTo, nullptr);
-    for (const Entry &entry : entries)
-        addEntry(target, entry);
-    archive_write_free(target);
-    return bytes;
+    return packed(entries, archive_write_set_format_ustar);
 }
 
 } // namespace

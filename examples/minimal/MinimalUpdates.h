@@ -21,7 +21,7 @@ public:
         connect(logic, &CAppUpdateLogic::updateInstallFinished, this, [this](KOV_RESULT result) {
             setOnAppStart(false);
             if (KOV_SUCCEEDED(result))
-                processRestart(QString(), false);
+                restartOnTrial(false);
         });
     }
     bool isDownloadInBackgroundByDefault() const override { return false; }

@@ -3,17 +3,25 @@
 #include "gui/frame/ImplementationRegistry_p.h"
 #include "gui/messages/CMessageProcessor.h"
 #include "gui/messages/record/CMessageInfo.h"
+#include "gui/messages/record/MessageUtils.h"
 #include "kov_sdk_communication/CSdkRequest.h"
 
 #include <QApplication>
+#include <QElapsedTimer>
+#include <QEvent>
+#include <QQueue>
 #include <QThread>
+#include <QTimer>
 
 #include <functional>
+#include <utility>
 
 namespace {
 
 const char tag[] = "[MESSAGE_MNG]";
 constexpr int nothingShown = -1;
+/// In milliseconds: with what the windows do besides, a user sees no delay.
+constexpr qint64 longestTurn = 5;
 
 bool isCalledFromOtherThread(const char *operation)
 {
@@ -68,16 +76,77 @@ void closeAll(const QList<CMessageBoxWndBase *> &windows)
 
 } // namespace
 
+class CMessageManager::Private
+{
+public:
+    explicit Private(CMessageManager *manager);
+
+    bool letsWait(const MessageParams &params);
+    void beginTurn();
+
+    CMessageManager *const q;
+    CMessageProcessor *const processor;
+    /// The event loop is about to call showMessageBox(), and nobody looks at the result.
+    bool isCalledByLoop = false;
+
+private:
+    /// Runs from the first call in a turn of the event loop to the begin of the next turn.
+    QTimer *const m_timer;
+    QElapsedTimer m_turn;
+    QQueue<MessageParams> m_waiting;
+};
+
+CMessageManager::Private::Private(CMessageManager *manager)
+    : q(manager)
+    , processor(&policyOrDefault<CMessageProcessor>())
+    , m_timer(new QTimer(manager))
+{
+    m_timer->setObjectName(QStringLiteral("m_timerTurn"));
+    m_timer->setSingleShot(true);
+    connect(m_timer, &QTimer::timeout, q, [this] { beginTurn(); });
+}
+
+/// Whether the message has to wait for a later turn of the event loop, which delivers all the calls that have
+/// arrived in one go.
+bool CMessageManager::Private::letsWait(const MessageParams &params)
+{
+    if (!std::exchange(isCalledByLoop, false))
+        return false;
+    // Whoever waits for the call wants an answer.
+    if (params.closeMsgSlot.isEmpty() && MessageUtils::getMessageType(params.code) == KMT_QUESTION)
+        return false;
+    if (!m_timer->isActive()) {
+        m_turn.start();
+        m_timer->start(0);
+    }
+    if (m_waiting.isEmpty() && !m_turn.hasExpired(longestTurn))
+        return false;
+    m_waiting.enqueue(params);
+    return true;
+}
+
+void CMessageManager::Private::beginTurn()
+{
+    m_turn.start();
+    while (!m_waiting.isEmpty() && !m_turn.hasExpired(longestTurn)) {
+        // First: a message may run an event loop of its own, in which the others follow.
+        m_timer->start(0);
+        q->showMessageBox(m_waiting.dequeue());
+    }
+}
+
 CMessageManager::CMessageManager()
-    : m_processor(&policyOrDefault<CMessageProcessor>())
+    : d(new Private(this))
 {
     KOV_LOG_TAG(tag, 3, "Message manager %p created", static_cast<void *>(this));
     qRegisterMetaType<MessageParams>("MessageParams");
-    connect(m_processor, &CMessageProcessor::aboutToShowMessage, this, &CMessageManager::aboutToShowMessage);
-    connect(m_processor, &CMessageProcessor::messageClosed, this, &CMessageManager::messageClosed);
-    connect(m_processor, &CMessageProcessor::notificationClicked, this,
+    connect(d->processor, &CMessageProcessor::aboutToShowMessage, this, &CMessageManager::aboutToShowMessage);
+    connect(d->processor, &CMessageProcessor::messageClosed, this, &CMessageManager::messageClosed);
+    connect(d->processor, &CMessageProcessor::notificationClicked, this,
             &CMessageManager::notificationClicked);
 }
+
+CMessageManager::~CMessageManager() = default;
 
 CMessageManager *CMessageManager::instance()
 {
@@ -91,7 +160,7 @@ int CMessageManager::showMessageBox(const MessageParams &params)
         return nothingShown;
     const QString issuerId = params.issuerId.isEmpty() ? issuerOfWindow(params.parent) : params.issuerId;
     CMessageInfo *message
-        = m_processor->create(params.code, issuerId, params.shortMsgParams, params.longMsgParams, false);
+        = d->processor->create(params.code, issuerId, params.shortMsgParams, params.longMsgParams, false);
     if (!message)
         return refuse(params.code, params.closeMsgSlot);
 
@@ -106,13 +175,17 @@ int CMessageManager::showMessageBox(const MessageParams &params)
         data.longMsg = params.longMsg;
     if (!params.buttons.isEmpty())
         data.buttons = params.buttons;
-    return m_processor->tryToShowMessage(message);
+    return d->processor->tryToShowMessage(message);
 }
 
 int CMessageManager::showMessageBox(const QVariant &params)
 {
-    if (params.userType() == qMetaTypeId<MessageParams>())
-        return showMessageBox(params.value<MessageParams>());
+    if (isCalledFromOtherThread("showMessageBox()"))
+        return nothingShown;
+    if (params.userType() == qMetaTypeId<MessageParams>()) {
+        const auto message = params.value<MessageParams>();
+        return d->letsWait(message) ? nothingShown : showMessageBox(message);
+    }
     KOV_LOG_TAG(tag, 0, "(!)Error: can't extract params from %s. struct MessageParams must be in params.",
                 params.isValid() ? params.typeName() : "Invalid");
     return nothingShown;
@@ -124,12 +197,12 @@ int CMessageManager::showMessageBox(int code, const QString &issuerId, const QSt
 {
     if (isCalledFromOtherThread("showMessageBox()"))
         return nothingShown;
-    CMessageInfo *message = m_processor->create(code, issuerId, shortParams, longParams, spontaneous);
+    CMessageInfo *message = d->processor->create(code, issuerId, shortParams, longParams, spontaneous);
     if (!message)
         return refuse(code, closeSlot);
     message->setCloseSlot(closeSlot);
     message->data().hintWidget = hint ? hint : parent;
-    return m_processor->tryToShowMessage(message);
+    return d->processor->tryToShowMessage(message);
 }
 
 int CMessageManager::showMessageBox(int code, QWidget *parent, const QStringList &shortParams,
@@ -147,19 +220,19 @@ int CMessageManager::showMessageBox(t_SdkHandleWrap event, const QString &issuer
 {
     if (isCalledFromOtherThread("showMessageBox()"))
         return nothingShown;
-    CMessageInfo *message = m_processor->create(event, issuerId, false, parent, nullptr);
+    CMessageInfo *message = d->processor->create(event, issuerId, false, parent, nullptr);
     if (!message)
         return refuse(KOV_ERR_INVALID_HANDLE, closeSlot);
     message->setCloseSlot(closeSlot);
-    return m_processor->tryToShowMessage(message);
+    return d->processor->tryToShowMessage(message);
 }
 
 int CMessageManager::showMessageFromServer(t_SdkHandleWrap event, const QString &issuerId, QWidget *parent)
 {
     if (isCalledFromOtherThread("showMessageFromServer()"))
         return nothingShown;
-    CMessageInfo *message = m_processor->create(event, issuerId, true, parent, nullptr);
-    return message ? m_processor->tryToShowMessage(message) : refuse(KOV_ERR_INVALID_HANDLE, CSlotInfo());
+    CMessageInfo *message = d->processor->create(event, issuerId, true, parent, nullptr);
+    return message ? d->processor->tryToShowMessage(message) : refuse(KOV_ERR_INVALID_HANDLE, CSlotInfo());
 }
 
 int CMessageManager::showMessageBoxForJob(t_SdkHandleWrap job, const QString &issuerId,
@@ -193,31 +266,31 @@ int CMessageManager::showMessageBoxForRequest(const CSdkRequest &request, const 
 void CMessageManager::setMessagingBlocked(bool blocked)
 {
     if (!isCalledFromOtherThread("setMessagingBlocked()"))
-        m_processor->setOption(CMessageProcessor::MessagingBlocked, blocked);
+        d->processor->setOption(CMessageProcessor::MessagingBlocked, blocked);
 }
 
 void CMessageManager::clearMessageQueue(const QString &issuerId)
 {
     if (!isCalledFromOtherThread("clearMessageQueue()"))
-        m_processor->clearMessageQueue(issuerId);
+        d->processor->clearMessageQueue(issuerId);
 }
 
 QList<CMessageBoxWndBase *> CMessageManager::getMessageWindowsForId(int code) const
 {
-    return openWindows(*m_processor,
+    return openWindows(*d->processor,
                        [code](const auto &, const auto &message) { return message.code == code; });
 }
 
 QList<CMessageBoxWndBase *> CMessageManager::getMessageWindowsForId(const QString &issuerId, int code) const
 {
-    return openWindows(*m_processor, [&issuerId, code](const auto &, const auto &message) {
+    return openWindows(*d->processor, [&issuerId, code](const auto &, const auto &message) {
         return message.code == code && message.issuerId == issuerId;
     });
 }
 
 QList<CMessageBoxWndBase *> CMessageManager::getMessageWindowsForParent(const QWidget *parent) const
 {
-    return openWindows(*m_processor, [parent](const CMessageBoxWndBase &window, const auto &) {
+    return openWindows(*d->processor, [parent](const CMessageBoxWndBase &window, const auto &) {
         return window.parentWidget() == parent;
     });
 }
@@ -243,4 +316,14 @@ void CMessageManager::raiseSpecificMessageBox(const QString &issuerId, int code)
         window->raise();
         window->activateWindow();
     }
+}
+
+bool CMessageManager::event(QEvent *event)
+{
+    if (event->type() != QEvent::MetaCall)
+        return QObject::event(event);
+    d->isCalledByLoop = true;
+    const bool handled = QObject::event(event);
+    d->isCalledByLoop = false;
+    return handled;
 }

@@ -7,6 +7,8 @@
 #include <QObject>
 #include <QVariant>
 
+#include <memory>
+
 class CMessageProcessor;
 class CSdkRequest;
 
@@ -19,6 +21,9 @@ class CSdkRequest;
  *
  *     QMetaObject::invokeMethod(manager, "showMessageBox", Qt::QueuedConnection,
  *                               Q_ARG(QVariant, QVariant::fromValue(params)));
+ *
+ * Where many of these arrive at once, they are handled in their order over as many turns of the event loop as
+ * it takes to keep the windows responsive; only a question that is asked synchronously does not wait.
  *
  * Every showing call returns the chosen answer (Messaging::ButtonID) when the message was answered at once -
  * a stored answer, or a question without a close slot, which is asked synchronously -, 0 when a window was
@@ -89,8 +94,13 @@ Q_SIGNALS:
     void messageClosed(const Messaging::MessageData &data, Messaging::ButtonID answer);
     void notificationClicked(KOV_RESULT code);
 
+protected:
+    bool event(QEvent *event) override;
+
 private:
     CMessageManager();
+    ~CMessageManager() override;
 
-    CMessageProcessor *const m_processor;
+    class Private;
+    const std::unique_ptr<Private> d;
 };

@@ -125,8 +125,11 @@ void CMessageProcessor::extractHintWidgetFromHandle(CMessageInfo *) { }
 void CMessageProcessor::preprocessMsgLogic(CMessageInfo &message, bool quiet)
 {
     d->shown.append(&message);
-    if (!quiet && !QApplication::activeWindow() && !QApplication::focusWidget())
-        QApplication::alert(nullptr, attentionMsecs);
+    if (quiet || QApplication::activeWindow() || QApplication::focusWidget())
+        return;
+    // Once the message is shown: the windows that ask for attention until they get it are not cut short.
+    const auto alert = [] { QApplication::alert(nullptr, attentionMsecs); };
+    QMetaObject::invokeMethod(qApp, alert, Qt::QueuedConnection);
 }
 
 void CMessageProcessor::sendAnswerToVm(CMessageInfo &, int) { }

@@ -2,6 +2,7 @@
 
 #include "gui/platform/Report.h"
 
+#include <functional>
 #include <string>
 
 namespace KovGui::Platform {
@@ -11,8 +12,9 @@ namespace KovGui::Platform {
  * seconds at most: for a worker thread.
  *
  * @param path  absolute, UTF-8
+ * @param goOn  asked often: false ends the waiting for the file browser, which may show the file all the same
  * @return false, reported, when no file browser took it; on Unix where none offers that service
  */
-bool revealFile(const std::string &path, Report report);
+bool revealFile(const std::string &path, const std::function<bool()> &goOn, Report report);
 
 } // namespace KovGui::Platform

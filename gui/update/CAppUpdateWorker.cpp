@@ -9,6 +9,7 @@
 #include "gui/update/record/UpdateSettings_p.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QProcess>
 #include <QSettings>
 #include <QTimer>
@@ -23,6 +24,11 @@ constexpr int soonAfterStart = 3000;
 constexpr int millisecondsPerMinute = 60 * 1000;
 constexpr int afterStart = 5 * millisecondsPerMinute;
 constexpr int reminderTimeout = 10 * millisecondsPerMinute;
+
+QStringList restartArguments(bool withArguments)
+{
+    return withArguments ? QCoreApplication::arguments().mid(1) : QStringList();
+}
 
 } // namespace
 
@@ -127,10 +133,25 @@ void CAppUpdateWorker::processQuit()
 void CAppUpdateWorker::processRestart(const QString &path, bool withArguments)
 {
     const QString program = path.isEmpty() ? d->applicationPath : path;
-    const QStringList arguments = withArguments ? QCoreApplication::arguments().mid(1) : QStringList();
     KOV_LOG_TAG(logTag, 2, "About to restart application [%s]", KovGui::logText(program).constData());
     processQuit();
-    if (!QProcess::startDetached(program, arguments))
+    if (!QProcess::startDetached(program, restartArguments(withArguments)))
+        KOV_LOG_TAG(logTag, 0, "Failed to restart self");
+}
+
+void CAppUpdateWorker::restartOnTrial(bool withArguments)
+{
+    QString updateMode;
+    const QString updater = KovGui::getUpdaterFilePathAndUpdateMode(updateMode, QStringLiteral("ctl"));
+    if (!QFileInfo(updater).isExecutable()) {
+        processRestart(QString(), withArguments);
+        return;
+    }
+    KOV_LOG_TAG(logTag, 2, "About to restart application [%s] through [%s]",
+                KovGui::logText(d->applicationPath).constData(), KovGui::logText(updater).constData());
+    processQuit();
+    const QStringList run{QStringLiteral("run"), d->applicationPath};
+    if (!QProcess::startDetached(updater, run + restartArguments(withArguments)))
         KOV_LOG_TAG(logTag, 0, "Failed to restart self");
 }
 

@@ -86,6 +86,10 @@ public:
     /// @param path           empty: the application itself, by its path when the worker was created
     /// @param withArguments  start it with the arguments of this process
     virtual void processRestart(const QString &path, bool withArguments);
+    /// Quits and starts the application itself through the updater program ("updater run"), as its menu entry
+    /// does: what was installed is gone back from when it does not come up twice in a row. As
+    /// processRestart() where there is no updater that can be started.
+    void restartOnTrial(bool withArguments);
     /// The user accepted a major upgrade, which is pendingUpdateInfo() now and stored. Base: nothing.
     virtual void installMajorUpdate();
     /// More parameters for a message of the worker, behind its own (%1 the application's name, %2 the

@@ -68,6 +68,7 @@ KOV_RESULT CAppUpdateWorker::install(InstallRequest request)
         KOV_LOG_TAG(logTag, 0, "(!)Error: the package of the update to install at start is not there.");
         PendingUpdate::forgetInstallRequest();
         d->pending.clear();
+        stopInstallReminder();
         return KOV_ERR_FAILURE;
     }
     const bool inBackground = !d->onAppStart && !request.forceDownload && !request.confirm && !isOnDisk

@@ -8,6 +8,7 @@
 #include <QSettings>
 #include <QStyle>
 #include <QVariant>
+#include <QWindow>
 
 namespace {
 
@@ -18,6 +19,22 @@ Qt::WindowFlags withCustomFlags(Qt::WindowFlags flags, CWindowInterface::CustomW
     if (customFlags.testFlag(CWindowInterface::FramelessWindow))
         flags |= Qt::FramelessWindowHint;
     return flags;
+}
+
+/// Also beside a window of the application that is active: the toolkit takes a dialog for active when the
+/// window that it belongs to is.
+void alert(QWindow *window)
+{
+    QWindow *const owner = window->transientParent();
+    window->setTransientParent(nullptr);
+    window->alert(0);
+    window->setTransientParent(owner);
+}
+
+/// The toolkit does this by itself for the window that becomes active, and offers it for no other one.
+void endAlert(QWindow *window)
+{
+    QMetaObject::invokeMethod(window, "_q_clearAlert");
 }
 
 } // namespace
@@ -34,6 +51,7 @@ public:
     void saveGeometry() const;
     void guardInput();
     void askForAttention();
+    void endAttention();
 
     CBaseDialog *const q;
     const CustomWindowFlags customFlags;
@@ -41,6 +59,7 @@ public:
 
 private:
     QString geometryKey() const;
+    QVector<QWindow *> windowsInTaskBar() const;
 
     void fitIntoScreen();
 
@@ -100,12 +119,25 @@ void CBaseDialog::Private::guardInput()
     m_inputGuard->arm();
 }
 
+/// The dialog's and those that it belongs to: most task bars show no dialogs.
+QVector<QWindow *> CBaseDialog::Private::windowsInTaskBar() const
+{
+    QVector<QWindow *> windows;
+    for (QWindow *window = q->windowHandle(); window; window = window->transientParent())
+        windows.append(window);
+    return windows;
+}
+
 void CBaseDialog::Private::askForAttention()
 {
-    // Most task bars show no dialogs, only the windows that they belong to.
-    for (QWidget *window = q; window;
-         window = window->parentWidget() ? window->parentWidget()->window() : nullptr)
-        QApplication::alert(window);
+    for (QWindow *window : windowsInTaskBar())
+        alert(window);
+}
+
+void CBaseDialog::Private::endAttention()
+{
+    for (QWindow *window : windowsInTaskBar())
+        endAlert(window);
 }
 
 CBaseDialog::CBaseDialog(QWidget *parent, Qt::WindowFlags flags, CustomWindowFlags customFlags)
@@ -149,6 +181,9 @@ void CBaseDialog::setAskedFor(bool asked)
 {
     d->askedFor = asked;
     setAttribute(Qt::WA_ShowWithoutActivating, !asked);
+    // The toolkit hands the attribute on only when it creates the window, which winId() has done already.
+    if (windowHandle())
+        windowHandle()->setProperty("_q_showWithoutActivating", !asked);
 }
 
 void CBaseDialog::present()
@@ -201,4 +236,11 @@ void CBaseDialog::setVisible(bool visible)
     QDialog::setVisible(true);
     if (guard && isVisible())
         d->askForAttention();
+}
+
+void CBaseDialog::changeEvent(QEvent *event)
+{
+    QDialog::changeEvent(event);
+    if (event->type() == QEvent::ActivationChange && isActiveWindow() && !d->askedFor)
+        d->endAttention();
 }

@@ -37,8 +37,9 @@ public:
      * Whether the user has just asked for this window; initially yes. To be set before it is shown.
      *
      * A window that nobody asked for (a background result, a reminder, a message of a machine) leaves the
-     * keyboard where it is: it appears without activation and asks for attention in the task bar, open()
-     * blocks no other window, and no key and no click answers it until it has been active for half a second.
+     * keyboard where it is: it appears without activation and asks for attention in the task bar, together
+     * with the windows that it belongs to, until it becomes active; open() blocks no other window, and no key
+     * and no click answers it until it has been active for half a second.
      * What calls its methods is not held up.
      */
     bool isAskedFor() const;
@@ -59,6 +60,9 @@ public Q_SLOTS:
      */
     int exec() override;
     void setVisible(bool visible) override;
+
+protected:
+    void changeEvent(QEvent *event) override;
 
 private:
     class Private;

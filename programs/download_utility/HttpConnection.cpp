@@ -113,6 +113,7 @@ public:
     Result checkTime() const;
     Result handOverHead();
     Result outcome(CURLcode code);
+    bool isLoginRefused(CURLcode code) const;
     Result redirectTarget(const Url &from, Url &target) const;
 
     static std::size_t onHeader(char *data, std::size_t, std::size_t size, void *self);
@@ -298,7 +299,7 @@ Result HttpConnection::Private::outcome(CURLcode code)
     if (code == CURLE_OUT_OF_MEMORY)
         throw std::bad_alloc();
     // The proxy's answer to the wish for a tunnel never passes through head().
-    if (tunnelStatus == 407)
+    if (tunnelStatus == 407 || isLoginRefused(code))
         return Result(ExitCode::ProxyRefused, "the proxy does not accept the user or the password");
     if (tunnelStatus >= 500)
         return Result(ExitCode::NoConnection, "the proxy does not reach the server");
@@ -310,6 +311,14 @@ Result HttpConnection::Private::outcome(CURLcode code)
     // Only here does the longer text add something; elsewhere it may quote what the server sent.
     const bool wantsDetail = ours == ExitCode::NotTrusted && errorText[0] != '\0';
     return Result(ours, Text::printable(wantsDetail ? errorText : curl_easy_strerror(code)));
+}
+
+/// By a SOCKS proxy, which has no status for it.
+bool HttpConnection::Private::isLoginRefused(CURLcode code) const
+{
+    long reason = CURLPX_OK;
+    curl_easy_getinfo(easy, CURLINFO_PROXY_ERROR, &reason);
+    return code == CURLE_PROXY && (reason == CURLPX_NO_AUTH || reason == CURLPX_USER_REJECTED);
 }
 
 Result HttpConnection::Private::redirectTarget(const Url &from, Url &target) const

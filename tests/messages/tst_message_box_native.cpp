@@ -1,8 +1,15 @@
-#include "gui/log/Log.h"
+#include "gui/KovGui.h"
+#include "gui/messages/CMessageManager.h"
 #include "gui/messages/box/CMessageBox.h"
+#include "gui/update/CAppUpdateLogic.h"
+#include "gui/update/CAppUpdateWorker.h"
 #include "gui/update/dialogs/CUpdateDialog.h"
+#include "gui/update/record/UpgradeUtils.h"
 #include "tests/support/KovTest.h"
 #include "tests/support/NativeSession.h"
+#include "tests/support/NginxServer.h"
+#include "tests/support/Policies.h"
+#include "tests/support/SampleSignature.h"
 
 #include <QAccessible>
 #include <QLineEdit>
@@ -35,6 +42,18 @@ private:
     const int m_key;
 };
 
+/// A host that asks before it downloads.
+class AskingWorker : public CAppUpdateWorker
+{
+    Q_OBJECT
+
+public:
+    Q_INVOKABLE explicit AskingWorker(CAppUpdateLogic *logic)
+        : CAppUpdateWorker(logic)
+    { }
+    bool isDownloadInBackgroundByDefault() const override { return false; }
+};
+
 /// Another program: says what was typed into its window, and ends with Escape.
 int typist(QApplication &application)
 {
@@ -56,7 +75,12 @@ class tst_MessageBoxNative : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
+        KovGui::init(KAM_CONSOLE);
         KovGui::setLogOutputFunction([](const char *, std::size_t) {});
+        KovGui::setUpdaterFilePathAndUpdateMode(UPDATER_PROGRAM, QString(), "ctl");
+        registerPolicy<CAppUpdateWorker, AskingWorker>();
+        QVERIFY(writeSampleSite(m_site.path(), 31302, "Better.") && m_server.start(m_site.path()));
+        QVERIFY(UpgradeUtils::setUpdateServerBase(m_server.url()));
         // The window manager takes frames away while the toolkit still asks for their place.
         QLoggingCategory::setFilterRules("qt.qpa.xcb.warning=false");
     }
@@ -102,10 +126,14 @@ private Q_SLOTS:
         row("offer, typing into another program's window", true, true);
     }
 
+    /// A machine's question, and the offer of an update that a check in the background has found.
     void unaskedBoxLeavesTheKeyboard()
     {
         const auto [other, isOffer] = cells<bool, bool>();
+        QWidget bystander;
         QMainWindow window;
+        bystander.show();
+        QVERIFY(QTest::qWaitForWindowActive(&bystander));
         QLineEdit own;
         window.setCentralWidget(&own);
         window.show();
@@ -115,14 +143,20 @@ private Q_SLOTS:
             typist.start(QCoreApplication::applicationFilePath(), {"--typist"});
             QTRY_VERIFY(typist.bytesAvailable() && !window.isActiveWindow());
         }
-        CMessageBox message(&window);
-        fill(&message);
-        CUpdateDialog offer(CUpdateDialog::Download, &window);
-        CBaseDialog &box = isOffer ? static_cast<CBaseDialog &>(offer) : message;
-        box.setAskedFor(false);
-        const QSignalSpy finished(&box, &CBaseDialog::finished);
-        box.open();
-        QVERIFY(QTest::qWaitForWindowExposed(&box));
+        if (isOffer)
+            QCOMPARE(CAppUpdateLogic::instance()->checkForUpdates(true, false, false), KOV_SUCCESS);
+        else
+            askOnItsOwn(&window);
+        QPointer<CBaseDialog> box;
+        QTRY_VERIFY(box = unasked());
+        const QSignalSpy finished(box, &CBaseDialog::finished);
+        QVERIFY(QTest::qWaitForWindowExposed(box));
+        QTRY_VERIFY(asksForAttention(*box));
+        if (other) {
+            // The whole application asks for a second, what belongs to the box until somebody comes.
+            QTRY_VERIFY(!asksForAttention(bystander));
+            QVERIFY(asksForAttention(window));
+        }
         pressKeys({"a", "space", "b"});
         if (other) {
             QByteArray typed;
@@ -132,29 +166,30 @@ private Q_SLOTS:
         } else {
             QTRY_COMPARE(own.text(), "a b");
         }
-        const QString id = QString::number(box.winId());
-        QVERIFY(box.isVisible() && finished.isEmpty());
+        QVERIFY(box->isVisible() && finished.isEmpty());
 
         // It is turned to now; what comes in its first moment was typed for the other one.
-        auto *guard = box.findChild<QTimer *>("m_timerInputGuard");
+        auto *guard = box->findChild<QTimer *>("m_timerInputGuard");
         QCOMPARE(guard->interval(), 500);
         guard->setInterval(3600000);
-        runProgram("xdotool", {"windowactivate", id});
-        QVERIFY(QTest::qWaitForWindowActive(&box));
-        const auto *button = box.findChild<QPushButton *>(isOffer ? "m_pbPostpone" : "m_pbButton1");
+        runProgram("xdotool", {"windowactivate", QString::number(box->winId())});
+        QVERIFY(QTest::qWaitForWindowActive(box));
+        QTRY_VERIFY(!asksForAttention(*box) && !asksForAttention(window));
+        const auto *button = box->findChild<QPushButton *>(isOffer ? "m_pbPostpone" : "m_pbButton1");
         const QPoint place = button->mapToGlobal(button->rect().center());
         runProgram("xdotool",
                    {"mousemove", QString::number(place.x()), QString::number(place.y()), "click", "1"});
         Seen seen(Qt::Key_F9);
         pressKeys({"Return", "alt+y", "Escape", "alt+F4", "F9"});
         QTRY_VERIFY(seen.key);
-        QVERIFY(box.isVisible() && finished.isEmpty());
+        QVERIFY(box->isVisible() && finished.isEmpty());
         guard->start(0);
         QTRY_VERIFY(!guard->isActive());
         pressKeys({"Return"});
         QTRY_COMPARE(finished.count(), 1);
         // The click has moved the focus, no more.
-        QCOMPARE(box.result(), isOffer ? int(CUpdateDialog::Postpone) : int(Button1));
+        QCOMPARE(finished.first().first().toInt(), isOffer ? int(CUpdateDialog::Postpone) : int(Button1));
+        CAppUpdateLogic::destroy();
     }
 
     void oneAlertPerBox()
@@ -176,6 +211,36 @@ private Q_SLOTS:
     }
 
 private:
+    static bool asksForAttention(const QWidget &window)
+    {
+        QProcess xprop;
+        xprop.start("xprop", {"-id", QString::number(window.winId()), "_NET_WM_STATE"});
+        xprop.waitForFinished();
+        return xprop.readAllStandardOutput().contains("_NET_WM_STATE_DEMANDS_ATTENTION");
+    }
+
+    static CBaseDialog *unasked()
+    {
+        for (QWidget *window : QApplication::topLevelWidgets()) {
+            auto *dialog = qobject_cast<CBaseDialog *>(window);
+            if (dialog && dialog->isVisible() && !dialog->isAskedFor())
+                return dialog;
+        }
+        return nullptr;
+    }
+
+    void askOnItsOwn(QWidget *parent)
+    {
+        MessageParams params(KOV_QUESTION_INSTALL_MAJOR_UPGRADE, parent);
+        params.setShortMsg("Message").setLongMsg("Description").setAskedFor(false);
+        params.addButton(Button1, {"&Yes"}).addButton(Button2, {"&No"});
+        params.setCloseMsgSlot(CSlotInfo(this, [](KOV_RESULT, ButtonID) {}));
+        CMessageManager::instance()->showMessageBox(params);
+    }
+
+    QTemporaryDir m_site;
+    NginxServer m_server;
+
     static void fill(CMessageBox *box)
     {
         box->setTitle("Title");

@@ -67,6 +67,12 @@ public:
     bool isShowOnceForVmMessage(int code) override { return code / 1000 == 7; }
     bool isMessageHasAutoAnswer(int code) override { return code == 8001; }
     bool hasKBArticle(int code) override { return code == 1003; }
+    QList<Messaging::ButtonID> getPossibleDefaultButtons(int code) override
+    {
+        if (code == 3002)
+            return {Messaging::ButtonNone, Messaging::Button1};
+        return CMessageDataProvider::getPossibleDefaultButtons(code);
+    }
     Messaging::ButtonsMap getButtonsMap(int code) override
     {
         return code == 2003 ? Messaging::ButtonsMap() : CMessageDataProvider::getButtonsMap(code);
@@ -206,8 +212,11 @@ private Q_SLOTS:
             "+3001 -3001=1 @3001=1 @3001=1 3001:1");
         row("hidden, even when forced", "show 3002, mark 3002, answer 3002 1, show 3002",
             "+3002 -3002=1 @3002=1 @3002=1 3002:1");
-        row("hidden with an answer that may not stand", "show 3001, mark 3001, answer 3001 2, show 3001",
-            "+3001 -3001=2 @3001=2 +3001");
+        row("hidden with an answer that may not stand, and with none",
+            "show 3001, mark 3001, answer 3001 2, show 3001, mark 3001, close 3001, show 3001",
+            "+3001 -3001=2 @3001=2 +3001 -3001=0 @3001=0 +3001");
+        row("hidden with none, which may stand", "show 3002, mark 3002, close 3002, show 3002",
+            "+3002 -3002=0 @3002=0 @3002=0");
         row("answered by itself leaves the queue alone while a box is open",
             "show 1001, show 1004, show 8001", "+1001 1004:-1 @8001=1 8001:1");
         row("answered by itself leaves the queue alone while blocked", "block, show 1004, show 8001",
@@ -404,6 +413,23 @@ private Q_SLOTS:
         run("spin");
         m_manager->closeMessageBoxes(nullptr);
         QCOMPARE(story(), "+1001 -1001=0 @1001=0");
+    }
+
+    void manyThroughTheLoopLetItTurn()
+    {
+        // Each takes longer than the messages of one turn may.
+        connect(m_manager, &CMessageManager::aboutToShowMessage, m_free.get(), [] { QThread::msleep(20); });
+        Builder::whileOpen = [](Box *box) { box->done(2); };
+        for (const int code : {1001, 1003, 1004, 2001}) {
+            const MessageParams params = MessageParams(code, m_free.get()).setIssuerId(QString::number(code));
+            QMetaObject::invokeMethod(m_manager, "showMessageBox", Qt::QueuedConnection,
+                                      Q_ARG(QVariant, QVariant::fromValue(params)));
+        }
+        QCoreApplication::sendPostedEvents(m_manager);
+        // The question has its answer by now.
+        QVERIFY2(story().startsWith("+1001 +2001") && story().contains("-2001=2"), qPrintable(story()));
+        QTRY_VERIFY(story().contains("-1004=2"));
+        QVERIFY2(story().indexOf("+1003") < story().indexOf("+1004"), qPrintable(story()));
     }
 
     void jobs()

@@ -76,8 +76,12 @@ private Q_SLOTS:
         const CNotificationBox *oldest = show();
         CNotificationBox *middle = show();
         middle->onButtonClose();
-        const CNotificationBox *newest = show();
+        CNotificationBox *newest = show();
         finishClosing(middle);
+        newest->hide();
+        settle();
+        QCOMPARE(oldest->y(), newest->screen()->availableGeometry().y() + 6);
+        newest->show();
         settle();
         const QRect area = QGuiApplication::primaryScreen()->availableGeometry();
         QCOMPARE(newest->pos(), QPoint(area.right() + 1 - newest->width() - 6, area.y() + 6));

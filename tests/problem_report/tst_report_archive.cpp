@@ -6,6 +6,7 @@
 
 #include <archive.h>
 #include <archive_entry.h>
+#include <sys/mount.h>
 
 using ReportArchive::Outcome;
 
@@ -45,6 +46,29 @@ QByteArray archiveOf(const QVector<Entry> &entries)
         archive_entry_free(entry);
     }
     archive_write_close(target);
+    archive_write_free(target);
+    bytes.truncate(int(used));
+    return bytes;
+}
+
+/// A tar file that breaks off after its two headers: an empty file, and one that says to have this size.
+QByteArray saidToHold(qint64 size)
+{
+    QByteArray bytes(64 * 1024, '\0');
+    size_t used = 0;
+    archive *const target = archive_write_new();
+    archive_write_set_format_pax(target);
+    archive_write_set_bytes_per_block(target, 0);
+    archive_write_open_memory(target, bytes.data(), size_t(bytes.size()), &used);
+    for (const qint64 content : {qint64(0), size}) {
+        archive_entry *const entry = archive_entry_new();
+        archive_entry_set_pathname(entry, content ? "b.log" : "a.log");
+        archive_entry_set_filetype(entry, AE_IFREG);
+        archive_entry_set_size(entry, content);
+        archive_write_header(target, entry);
+        archive_entry_free(entry);
+    }
+    archive_write_fail(target);
     archive_write_free(target);
     bytes.truncate(int(used));
     return bytes;
@@ -165,6 +189,31 @@ private Q_SLOTS:
         QCOMPARE(everything(), QStringLiteral("in in/report victim"));
         QCOMPARE(fileContent(m_place->filePath(QStringLiteral("victim"))), QByteArray("untouched"));
         QVERIFY(!QFile::exists(QStringLiteral("/tmp/kov-report-escape")));
+    }
+
+    /// Not a byte of it is written, however well it is compressed.
+    void tooLarge()
+    {
+        const QString reason = QStringLiteral("larger than");
+        QVERIFY(unpack(saidToHold(ReportArchive::maximumSize + 1)).reason.contains(reason));
+        QVERIFY(!unpack(saidToHold(ReportArchive::maximumSize)).reason.contains(reason));
+    }
+
+    void fullDisk()
+    {
+        m_place = std::make_unique<QTemporaryDir>();
+        const QByteArray place = m_place->path().toLocal8Bit();
+        if (::mount("tmpfs", place.constData(), "tmpfs", 0, "size=1m") != 0)
+            QSKIP("A small file system cannot be mounted: that is for root, and for containers that may.");
+        QByteArray bytes = archiveOf({{"a.log"}, {"b.log", QByteArray(9 << 20, 'x')}});
+        QBuffer buffer(&bytes);
+        buffer.open(QIODevice::ReadOnly);
+        const auto result = ReportArchive::unpack(buffer, m_place->path(), goOn, &m_names);
+        const QString left = everything();
+        QCOMPARE(::umount(place.constData()), 0);
+        QCOMPARE(result.outcome, Outcome::Failed);
+        QCOMPARE(result.reason, QStringLiteral("the disk is full"));
+        QCOMPARE(left, QString());
     }
 
     void stopsInTheMiddle()

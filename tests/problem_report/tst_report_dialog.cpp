@@ -209,6 +209,8 @@ private Q_SLOTS:
         QCOMPARE(fileContent(QString(archive).replace(QLatin1String(".tar.gz"), QLatin1String(".xml"))),
                  expected.value(QStringLiteral("Report.xml")));
         QCOMPARE(KeptReports::all().size(), 0);
+        child<QLineEdit>("m_leEmail")->setText(QStringLiteral("joe@example.org"));
+        QVERIFY(!child<QPushButton>("m_pbSend")->isEnabled()); // it has arrived
         QCOMPARE(QSettings().value(QStringLiteral("Problem Report/ContactUserName")).toString(),
                  QStringLiteral("Joe"));
     }
@@ -271,6 +273,45 @@ private Q_SLOTS:
         child<QPushButton>("m_pbSend")->click();
         m_dialog.reset(); // while it is packed
         QCOMPARE(KeptReports::all().size(), 0);
+    }
+
+    /// When all is packed and nobody has been told yet.
+    void isCancelledAtTheLastMoment_data()
+    {
+        QTest::addColumn<QString>("how");
+        for (const char *how : {"cancelled", "closed", "deleted"})
+            row(how, how);
+    }
+    void isCancelledAtTheLastMoment()
+    {
+        QFETCH(QString, how);
+        const auto received = [this] { return QDir(m_service.folder.path()).count(); };
+        const uint before = received();
+        QVERIFY(openReport({{QStringLiteral("a.log"), "a"}}));
+        child<QPushButton>("m_pbSend")->click();
+        QDeadlineTimer limit(30000);
+        while (KeptReports::all().isEmpty() && !limit.hasExpired())
+            QThread::yieldCurrentThread();
+        if (how == QLatin1String("cancelled"))
+            child<CProgressDialog>("CProgressDialog")->cancel();
+        else if (how == QLatin1String("closed"))
+            m_dialog->close();
+        else
+            m_dialog.reset();
+        QTRY_VERIFY(!m_dialog || !m_dialog->findChild<CProgressDialog *>());
+        QCOMPARE(KeptReports::all().size(), 0);
+        QCOMPARE(received(), before);
+    }
+
+    /// What still tells who the user is is not passed over in silence.
+    void namesStay()
+    {
+        const LogCapture capture;
+        QVERIFY(openReport({{QStringLiteral("a.log"), "a"}}));
+        CProblemReportBrowserDialog *browser = browse();
+        QVERIFY(QFile::remove(QDir(browser->getReportBaseFolder()).filePath(QStringLiteral("a.log"))));
+        Q_EMIT browser->takeOutRequested();
+        QTRY_VERIFY(child<QLabel>("m_lblState")->text().startsWith(QStringLiteral("Your name and folders")));
     }
 
     /// A large report passes the proxy once, with the password that the user typed.

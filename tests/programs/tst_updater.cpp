@@ -185,12 +185,20 @@ private Q_SLOTS:
         judge(check("http://nowhere.invalid/asks", by(m_server.port())), ExitCode::ProxyError, 1);
         judge(check("http://nowhere.invalid/gateway", by(m_server.port())), ExitCode::NoConnection, 1);
 
-        const SocksServer socks;
-        judge(check(QString("http://nowhere.invalid:%1/good.xml").arg(m_server.port()), by(socks.serverPort())
-                                                                                            << "--proxy-kind"
-                                                                                            << "socks5"),
-              ExitCode::UpdateFound);
-        QVERIFY(socks.names.startsWith("nowhere.invalid"));
+        const SocksServer socks("me:pässword");
+        const QString behind = QString("http://nowhere.invalid:%1/good.xml").arg(m_server.port());
+        const QStringList bySocks = by(socks.serverPort()) << "--proxy-kind"
+                                                           << "socks5";
+        judge(check(behind, bySocks), ExitCode::ProxyError, 1);
+        for (const QByteArray password : {"wrong", "pässword"}) {
+            m_input = password + '\n';
+            const Outcome outcome = check(behind, bySocks + QStringList{"--proxy-user", "me"});
+            judge(outcome, password == "wrong" ? ExitCode::ProxyError : ExitCode::UpdateFound,
+                  password == "wrong");
+            QCOMPARE(socks.logins.last(), "me:" + password);
+        }
+        m_input.clear();
+        QVERIFY(!socks.names.isEmpty() && socks.names.count("nowhere.invalid") == socks.names.size());
         judge(check(m_server.url("good.xml"), by(socks.serverPort())), ExitCode::NoConnection, 1);
 
         const TestServer broken(QByteArray(), TestServer::End::Close);
@@ -455,6 +463,9 @@ private:
         if (!outputFile.isEmpty())
             process.setStandardOutputFile(outputFile);
         process.start(UPDATER_PROGRAM, arguments);
+        if (!m_input.isEmpty())
+            process.write(m_input);
+        process.closeWriteChannel();
         // The servers go on meanwhile.
         if (!QTest::qWaitFor([&process] { return process.state() == QProcess::NotRunning; }, 60000)
             || process.exitStatus() == QProcess::CrashExit)
@@ -483,6 +494,7 @@ private:
     TestAuthority m_authority;
     NginxServer m_server;
     NginxServer m_secureServer;
+    QByteArray m_input; ///< what the next run reads
     QProcessEnvironment m_environment = QProcessEnvironment::systemEnvironment();
 };
 

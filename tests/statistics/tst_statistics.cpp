@@ -1,9 +1,12 @@
+#include "gui/frame/Clock.h"
 #include "gui/statistics/CCepStatisticsCollector.h"
 #include "gui/statistics/CCepStatisticsProvider.h"
 #include "gui/statistics/CCepStatisticsSender.h"
 #include "tests/support/EventLog.h"
 #include "tests/support/KovTest.h"
 #include "tests/support/LogCapture.h"
+
+#include <QScopeGuard>
 
 class SampleCollector : public CCepStatisticsCollector
 {
@@ -55,6 +58,9 @@ private Q_SLOTS:
         row("given twice", false, "on on loop", "collect", collects, true);
         row("withdrawn before the first run", true, "off loop", "", "", false);
         row("withdrawn and given before it", true, "off on loop", "collect", collects, true);
+        row("withdrawn at last", true, "off on off loop", "", "", false);
+        row("clock changed", true, "loop next-year loop on last-year loop on loop", "collect", collects,
+            true);
         row("given anew", true, "loop off loop on loop", "collect, collect", collects, true);
         row("withdrawn while collecting", true, "loop off data", "collect, data", "Send client statistics",
             false);
@@ -74,6 +80,8 @@ private Q_SLOTS:
         QFETCH(QString, record);
         const LogCapture log;
         EventLog events;
+        const QDateTime now = QDateTime::currentDateTime();
+        const auto restoreClock = qScopeGuard([] { Clock::set({}); });
         auto collector = std::make_unique<SampleCollector>(events);
         auto sender = std::make_unique<SampleSender>(events, consent);
         CCepStatisticsProvider provider(sender.get(), collector.get(), nullptr);
@@ -82,6 +90,8 @@ private Q_SLOTS:
             {QStringLiteral("loop"), [] { QCoreApplication::processEvents(); }},
             {QStringLiteral("8h"),
              [&] { QMetaObject::invokeMethod(const_cast<QTimer *>(timer), "timeout"); }},
+            {QStringLiteral("next-year"), [&] { Clock::set([now] { return now.addYears(1); }); }},
+            {QStringLiteral("last-year"), [&] { Clock::set([now] { return now.addYears(-1); }); }},
             {QStringLiteral("on"), [&] { provider.setSendStatistics(true); }},
             {QStringLiteral("off"), [&] { provider.setSendStatistics(false); }},
             {QStringLiteral("data"), [&] { Q_EMIT collector->collected(QStringLiteral("data")); }},

@@ -19,9 +19,10 @@
  *     QCOMPARE(script.shown(), script.text());
  *
  * A line is a window's class, for a message with its code in hexadecimal, and what is done: a button by its
- * object name is clicked, "name=text" fills a field, "close" closes the window; without anything it stays as
- * it is. Each answer comes from the event loop, once the window is there. A window that the script does not
- * expect is closed, so that no loop is left open, and shown() says "unexpected". One at a time.
+ * object name is clicked, "name=text" fills a field, "close" closes the window, "delete" takes it away;
+ * without anything it stays as it is. Each answer comes from the event loop, once the window is there. A
+ * window that the script does not expect is closed, so that no loop is left open, and shown() says
+ * "unexpected". One at a time.
  */
 class DialogScript : public QObject
 {
@@ -111,6 +112,10 @@ private:
     {
         if (word == "close")
             return window->close();
+        if (word == "delete") {
+            delete window;
+            return true;
+        }
         const QString name = word.section('=', 0, 0);
         if (auto *const field = window->findChild<QLineEdit *>(name)) {
             field->setText(word.section('=', 1));

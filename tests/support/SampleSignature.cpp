@@ -3,6 +3,7 @@
 #include "gui/data_model/documents/CUpdates.h"
 #include "programs/updater/trust/SigningKey.h"
 
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 
@@ -59,4 +60,20 @@ QByteArray sampleCatalogue(const VersionNumber &number, const QString &filePath,
     CUpdates catalogue;
     catalogue.products = {product};
     return catalogue.write();
+}
+
+bool writeSampleSite(const QString &folder, quint32 build, const QString &description)
+{
+    const QString directory = folder + QStringLiteral("/console/v3/tessarine/");
+    const QString package = QStringLiteral("Setup-3.1.4.31302.run");
+    QFile file(directory + QStringLiteral("tessarine_updates.xml"));
+    const QByteArray catalogue = sampleCatalogue({3, 1, 4, build}, package, description);
+    if (!QDir().mkpath(directory) || !file.open(QFile::WriteOnly) || file.write(catalogue) < 0)
+        return false;
+    file.close();
+    Signature::Statement statement = sampleStatement(Signature::Role::Package);
+    statement.version = {3, 1, 4, 31302};
+    statement.size = 15360;
+    return signSample(file.fileName(), sampleStatement(Signature::Role::Catalogue))
+           && signSample(directory + package, statement);
 }

@@ -13,3 +13,9 @@ bool signSample(const QString &path, Signature::Statement statement,
 
 /// The catalogue of Tessarine Console with one released update, of 15360 bytes.
 QByteArray sampleCatalogue(const VersionNumber &version, const QString &filePath, const QString &description);
+
+/// A signed catalogue of Tessarine Console at an update site, in the folder that the console's checks ask
+/// for, with one released update whose package (Setup-3.1.4.31302.run) is signed, too, but not there.
+/// @param build  of the update, a version 3.1.4
+/// @return false when something cannot be written
+bool writeSampleSite(const QString &folder, quint32 build, const QString &description);

@@ -3,11 +3,13 @@
 #include <QTcpServer>
 #include <QTcpSocket>
 
-/// A SOCKS 5 proxy on loopback that asks for no password. Every name is one of this machine.
+/// A SOCKS 5 proxy on loopback (RFC 1928). Every name is one of this machine.
 class SocksServer : public QTcpServer
 {
 public:
-    SocksServer()
+    /// @param login  "user:password", which it asks for then (RFC 1929)
+    explicit SocksServer(const QByteArray &login = QByteArray())
+        : m_login(login)
     {
         listen(QHostAddress::LocalHost);
         connect(this, &QTcpServer::newConnection, this, [this] {
@@ -18,6 +20,7 @@ public:
     }
 
     QList<QByteArray> names; ///< that were asked for, or the kind of an address that is no name
+    QList<QByteArray> logins; ///< that were given, "user:password"
 
 private:
     /// What is said arrives at once on loopback.
@@ -26,8 +29,27 @@ private:
         client->disconnect(this);
         if (greeting.at(0) != 5)
             return client->abort();
+        const char method = m_login.isEmpty() ? 0 : 2;
+        if (!greeting.mid(2).contains(method)) {
+            client->write(QByteArray("\5\xff", 2));
+            return client->disconnectFromHost();
+        }
+        connect(client, &QTcpSocket::readyRead, this,
+                [=] { method ? logIn(client, client->readAll()) : tunnel(client, client->readAll()); });
+        client->write(QByteArray("\5", 1) + method);
+    }
+
+    void logIn(QTcpSocket *client, const QByteArray &request)
+    {
+        const QByteArray user = request.mid(2, quint8(request.at(1)));
+        logins.append(user + ':' + request.mid(3 + user.size()));
+        client->disconnect(this);
+        if (logins.last() != m_login) {
+            client->write(QByteArray("\1\1", 2));
+            return client->disconnectFromHost();
+        }
         connect(client, &QTcpSocket::readyRead, this, [=] { tunnel(client, client->readAll()); });
-        client->write(QByteArray("\5\0", 2));
+        client->write(QByteArray("\1\0", 2));
     }
 
     void tunnel(QTcpSocket *client, const QByteArray &request)
@@ -44,4 +66,6 @@ private:
                 [=] { client->write(QByteArray("\5\0\0\1\0\0\0\0\0\0", 10)); });
         server->connectToHost(QHostAddress::LocalHost, port);
     }
+
+    const QByteArray m_login;
 };

@@ -7,6 +7,7 @@
 #include "gui/tasks/sign_in/ProxyAuthUtils.h"
 #include "tests/support/KovTest.h"
 #include "tests/support/OffscreenPlatform.h"
+#include "tests/support/SocksServer.h"
 #include "tests/tasks/ProxyFixture.h"
 
 #include <QAuthenticator>
@@ -16,9 +17,9 @@ namespace {
 
 const QUrl origin("http://origin.invalid/page");
 
-std::unique_ptr<CTaskHttpOperation> request(const QNetworkProxy &proxy)
+std::unique_ptr<CTaskHttpOperation> request(const QNetworkProxy &proxy, const QUrl &url = origin)
 {
-    return std::make_unique<CTaskHttpOperation>(QNetworkRequest(origin), QNetworkAccessManager::GetOperation,
+    return std::make_unique<CTaskHttpOperation>(QNetworkRequest(url), QNetworkAccessManager::GetOperation,
                                                 QString(), &proxy, nullptr, CTaskHttpOperation::KeepParser,
                                                 QByteArray());
 }
@@ -104,6 +105,27 @@ private Q_SLOTS:
         QVERIFY(preset.isEmpty() || made.takeFirst() == preset);
         QCOMPARE(made.join('|'), attempts);
         QCOMPARE(person.seen.join('|'), dialogs);
+    }
+
+    void socks()
+    {
+        const TestServer web([](const TestServer::Request &) { return TestServer::page("200 OK"); });
+        const SocksServer server("ü:wörd€");
+        const QNetworkProxy proxy(QNetworkProxy::Socks5Proxy, "127.0.0.1", server.serverPort());
+        Person person({"ü:wört€", "ü:wörd€!"});
+        const QUrl url(QString("http://origin.invalid:%1/").arg(web.serverPort()));
+        QCOMPARE(resultOf(*request(proxy, url)), KOV_SUCCESS);
+        QCOMPARE(person.seen.join('|'), "ask|retry");
+        QCOMPARE(server.logins, (QByteArrayList{"ü:wört€", "ü:wörd€"}));
+        // Saved, for the next start, and for the programs that get it from here.
+        CProxyAuthenticator::destroy();
+        qputenv("http_proxy", QString("socks5://127.0.0.1:%1").arg(server.serverPort()).toUtf8());
+        CTaskGetProxyInfo detection(new CTaskId_GetProxyInfo(url.toString(), true));
+        QCOMPARE(resultOf(detection), KOV_SUCCESS);
+        qunsetenv("http_proxy");
+        QCOMPARE(detection.proxy().user() + ':' + detection.proxy().password(), "ü:wörd€");
+        QCOMPARE(person.seen.size(), 2);
+        QVERIFY(!logFile().contains("wörd"));
     }
 
     void laterRequestsUseWhatProvedRight()

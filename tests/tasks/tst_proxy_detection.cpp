@@ -49,6 +49,7 @@ private Q_SLOTS:
         for (const char *name :
              {"http_proxy", "https_proxy", "HTTP_PROXY", "HTTPS_PROXY", "no_proxy", "NO_PROXY"})
             qunsetenv(name);
+        qunsetenv("KDE_FULL_SESSION");
     }
 
     void scripts_data()
@@ -95,6 +96,9 @@ private Q_SLOTS:
         useScript(QString("http://127.0.0.1:%1/proxy.pac").arg(web.serverPort()));
         // Exceptions of the environment are not the script's, nor are the settings of a desktop.
         qputenv("no_proxy", "origin.invalid");
+        qputenv("KDE_FULL_SESSION", "true");
+        QVERIFY(writeFile(qEnvironmentVariable("XDG_CONFIG_HOME") + "/kioslaverc",
+                          "[Proxy Settings]\nProxyType=1\nhttpProxy=http://127.0.0.1:2\n"));
         const int errors = logFile().count("(!)Error:");
         const auto task = detection();
         QCOMPARE(resultOf(*task), KOV_SUCCESS);

@@ -27,8 +27,8 @@ private Q_SLOTS:
         connect(CMessageManager::instance(), &CMessageManager::aboutToShowMessage, this,
                 [] { QVERIFY2(!progressWindow(), "progress behind a message"); });
         qApp->installEventFilter(this);
-        writeCatalogue("newer", 31302);
-        writeCatalogue("current", 31301);
+        QVERIFY(writeSampleSite(m_root.filePath("newer"), 31302, "Better.\nFaster."));
+        QVERIFY(writeSampleSite(m_root.filePath("current"), 31301, "Better.\nFaster."));
     }
 
     void init()
@@ -260,20 +260,6 @@ private:
         for (const char *mode : {"app", "ctl"})
             KovGui::setUpdaterFilePathAndUpdateMode(path, QString(), mode);
     }
-    void writeCatalogue(const QString &folder, quint32 build)
-    {
-        const QString directory = m_root.filePath(folder + "/console/v3/tessarine/");
-        QVERIFY(QDir().mkpath(directory));
-        const QByteArray catalogue
-            = sampleCatalogue({3, 1, 4, build}, "Setup-3.1.4.31302.run", "Better.\nFaster.");
-        QVERIFY(writeFile(directory + "tessarine_updates.xml", catalogue));
-        Signature::Statement package = sampleStatement(Signature::Role::Package);
-        package.version = {3, 1, 4, 31302};
-        package.size = 15360;
-        QVERIFY(signSample(directory + "tessarine_updates.xml", sampleStatement(Signature::Role::Catalogue)));
-        QVERIFY(signSample(directory + "Setup-3.1.4.31302.run", package));
-    }
-
     bool eventFilter(QObject *object, QEvent *event) override
     {
         auto *progress = event->type() == QEvent::Show ? qobject_cast<CProgressDialog *>(object) : nullptr;

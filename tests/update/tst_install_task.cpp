@@ -62,6 +62,7 @@ private Q_SLOTS:
         row("apq", "exit 0", "", done, Task::NotAsked);
         row("p", "exit 0", "CUpdateDialog m_pbPostpone", no, Task::Postpone);
         row("p", "exit 0", "CUpdateDialog close", no, Task::Postpone);
+        row("p", "exit 0", "CUpdateDialog delete", no, Task::Postpone);
         row("c", "exit 0", "CUpdateDialog m_pbSkipVersion", no, Task::Skip);
         row("c", "exit 0",
             now + "; CDownloadProgressDialog; CConfirmUpdateInstallationDialog m_pbInstall; CProgressDialog",

@@ -8,6 +8,7 @@
 #include "gui/update/install/CTaskInstallProductUpdate.h"
 #include "gui/update/record/UpdateSettings_p.h"
 #include "gui/update/record/UpgradeUtils.h"
+#include "tests/support/Files.h"
 #include "tests/support/KovTest.h"
 #include "tests/support/OffscreenPlatform.h"
 
@@ -277,6 +278,8 @@ private Q_SLOTS:
             QSignalSpy checked(logic(), &CAppUpdateLogic::updateCheckFinished);
             QSignalSpy ended(logic(), &CAppUpdateLogic::updateInstallFinished);
             logic()->setOnAppStart(is('a'));
+            if (is('a'))
+                logic()->worker()->startInstallReminder();
             const KOV_RESULT started = is('a') ? logic()->installPendingUpdate()
                                                : logic()->checkForUpdates(is('b'), is('m'), false);
             QCOMPARE(started, !is('a') ? KOV_SUCCESS : is('d') ? KOV_ERR_IN_PROGRESS : KOV_ERR_FAILURE);
@@ -435,6 +438,18 @@ private Q_SLOTS:
         // A reminder comes while its user does something else.
         QMetaObject::invokeMethod(logic()->worker()->findChild<QTimer *>("installReminderTimer"), "timeout");
         QVERIFY(script.latest && !script.latest->params().askedFor);
+    }
+
+    /// The first start of a new version counts as one that the updater watches.
+    void restart()
+    {
+        const QString runs = m_folder.filePath("runs");
+        qputenv("RUNS", runs.toUtf8());
+        KovGui::setUpdaterFilePathAndUpdateMode(MISBEHAVING_PROGRAM, QString(), "ctl");
+        logic()->worker()->restartOnTrial(false);
+        QCOMPARE(script.quits, 1);
+        const QByteArray program = QCoreApplication::applicationFilePath().toUtf8();
+        QTRY_VERIFY(fileContent(runs).endsWith("|run|" + program + "|\n"));
     }
 
 private:

@@ -2,6 +2,7 @@
 
 #include "examples/console/preferences/PreferencesDialog.h"
 #include "examples/console/preferences/PreferencesModel.h"
+#include "examples/console/wizard/NewMachineModel.h"
 #include "gui/messages/box/CDetailsDialog.h"
 #include "gui/messages/box/CMessageBox.h"
 #include "gui/messages/notification/CNotificationBox.h"
@@ -111,23 +112,29 @@ inline QWidget *makeConfirmation()
     return dialog;
 }
 
-inline QWidget *makeWizard(bool asScenes)
+inline QWidget *makeWizard()
 {
     static SampleWizard wizard;
     auto *model = new SampleModel(wizard);
-    QDialog *dialog = nullptr;
-    if (asScenes)
-        dialog = new CDeclarativeWizardDialog(*model);
-    else
-        dialog = new CWizardDialog(*model, [](CAbstractWizardPage &page) {
-            page.setTitle(text("A page with a long title. ").repeated(6));
-            auto *label = new QLabel(text("What there is to say about it. ").repeated(20));
-            label->setObjectName(QStringLiteral("text"));
-            label->setWordWrap(true);
-            return label;
-        });
+    auto *dialog = new CWizardDialog(*model, [](CAbstractWizardPage &page) {
+        page.setTitle(text("A page with a long title. ").repeated(6));
+        auto *label = new QLabel(text("What there is to say about it. ").repeated(20));
+        label->setObjectName(QStringLiteral("text"));
+        label->setWordWrap(true);
+        return label;
+    });
     model->setParent(dialog);
     dialog->setWindowTitle(text("Wizard"));
+    return dialog;
+}
+
+inline QWidget *makeWizardOfScenes()
+{
+    auto *model = new NewMachineModel;
+    model->machine.name = text("Web server of the office");
+    auto *dialog = new CDeclarativeWizardDialog(*model);
+    model->setParent(dialog);
+    dialog->setWindowTitle(text("New Virtual Machine"));
     return dialog;
 }
 
@@ -180,12 +187,12 @@ inline const QVector<DialogRow> &dialogTable()
          true},
         {"report browser", makeReportBrowser, "CProblemReportBrowserDialog",
          "m_treeSectionsList m_textFileView m_pbRevealInFinder m_pbClose", true},
-        {"wizard", [] { return makeWizard(false); }, "CWizardDialog", "Next Cancel Help", true},
+        {"wizard", makeWizard, "CWizardDialog", "Next Cancel Help", true},
         {"preferences", makePreferences, "PreferencesDialog",
          "qt_tabwidget_tabbar language displayName startWithSystem startHidden trayIcon onStartOverview "
          "textScale reconnect volume volumeNumber keepLog recordDays recordSize ok cancel",
          true},
-        {"wizard of scenes", [] { return makeWizard(true); }, "CDeclarativeWizardDialog", "scene", true},
+        {"wizard of scenes", makeWizardOfScenes, "CDeclarativeWizardDialog", "scene", true},
     };
     return table;
 }

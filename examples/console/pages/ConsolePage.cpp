@@ -1,6 +1,7 @@
 #include "examples/console/pages/ConsolePage.h"
 
 #include <QLabel>
+#include <QListWidget>
 #include <QPlainTextEdit>
 #include <QTime>
 #include <QVBoxLayout>
@@ -27,6 +28,23 @@ ConsolePage::ConsolePage(const QString &title, QWidget *parent)
     layout->addWidget(heading);
     layout->addWidget(m_area);
     layout->addWidget(m_events, 1);
+}
+
+QListWidget *ConsolePage::createCodeList(const QList<QPair<QString, int>> &entries,
+                                         const std::function<void(int code)> &action)
+{
+    auto *list = new QListWidget(m_area);
+    for (const auto &[text, code] : entries)
+        (new QListWidgetItem(text, list))->setData(Qt::UserRole, code);
+    list->setCurrentRow(0);
+    list->setFixedHeight(list->sizeHintForRow(0) * entries.size() + 2 * list->frameWidth() + 4);
+    connect(list, &QListWidget::itemActivated, this, [list, action] { action(chosenCode(list)); });
+    return list;
+}
+
+int ConsolePage::chosenCode(const QListWidget *list)
+{
+    return list->currentItem()->data(Qt::UserRole).toInt();
 }
 
 void ConsolePage::report(const QString &line)

@@ -1,7 +1,11 @@
 #pragma once
 
+#include <QPair>
 #include <QWidget>
 
+#include <functional>
+
+class QListWidget;
 class QPlainTextEdit;
 
 /// A page of the console: what a subsystem offers above, what happened below.
@@ -23,6 +27,13 @@ public Q_SLOTS:
 
 Q_SIGNALS:
     void reported(const QString &line);
+
+protected:
+    /// A list in the area, as high as its entries, that does something with an entry's code.
+    QListWidget *createCodeList(const QList<QPair<QString, int>> &entries,
+                                const std::function<void(int code)> &action);
+    /// The code of the entry that is chosen.
+    static int chosenCode(const QListWidget *list);
 
 private:
     QWidget *const m_area;

@@ -84,23 +84,18 @@ private:
 MessagesPage::MessagesPage(QWidget *parent)
     : ConsolePage(tr("Messages"), parent)
 {
-    m_list = new QListWidget(area());
+    m_list = createCodeList(
+        {
+            {tr("A question with three answers, of which Cancel is the default"), DeleteMachine},
+            {tr("A question that need not be asked again"), SuspendOnQuit},
+            {tr("An error with details, problem id and a solution"), MachineNotStarted},
+            {tr("A warning with a link and an embedded view"), DiskAlmostFull},
+            {tr("A countdown that answers by itself"), RestartSoon},
+            {tr("An error of a machine"), NetworkLost},
+        },
+        [this](int code) { show(code); });
     m_list->setObjectName(QStringLiteral("messages"));
     m_list->setAccessibleName(tr("Messages to show"));
-    const QList<QPair<QString, int>> entries{
-        {tr("A question with three answers, of which Cancel is the default"), DeleteMachine},
-        {tr("A question that need not be asked again"), SuspendOnQuit},
-        {tr("An error with details, problem id and a solution"), MachineNotStarted},
-        {tr("A warning with a link and an embedded view"), DiskAlmostFull},
-        {tr("A countdown that answers by itself"), RestartSoon},
-        {tr("An error of a machine"), NetworkLost},
-    };
-    for (const auto &[text, code] : entries)
-        (new QListWidgetItem(text, m_list))->setData(Qt::UserRole, code);
-    m_list->setCurrentRow(0);
-    m_list->setFixedHeight(m_list->sizeHintForRow(0) * entries.size() + 2 * m_list->frameWidth() + 4);
-    connect(m_list, &QListWidget::itemActivated, this,
-            [this](QListWidgetItem *item) { show(item->data(Qt::UserRole).toInt()); });
 
     const auto addButton = [this](const QString &text, const char *name, auto action) {
         auto *button = new QPushButton(text, area());
@@ -108,15 +103,14 @@ MessagesPage::MessagesPage(QWidget *parent)
         connect(button, &QPushButton::clicked, this, action);
         return button;
     };
-    auto *showButton = addButton(tr("&Show"), "showMessage",
-                                 [this] { show(m_list->currentItem()->data(Qt::UserRole).toInt()); });
+    auto *showButton = addButton(tr("&Show"), "showMessage", [this] { show(chosenCode(m_list)); });
     auto *repeat
         = addButton(tr("&Three Errors of One Machine"), "threeErrors", [this] { showFromOneMachine(); });
     repeat->setToolTip(tr("Two are equal: one of them is merged, the third waits until the first is closed"));
     auto *event = addButton(tr("&Ask Through an Event"), "askThroughEvent", [this] { askThroughEvent(); });
     event->setToolTip(tr("The service raises an event whose parameters are the answers"));
     m_restore = addButton(tr("Ask A&gain"), "restoreHidden", [this] {
-        const int code = m_hidden->currentItem()->data(Qt::UserRole).toInt();
+        const int code = chosenCode(m_hidden);
         MessageUtils::restoreHiddenMessage(code);
         updateHidden();
         report(tr("Message %1 is shown again.").arg(MessageUtils::getProblemID(code)));

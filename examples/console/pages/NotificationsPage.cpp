@@ -21,25 +21,19 @@ using namespace ConsoleMessages;
 NotificationsPage::NotificationsPage(QWidget *parent)
     : ConsolePage(tr("Notifications"), parent)
 {
-    m_list = new QListWidget(area());
+    m_list = createCodeList(
+        {
+            {tr("A machine that stopped by itself, with an answer"), MachineStopped},
+            {tr("What need not be told again"), SnapshotTaken},
+            {tr("One with a link"), ImageReady},
+        },
+        [this](int code) { show(code); });
     m_list->setObjectName(QStringLiteral("notifications"));
     m_list->setAccessibleName(tr("Notifications to show"));
-    const QList<QPair<QString, int>> entries{
-        {tr("A machine that stopped by itself, with an answer"), MachineStopped},
-        {tr("What need not be told again"), SnapshotTaken},
-        {tr("One with a link"), ImageReady},
-    };
-    for (const auto &[text, code] : entries)
-        (new QListWidgetItem(text, m_list))->setData(Qt::UserRole, code);
-    m_list->setCurrentRow(0);
-    m_list->setFixedHeight(m_list->sizeHintForRow(0) * entries.size() + 2 * m_list->frameWidth() + 4);
-    connect(m_list, &QListWidget::itemActivated, this,
-            [this](QListWidgetItem *item) { show(item->data(Qt::UserRole).toInt()); });
 
     auto *one = new QPushButton(tr("&Show"), area());
     one->setObjectName(QStringLiteral("showNotification"));
-    connect(one, &QPushButton::clicked, this,
-            [this] { show(m_list->currentItem()->data(Qt::UserRole).toInt()); });
+    connect(one, &QPushButton::clicked, this, [this] { show(chosenCode(m_list)); });
     auto *many = new QPushButton(tr("Show &Twenty While You Type"), area());
     many->setObjectName(QStringLiteral("showMany"));
     connect(many, &QPushButton::clicked, this, &NotificationsPage::showMany);

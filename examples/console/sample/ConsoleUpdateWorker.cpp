@@ -26,7 +26,7 @@ ConsoleUpdateWorker::ConsoleUpdateWorker(CAppUpdateLogic *logic)
         setOnAppStart(false);
         // Whoever else listens is told before the console goes.
         if (KOV_SUCCEEDED(result))
-            QTimer::singleShot(0, this, [this] { processRestart(QString(), true); });
+            QTimer::singleShot(0, this, [this] { restartOnTrial(true); });
     });
 }
 

@@ -230,7 +230,8 @@ QVariant CMappingController::getValue(const QString &storage, const QString &pat
 bool CMappingController::getValues(Mappings::Values &values) const
 {
     const bool filled = d->model && d->model->getValues(values);
-    for (auto storage = values.begin(); storage != values.end(); ++storage) {
+    const bool isAnyWaiting = !d->waiting.isEmpty() || !d->passed.isEmpty();
+    for (auto storage = values.begin(); isAnyWaiting && storage != values.end(); ++storage) {
         for (auto path = storage->begin(); path != storage->end(); ++path) {
             const QVariant waiting = d->waitingValue(storage.key(), path.key());
             if (waiting.isValid())

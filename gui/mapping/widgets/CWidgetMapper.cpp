@@ -21,6 +21,26 @@ QByteArray nameOf(const QWidget *widget)
     return KovGui::logText(widget->objectName());
 }
 
+bool isIdentical(const QVariant &first, const QVariant &second)
+{
+    return first.userType() == second.userType() && first == second;
+}
+
+/// @p former with the values of @p all; a copy costs something only where a value is another one.
+Values upToDate(const Values &former, const Values &all)
+{
+    Values own = former;
+    for (auto storage = former.begin(); storage != former.end(); ++storage) {
+        const auto known = all.constFind(storage.key());
+        for (auto path = storage->begin(); known != all.constEnd() && path != storage->end(); ++path) {
+            const QVariant value = known->value(path.key());
+            if (!isIdentical(value, *path))
+                own[storage.key()][path.key()] = value;
+        }
+    }
+    return own;
+}
+
 } // namespace
 
 class CWidgetMapper::Private
@@ -46,6 +66,7 @@ public:
         QWidget *widget;
         int number; ///< the widgets are gone through in the order in which they came
         Values request;
+        Values given; ///< when all values were loaded last
     };
 
     CWidgetMapper *const q;
@@ -68,7 +89,7 @@ bool CWidgetMapper::Private::enter(QWidget *widget)
         KOV_LOG(0, "(!)Error: Control already mapped. Widget[%s]", nameOf(widget).constData());
         return false;
     }
-    mappings.insert(widget, Mapping{widget, ++lastNumber, Values()});
+    mappings.insert(widget, Mapping{widget, ++lastNumber, Values(), Values()});
     connect(widget, &QObject::destroyed, q, [this](const QObject *destroyed) {
         forget(destroyed);
         if (modified)
@@ -151,6 +172,7 @@ void CWidgetMapper::Private::load(const QVector<QWidget *> &widgets, bool prepar
         const Values &request = mappings.constFind(widget)->request;
         for (auto storage = request.begin(); storage != request.end(); ++storage) {
             auto &paths = values[storage.key()];
+            paths.reserve(widgets.size());
             for (auto path = storage->begin(); path != storage->end(); ++path)
                 paths.insert(path.key(), QVariant());
         }
@@ -170,8 +192,8 @@ void CWidgetMapper::Private::load(const QVector<QWidget *> &widgets, bool prepar
             q->setWidgetValues(widget);
             continue;
         }
-        Values own = mappings.constFind(widget)->request;
-        MappingHelpers::getValuesFromList(values, own);
+        const Values own = upToDate(mappings.constFind(widget)->given, values);
+        mappings.find(widget)->given = own;
         fill(widget, own, isRead);
     }
 }
@@ -296,6 +318,7 @@ bool CWidgetMapper::initPaths(QWidget *widget)
             widgets[path.key()].append(widget);
     }
     mapping->request = request;
+    mapping->given = request;
     return true;
 }
 

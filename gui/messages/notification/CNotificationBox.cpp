@@ -124,6 +124,8 @@ void CNotificationBox::Private::enterGroup()
 {
     if (group)
         return;
+    closePending = false;
+    keyboardInside = false;
     group = &CNotificationBoxGroup::instance();
     group->addMessage(*q);
     timer->start(shownMilliseconds);
@@ -374,6 +376,14 @@ void CNotificationBox::showEvent(QShowEvent *event)
     setAccessibleName(d->ui.m_lblShortText->accessibleName());
     setAccessibleDescription(texts.join(QLatin1Char('\n')).trimmed());
     CMessageBoxWndBase::showEvent(event);
+}
+
+void CNotificationBox::hideEvent(QHideEvent *event)
+{
+    CMessageBoxWndBase::hideEvent(event);
+    // Not when its parent's window is hidden with all that is in it.
+    if (isHidden() && !event->spontaneous())
+        d->leaveGroup();
 }
 
 void CNotificationBox::paintEvent(QPaintEvent *event)

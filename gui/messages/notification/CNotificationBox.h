@@ -10,7 +10,8 @@
  * it or the user works in it with the keyboard it stays, and for a second more.
  *
  * The result is 1 when the box or its alternate button was clicked, else 0; the first answer holds, whatever
- * happens while the box slides out. It never carries another message.
+ * happens while the box slides out. It never carries another message. One that is hidden by its host gives up
+ * its place, and finds one anew, with its five seconds, when it is shown again.
  *
  * It takes the keyboard from no window: CNotificationBoxGroup::activateNext() gives it to the box. Screen
  * readers are told of it as a notification.
@@ -85,6 +86,7 @@ protected:
     void mousePressEvent(QMouseEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
     void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
     bool event(QEvent *event) override;
 

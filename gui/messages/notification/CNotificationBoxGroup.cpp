@@ -95,8 +95,12 @@ struct Place
 
 QScreen *screenOf(const CNotificationBox &box)
 {
-    QScreen *screen = box.parentWidget() ? box.parentWidget()->window()->screen() : nullptr;
-    return screen ? screen : QGuiApplication::primaryScreen();
+    const QWidget *window = box.parentWidget() ? box.parentWidget()->window() : nullptr;
+    if (!window)
+        return QGuiApplication::primaryScreen();
+    // The window's own idea of its screen is old when screens have changed under it.
+    QScreen *screen = QGuiApplication::screenAt(window->geometry().center());
+    return screen ? screen : window->screen();
 }
 
 const QObject *cornerOf(const CNotificationBox &box)

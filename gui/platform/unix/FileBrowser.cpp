@@ -5,11 +5,11 @@
 
 namespace KovGui::Platform {
 
-bool revealFile(const std::string &path, Report report)
+bool revealFile(const std::string &path, const std::function<bool()> &goOn, Report report)
 {
     static const auto *const browser
         = static_cast<const FileBrowserFunctions *>(moduleFunctions("filebrowser", report));
-    if (browser && browser->showItem(path.c_str()))
+    if (browser && browser->showItem(path.c_str(), goOn))
         return true;
     report(2, "No file browser offers to show a file; its folder is opened.");
     return false;

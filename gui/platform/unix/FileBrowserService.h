@@ -1,12 +1,14 @@
 #pragma once
 
+#include <functional>
+
 namespace KovGui::Platform {
 
 /// The desktop's file browser: the module "filebrowser". Any thread, blocks for some seconds at most.
 struct FileBrowserFunctions
 {
-    /// @param path  absolute, UTF-8
-    bool (*showItem)(const char *path);
+    /// As revealFile().
+    bool (*showItem)(const char *path, const std::function<bool()> &goOn);
 };
 
 } // namespace KovGui::Platform

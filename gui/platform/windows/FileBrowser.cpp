@@ -7,7 +7,7 @@
 
 namespace KovGui::Platform {
 
-bool revealFile(const std::string &path, Report report)
+bool revealFile(const std::string &path, const std::function<bool()> &, Report report)
 {
     std::vector<wchar_t> wide(path.size() + 1);
     MultiByteToWideChar(CP_UTF8, 0, path.c_str(), -1, wide.data(), int(wide.size()));

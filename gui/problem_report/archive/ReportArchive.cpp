@@ -168,6 +168,9 @@ public:
             return refused(QStringLiteral("%1 is no regular file").arg(quoted(shown)));
         if (!path || shown.toUtf8() != path || !isSafeName(shown))
             return refused(QStringLiteral("%1 is not allowed as the name of a file").arg(quoted(shown)));
+        // What a header says is checked once more while the bytes come; here it saves writing them.
+        if (archive_entry_size(entry) > maximumSize - m_size)
+            return tooLarge();
         if (!m_names.contains(shown.toCaseFolded()) && ++m_entries <= maximumEntries) {
             m_names.insert(shown.toCaseFolded());
             *name = shown;
@@ -188,7 +191,7 @@ public:
             return fault();
         m_size += count;
         if (m_size > maximumSize)
-            return refused(QStringLiteral("its files are larger than %1 bytes").arg(maximumSize));
+            return tooLarge();
         *data = m_output;
         *size = count;
         return Result();
@@ -206,6 +209,11 @@ private:
         if (count < 0)
             archive_set_error(archive, EIO, "it cannot be read");
         return la_ssize_t(count);
+    }
+
+    static Result tooLarge()
+    {
+        return refused(QStringLiteral("its files are larger than %1 bytes").arg(maximumSize));
     }
 
     Result fault() const

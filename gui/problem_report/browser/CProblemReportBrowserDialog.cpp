@@ -9,6 +9,7 @@
 #include "gui/problem_report/report/ReportSections.h"
 #include "ui_CProblemReportBrowserDialog.h"
 
+#include <QCoreApplication>
 #include <QDesktopServices>
 #include <QDir>
 #include <QFileInfo>
@@ -392,10 +393,13 @@ void CProblemReportBrowserDialog::countPersonalData()
 void CProblemReportBrowserDialog::onRevealInFinderClicked(bool)
 {
     const QString path = d->filePath;
-    // Nobody's child: a file browser may be slow to start, and a window that closes does not wait for it.
-    auto *work = new BackgroundWork([path](const BackgroundWork::GoOn &) {
-        return QVariant(KovGui::Platform::revealFile(path.toStdString(), report));
-    });
+    // A file browser may be slow to start: a window that closes does not wait for it, but the program does.
+    auto *work = new BackgroundWork(
+        [path](const BackgroundWork::GoOn &goOn) {
+            return QVariant(KovGui::Platform::revealFile(
+                path.toStdString(), [&goOn] { return goOn(0); }, report));
+        },
+        qApp);
     connect(work, &BackgroundWork::finished, work, &QObject::deleteLater);
     connect(work, &BackgroundWork::finished, this, [this, path](const QVariant &isRevealed) {
         const QString folder = QFileInfo(path).absolutePath();

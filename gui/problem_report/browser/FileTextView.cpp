@@ -2,6 +2,7 @@
 
 #include <QKeyEvent>
 #include <QScrollBar>
+#include <QSyntaxHighlighter>
 
 #include <algorithm>
 
@@ -52,6 +53,30 @@ QString shown(const QByteArray &line, bool *isDamaged)
     return text;
 }
 
+/// As formats of the lines: a thousand selections in a window would take longer than the window itself.
+class TermMarks : public QSyntaxHighlighter
+{
+public:
+    TermMarks(const QVector<PersonalData::Term> &terms, QTextDocument *document)
+        : QSyntaxHighlighter(document)
+        , m_terms(terms)
+    {
+        m_format.setBackground(QColor::fromRgb(markBackground));
+        m_format.setForeground(QColor::fromRgb(markForeground));
+    }
+
+protected:
+    void highlightBlock(const QString &line) override
+    {
+        for (const PersonalData::Span &span : PersonalData::find(line, m_terms))
+            setFormat(span.position, span.length, m_format);
+    }
+
+private:
+    const QVector<PersonalData::Term> m_terms;
+    QTextCharFormat m_format;
+};
+
 } // namespace
 
 FileTextView::FileTextView(QWidget *parent)
@@ -78,8 +103,8 @@ void FileTextView::setFilePositionBar(QScrollBar *bar)
 
 void FileTextView::setTerms(const QVector<PersonalData::Term> &terms)
 {
-    m_terms = terms;
-    markTerms();
+    delete m_marks;
+    m_marks = new TermMarks(terms, document());
 }
 
 bool FileTextView::showFile(const QString &path)
@@ -134,7 +159,6 @@ void FileTextView::showText(const QByteArray &bytes)
     }
     text.chop(1);
     setPlainText(text);
-    markTerms();
 }
 
 void FileTextView::showAt(qint64 offset)
@@ -183,22 +207,6 @@ void FileTextView::updateBar()
     m_bar->setSingleStep(1);
     m_bar->setValue(int(m_offsets.value(verticalScrollBar()->value(), m_start) / barUnit));
     m_isMoving = wasMoving;
-}
-
-void FileTextView::markTerms()
-{
-    QList<QTextEdit::ExtraSelection> marks;
-    const QString text = m_terms.isEmpty() ? QString() : toPlainText();
-    for (const PersonalData::Span &span : PersonalData::find(text, m_terms)) {
-        QTextEdit::ExtraSelection mark;
-        mark.cursor = QTextCursor(document());
-        mark.cursor.setPosition(span.position);
-        mark.cursor.setPosition(span.position + span.length, QTextCursor::KeepAnchor);
-        mark.format.setBackground(QColor::fromRgb(markBackground));
-        mark.format.setForeground(QColor::fromRgb(markForeground));
-        marks.append(mark);
-    }
-    setExtraSelections(marks);
 }
 
 void FileTextView::keyPressEvent(QKeyEvent *event)

@@ -6,6 +6,7 @@
 #include <QPlainTextEdit>
 
 class QScrollBar;
+class QSyntaxHighlighter;
 
 /**
  * Shows a text file of any size and content: holds one window of it and moves that along while its user
@@ -32,8 +33,6 @@ public:
     bool showFile(const QString &path);
     /// What was shown is gone.
     void closeFile();
-    /// The present window holds bytes that are no text.
-    bool isDamaged() const { return m_isDamaged; }
 
 Q_SIGNALS:
     void damageFound();
@@ -45,7 +44,6 @@ private:
     void showAt(qint64 offset);
     QByteArray windowAt(qint64 offset);
     void showText(const QByteArray &bytes);
-    void markTerms();
     void onScrolled();
     void updateBar();
 
@@ -54,7 +52,7 @@ private:
     qint64 m_start = 0; ///< of the window
     qint64 m_end = 0;
     QVector<qint64> m_offsets; ///< of each block in the file
-    QVector<PersonalData::Term> m_terms;
+    QSyntaxHighlighter *m_marks = nullptr;
     QScrollBar *m_bar = nullptr;
     bool m_isMoving = false;
     bool m_isDamaged = false;

@@ -58,9 +58,12 @@ public:
     QPointer<CProblemReportBrowserDialog> browser;
     QSet<QString> excluded;
     QString keptId;
-    qint64 packingSize = 1;
+    QString notice; ///< of what happened last
+    int openedPercent = 0;
     int attempts = 0;
     bool isValid = true;
+    bool isCancelled = false; ///< the sending
+    bool isDelivered = false;
 };
 
 CTessarineProblemReportDialog::CTessarineProblemReportDialog(const QString &crashText,
@@ -87,7 +90,15 @@ CTessarineProblemReportDialog::CTessarineProblemReportDialog(const QString &path
     init();
 }
 
-CTessarineProblemReportDialog::~CTessarineProblemReportDialog() = default;
+CTessarineProblemReportDialog::~CTessarineProblemReportDialog()
+{
+    const bool isUnfinished = d->packing || d->isCancelled;
+    // It reads files that go with the report.
+    delete d->packing;
+    delete d->post;
+    if (isUnfinished)
+        KeptReports::remove(d->keptId);
+}
 
 void CTessarineProblemReportDialog::init()
 {
@@ -98,14 +109,17 @@ void CTessarineProblemReportDialog::init()
     setupControls();
     fillPersonalDataFromAddressBook();
     connect(&d->content, &ReportContent::opened, this, &CTessarineProblemReportDialog::onContentOpened);
+    connect(&d->content, &ReportContent::progress, this, [this](int percent) {
+        d->openedPercent = percent;
+        updateControls();
+    });
     connect(&d->content, &ReportContent::takenOut, this, [this](bool complete) {
         rewriteDocument();
         if (d->browser) {
             d->browser->setBusy(false);
             d->browser->setReportBaseFolder(d->content.folder());
         }
-        if (!complete)
-            d->ui.m_lblState->setText(tr("Your name and folders could not be taken out of every part."));
+        d->notice = complete ? QString() : tr("Your name and folders could not be taken out of every part.");
         updateControls();
     });
 }
@@ -267,7 +281,9 @@ void CTessarineProblemReportDialog::updateControls()
     const bool lacksMail = d->ui.m_ckbSendSolution->isChecked() && !isMailAddress(d->ui.m_leEmail->text());
     QString state;
     if (d->content.state() == ReportContent::Opening)
-        state = tr("Reading the report...");
+        state = tr("Reading the report... %1 %").arg(d->openedPercent);
+    else if (!d->notice.isEmpty())
+        state = d->notice;
     else if (!d->content.complaint().isEmpty())
         state = tr("Some parts of this report cannot be used and are not sent: %1.")
                     .arg(d->content.complaint());
@@ -276,7 +292,7 @@ void CTessarineProblemReportDialog::updateControls()
     d->ui.m_lblState->setText(state);
     d->ui.m_lblState->setVisible(!state.isEmpty());
     d->ui.m_lblSeeDetails->setEnabled(isOpened);
-    d->ui.m_pbSend->setEnabled(isOpened && !lacksMail && !d->isSending());
+    d->ui.m_pbSend->setEnabled(isOpened && !lacksMail && !d->isSending() && !d->isDelivered);
 }
 
 void CTessarineProblemReportDialog::onSendSolutionStateChanged(int state)
@@ -363,6 +379,7 @@ void CTessarineProblemReportDialog::onSendReport()
             &CTessarineProblemReportDialog::onPostReportCanceled);
     d->progress->open();
 
+    d->isCancelled = false;
     if (!d->keptId.isEmpty())
         KeptReports::remove(d->keptId);
     d->keptId = KeptReports::newId();
@@ -372,6 +389,9 @@ void CTessarineProblemReportDialog::onSendReport()
         const auto packed = result.value<ReportPacking::Packed>();
         d->packing->deleteLater();
         d->packing = nullptr;
+        // A cancel that came when all was packed counts as well.
+        if (d->isCancelled)
+            return onPostReportComplete(KOV_ERR_CANCELLED, QStringList());
         if (packed.isDone)
             return postReport();
         if (!packed.reason.isEmpty())
@@ -408,6 +428,7 @@ void CTessarineProblemReportDialog::onPostReportProgressChanged(qint64 done, qin
 
 void CTessarineProblemReportDialog::onPostReportCanceled()
 {
+    d->isCancelled = d->isSending();
     if (d->packing)
         d->packing->cancel();
     else if (d->post)
@@ -448,7 +469,8 @@ void CTessarineProblemReportDialog::onPostReportComplete(KOV_RESULT result, cons
         return;
     }
     d->keptId.clear();
-    d->ui.m_pbSend->setEnabled(false);
+    d->isDelivered = true;
+    updateControls();
     d->delegate->postReportSuccess(ReportService::identifierOf(answer), this);
 }
 

@@ -1,5 +1,7 @@
 #include "gui/problem_report/report/PersonalData.h"
 
+#include "gui/platform/ThisUser.h"
+
 #include <QDir>
 #include <QFile>
 #include <QSaveFile>
@@ -165,9 +167,11 @@ QVector<Term> termsOfUser()
         if (!name.isEmpty() && !names.contains(name))
             names.append(name);
     }
-    const QString folderName = QDir(QDir::homePath()).dirName();
-    if (!names.contains(folderName))
-        names.append(folderName);
+    static const QString realName = QString::fromStdString(KovGui::Platform::realName());
+    for (const QString &name : {QDir(QDir::homePath()).dirName(), realName}) {
+        if (!names.contains(name))
+            names.append(name);
+    }
     return terms(QDir::homePath(), names, QSysInfo::machineHostName());
 }
 

@@ -160,11 +160,6 @@ bool ReportContent::setDocument(const QByteArray &document)
     return false;
 }
 
-void ReportContent::setReport(const CPackedProblemReport &report)
-{
-    d->report = report;
-}
-
 void ReportContent::setArchivePath(const QString &path)
 {
     d->archivePath = path;
@@ -316,11 +311,6 @@ void ReportContent::takeOutPersonalData()
         Q_EMIT takenOut(result.toBool());
     });
     d->work->start();
-}
-
-bool ReportContent::isPersonalDataTakenOut() const
-{
-    return d->isTakenOut;
 }
 
 void ReportContent::removeFile(const QString &name)

@@ -28,7 +28,6 @@ public:
 
     /// @param document  the main document; false, logged, when it cannot be read
     bool setDocument(const QByteArray &document);
-    void setReport(const CPackedProblemReport &report);
     /// The archive with the sections; empty for none.
     void setArchivePath(const QString &path);
     QString archivePath() const;
@@ -54,7 +53,6 @@ public:
     /// Takes the names and folders of the user out of all files, and out of every document that is written
     /// from now on but for what the user typed. takenOut() follows; not while the report is opened.
     void takeOutPersonalData();
-    bool isPersonalDataTakenOut() const;
     /// The bytes of a main document, as writeDocument() writes them.
     QByteArray documentOf(const CPackedProblemReport &report) const;
 

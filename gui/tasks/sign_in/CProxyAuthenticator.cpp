@@ -134,7 +134,7 @@ void CProxyAuthenticator::onProxyAuthenticationRequired(const QNetworkProxy &pro
     plain.setUser(QString());
     plain.setPassword(QString());
     d->meet({manager, plain, ProxyAuthUtils::proxyKey(proxy), authenticator,
-             ProxySignIn::hasRealm(*authenticator)
+             ProxySignIn::isSentAsLatin1(proxy, *authenticator)
                  ? ProxySignIn::plain(authenticator->user(), authenticator->password())
                  : ProxySignIn::Credentials{authenticator->user(), authenticator->password()}});
 }

@@ -56,8 +56,8 @@ using Escalations = QHash<QString, Escalation>;
 
 Credentials plain(const QString &user, const QString &password);
 int countRunning(const QNetworkAccessManager &manager);
-/// NTLM names none, and its credentials are sent in UTF-16.
-bool hasRealm(const QAuthenticator &authenticator);
+/// Whether the toolkit sends Latin-1, which has to carry UTF-8 then. NTLM, which names no realm, has UTF-16.
+bool isSentAsLatin1(const QNetworkProxy &proxy, const QAuthenticator &authenticator);
 
 } // namespace ProxySignIn
 

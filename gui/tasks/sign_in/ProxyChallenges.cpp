@@ -24,9 +24,8 @@ const Credentials &guest()
     return credentials;
 }
 
-void answer(QAuthenticator *authenticator, const Credentials &credentials)
+void answer(QAuthenticator *authenticator, const Credentials &credentials, bool isAsUtf8)
 {
-    const bool isAsUtf8 = hasRealm(*authenticator);
     // Qt takes unchanged credentials for "no answer"; an empty user lets it answer NTLM by itself without
     // end.
     if (isAsUtf8)
@@ -62,9 +61,9 @@ void limitHandshake(QNetworkAccessManager &manager, const QString &host)
 
 } // namespace
 
-bool ProxySignIn::hasRealm(const QAuthenticator &authenticator)
+bool ProxySignIn::isSentAsLatin1(const QNetworkProxy &proxy, const QAuthenticator &authenticator)
 {
-    return !authenticator.realm().isEmpty();
+    return proxy.type() == QNetworkProxy::Socks5Proxy || !authenticator.realm().isEmpty();
 }
 
 Credentials ProxySignIn::plain(const QString &user, const QString &password)
@@ -92,9 +91,10 @@ void CProxyAuthenticatorPrivate::send(const Challenge &challenge, const Credenti
         trying = challenge.manager;
         triedKey = challenge.key;
     }
-    if (!hasRealm(*challenge.authenticator))
+    const bool isAsUtf8 = isSentAsLatin1(challenge.proxy, *challenge.authenticator);
+    if (!isAsUtf8)
         limitHandshake(*challenge.manager, challenge.proxy.hostName());
-    answer(challenge.authenticator, credentials);
+    answer(challenge.authenticator, credentials, isAsUtf8);
 }
 
 /// What the proxy has refused, if anything. For plain requests Qt tells; for a tunnel each attempt comes as

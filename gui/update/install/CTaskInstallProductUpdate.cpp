@@ -28,6 +28,12 @@ void CTaskInstallProductUpdate::Private::open(CBaseDialog *window,
 {
     dialog = window;
     QObject::connect(window, &QDialog::finished, q, answered);
+    // Whoever takes it away has closed it.
+    const auto onGone = [this, answered] {
+        if (!dialog && q->isRunning())
+            (q->*answered)(QDialog::Rejected);
+    };
+    QObject::connect(window, &QObject::destroyed, q, onGone, Qt::QueuedConnection);
     q->setWaitForSubTaskCompletion();
     CSearchParentHelper::makeTransient(window, UpgradeUtils::messageIssuer());
     window->setAskedFor(params.askedFor);

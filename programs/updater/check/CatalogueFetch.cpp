@@ -206,6 +206,8 @@ private:
         const long tunnelStatus = longInfo(CURLINFO_HTTP_CONNECTCODE);
         if (status == 407 || tunnelStatus == 407)
             return failure(ExitCode::ProxyError, QStringLiteral("the proxy asks for a password"));
+        if (code == CURLE_PROXY)
+            return socksFailure(longInfo(CURLINFO_PROXY_ERROR));
         if (code == CURLE_HTTP_RETURNED_ERROR && !isGatewayFailure(status))
             return failure(ExitCode::HttpError,
                            QStringLiteral("the server answers with status %1").arg(status));
@@ -215,6 +217,18 @@ private:
         const QString reason
             = QString::fromUtf8(m_error[0] != '\0' ? m_error : curl_easy_strerror(code)).simplified();
         return failure(exitCodeFor(code), reason);
+    }
+
+    FetchResult socksFailure(long reason) const
+    {
+        if (reason == CURLPX_NO_AUTH || reason == CURLPX_USER_REJECTED)
+            return failure(ExitCode::ProxyError, QStringLiteral("the proxy asks for a password"));
+        // Every reason of RFC 1928 for which a proxy does not connect.
+        const bool isReply
+            = reason >= CURLPX_REPLY_ADDRESS_TYPE_NOT_SUPPORTED && reason <= CURLPX_REPLY_UNASSIGNED;
+        return failure(isReply ? ExitCode::NoConnection : ExitCode::ProxyError,
+                       isReply ? QStringLiteral("the proxy does not reach the server")
+                               : QStringLiteral("the proxy does not speak SOCKS 5"));
     }
 
     /// A proxy that cannot reach the server says so in an answer of its own.

@@ -4,7 +4,9 @@
 #include "programs/updater/base/ErrorLine.h"
 #include "programs/updater/install/Installation.h"
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <cstring>
 
 namespace {
@@ -13,6 +15,17 @@ QString rootOf(const Values &values, const QString &programDirectory)
 {
     const QString given = values.value(QStringLiteral("--root"));
     return given.isEmpty() ? Installation::find(programDirectory) : given;
+}
+
+/// Of a program that is named by its path in the file system. Empty for one that lies in no installation.
+QByteArray pathInVersion(const QString &program, QString *root)
+{
+    const QFileInfo file(program);
+    *root = Installation::find(file.path());
+    if (root->isEmpty())
+        return QByteArray();
+    const QString folder = QDir(*root).relativeFilePath(file.dir().canonicalPath());
+    return QFile::encodeName((folder + QLatin1Char('/') + file.fileName()).section(QLatin1Char('/'), 1));
 }
 
 ExitCode result(const InstallResult &result)
@@ -75,9 +88,20 @@ ExitCode prepareRun(char *argv[], const QString &programDirectory, QByteArray *p
         values.insert(QStringLiteral("--root"), QFile::decodeName(argument[1]));
         argument += 2;
     }
-    if (!*argument || !PackageManifest::isSafePath(*argument))
+    *next = argument;
+    QByteArray program = *argument;
+    QString root;
+    if (values.isEmpty() && program.startsWith('/')) {
+        program = pathInVersion(QFile::decodeName(*argument), &root);
+        // An application that starts itself anew need not lie in an installation.
+        *path = *argument;
+        if (program.isEmpty())
+            return ExitCode::UpdateFound;
+    } else {
+        root = rootOf(values, programDirectory);
+    }
+    if (!PackageManifest::isSafePath(program))
         return fail(ExitCode::UsageError, QStringLiteral("a program inside the installation is needed"));
-    const QString root = rootOf(values, programDirectory);
     if (root.isEmpty())
         return fail(ExitCode::NoInstallation, QStringLiteral("this program lies in no installation"));
     Installation installation;
@@ -87,7 +111,6 @@ ExitCode prepareRun(char *argv[], const QString &programDirectory, QByteArray *p
             printError(QStringLiteral("version %1 did not come up; the version before is in use again")
                            .arg(version));
     }
-    *path = QFile::encodeName(root) + "/current/" + QByteArray(*argument);
-    *next = argument;
+    *path = QFile::encodeName(root) + "/current/" + program;
     return ExitCode::UpdateFound;
 }

@@ -13,7 +13,8 @@ ExitCode runConfirmTool(const QStringList &arguments, const QString &programDire
 /**
  * "run [--root DIR] PROGRAM [ARGUMENT...]", where PROGRAM is a path inside a version. Counts the start of a
  * version that is on trial, and goes back when too many have failed. Where that is not this user's to do, it
- * only finds the program.
+ * only finds the program. Without --root, PROGRAM may be an absolute path, too: of a program in the version
+ * in use of any installation, or of one that lies in none and is only started.
  *
  * @param argv  of this process; null at the end
  * @param next  receives the program's arguments, its own path first

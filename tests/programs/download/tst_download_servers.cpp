@@ -104,18 +104,34 @@ private Q_SLOTS:
         QCOMPARE(refused.run(), 25);
         QVERIFY(origin.requests.isEmpty());
 
-        const SocksServer socks;
-        QCOMPARE(UtilityRun(origin.url(), path("out"),
-                            "--proxy-kind socks5 --proxy-server 127.0.0.1 --proxy-port "
-                                + QByteArray::number(socks.serverPort()))
-                     .run(),
-                 0);
-        QCOMPARE(socks.names.size(), 1);
-
         // And the other way round: the environment's proxy is nobody's wish.
         UtilityRun direct(origin.url(), path("out"));
         direct.process.setProcessEnvironment(environment);
         QCOMPARE(direct.run(), 0);
+    }
+
+    void socks_data()
+    {
+        Table<QByteArray, QByteArray, QByteArray, int> row; // what the proxy wants; the user; the password
+        row("no login", "", "", "", 0);
+        row("login", proxyUser + ':' + password, proxyUser, password, 0);
+        row("wrong password", proxyUser + ':' + password, proxyUser, "wrong", 20);
+        row("no user", proxyUser + ':' + password, "", "", 20);
+    }
+
+    void socks()
+    {
+        const auto [login, user, sent, exitCode] = cells<QByteArray, QByteArray, QByteArray, int>();
+        const TestServer origin(honest);
+        const SocksServer socks(login);
+        UtilityRun run(origin.url(), path("out"),
+                       "--proxy-kind socks5 --proxy-server 127.0.0.1 --proxy-port "
+                           + QByteArray::number(socks.serverPort())
+                           + (user.isEmpty() ? "" : " --proxy-try-count 1 -pu " + user));
+        QVERIFY2(run.run(sent + '\n') == exitCode, run.errors.constData());
+        QCOMPARE(socks.logins, user.isEmpty() ? QByteArrayList() : QByteArrayList{user + ':' + sent});
+        QCOMPARE(socks.names.size(), exitCode == 0 ? 1 : 0);
+        QVERIFY(!(run.output + run.errors).contains(password));
     }
 
     void certificates_data()

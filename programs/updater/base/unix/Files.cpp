@@ -37,19 +37,6 @@ bool openUp(int folder, const char *name)
            && fchmod(descriptor.number(), (status.st_mode & 07777) | S_IRWXU) == 0;
 }
 
-/// Whether another file system, or another part of this one, begins here.
-bool isMountPoint(int folder, const char *name)
-{
-    struct statx parent = {};
-    struct statx status = {};
-    constexpr int flags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT;
-    if (statx(folder, "", flags | AT_EMPTY_PATH, STATX_TYPE, &parent) != 0
-        || statx(folder, name, flags, STATX_TYPE, &status) != 0)
-        return false;
-    return (status.stx_attributes & status.stx_attributes_mask & STATX_ATTR_MOUNT_ROOT) != 0
-           || status.stx_dev_major != parent.stx_dev_major || status.stx_dev_minor != parent.stx_dev_minor;
-}
-
 /// A name that is not taken, for what cannot be removed.
 /// @param first  the first number that is tried
 QByteArray freshName(int folder, int first = 1)
@@ -80,7 +67,7 @@ QByteArrayList namesIn(const Descriptor &folder)
 /// @param others  receives their new names
 bool removeFolder(int parent, const QByteArray &name, QByteArrayList *others)
 {
-    if (isMountPoint(parent, name.constData())) {
+    if (Files::isMountPoint(parent, name.constData())) {
         errno = EBUSY;
         return false;
     }
@@ -177,6 +164,18 @@ bool Files::exists(int folder, const char *name)
 {
     struct stat status = {};
     return fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
+bool Files::isMountPoint(int folder, const char *name)
+{
+    struct statx parent = {};
+    struct statx status = {};
+    constexpr int flags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT;
+    if (statx(folder, "", flags | AT_EMPTY_PATH, STATX_TYPE, &parent) != 0
+        || statx(folder, name, flags, STATX_TYPE, &status) != 0)
+        return false;
+    return (status.stx_attributes & status.stx_attributes_mask & STATX_ATTR_MOUNT_ROOT) != 0
+           || status.stx_dev_major != parent.stx_dev_major || status.stx_dev_minor != parent.stx_dev_minor;
 }
 
 std::optional<QByteArray> Files::read(int folder, const char *name, qint64 limit)

@@ -30,6 +30,8 @@ InstallResult systemFault(const QString &what);
 
 Descriptor openFolder(int folder, const char *name);
 bool exists(int folder, const char *name);
+/// Whether another file system, or another part of this one, begins here.
+bool isMountPoint(int folder, const char *name);
 /// The content of a regular file; nothing when there is none or it is larger than the limit.
 std::optional<QByteArray> read(int folder, const char *name, qint64 limit);
 /// Writes a file that is not there yet, readable for the user only; its content stands on the medium. Nothing

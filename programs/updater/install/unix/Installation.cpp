@@ -137,6 +137,7 @@ InstallResult Installation::recover(const QString &root)
 {
     Private present;
     present.root = openRoot(root);
+    present.rootPath = root;
     present.own = Files::openFolder(present.root.number(), Name::own);
     if (!present.own.isOpen() || !Private::isOwnAndPrivate(present.own.number()) || !present.takeLock().ok())
         return InstallResult();

@@ -48,6 +48,8 @@ public:
     InstallResult forgetJournal();
     InstallResult reject(const VersionNumber &version, const QString &reason);
     InstallResult replaceRecord(const QByteArray &name, const QByteArray &text);
+    InstallResult moveFault(const QString &what) const;
+    InstallResult moved(bool ok) const;
     InstallResult sync() const;
     bool move(int fromFolder, const char *from, int toFolder, const char *to);
     bool exchange(int folder, const char *name, int otherFolder, const char *otherName);

@@ -17,14 +17,6 @@ InstallResult failed(const char *fault)
     return {ExitCode::InstallFailed, QLatin1String(fault)};
 }
 
-InstallResult moved(bool ok)
-{
-    if (!ok && errno == EBUSY)
-        return failed(
-            "a version cannot be moved, because a volume is mounted on its folder: unmount it first");
-    return ok ? InstallResult() : Files::systemFault(QStringLiteral("a version cannot be moved"));
-}
-
 } // namespace
 
 bool Installation::Private::move(int fromFolder, const char *from, int toFolder, const char *to)
@@ -38,6 +30,25 @@ bool Installation::Private::exchange(int folder, const char *name, int otherFold
         return Files::exchange(folder, name, otherFolder, otherName);
     errno = EINVAL;
     return false;
+}
+
+/// From errno, after a move that failed.
+InstallResult Installation::Private::moveFault(const QString &what) const
+{
+    const int error = errno;
+    for (const char *const name : {Name::current, Name::previous}) {
+        if (error == EBUSY && Files::isMountPoint(root.number(), name))
+            return {ExitCode::InstallFailed,
+                    QStringLiteral("%1: a volume is mounted on %2/%3, unmount it first")
+                        .arg(what, rootPath, QLatin1String(name))};
+    }
+    errno = error;
+    return Files::systemFault(what);
+}
+
+InstallResult Installation::Private::moved(bool ok) const
+{
+    return ok ? InstallResult() : moveFault(QStringLiteral("a version cannot be moved"));
 }
 
 InstallResult Installation::Private::sync() const
@@ -168,7 +179,7 @@ void Installation::Private::keepOldVersion()
         return;
     // A folder that cannot be moved, such as one that a volume is mounted on, must not hold up what comes
     // after it.
-    printError(Files::systemFault(QStringLiteral("the version before cannot be kept")).fault);
+    printError(moveFault(QStringLiteral("the version before cannot be kept")).fault);
     (void)Files::discard(own.number(), Staging::name);
 }
 
