@@ -1,16 +1,14 @@
 #include "programs/download_utility/DigestFollower.h"
 
+#include "gui/platform/Digest.h"
 #include "programs/download_utility/Storage.h"
-#include "programs/download_utility/Text.h"
-
-#include <openssl/evp.h>
 
 #include <algorithm>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <new>
-#include <string_view>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -18,40 +16,18 @@ namespace {
 
 const std::size_t pieceSize = 256 * 1024;
 
-class Digest
+using KovGui::Platform::Digest;
+
+/// Throws when the system refuses the kind: without it nothing could be checked.
+std::string finished(std::optional<Digest> *digest)
 {
-public:
-    Digest(bool isWanted, const EVP_MD *kind)
-        : m_kind(kind)
-        , m_context(isWanted ? EVP_MD_CTX_new() : nullptr, &EVP_MD_CTX_free)
-    {
-        begin();
-    }
-
-    void begin()
-    {
-        if (m_context && EVP_DigestInit_ex(m_context.get(), m_kind, nullptr) != 1)
-            throw std::bad_alloc();
-    }
-    void add(const char *data, std::size_t size)
-    {
-        if (m_context)
-            EVP_DigestUpdate(m_context.get(), data, size);
-    }
-    std::string finish()
-    {
-        if (!m_context)
-            return std::string();
-        unsigned char bytes[EVP_MAX_MD_SIZE];
-        unsigned length = 0;
-        EVP_DigestFinal_ex(m_context.get(), bytes, &length);
-        return Text::toHex(std::string_view(reinterpret_cast<const char *>(bytes), length));
-    }
-
-private:
-    const EVP_MD *m_kind;
-    std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> m_context;
-};
+    if (!*digest)
+        return std::string();
+    std::string digits = (*digest)->finish();
+    if (digits.empty())
+        throw std::bad_alloc();
+    return digits;
+}
 
 } // namespace
 
@@ -60,9 +36,12 @@ class DigestFollower::Private
 public:
     Private(const Storage &storage, bool wantsMd5, bool wantsSha256)
         : storage(storage)
-        , md5(wantsMd5, EVP_md5())
-        , sha256(wantsSha256, EVP_sha256())
-    { }
+    {
+        if (wantsMd5)
+            md5.emplace(Digest::Kind::Md5);
+        if (wantsSha256)
+            sha256.emplace(Digest::Kind::Sha256);
+    }
 
     void follow();
     bool readPiece(std::vector<char> &buffer, std::unique_lock<std::mutex> &lock);
@@ -75,8 +54,8 @@ public:
     bool isReading = false;
     bool isFailed = false;
     bool isEnding = false;
-    Digest md5;
-    Digest sha256;
+    std::optional<Digest> md5;
+    std::optional<Digest> sha256;
     std::string md5Digits;
     std::string sha256Digits;
     std::thread thread;
@@ -89,8 +68,10 @@ bool DigestFollower::Private::readPiece(std::vector<char> &buffer, std::unique_l
     lock.unlock();
     const long long count = storage.read(position, buffer.data(), static_cast<std::size_t>(wanted));
     if (count > 0) {
-        md5.add(buffer.data(), static_cast<std::size_t>(count));
-        sha256.add(buffer.data(), static_cast<std::size_t>(count));
+        for (std::optional<Digest> *digest : {&md5, &sha256}) {
+            if (*digest)
+                (*digest)->add(buffer.data(), static_cast<std::size_t>(count));
+        }
     }
     lock.lock();
     isReading = false;
@@ -154,8 +135,10 @@ void DigestFollower::restart()
     d->changed.wait(lock, [this] { return !d->isReading; });
     d->position = 0;
     d->isFailed = false;
-    d->md5.begin();
-    d->sha256.begin();
+    for (std::optional<Digest> *digest : {&d->md5, &d->sha256}) {
+        if (*digest)
+            (*digest)->restart();
+    }
 }
 
 bool DigestFollower::waitFor(std::chrono::milliseconds time)
@@ -174,8 +157,8 @@ bool DigestFollower::finish()
     const std::lock_guard<std::mutex> lock(d->mutex);
     if (d->isFailed)
         return false;
-    d->md5Digits = d->md5.finish();
-    d->sha256Digits = d->sha256.finish();
+    d->md5Digits = finished(&d->md5);
+    d->sha256Digits = finished(&d->sha256);
     return true;
 }
 

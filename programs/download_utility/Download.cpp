@@ -1,10 +1,9 @@
 #include "programs/download_utility/Download.h"
 
+#include "gui/platform/Digest.h"
 #include "gui/tasks/download/FileName.h"
 #include "programs/download_utility/Process.h"
 #include "programs/download_utility/Text.h"
-
-#include <openssl/evp.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -24,10 +23,9 @@ const unsigned longestWait = 60;
 
 std::string sha256Of(const std::string &text)
 {
-    unsigned char bytes[EVP_MAX_MD_SIZE];
-    unsigned length = 0;
-    EVP_Digest(text.data(), text.size(), bytes, &length, EVP_sha256(), nullptr);
-    return Text::toHex(std::string_view(reinterpret_cast<const char *>(bytes), length));
+    KovGui::Platform::Digest digest(KovGui::Platform::Digest::Kind::Sha256);
+    digest.add(text.data(), text.size());
+    return digest.finish();
 }
 
 void note(const std::string &text)

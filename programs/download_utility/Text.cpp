@@ -50,15 +50,4 @@ std::string printable(std::string_view text)
     return line;
 }
 
-std::string toHex(std::string_view bytes)
-{
-    static const char digits[] = "0123456789abcdef";
-    std::string hex;
-    for (const char c : bytes) {
-        hex += digits[static_cast<unsigned char>(c) >> 4];
-        hex += digits[static_cast<unsigned char>(c) & 0xf];
-    }
-    return hex;
-}
-
 } // namespace Text

@@ -20,7 +20,4 @@ std::string_view trimmed(std::string_view text);
 /// Fit for one line of a terminal or a log: every control character becomes "?", at most 500 bytes are kept.
 std::string printable(std::string_view text);
 
-/// Lower-case hexadecimal digits of @p bytes.
-std::string toHex(std::string_view bytes);
-
 } // namespace Text
