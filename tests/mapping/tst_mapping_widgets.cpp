@@ -272,6 +272,24 @@ private Q_SLOTS:
         QCOMPARE(label.text(), "new");
     }
 
+    /// Every change reaches the widget, also one of values that count as equal.
+    void loadedAnew()
+    {
+        Form form;
+        const auto label = form.add<QLabel>("p");
+        OwnProvider provider;
+        form.mapper = std::make_unique<CWidgetMapper>(*form.controller, provider, nullptr);
+        const auto noon = QDateTime(QDate(2026, 1, 1), QTime(12, 0), Qt::UTC);
+        QSettings().setValue("p", 0.1);
+        QVERIFY(form.mapper->addMappings(&form));
+        for (const QVariant &value :
+             {QVariant(0.1 + 1e-16), QVariant(noon), QVariant(noon.toOffsetFromUtc(3600))}) {
+            QSettings().setValue("p", value);
+            form.model->revert();
+            QCOMPARE(label->text(), value.toString());
+        }
+    }
+
     void mapping()
     {
         const LogCapture log;

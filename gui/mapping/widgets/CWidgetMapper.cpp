@@ -21,9 +21,19 @@ QByteArray nameOf(const QWidget *widget)
     return KovGui::logText(widget->objectName());
 }
 
+/// Equal times of different zones, and numbers that differ in the last digit only, are not the same to a
+/// widget.
 bool isIdentical(const QVariant &first, const QVariant &second)
 {
-    return first.userType() == second.userType() && first == second;
+    switch (first.userType()) {
+    case QMetaType::Bool:
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::QString:
+        return first.userType() == second.userType() && first == second;
+    default:
+        return false;
+    }
 }
 
 /// @p former with the values of @p all; a copy costs something only where a value is another one.
@@ -172,7 +182,8 @@ void CWidgetMapper::Private::load(const QVector<QWidget *> &widgets, bool prepar
         const Values &request = mappings.constFind(widget)->request;
         for (auto storage = request.begin(); storage != request.end(); ++storage) {
             auto &paths = values[storage.key()];
-            paths.reserve(widgets.size());
+            if (paths.isEmpty())
+                paths.reserve(widgets.size());
             for (auto path = storage->begin(); path != storage->end(); ++path)
                 paths.insert(path.key(), QVariant());
         }
