@@ -138,13 +138,5 @@ private:
     QList<QPointer<CNotificationBox>> m_boxes;
 };
 
-int main(int argc, char *argv[])
-{
-    const TestEnvironment environment;
-    const AccessibleSession session;
-    QApplication application(argc, argv);
-    tst_NotificationNative test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+KOV_TEST_MAIN(AccessibleApplication, tst_NotificationNative)
 #include "tst_notification_native.moc"

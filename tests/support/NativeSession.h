@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -38,6 +38,13 @@ private:
 
     QTemporaryDir m_runtime;
     QProcess m_bus;
+};
+
+/// An application in such a session, for KOV_TEST_MAIN.
+class AccessibleApplication : private AccessibleSession, public QApplication
+{
+public:
+    using QApplication::QApplication;
 };
 
 inline void runProgram(const QString &program, const QStringList &arguments)

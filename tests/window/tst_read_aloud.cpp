@@ -68,12 +68,5 @@ private:
     QByteArray m_told;
 };
 
-int main(int argc, char *argv[])
-{
-    const TestEnvironment environment;
-    const AccessibleSession session;
-    QApplication application(argc, argv);
-    tst_ReadAloud test;
-    return QTest::qExec(&test, argc, argv);
-}
+KOV_TEST_MAIN(AccessibleApplication, tst_ReadAloud)
 #include "tst_read_aloud.moc"
