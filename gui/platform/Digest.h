@@ -21,6 +21,8 @@ public:
     explicit Digest(Kind kind);
     ~Digest();
 
+    /// False when the system refuses this kind, as one that is restricted to approved methods does with MD5.
+    bool isOffered() const;
     void add(const char *data, std::size_t size);
     /// Of all that was added, as lower-case hexadecimal digits; empty when the system refuses this kind. What
     /// is added next begins another digest.

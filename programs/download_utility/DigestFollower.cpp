@@ -112,6 +112,11 @@ DigestFollower::~DigestFollower()
         d->thread.join();
 }
 
+bool DigestFollower::isPossible() const
+{
+    return (!d->md5 || d->md5->isOffered()) && (!d->sha256 || d->sha256->isOffered());
+}
+
 void DigestFollower::advance(std::uint64_t size)
 {
     if (!d->thread.joinable())

@@ -20,6 +20,8 @@ public:
     DigestFollower(const Storage &storage, bool wantsMd5, bool wantsSha256);
     ~DigestFollower();
 
+    /// False when the system refuses a digest that is wanted. To be asked before the first advance().
+    bool isPossible() const;
     /// The first @p size bytes are written and stay as they are. Never less than before, except after
     /// restart().
     void advance(std::uint64_t size);

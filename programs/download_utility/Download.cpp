@@ -97,6 +97,9 @@ Result Download::open()
     if (!url)
         return Result(ExitCode::AddressRefused, "the address is no HTTP or HTTPS address");
     m_url = *url;
+    if (!m_digests.isPossible() || sha256Of(m_url.text).empty())
+        return Result(ExitCode::InternalError,
+                      "this system's cryptography refuses the digest that the file is to be compared with");
     const std::string name = FileName::fromEncodedPath(m_url.encodedPath);
     if (name.empty())
         return Result(ExitCode::FileNameRefused,

@@ -372,10 +372,15 @@ private Q_SLOTS:
     {
         CTaskScripted task("A: wait");
         CTaskScripted::perform(&task, "execute, run");
-        std::thread([&task] {
+        CTaskManager *manager = CTaskManager::instance();
+        QList<CAbstractTask *> found = manager->getTasksByType(0);
+        QCOMPARE(found.size(), 1);
+        std::thread([&] {
             CTaskScripted::perform(&task, "complete 0, terminate 0, finish 0, pause, execute");
+            found = manager->getTasksByType(0);
         }).join();
-        QCOMPARE(eventLog().join('|'), "A|error|error|finish|error|error|error");
+        QCOMPARE(eventLog().join('|'), "A|error|error|finish|error|error|error|error");
+        QVERIFY(found.isEmpty());
         QVERIFY(task.isRunning() && !task.isPaused());
         task.terminate(-9);
     }

@@ -20,6 +20,10 @@ class tst_KovGui : public QObject
 {
     Q_OBJECT
 
+public:
+    enum Kinds { TaskOfTheHost = 9000 };
+    Q_ENUM(Kinds)
+
 private Q_SLOTS:
     void initTestCase()
     {
@@ -28,6 +32,9 @@ private Q_SLOTS:
         // Settings need an organisation; a host that set none gets one.
         QCOMPARE(QCoreApplication::organizationName(), "Tessarine");
         QCOMPARE(QSettings().status(), QSettings::NoError);
+        // A host's kinds stand beside the library's.
+        Tasks::init(QMetaEnum::fromType<Kinds>());
+        QCOMPARE(Tasks::typeName(TaskOfTheHost), "TaskOfTheHost");
         QCOMPARE(Tasks::typeName(158), "TaskAdviseToWindows10Upgrade");
     }
 

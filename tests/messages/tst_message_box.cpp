@@ -408,6 +408,7 @@ private Q_SLOTS:
         const auto box = makeBox();
         box->setProblemID("15/3&");
         box->show();
+        QCOMPARE(part<QLabel>(*box, "m_lblProblemIDNumber")->accessibleName(), "Problem ID: 15/3&");
         auto *link = part<QLabel>(*box, "m_lblProblemIDLink");
         link->setFocus();
         QTest::keyClick(link, Qt::Key_Tab);

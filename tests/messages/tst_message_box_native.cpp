@@ -5,6 +5,7 @@
 #include "gui/update/CAppUpdateWorker.h"
 #include "gui/update/dialogs/CUpdateDialog.h"
 #include "gui/update/record/UpgradeUtils.h"
+#include "tests/support/Files.h"
 #include "tests/support/KovTest.h"
 #include "tests/support/NativeSession.h"
 #include "tests/support/NginxServer.h"
@@ -42,7 +43,10 @@ private:
     const int m_key;
 };
 
-/// A host that asks before it downloads.
+/// What comes by itself.
+enum Unasked { Message, Offer, Downloaded };
+
+/// A host that may ask before it downloads.
 class AskingWorker : public CAppUpdateWorker
 {
     Q_OBJECT
@@ -51,7 +55,8 @@ public:
     Q_INVOKABLE explicit AskingWorker(CAppUpdateLogic *logic)
         : CAppUpdateWorker(logic)
     { }
-    bool isDownloadInBackgroundByDefault() const override { return false; }
+    bool isDownloadInBackgroundByDefault() const override { return !asks; }
+    static inline bool asks = true;
 };
 
 /// Another program: says what was typed into its window, and ends with Escape.
@@ -119,17 +124,20 @@ private Q_SLOTS:
 
     void unaskedBoxLeavesTheKeyboard_data()
     {
-        Table<bool, bool> row; // another program's window is typed into; an offer
-        row("message, typing into our own window", false, false);
-        row("message, typing into another program's window", true, false);
-        row("offer, typing into our own window", false, true);
-        row("offer, typing into another program's window", true, true);
+        Table<bool, int> row; // another program's window is typed into
+        row("message, typing into our own window", false, int(Message));
+        row("message, typing into another program's window", true, int(Message));
+        row("offer, typing into our own window", false, int(Offer));
+        row("offer, typing into another program's window", true, int(Offer));
+        row("downloaded, typing into our own window", false, int(Downloaded));
+        row("downloaded, typing into another program's window", true, int(Downloaded));
     }
 
-    /// A machine's question, and the offer of an update that a check in the background has found.
+    /// A machine's question, the offer of an update that a check in the background has found, and the
+    /// question after a download in the background.
     void unaskedBoxLeavesTheKeyboard()
     {
-        const auto [other, isOffer] = cells<bool, bool>();
+        const auto [other, kind] = cells<bool, int>();
         QWidget bystander;
         QMainWindow window;
         bystander.show();
@@ -143,8 +151,12 @@ private Q_SLOTS:
             typist.start(QCoreApplication::applicationFilePath(), {"--typist"});
             QTRY_VERIFY(typist.bytesAvailable() && !window.isActiveWindow());
         }
-        if (isOffer)
+        AskingWorker::asks = kind != Downloaded;
+        if (kind == Offer)
             QCOMPARE(CAppUpdateLogic::instance()->checkForUpdates(true, false, false), KOV_SUCCESS);
+        else if (kind == Downloaded)
+            QCOMPARE(CAppUpdateLogic::instance()->installUpdate(download(), false, false),
+                     KOV_ERR_IN_PROGRESS);
         else
             askOnItsOwn(&window);
         QPointer<CBaseDialog> box;
@@ -175,7 +187,7 @@ private Q_SLOTS:
         runProgram("xdotool", {"windowactivate", QString::number(box->winId())});
         QVERIFY(QTest::qWaitForWindowActive(box));
         QTRY_VERIFY(!asksForAttention(*box) && !asksForAttention(window));
-        const auto *button = box->findChild<QPushButton *>(isOffer ? "m_pbPostpone" : "m_pbButton1");
+        const auto *button = box->findChild<QPushButton *>(kind == Message ? "m_pbButton1" : "m_pbPostpone");
         const QPoint place = button->mapToGlobal(button->rect().center());
         runProgram("xdotool",
                    {"mousemove", QString::number(place.x()), QString::number(place.y()), "click", "1"});
@@ -188,7 +200,8 @@ private Q_SLOTS:
         pressKeys({"Return"});
         QTRY_COMPARE(finished.count(), 1);
         // The click has moved the focus, no more.
-        QCOMPARE(finished.first().first().toInt(), isOffer ? int(CUpdateDialog::Postpone) : int(Button1));
+        QCOMPARE(finished.first().first().toInt(),
+                 kind == Message ? int(Button1) : int(CUpdateDialog::Postpone));
         CAppUpdateLogic::destroy();
     }
 
@@ -238,7 +251,18 @@ private:
         CMessageManager::instance()->showMessageBox(params);
     }
 
+    CProductUpdateInfo download() const
+    {
+        CProductUpdateInfo info(CProductUpdateInfo::MinorUpdate);
+        info.transactionId = "-3.1.4-31302";
+        info.download.url = m_server.url("Setup-3.1.4.31302.run");
+        info.download.destinationDirectory = m_updates.path();
+        info.download.md5 = "d41d8cd98f00b204e9800998ecf8427e"; // of nothing
+        return writeFile(m_site.filePath("Setup-3.1.4.31302.run"), "") ? info : CProductUpdateInfo();
+    }
+
     QTemporaryDir m_site;
+    QTemporaryDir m_updates;
     NginxServer m_server;
 
     static void fill(CMessageBox *box)

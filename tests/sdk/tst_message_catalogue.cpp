@@ -83,6 +83,7 @@ private Q_SLOTS:
             {"<b onclick=x>x</b>", "is none of"},
             {"<a href=\\'file:///etc/passwd\\'>x</a>", "is none of"},
             {"<a href=\\'https://example.com/%20\\'>x</a>", "is none of"},
+            {"<a href=\\'kovhelp:network\\'>x</a>", "is none of"},
             {"<b>x", "<b> is not closed"},
             {"<b><i>x</b></i>", "</b> closes nothing"},
             {"1 < 2", "'<' opens no tag"},

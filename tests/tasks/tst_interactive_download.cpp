@@ -250,6 +250,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(labelText("m_lblProgress").startsWith("Waiting for the connection... ("),
                                  60000);
         QCOMPARE(dialog()->findChild<QProgressBar *>()->maximum(), 100);
+        QVERIFY(dialog()->windowTitle().endsWith(" % of " + KovGui::getAppGuiName() + " downloaded"));
         QVERIFY(server.restart());
         fireReconnect(*task.findChild<CTaskDownloadFile *>());
         QTRY_VERIFY_WITH_TIMEOUT(task.isFinished(), 30000);

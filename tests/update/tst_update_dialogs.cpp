@@ -103,6 +103,10 @@ private Q_SLOTS:
                 dialog->show();
                 QVERIFY(dialog->findChild<QPushButton *>("m_pbInstall")->isDefault());
                 auto *button = dialog->findChild<QPushButton *>(QLatin1String(click.first));
+                // It is for good, which its caption does not say.
+                const bool skips = button && click.second == CUpdateDialog::Skip;
+                QVERIFY(!skips || button->toolTip().contains("not offered again"));
+                QVERIFY(!skips || button->accessibleDescription() == button->toolTip());
                 if (*click.first == 0)
                     QTest::keyClick(dialog, Qt::Key_Escape);
                 else if (button)

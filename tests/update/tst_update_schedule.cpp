@@ -394,6 +394,30 @@ private Q_SLOTS:
         }
     }
 
+    /// Nothing that comes while the updater program runs loses its success.
+    void otherUpdateDuringTheInstallation()
+    {
+        const QString signal = m_folder.filePath("go on");
+        qputenv("MISBEHAVIOUR", "until [ -e '" + signal.toUtf8() + "' ]; do sleep .02; done");
+        KovGui::setUpdaterFilePathAndUpdateMode(MISBEHAVING_PROGRAM, QString(), "ctl");
+        putPackage();
+        script.isReal = true;
+        script.found.download.md5 = "d41d8cd98f00b204e9800998ecf8427e"; // of nothing
+        UpgradeUtils::setNeedToInstallUpdateOnAppStart(true, script.found.updateType, false); // unasked
+        logic()->setOnAppStart(true);
+        QSignalSpy ended(logic(), &CAppUpdateLogic::updateInstallFinished);
+        logic()->installUpdate(script.found, false, false);
+        QTRY_VERIFY(script.latest && script.latest->isInstalling());
+        script.found.transactionId = "-4.0.0-40000";
+        script.found.updateType = CProductUpdateInfo::MajorUpgrade;
+        QCOMPARE(logic()->installUpdate(script.found, true, false), KOV_ERR_IN_PROGRESS);
+        script.latest->Install::terminate(KOV_ERR_CANCELLED);
+        QVERIFY(writeFile(signal, ""));
+        QTRY_COMPARE(ended.size(), 1);
+        QCOMPARE(ended.first().first().toInt(), KOV_SUCCESS);
+        QVERIFY(UpgradeUtils::isNeedToCheckUpdateOnAppStart());
+    }
+
     void foregroundRequestAtTheEndOfACheck()
     {
         const auto once = connect(logic(), &CAppUpdateLogic::updateCheckFinished, logic(),

@@ -26,6 +26,11 @@ Digest::Digest(Kind kind)
 
 Digest::~Digest() = default;
 
+bool Digest::isOffered() const
+{
+    return d->isGood;
+}
+
 void Digest::restart()
 {
     d->isGood = d->context && EVP_DigestInit_ex(d->context.get(), d->kind, nullptr) == 1;

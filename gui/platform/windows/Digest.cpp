@@ -45,6 +45,11 @@ Digest::Digest(Kind kind)
 
 Digest::~Digest() = default;
 
+bool Digest::isOffered() const
+{
+    return d->isGood;
+}
+
 void Digest::restart()
 {
     d->end();

@@ -171,6 +171,21 @@ private Q_SLOTS:
                      before);
     }
 
+    /// As on a system that is restricted to approved methods.
+    void refusedDigest()
+    {
+        TestServer server(honest);
+        QVERIFY(writeFile(path(".cnf"), "openssl_conf = a\n[a]\nalg_section = b\n"
+                                        "[b]\ndefault_properties = fips=yes\n"));
+        UtilityRun run(server.url(), m_folder->path(), "--md5 " + QByteArray(32, 'a'));
+        run.process.setArguments(QStringList{"OPENSSL_CONF=" + path(".cnf"), run.process.program()}
+                                 + run.process.arguments());
+        run.process.setProgram("env");
+        QCOMPARE(run.run(), 1);
+        QVERIFY2(run.errors.contains("refuses the digest"), run.errors.constData());
+        QVERIFY(server.requests.isEmpty());
+    }
+
     void oneWriterOnly()
     {
         TestServer server(stalling);

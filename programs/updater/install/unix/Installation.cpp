@@ -278,6 +278,9 @@ InstallResult Installation::confirmVersion(const QString &root)
 {
     const Descriptor folder = openRoot(root);
     const Descriptor own = Files::openFolder(folder.number(), Name::own);
+    // Whoever read the journal later would put the version on trial once more.
+    if (own.isOpen() && Files::exists(own.number(), Name::journal))
+        (void)recover(root);
     const std::optional<QByteArray> record
         = own.isOpen() ? Files::read(own.number(), Name::trial, maximumRecordSize) : std::nullopt;
     if (!record || !record->startsWith(Private::identityOf(folder.number(), Name::current) + '\n'))
