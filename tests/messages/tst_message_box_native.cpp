@@ -155,8 +155,7 @@ private Q_SLOTS:
         if (kind == Offer)
             QCOMPARE(CAppUpdateLogic::instance()->checkForUpdates(true, false, false), KOV_SUCCESS);
         else if (kind == Downloaded)
-            QCOMPARE(CAppUpdateLogic::instance()->installUpdate(download(), false, false),
-                     KOV_ERR_IN_PROGRESS);
+            CAppUpdateLogic::instance()->installUpdate(download(), false, false);
         else
             askOnItsOwn(&window);
         QPointer<CBaseDialog> box;
@@ -253,12 +252,14 @@ private:
 
     CProductUpdateInfo download() const
     {
+        const QString name = "Setup-3.1.4.31302.run";
+        QFile::remove(m_updates.filePath(name));
         CProductUpdateInfo info(CProductUpdateInfo::MinorUpdate);
         info.transactionId = "-3.1.4-31302";
-        info.download.url = m_server.url("Setup-3.1.4.31302.run");
+        info.download.url = m_server.url(name);
         info.download.destinationDirectory = m_updates.path();
         info.download.md5 = "d41d8cd98f00b204e9800998ecf8427e"; // of nothing
-        return writeFile(m_site.filePath("Setup-3.1.4.31302.run"), "") ? info : CProductUpdateInfo();
+        return writeFile(m_site.filePath(name), "") ? info : CProductUpdateInfo();
     }
 
     QTemporaryDir m_site;

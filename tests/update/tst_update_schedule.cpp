@@ -403,11 +403,17 @@ private Q_SLOTS:
         putPackage();
         script.isReal = true;
         script.found.download.md5 = "d41d8cd98f00b204e9800998ecf8427e"; // of nothing
-        UpgradeUtils::setNeedToInstallUpdateOnAppStart(true, script.found.updateType, false); // unasked
-        logic()->setOnAppStart(true);
-        QSignalSpy ended(logic(), &CAppUpdateLogic::updateInstallFinished);
-        logic()->installUpdate(script.found, false, false);
+        const auto installAtStart = [](bool confirm) {
+            UpgradeUtils::setNeedToInstallUpdateOnAppStart(true, script.found.updateType, confirm);
+            logic()->setOnAppStart(true);
+            logic()->installUpdate(script.found, false, false);
+        };
+        installAtStart(true);
+        QTRY_COMPARE(offers(), QStringList{"3.1.5-31502"});
+        CAppUpdateLogic::destroy();
+        installAtStart(false);
         QTRY_VERIFY(script.latest && script.latest->isInstalling());
+        QSignalSpy ended(logic(), &CAppUpdateLogic::updateInstallFinished);
         script.found.transactionId = "-4.0.0-40000";
         script.found.updateType = CProductUpdateInfo::MajorUpgrade;
         QCOMPARE(logic()->installUpdate(script.found, true, false), KOV_ERR_IN_PROGRESS);
