@@ -48,7 +48,7 @@ Handle openFolder(const std::wstring &path, std::wstring &realPath)
     Handle folder(CreateFileW(realPath.c_str(), FILE_LIST_DIRECTORY | FILE_READ_ATTRIBUTES,
                               FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
                               FILE_FLAG_BACKUP_SEMANTICS, nullptr));
-    const auto found = identity(folder);
+    const auto found = folder.isOpen() ? identity(folder) : std::nullopt;
     if (!found)
         return Handle();
     if (!(found->attributes & FILE_ATTRIBUTE_DIRECTORY)) {
