@@ -18,7 +18,7 @@ bool makeFifo(const QString &path);
 
 /// Before the start of a console program that askToStop() shall reach.
 void prepareToStop(QProcess &process);
-/// As its user does, or who manages it: SIGTERM, or Ctrl+Break.
+/// As its user does, or who manages it: SIGTERM, or Ctrl+C at its console.
 bool askToStop(QProcess &process);
 /// Before the start: lets it run as a user who is not this one.
 bool runAsAnotherUser(QProcess &process);

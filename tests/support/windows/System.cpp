@@ -42,18 +42,20 @@ bool makeFifo(const QString &)
 
 void prepareToStop(QProcess &process)
 {
-    if (!GetConsoleCP())
-        AllocConsole();
-    // Of one console, for that is whom an event reaches, and of a group of its own, for it spares the test.
-    process.setCreateProcessArgumentsModifier([](QProcess::CreateProcessArguments *arguments) {
-        arguments->flags &= ~DWORD(CREATE_NO_WINDOW);
-        arguments->flags |= CREATE_NEW_PROCESS_GROUP;
-    });
+    // With a console of its own, for an event reaches everybody at one.
+    process.setCreateProcessArgumentsModifier(
+        [](QProcess::CreateProcessArguments *arguments) { arguments->flags |= CREATE_NO_WINDOW; });
 }
 
 bool askToStop(QProcess &process)
 {
-    return GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, DWORD(process.processId()));
+    SetConsoleCtrlHandler([](DWORD) { return TRUE; }, TRUE);
+    FreeConsole();
+    const bool isAsked
+        = AttachConsole(DWORD(process.processId())) && GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0);
+    FreeConsole();
+    AttachConsole(ATTACH_PARENT_PROCESS);
+    return isAsked;
 }
 
 bool runAsAnotherUser(QProcess &)
