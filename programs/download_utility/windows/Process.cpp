@@ -128,7 +128,9 @@ private:
                                              &written, nullptr);
             const DWORD error = GetLastError();
             lock.lock();
-            state.isReaderGone = !isWritten && (error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA);
+            state.isReaderGone = !isWritten
+                                 && (error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA
+                                     || error == ERROR_PIPE_NOT_CONNECTED);
             state.text.clear();
             state.changed.notify_all();
         }
