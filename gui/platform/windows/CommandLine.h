@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace KovGui::Platform {
+
+/// One text of which CommandLineToArgvW and Microsoft's C run-time library make these words again. The first
+/// word, the program's name, must hold no quotation mark.
+inline std::wstring commandLineOf(const std::vector<std::wstring> &words)
+{
+    std::wstring line;
+    for (const std::wstring &word : words) {
+        line += line.empty() ? L"\"" : L" \"";
+        std::size_t backslashes = 0;
+        for (const wchar_t character : word) {
+            // Backslashes count twice before a quotation mark, and only there.
+            if (character == L'"')
+                line.append(backslashes + 1, L'\\');
+            backslashes = character == L'\\' ? backslashes + 1 : 0;
+            line += character;
+        }
+        line.append(&word == &words.front() ? 0 : backslashes, L'\\');
+        line += L'"';
+    }
+    return line;
+}
+
+} // namespace KovGui::Platform
