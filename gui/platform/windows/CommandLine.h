@@ -11,7 +11,13 @@ inline std::wstring commandLineOf(const std::vector<std::wstring> &words)
 {
     std::wstring line;
     for (const std::wstring &word : words) {
-        line += line.empty() ? L"\"" : L" \"";
+        const bool isFirst = &word == &words.front();
+        line += isFirst ? L"" : L" ";
+        if (!isFirst && !word.empty() && word.find_first_of(L" \t\n\v\"") == std::wstring::npos) {
+            line += word;
+            continue;
+        }
+        line += L'"';
         std::size_t backslashes = 0;
         for (const wchar_t character : word) {
             // Backslashes count twice before a quotation mark, and only there.
@@ -20,7 +26,7 @@ inline std::wstring commandLineOf(const std::vector<std::wstring> &words)
             backslashes = character == L'\\' ? backslashes + 1 : 0;
             line += character;
         }
-        line.append(&word == &words.front() ? 0 : backslashes, L'\\');
+        line.append(isFirst ? 0 : backslashes, L'\\');
         line += L'"';
     }
     return line;

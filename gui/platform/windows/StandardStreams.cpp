@@ -1,6 +1,7 @@
 #include "gui/platform/StandardStreams.h"
 
 #include <cstdio>
+#include <initializer_list>
 #include <fcntl.h>
 #include <io.h>
 
