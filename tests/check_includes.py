@@ -78,9 +78,7 @@ ALLOWED = {
     'kov_sdk/collector': ['kov_sdk', 'gui/platform', 'gui/data_model/base', 'gui/data_model/documents', 'gui/problem_report/archive'],
     # init() fills the implementation registry, so it names the classes of every folder.
     'gui': LIBRARY,
-    'programs/download_utility': ['gui/platform/unix/Descriptor.h', 'gui/platform/windows/Handle.h',
-                                  'gui/platform/windows/WideText.h', 'gui/platform/Digest.h',
-                                  'gui/tasks/download/FileName.h', 'gui/tasks/download/DownloadExitCode.h'],
+    'programs/download_utility': ['gui/platform', 'gui/tasks/download/FileName.h', 'gui/tasks/download/DownloadExitCode.h'],
     'programs/updater/base': UPDATER[:-1],
     'programs/updater/package': UPDATER,
     'programs/updater/trust': UPDATER,

@@ -9,8 +9,8 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <new>
+#include <sstream>
 #include <string_view>
 
 using SteadyClock = std::chrono::steady_clock;
@@ -200,11 +200,12 @@ void HttpConnection::Private::setUpAuthorities()
         return;
     // Read here: the library below would take the name for one in the system's own encoding.
     std::ifstream file(std::filesystem::u8path(options.caFile), std::ios::binary);
-    std::string certificates{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    if (!file.is_open() || file.bad()) {
+    std::ostringstream text;
+    if (!file.is_open() || !(text << file.rdbuf())) {
         unusable = Result(ExitCode::NotTrusted, "cannot read the certificate authorities");
         return;
     }
+    std::string certificates = text.str();
     curl_blob blob = {certificates.data(), certificates.size(), CURL_BLOB_COPY};
     set(CURLOPT_CAINFO_BLOB, &blob);
     // The system's, which would be trusted beside them. Not every TLS library knows such a folder.

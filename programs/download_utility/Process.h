@@ -13,9 +13,10 @@ namespace Process {
 std::vector<std::string> start(int argc, char *argv[]);
 
 /// A request to end sets stopRequested() from now on. On Unix that is SIGTERM, SIGINT or SIGHUP; on Windows
-/// Ctrl+C, Ctrl+Break, the closing of the console, the end of the session or of the system, which give the
-/// program a few seconds. A broken pipe and a file that grows past a limit become errors of the call instead
-/// of ending the process. Memory images of a crash are switched off, for they could hold a password.
+/// the event of gui/platform/windows/StopEvent.h, Ctrl+C, Ctrl+Break, and the closing of the console, the end
+/// of the session or of the system, which give the program a few seconds. A broken pipe and a file that grows
+/// past a limit become errors of the call instead of ending the process. Memory images of a crash are
+/// switched off, for they could hold a password.
 void prepare();
 bool stopRequested();
 

@@ -1,13 +1,14 @@
 #include "programs/download_utility/Process.h"
 
+#include "gui/platform/StandardStreams.h"
+#include "gui/platform/windows/Handle.h"
+#include "gui/platform/windows/StopEvent.h"
 #include "gui/platform/windows/WideText.h"
 
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
-#include <fcntl.h>
-#include <io.h>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -22,6 +23,14 @@ namespace Process {
 namespace {
 
 std::atomic<bool> isStopRequested{false};
+
+const KovGui::Platform::Handle &stopEvent()
+{
+    // Manual reset: whoever looks later sees it, too.
+    static const KovGui::Platform::Handle event(
+        CreateEventW(nullptr, TRUE, FALSE, KovGui::Platform::stopEventName(GetCurrentProcessId()).c_str()));
+    return event;
+}
 
 BOOL WINAPI onConsoleEvent(DWORD event)
 {
@@ -144,8 +153,7 @@ private:
 
 std::vector<std::string> start(int, char **)
 {
-    for (const int stream : {0, 1, 2})
-        _setmode(stream, _O_BINARY);
+    KovGui::Platform::useBinaryStreams();
     std::vector<std::string> arguments;
     int count = 0;
     wchar_t **const wide = CommandLineToArgvW(GetCommandLineW(), &count);
@@ -158,6 +166,7 @@ std::vector<std::string> start(int, char **)
 void prepare()
 {
     SetConsoleCtrlHandler(onConsoleEvent, TRUE);
+    (void)stopEvent();
     // Nothing is asked in a window either, about a drive without a disk for instance.
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
     // The TLS library would write the keys of every connection to the file named there.
@@ -166,7 +175,7 @@ void prepare()
 
 bool stopRequested()
 {
-    return isStopRequested;
+    return isStopRequested || WaitForSingleObject(stopEvent().get(), 0) == WAIT_OBJECT_0;
 }
 
 void lowerPriority()
