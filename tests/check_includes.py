@@ -29,7 +29,7 @@ REPORTS = ['gui/problem_report/report', 'gui/problem_report/browser', 'gui/probl
            'gui/problem_report']
 LIBRARY = REPORTS + UPDATES + MAPPING + WIZARDS + ['gui/statistics', 'gui/tasks/proxy', 'gui/tasks/location', 'gui/update', 'gui/update/check', 'gui/update/dialogs',
                      'gui/update/install']
-UPDATER = ['gui/KovVersion.h', 'gui/platform/unix/Descriptor.h', 'gui/data_model/base', 'gui/data_model/documents',
+UPDATER = ['gui/KovVersion.h', 'gui/platform', 'gui/data_model/base', 'gui/data_model/documents',
            'gui/update/launch/UpdaterExitCode.h', 'gui/tasks/download/FileName.h', 'programs/updater/base']
 ALLOWED = {
     'kov_sdk': [],
@@ -75,11 +75,10 @@ ALLOWED = {
     'gui/problem_report/send': REPORT,
     'gui/problem_report/dialog': REPORT + ['gui/problem_report/browser', 'gui/problem_report/send'],
     'gui/problem_report': REPORT + ['gui/problem_report/browser', 'gui/problem_report/send', 'gui/problem_report/dialog'],
-    'kov_sdk/collector': ['kov_sdk', 'gui/data_model/base', 'gui/data_model/documents', 'gui/problem_report/archive'],
+    'kov_sdk/collector': ['kov_sdk', 'gui/platform', 'gui/data_model/base', 'gui/data_model/documents', 'gui/problem_report/archive'],
     # init() fills the implementation registry, so it names the classes of every folder.
     'gui': LIBRARY,
-    'programs/download_utility': ['gui/platform/unix/Descriptor.h', 'gui/platform/Digest.h', 'gui/tasks/download/FileName.h',
-                                  'gui/tasks/download/DownloadExitCode.h'],
+    'programs/download_utility': ['gui/platform', 'gui/tasks/download/FileName.h', 'gui/tasks/download/DownloadExitCode.h'],
     'programs/updater/base': UPDATER[:-1],
     'programs/updater/package': UPDATER,
     'programs/updater/trust': UPDATER,

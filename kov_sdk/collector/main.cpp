@@ -1,4 +1,5 @@
 #include "gui/data_model/documents/CPackedProblemReport.h"
+#include "gui/platform/StandardStreams.h"
 #include "gui/problem_report/archive/ReportArchive_p.h"
 #include "kov_sdk/KovTypes.h"
 #include "kov_sdk/collector/HostFacts.h"
@@ -188,6 +189,7 @@ private:
 /// See kov_sdk/ReportCollection_p.h for what it is told and what it answers.
 int main(int argc, char *argv[])
 {
+    KovGui::Platform::useBinaryStreams();
     const QCoreApplication application(argc, argv);
     QFile input;
     if (!input.open(stdin, QIODevice::ReadOnly))

@@ -7,7 +7,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
+#include <fstream>
 #include <new>
+#include <sstream>
 #include <string_view>
 
 using SteadyClock = std::chrono::steady_clock;
@@ -61,14 +64,16 @@ ExitCode exitCode(CURLcode code)
 }
 
 /// A peer that went away in the middle of the handshake says nothing about trust. The library below tells it
-/// from a refusal in words only.
+/// from a refusal in words only: its own, its TLS library's and the system's.
 bool isHandshakeCut(CURLcode code, const char *errorText)
 {
     if (code != CURLE_SSL_CONNECT_ERROR)
         return false;
     const std::string_view text(errorText);
     const auto says = [text](std::string_view part) { return text.find(part) != text.npos; };
-    return says("SSL_ERROR_SYSCALL") || says("unexpected eof") || says("reset by peer") || says("roken pipe");
+    return says("SSL_ERROR_SYSCALL") || says("unexpected eof") || says("reset by peer") || says("roken pipe")
+           || says("failed to receive handshake") || says("failed to send initial handshake")
+           || says("failed to send next handshake") || says("getpeername() failed");
 }
 
 class HeaderList
@@ -100,13 +105,21 @@ public:
     Private(const Options &options, const std::string &proxyPassword);
     ~Private();
 
+    /// What the library below refuses keeps every question from being asked: half of the settings may be less
+    /// safe than none.
     template <typename Value>
     void set(CURLoption option, Value value)
     {
-        curl_easy_setopt(easy, option, value);
+        const CURLcode code = curl_easy_setopt(easy, option, value);
+        if (code == CURLE_OUT_OF_MEMORY)
+            throw std::bad_alloc();
+        if (code != CURLE_OK && unusable.ok())
+            unusable = Result(ExitCode::InternalError, "libcurl refuses the setting " + std::to_string(option)
+                                                           + ": " + curl_easy_strerror(code));
     }
 
     void setUp();
+    void setUpAuthorities();
     void setUpProxy(const std::string &password);
     Result askOnce(const Question &question, const Url &original, Sink &sink);
     Result run(Sink &sink);
@@ -127,6 +140,7 @@ public:
 
     Sink *sink = nullptr;
     ResponseHead head;
+    Result unusable; ///< why nothing can be asked
     Result failure; ///< of a call-back; the library below only learns that there was one
     std::size_t headSize = 0;
     bool isHeadComplete = false; ///< its empty line has arrived
@@ -169,16 +183,35 @@ void HttpConnection::Private::setUp()
     set(CURLOPT_SSL_VERIFYPEER, 1L);
     set(CURLOPT_SSL_VERIFYHOST, 2L);
     set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
-    if (!options.caFile.empty()) {
-        set(CURLOPT_CAINFO, options.caFile.c_str());
-        set(CURLOPT_CAPATH, static_cast<const char *>(nullptr));
-    }
+    // Where certificates are asked whether they were revoked, an authority that cannot be asked is no reason.
+    set(CURLOPT_SSL_OPTIONS, static_cast<long>(CURLSSLOPT_REVOKE_BEST_EFFORT));
+    setUpAuthorities();
     set(CURLOPT_HEADERFUNCTION, &onHeader);
     set(CURLOPT_HEADERDATA, this);
     set(CURLOPT_WRITEFUNCTION, &onBody);
     set(CURLOPT_WRITEDATA, this);
     set(CURLOPT_PREREQFUNCTION, &onRequest);
     set(CURLOPT_PREREQDATA, this);
+}
+
+void HttpConnection::Private::setUpAuthorities()
+{
+    if (options.caFile.empty())
+        return;
+    // Read here: the library below would take the name for one in the system's own encoding.
+    std::ifstream file(std::filesystem::u8path(options.caFile), std::ios::binary);
+    std::ostringstream text;
+    if (!file.is_open() || !(text << file.rdbuf())) {
+        unusable = Result(ExitCode::NotTrusted, "cannot read the certificate authorities");
+        return;
+    }
+    std::string certificates = text.str();
+    curl_blob blob = {certificates.data(), certificates.size(), CURL_BLOB_COPY};
+    set(CURLOPT_CAINFO_BLOB, &blob);
+    // The system's, which would be trusted beside them. Not every TLS library knows such a folder.
+    const CURLcode code = curl_easy_setopt(easy, CURLOPT_CAPATH, static_cast<const char *>(nullptr));
+    if (code != CURLE_OK && code != CURLE_NOT_BUILT_IN && code != CURLE_UNKNOWN_OPTION)
+        throw std::bad_alloc();
 }
 
 void HttpConnection::Private::setUpProxy(const std::string &password)
@@ -348,6 +381,8 @@ Result HttpConnection::Private::askOnce(const Question &question, const Url &ori
     set(CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_BASIC | CURLAUTH_DIGEST));
     set(CURLOPT_USERNAME, hasLogin ? original.user.c_str() : nullptr);
     set(CURLOPT_PASSWORD, hasLogin ? original.password.c_str() : nullptr);
+    if (!unusable.ok())
+        return unusable;
 
     sink = &sinkToUse;
     head = ResponseHead();

@@ -15,7 +15,13 @@
  * Every name is looked up inside the folder that open() opened, and no link is ever followed: a symbolic
  * link, a file with a second hard link, or one of another user in the place of the part file or the sidecar
  * ends with ExitCode::ForeignFile and is left as it is. The part file is locked for as long as the object
- * lives.
+ * lives; it can be read meanwhile.
+ *
+ * On Windows the folder cannot be moved nor the part file be removed meanwhile. A junction is a link, and so
+ * is any file there that the system keeps elsewhere (in a cloud, packed together with others) in the place of
+ * the part file or the sidecar; a file of the administrators is an administrator's own; on a volume without
+ * owners every file is everybody's. A program that holds a file open, so that it can be neither renamed nor
+ * replaced, is waited for a second.
  *
  * One thread, except read(), which any thread may call between open() and the destructor.
  */

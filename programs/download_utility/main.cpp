@@ -47,7 +47,7 @@ int run(const std::vector<std::string> &arguments)
 int main(int argc, char *argv[])
 {
     try {
-        return run(std::vector<std::string>(argv + 1, argv + argc));
+        return run(Process::start(argc, argv));
     } catch (const std::exception &) {
         std::fputs("download_utility: error: out of memory\n", stderr);
         return static_cast<int>(ExitCode::InternalError);

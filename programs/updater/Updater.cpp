@@ -4,6 +4,7 @@
 #include "programs/updater/Commands.h"
 #include "programs/updater/base/Address.h"
 #include "programs/updater/base/ErrorLine.h"
+#include "programs/updater/base/Files.h"
 #include "programs/updater/base/StopRequest.h"
 #include "programs/updater/check/CheckOutput.h"
 #include "programs/updater/check/CheckRequest.h"
@@ -102,7 +103,7 @@ ExitCode sayNoUpdate(const CheckRequest &request, const CommandLine &commandLine
 /// Other users could read the password in it.
 void warnOfOpenPassword(const QString &path, const CUpdaterConfig &configuration)
 {
-    const bool isOpen = QFileInfo(path).permissions().testFlag(QFileDevice::ReadOther);
+    const bool isOpen = Files::rightsAt(path).everybodyMayRead;
     if (isOpen && !QUrl(configuration.updateUrl).password().isEmpty())
         printError(QStringLiteral("warning: %1 holds a password and can be read by every user").arg(path));
 }

@@ -1,4 +1,4 @@
-#include "programs/updater/base/unix/Files.h"
+#include "programs/updater/base/Files.h"
 #include "tests/programs/InstallerFixture.h"
 #include "tests/support/SampleSignature.h"
 
@@ -65,16 +65,18 @@ private Q_SLOTS:
 
     void killedAtEveryChange_data()
     {
-        Table<bool> row;
-        row("exchange", true);
-        row("three renames", false);
+        Table<bool, bool> row;
+        row("exchange", true, true);
+        row("three renames", false, true);
+        row("file by file", false, false);
     }
 
     void killedAtEveryChange()
     {
-        const auto [canExchange] = cells<bool>();
+        const auto [canExchange, canMoveFolders] = cells<bool, bool>();
         InstallRequest order = m_site->request();
         order.hooks.canExchange = canExchange;
+        order.hooks.canMoveFolders = canMoveFolders;
         const auto install = [&order] { installPackage(order); };
         const auto recover = [this] { (void)Installation::recover(m_site->root); };
         // Before the journal is written, both ways are the same.
@@ -103,9 +105,10 @@ private Q_SLOTS:
 
     void stepBackKilledAtEveryChange()
     {
-        const auto [canExchange] = cells<bool>();
+        const auto [canExchange, canMoveFolders] = cells<bool, bool>();
         Installation::Hooks hooks;
         hooks.canExchange = canExchange;
+        hooks.canMoveFolders = canMoveFolders;
         const auto stepBack = [this, hooks] {
             Installation installation(hooks);
             if (installation.open(m_site->root).ok())
@@ -146,11 +149,12 @@ private Q_SLOTS:
 
     void diskThatRefuses()
     {
-        const auto [canExchange] = cells<bool>();
+        const auto [canExchange, canMoveFolders] = cells<bool, bool>();
         for (int round = 0; round < 8; ++round) {
             m_site->makeSite(m_site->root);
             InstallRequest order = m_site->request();
             order.hooks.canExchange = canExchange;
+            order.hooks.canMoveFolders = canMoveFolders;
             int left = round / 2;
             order.hooks.canSync = [&left] { return left-- > 0; };
             const bool ok = installPackage(order).ok();

@@ -1,13 +1,13 @@
 #include "tests/support/TestServer.h"
 
+#include "tests/support/System.h"
+
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QTcpSocket>
 #include <QTimer>
 
 #include <memory>
-
-#include <sys/socket.h>
 
 namespace {
 
@@ -25,8 +25,7 @@ void hangUp(QTcpSocket *socket, TestServer::End end)
     if (end != TestServer::End::Reset)
         return;
     socket->flush();
-    const linger atOnce{1, 0};
-    ::setsockopt(int(socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+    System::resetAtClose(socket->socketDescriptor());
     socket->abort();
 }
 

@@ -1,13 +1,9 @@
-#include "kov_sdk/collector/HostFacts.h"
+#include "kov_sdk/collector/HostFacts_p.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QLocale>
-#include <QStorageInfo>
 #include <QSysInfo>
-#include <QTextStream>
-#include <QTimeZone>
 
 #include <algorithm>
 #include <arpa/inet.h>
@@ -22,7 +18,6 @@ namespace HostFacts {
 
 namespace {
 
-constexpr int busiestProcesses = 10;
 constexpr qint64 kibi = 1024;
 
 QByteArray content(const QString &path)
@@ -61,16 +56,6 @@ QString userName(uint id)
     return entry ? QString::fromLocal8Bit(entry->pw_name) : QString::number(id);
 }
 
-struct Process
-{
-    quint32 id = 0;
-    quint32 parent = 0;
-    uint user = 0;
-    qint64 memory = 0;
-    qint64 processorTicks = 0;
-    QString name;
-};
-
 QVector<Process> processes()
 {
     QVector<Process> all;
@@ -90,12 +75,11 @@ QVector<Process> processes()
             continue; // gone meanwhile
         process.name = QString::fromUtf8(state.mid(begin + 1, end - begin - 1));
         process.parent = fields.at(1).toUInt();
-        process.processorTicks = fields.at(11).toLongLong() + fields.at(12).toLongLong();
+        process.processorTime = fields.at(11).toLongLong() + fields.at(12).toLongLong();
         process.memory = fields.at(21).toLongLong() * qint64(sysconf(_SC_PAGESIZE));
-        process.user = QFileInfo(QStringLiteral("/proc/%1").arg(folder)).ownerId();
+        process.user = userName(QFileInfo(QStringLiteral("/proc/%1").arg(folder)).ownerId());
         all.append(process);
     }
-    std::sort(all.begin(), all.end(), [](const Process &a, const Process &b) { return a.id < b.id; });
     return all;
 }
 
@@ -134,15 +118,8 @@ void addAddress(const ifaddrs &found, CNetAdapter *adapter)
 
 CHostInfo hostInfo()
 {
-    CHostInfo info;
-    info.osName = QSysInfo::prettyProductName();
-    info.osVersion = QSysInfo::productVersion();
-    info.kernelVersion = QSysInfo::kernelVersion();
-    info.architecture = QSysInfo::currentCpuArchitecture();
-    info.hostName = QSysInfo::machineHostName();
+    CHostInfo info = commonHostInfo();
     info.userName = userName(getuid());
-    info.locale = QLocale::system().name();
-    info.timeZone = QString::fromLatin1(QTimeZone::systemTimeZoneId());
     const QByteArray cpu = content(QStringLiteral("/proc/cpuinfo"));
     info.cpuModel = QString::fromUtf8(valueOf(cpu, "model name"));
     if (const long threads = sysconf(_SC_NPROCESSORS_ONLN); threads > 0)
@@ -154,17 +131,6 @@ CHostInfo hostInfo()
     const QByteArray flags = ' ' + valueOf(cpu, "flags") + ' ';
     info.hasHardwareVirtualization = flags.contains(" vmx ") || flags.contains(" svm ");
     info.memorySize = kibibytesOf(content(QStringLiteral("/proc/meminfo")), "MemTotal");
-    for (const QStorageInfo &volume : QStorageInfo::mountedVolumes()) {
-        if (!volume.isValid() || !volume.isReady() || volume.bytesTotal() <= 0)
-            continue;
-        CHostVolume entry;
-        entry.mountPoint = volume.rootPath();
-        entry.fileSystem = QString::fromUtf8(volume.fileSystemType());
-        entry.size = qint64(volume.bytesTotal());
-        entry.freeSize = qint64(volume.bytesAvailable());
-        entry.isReadOnly = volume.isReadOnly();
-        info.volumes.append(entry);
-    }
     return info;
 }
 
@@ -211,16 +177,7 @@ CHostStatistics hostStatistics()
     const auto swapFree = kibibytesOf(memory, "SwapFree");
     if (swapTotal && swapFree && *swapTotal >= *swapFree)
         statistics.swapUsed = *swapTotal - *swapFree;
-    QVector<Process> all = processes();
-    std::sort(all.begin(), all.end(),
-              [](const Process &a, const Process &b) { return a.processorTicks > b.processorTicks; });
-    for (const Process &process : all.mid(0, busiestProcesses)) {
-        CProcessStatistics entry;
-        entry.id = process.id;
-        entry.name = process.name;
-        entry.memoryUsed = process.memory;
-        statistics.processes.append(entry);
-    }
+    statistics.processes = busiest(processes());
     return statistics;
 }
 
@@ -260,18 +217,7 @@ CNetConfig netConfig()
 
 QByteArray allProcesses()
 {
-    QByteArray text;
-    QTextStream stream(&text);
-    stream.setCodec("UTF-8");
-    stream << "    PID    PPID USER              KIB NAME\n";
-    for (const Process &process : processes()) {
-        stream << QString::number(process.id).rightJustified(7) << ' '
-               << QString::number(process.parent).rightJustified(7) << ' '
-               << userName(process.user).leftJustified(12) << ' '
-               << QString::number(process.memory / kibi).rightJustified(8) << ' ' << process.name << '\n';
-    }
-    stream.flush();
-    return text;
+    return processTable(processes());
 }
 
 QByteArray performanceCounters()

@@ -29,6 +29,11 @@ bool isReady(int descriptor, short events, int milliseconds)
 
 } // namespace
 
+std::vector<std::string> start(int argc, char *argv[])
+{
+    return std::vector<std::string>(argv + std::min(argc, 1), argv + argc);
+}
+
 void prepare()
 {
     struct sigaction action = {};

@@ -1,8 +1,8 @@
 #include "programs/download_utility/Storage.h"
 
 #include "gui/platform/unix/Descriptor.h"
-#include "gui/tasks/download/FileName.h"
 #include "programs/download_utility/Sidecar.h"
+#include "programs/download_utility/StorageNames.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -26,7 +26,7 @@ Result systemError(const std::string &what)
 {
     const int error = errno;
     if (error == ENOSPC || error == EDQUOT)
-        return Result(ExitCode::DiskFull, "the disk is full");
+        return StorageNames::diskFull();
     return Result(ExitCode::FileError, what + ": " + std::strerror(error));
 }
 
@@ -41,11 +41,6 @@ bool isOthers(int folder, const std::string &name)
     return fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 && status.st_uid != geteuid();
 }
 
-Result foreignFile(const std::string &name)
-{
-    return Result(ExitCode::ForeignFile, "a link or a foreign file is in the way: " + name);
-}
-
 } // namespace
 
 class Storage::Private
@@ -57,10 +52,7 @@ public:
 
     Descriptor folder;
     Descriptor part;
-    std::string name;
-    std::string partName;
-    std::string sidecarName;
-    std::string draftName;
+    StorageNames names;
     bool overwrites = false;
     bool isSidecarOurs = false;
     std::uint64_t size = 0;
@@ -70,11 +62,11 @@ public:
 Result Storage::Private::checkFinal() const
 {
     struct stat status = {};
-    if (fstatat(folder.number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+    if (fstatat(folder.number(), names.file.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
         return errno == ENOENT ? Result() : systemError("cannot look at the file");
     if (!S_ISREG(status.st_mode))
-        return foreignFile(name);
-    return overwrites ? Result() : Result(ExitCode::FileExists, "the file exists already: " + name);
+        return StorageNames::foreign(names.file);
+    return overwrites ? Result() : names.exists();
 }
 
 bool Storage::Private::isStillThePart() const
@@ -82,7 +74,7 @@ bool Storage::Private::isStillThePart() const
     struct stat opened = {};
     struct stat named = {};
     return fstat(part.number(), &opened) == 0
-           && fstatat(folder.number(), partName.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0
+           && fstatat(folder.number(), names.part.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0
            && opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
 }
 
@@ -91,29 +83,28 @@ Result Storage::Private::openPart()
     // Another run may finish between our open and our lock: then the lock is on a file that is no part file
     // any more.
     for (int attempt = 0; attempt < 10; ++attempt) {
-        part = Descriptor(openat(folder.number(), partName.c_str(), O_RDWR | O_CREAT | noFollow, 0666));
+        part = Descriptor(openat(folder.number(), names.part.c_str(), O_RDWR | O_CREAT | noFollow, 0666));
         if (!part.isOpen()) {
             const int error = errno;
             const bool isForeign = error == ELOOP || error == EISDIR || error == ENXIO
-                                   || (error == EACCES && isOthers(folder.number(), partName));
+                                   || (error == EACCES && isOthers(folder.number(), names.part));
             errno = error;
-            return isForeign ? foreignFile(partName) : systemError("cannot open the part file");
+            return isForeign ? StorageNames::foreign(names.part) : systemError("cannot open the part file");
         }
         struct stat status = {};
         if (fstat(part.number(), &status) != 0)
             return systemError("cannot look at the part file");
         if (!S_ISREG(status.st_mode))
-            return foreignFile(partName);
+            return StorageNames::foreign(names.part);
         if (flock(part.number(), LOCK_EX | LOCK_NB) != 0) {
-            return errno == EWOULDBLOCK
-                       ? Result(ExitCode::AlreadyRunning, "another download writes this file")
-                       : systemError("cannot lock the part file");
+            return errno == EWOULDBLOCK ? StorageNames::writtenByAnother()
+                                        : systemError("cannot lock the part file");
         }
         if (!isStillThePart())
             continue;
         // The size only counts once the lock is ours.
         if (fstat(part.number(), &status) != 0 || !isOurs(status))
-            return foreignFile(partName);
+            return StorageNames::foreign(names.part);
         size = writtenBack = static_cast<std::uint64_t>(status.st_size);
         return Result();
     }
@@ -128,17 +119,14 @@ Storage::~Storage()
 {
     if (!d->part.isOpen() || d->size > 0)
         return;
-    unlinkat(d->folder.number(), d->partName.c_str(), 0);
+    unlinkat(d->folder.number(), d->names.part.c_str(), 0);
     if (d->isSidecarOurs)
         (void)removeSidecar();
 }
 
 Result Storage::open(const std::string &folder, const std::string &name, bool overwrites)
 {
-    d->name = name;
-    d->partName = name + FileName::partSuffix;
-    d->sidecarName = name + FileName::sidecarSuffix;
-    d->draftName = name + FileName::sidecarDraftSuffix;
+    d->names = StorageNames(name);
     d->overwrites = overwrites;
     d->folder = Descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!d->folder.isOpen())
@@ -215,12 +203,12 @@ std::optional<std::uint64_t> Storage::freeBytes() const
 Result Storage::readSidecar(std::string &text) const
 {
     text.clear();
-    const Descriptor file(openat(d->folder.number(), d->sidecarName.c_str(), O_RDONLY | noFollow));
+    const Descriptor file(openat(d->folder.number(), d->names.sidecar.c_str(), O_RDONLY | noFollow));
     if (!file.isOpen() && errno == ENOENT)
         return Result();
     struct stat status = {};
     if (!file.isOpen() || fstat(file.number(), &status) != 0 || !isOurs(status))
-        return foreignFile(d->sidecarName);
+        return StorageNames::foreign(d->names.sidecar);
     d->isSidecarOurs = true;
     char buffer[Sidecar::longestText + 1];
     const ssize_t count = ::read(file.number(), buffer, sizeof(buffer));
@@ -233,24 +221,24 @@ Result Storage::writeSidecar(const std::string &text)
 {
     // The lock is ours, so a draft can only be a left-over or a trap; unlinking removes a link, not what it
     // names.
-    unlinkat(d->folder.number(), d->draftName.c_str(), 0);
+    unlinkat(d->folder.number(), d->names.draft.c_str(), 0);
     const Descriptor file(
-        openat(d->folder.number(), d->draftName.c_str(), O_WRONLY | O_CREAT | O_EXCL | noFollow, 0600));
+        openat(d->folder.number(), d->names.draft.c_str(), O_WRONLY | O_CREAT | O_EXCL | noFollow, 0600));
     if (!file.isOpen())
         return systemError("cannot write the sidecar");
     d->isSidecarOurs = true;
     if (KovGui::Platform::writeAll(file.number(), text.data(), text.size()) && fdatasync(file.number()) == 0
-        && renameat(d->folder.number(), d->draftName.c_str(), d->folder.number(), d->sidecarName.c_str())
+        && renameat(d->folder.number(), d->names.draft.c_str(), d->folder.number(), d->names.sidecar.c_str())
                == 0)
         return Result();
     const Result result = systemError("cannot write the sidecar");
-    unlinkat(d->folder.number(), d->draftName.c_str(), 0);
+    unlinkat(d->folder.number(), d->names.draft.c_str(), 0);
     return result;
 }
 
 Result Storage::removeSidecar()
 {
-    if (unlinkat(d->folder.number(), d->sidecarName.c_str(), 0) != 0 && errno != ENOENT)
+    if (unlinkat(d->folder.number(), d->names.sidecar.c_str(), 0) != 0 && errno != ENOENT)
         return systemError("cannot remove the sidecar");
     return Result();
 }
@@ -261,18 +249,17 @@ Result Storage::finish()
     if (result.ok())
         result = d->checkFinal();
     if (result.ok() && !d->isStillThePart())
-        result = foreignFile(d->partName);
+        result = StorageNames::foreign(d->names.part);
     if (!result.ok())
         return result;
     const int folder = d->folder.number();
     const unsigned flags = d->overwrites ? 0 : RENAME_NOREPLACE;
-    int renamed = renameat2(folder, d->partName.c_str(), folder, d->name.c_str(), flags);
+    int renamed = renameat2(folder, d->names.part.c_str(), folder, d->names.file.c_str(), flags);
     // Some file systems do not know the flag; checkFinal() looked a moment ago.
     if (renamed != 0 && errno == EINVAL)
-        renamed = renameat(folder, d->partName.c_str(), folder, d->name.c_str());
+        renamed = renameat(folder, d->names.part.c_str(), folder, d->names.file.c_str());
     if (renamed != 0) {
-        return errno == EEXIST ? Result(ExitCode::FileExists, "the file exists already: " + d->name)
-                               : systemError("cannot rename the part file");
+        return errno == EEXIST ? d->names.exists() : systemError("cannot rename the part file");
     }
     d->part = Descriptor();
     result = removeSidecar();
@@ -284,8 +271,8 @@ Result Storage::finish()
 void Storage::discard()
 {
     // The sidecar goes last: alone it is harmless, a part file without it is simply not continued.
-    unlinkat(d->folder.number(), d->partName.c_str(), 0);
-    unlinkat(d->folder.number(), d->sidecarName.c_str(), 0);
-    unlinkat(d->folder.number(), d->draftName.c_str(), 0);
+    unlinkat(d->folder.number(), d->names.part.c_str(), 0);
+    unlinkat(d->folder.number(), d->names.sidecar.c_str(), 0);
+    unlinkat(d->folder.number(), d->names.draft.c_str(), 0);
     d->part = Descriptor();
 }

@@ -22,7 +22,10 @@
  * What is no longer needed and cannot be removed never fails anything: it is set aside, reported on standard
  * error once, and tried again by every later run.
  *
- * Implemented once per operating system. One thread.
+ * Windows moves no folder in which a program runs. There the files of a version move one by one; meanwhile
+ * its manifest is in `.updater/`, so that neither place is taken for a version.
+ *
+ * One thread.
  */
 class Installation
 {
@@ -32,8 +35,8 @@ public:
     {
         /// False: as on a file system that cannot exchange two names in one step.
         bool canExchange = true;
-        /// Called before every call that changes a file or a folder.
-        std::function<void()> beforeChange = nullptr;
+        /// False: as where a program runs in every version, so that its files move one by one.
+        bool canMoveFolders = true;
         /// False: as a disk that does not take what was written.
         std::function<bool()> canSync = nullptr;
     };

@@ -2,12 +2,11 @@
 
 #include "programs/updater/base/Arguments.h"
 #include "programs/updater/base/ErrorLine.h"
+#include "programs/updater/base/Files.h"
 #include "programs/updater/install/Installation.h"
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
-#include <cstring>
 
 namespace {
 
@@ -25,7 +24,7 @@ QByteArray pathInVersion(const QString &program, QString *root)
     if (root->isEmpty())
         return QByteArray();
     const QString folder = QDir(*root).relativeFilePath(file.dir().canonicalPath());
-    return QFile::encodeName((folder + QLatin1Char('/') + file.fileName()).section(QLatin1Char('/'), 1));
+    return Files::encoded((folder + QLatin1Char('/') + file.fileName()).section(QLatin1Char('/'), 1));
 }
 
 ExitCode result(const InstallResult &result)
@@ -80,21 +79,22 @@ ExitCode runConfirmTool(const QStringList &arguments, const QString &programDire
     return result(found.ok() ? Installation::confirmVersion(root) : found);
 }
 
-ExitCode prepareRun(char *argv[], const QString &programDirectory, QByteArray *path, char ***next)
+ExitCode prepareRun(const QByteArrayList &words, const QString &programDirectory, QByteArray *path,
+                    QByteArrayList *next)
 {
-    char **argument = argv + 2;
     Values values;
-    if (*argument && std::strcmp(*argument, "--root") == 0 && argument[1]) {
-        values.insert(QStringLiteral("--root"), QFile::decodeName(argument[1]));
-        argument += 2;
+    *next = words.mid(2);
+    if (next->value(0) == "--root" && next->size() > 1) {
+        values.insert(QStringLiteral("--root"), Files::decoded(next->at(1)));
+        *next = next->mid(2);
     }
-    *next = argument;
-    QByteArray program = *argument;
+    QByteArray program = next->value(0);
+    const QString shown = Files::decoded(program);
     QString root;
-    if (values.isEmpty() && program.startsWith('/')) {
-        program = pathInVersion(QFile::decodeName(*argument), &root);
+    if (values.isEmpty() && QDir::isAbsolutePath(shown)) {
+        *path = program;
+        program = pathInVersion(shown, &root);
         // An application that starts itself anew need not lie in an installation.
-        *path = *argument;
         if (program.isEmpty())
             return ExitCode::UpdateFound;
     } else {
@@ -111,6 +111,6 @@ ExitCode prepareRun(char *argv[], const QString &programDirectory, QByteArray *p
             printError(QStringLiteral("version %1 did not come up; the version before is in use again")
                            .arg(version));
     }
-    *path = QFile::encodeName(root) + "/current/" + program;
+    *path = Files::encoded(root) + "/current/" + program;
     return ExitCode::UpdateFound;
 }

@@ -2,6 +2,7 @@
 
 #include "programs/updater/base/ExitCode.h"
 
+#include <QByteArrayList>
 #include <QStringList>
 
 /// "rollback [--root DIR] [--reason TEXT]": goes back to the version before.
@@ -16,8 +17,10 @@ ExitCode runConfirmTool(const QStringList &arguments, const QString &programDire
  * only finds the program. Without --root, PROGRAM may be an absolute path, too: of a program in the version
  * in use of any installation, or of one that lies in none and is only started.
  *
- * @param argv  of this process; null at the end
- * @param next  receives the program's arguments, its own path first
+ * @param words  the arguments of this process, its own name first
+ * @param path   receives the program's, as Files has names
+ * @param next   receives the program's arguments, its own name first
  * @return UpdateFound when the program is to be started
  */
-ExitCode prepareRun(char *argv[], const QString &programDirectory, QByteArray *path, char ***next);
+ExitCode prepareRun(const QByteArrayList &words, const QString &programDirectory, QByteArray *path,
+                    QByteArrayList *next);

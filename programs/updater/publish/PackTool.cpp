@@ -28,9 +28,20 @@ QString shown(const std::filesystem::path &path)
     return QString::fromStdString(path.u8string());
 }
 
+// A path is bytes on Unix, wide characters on Windows.
+[[maybe_unused]] QString decoded(const char *path)
+{
+    return QFile::decodeName(path);
+}
+
+[[maybe_unused]] QString decoded(const wchar_t *path)
+{
+    return QDir::fromNativeSeparators(QString::fromWCharArray(path));
+}
+
 InstallResult readEntry(const std::filesystem::path &path, PackageEntry *entry)
 {
-    QFile file(QFile::decodeName(path.c_str()));
+    QFile file(decoded(path.c_str()));
     QCryptographicHash digest(QCryptographicHash::Sha256);
     if (!file.open(QIODevice::ReadOnly) || !digest.addData(&file))
         return unusable(QStringLiteral("%1 cannot be read: %2").arg(shown(path), file.errorString()));
@@ -43,7 +54,7 @@ InstallResult readEntry(const std::filesystem::path &path, PackageEntry *entry)
 /// A version that is installed holds the manifest of its package, which is made anew.
 bool isOldManifest(const std::filesystem::path &path)
 {
-    QFile file(QFile::decodeName(path.c_str()));
+    QFile file(decoded(path.c_str()));
     PackageManifest manifest;
     return file.open(QIODevice::ReadOnly)
            && PackageManifest::parse(file.read(PackageManifest::maximumTextSize + 1), &manifest).isEmpty();
@@ -60,7 +71,7 @@ InstallResult listFiles(const std::filesystem::path &folder, const QStringList &
     for (fs::recursive_directory_iterator i(folder, error), end; !error && i != end; i.increment(error)) {
         const fs::file_status status = i->symlink_status();
         const std::string path = i->path().lexically_relative(folder).generic_string();
-        if (status.type() == fs::file_type::directory || left.contains(QFile::decodeName(i->path().c_str())))
+        if (status.type() == fs::file_type::directory || left.contains(decoded(i->path().c_str())))
             continue;
         if (status.type() != fs::file_type::regular)
             return unusable(QStringLiteral("%1 is a link or a special file").arg(shown(i->path())));
@@ -186,7 +197,7 @@ InstallResult packFolder(const QString &folder, const QString &product, const Ve
     manifest.version = version;
     const QFileInfo info(output);
     const QString target = QDir(info.dir().canonicalPath()).filePath(info.fileName());
-    const std::filesystem::path path(QFile::encodeName(directory.path()).toStdString());
+    const std::filesystem::path path(directory.path().toStdU16String());
     const InstallResult result = listFiles(path, {target, target + QStringLiteral(".sig")}, &manifest);
     return result.ok() ? writePackage(directory, manifest, output) : result;
 }

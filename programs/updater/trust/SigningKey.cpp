@@ -60,9 +60,8 @@ QString SigningKey::read(const QString &path)
     if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
         return file.errorString();
     // A pipe has no reader but us.
-    constexpr QFileDevice::Permissions others
-        = QFileDevice::ReadGroup | QFileDevice::WriteGroup | QFileDevice::ReadOther | QFileDevice::WriteOther;
-    if (!file.isSequential() && (file.permissions() & others))
+    const Files::Rights rights = Files::rightsAt(path);
+    if (!file.isSequential() && (rights.anyOtherMayRead || rights.anyOtherMayWrite))
         return QStringLiteral("other users can read or write it; close it to them (chmod 600)");
     Secret<char, fileSize + 1> text;
     qint64 size = 0;

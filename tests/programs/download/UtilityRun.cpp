@@ -1,5 +1,7 @@
 #include "tests/programs/download/UtilityRun.h"
 
+#include "tests/support/System.h"
+
 #include <QEventLoop>
 #include <QTimer>
 
@@ -10,6 +12,7 @@ UtilityRun::UtilityRun(const QByteArray &url, const QString &folder, const QByte
         line += " --stall-limit 10";
     process.setProgram(QStringLiteral(KOV_DOWNLOAD_UTILITY));
     process.setArguments(QString::fromUtf8(line).split(' ', Qt::SkipEmptyParts));
+    System::prepareToStop(process);
 }
 
 UtilityRun::~UtilityRun()

@@ -1,5 +1,6 @@
 #include "tests/programs/download/UtilityRun.h"
 #include "tests/support/KovTest.h"
+#include "tests/support/System.h"
 #include "tests/support/TestServer.h"
 
 using Reply = TestServer::Reply;
@@ -275,7 +276,7 @@ private Q_SLOTS:
         UtilityRun run(server.url(), m_folder.path());
         run.start();
         QTRY_COMPARE(fileContent(path(".kovupd-part")).size(), half);
-        run.process.terminate();
+        QVERIFY(System::askToStop(run.process));
         QCOMPARE(run.wait(), 32);
         QVERIFY(fileContent(path(".kovupd-info")).contains("synced " + QByteArray::number(half)));
         QCOMPARE(UtilityRun(server.url(), m_folder.path()).run(), 0);

@@ -142,6 +142,7 @@ private Q_SLOTS:
         row("unknown authority", secureUrl("localhost"), "", 26);
         row("another name", secureUrl("127.0.0.1"), trusting(), 26);
         row("no such file", secureUrl("localhost"), "--ca-file /nonexistent", 26);
+        row("a folder", secureUrl("localhost"), "--ca-file /", 26);
         row("redirect to plain HTTP", secureUrl("localhost", "/down/file.bin"), trusting(), 27);
     }
 

@@ -4,9 +4,8 @@
 #include "programs/download_utility/Sidecar.h"
 #include "tests/programs/download/UtilityRun.h"
 #include "tests/support/KovTest.h"
+#include "tests/support/System.h"
 #include "tests/support/TestServer.h"
-
-#include <unistd.h>
 
 using Reply = TestServer::Reply;
 using Request = TestServer::Request;
@@ -123,64 +122,124 @@ private Q_SLOTS:
 
     void filesInTheWay_data()
     {
-        // By what command of the shell.
-        Table<int> row;
-        row("ln -s victim file.bin", 14);
-        row("ln -s nothing file.bin", 14);
-        row("mkdir file.bin", 14);
-        row("ln -s victim file.bin.kovupd-part", 14);
-        row("ln victim file.bin.kovupd-part", 14);
-        row("mkfifo file.bin.kovupd-part", 14);
-        row("mkdir file.bin.kovupd-part", 14);
-        row("ln -s victim file.bin.kovupd-info", 14);
-        row("install -m 600 /dev/null file.bin.kovupd-part; chmod 777 .", 14); // another user's
-        row("ln -s victim file.bin.kovupd-temp", 0);
-        row("echo old >file.bin", 0);
-        row("ln victim file.bin", 0);
-        row("seq 99999 >file.bin.kovupd-part", 0);
-        row("rm -r ../$(basename $PWD)", 12);
+        using Maker = std::function<bool(const QDir &)>;
+        const auto link = [](const QString &target, const QString &name) -> Maker {
+            return [=](const QDir &dir) {
+                return System::makeSymbolicLink(dir.filePath(target), dir.filePath(name));
+            };
+        };
+        const auto hardLink = [](const QString &name) -> Maker {
+            return [=](const QDir &dir) {
+                return System::makeHardLink(dir.filePath("victim"), dir.filePath(name));
+            };
+        };
+        const auto folder
+            = [](const QString &name) -> Maker { return [=](const QDir &dir) { return dir.mkdir(name); }; };
+        const auto content = [](const QString &name) -> Maker {
+            return [=](const QDir &dir) { return writeFile(dir.filePath(name), testContent(99999, 7)); };
+        };
+        Table<Maker, int> row;
+        row("a link", link("victim", "file.bin"), 14);
+        row("a link to nothing", link("nothing", "file.bin"), 14);
+        row("a folder", folder("file.bin"), 14);
+        row("part: a link", link("victim", "file.bin.kovupd-part"), 14);
+        row("part: a link to a folder", link(".", "file.bin.kovupd-part"), 14);
+        row("part: a second name", hardLink("file.bin.kovupd-part"), 14);
+        const Maker fifo
+            = [](const QDir &dir) { return System::makeFifo(dir.filePath("file.bin.kovupd-part")); };
+        row("part: a pipe", fifo, 14);
+        row("part: a folder", folder("file.bin.kovupd-part"), 14);
+        row("sidecar: a link", link("victim", "file.bin.kovupd-info"), 14);
+        row("sidecar: a second name", hardLink("file.bin.kovupd-info"), 14);
+        const Maker others = [](const QDir &dir) {
+            const QString name = dir.filePath("file.bin.kovupd-part");
+            return writeFile(name, "") && QFile::setPermissions(name, QFile::ReadOwner)
+                   && QFile::setPermissions(dir.path(), QFile::Permissions(0x7777));
+        };
+        row("part: another user's", others, 14);
+        row("draft: a link", link("victim", "file.bin.kovupd-temp"), 0);
+        row("an old file", content("file.bin"), 0);
+        row("a second name of another file", hardLink("file.bin"), 0);
+        row("part: of nobody knows what", content("file.bin.kovupd-part"), 0);
+        row(
+            "no folder", [](QDir dir) { return dir.removeRecursively(); }, 12);
     }
 
     void filesInTheWay()
     {
-        const auto [exitCode] = cells<int>();
+        const auto [make, exitCode] = cells<std::function<bool(const QDir &)>, int>();
         TestServer server(honest);
-        QProcess shell;
-        shell.setWorkingDirectory(m_folder->path());
-        shell.start("sh", {"-c", QByteArray("echo mine >victim; ") + QTest::currentDataTag()});
-        QVERIFY(shell.waitForFinished() && shell.exitCode() == 0);
-        const QStringList before
-            = QDir(m_folder->path()).entryList(QDir::AllEntries | QDir::System | QDir::Hidden);
-
+        const QDir dir(m_folder->path());
+        QVERIFY(writeFile(dir.filePath("victim"), "mine"));
         UtilityRun run(server.url(), m_folder->path());
-        if (QByteArray(QTest::currentDataTag()).startsWith("install")) {
-            if (geteuid() != 0)
-                QSKIP("Only root can be two users.");
-            run.process.setArguments(QStringList{"--reuid=65534", "--clear-groups", run.process.program()}
-                                     + run.process.arguments());
-            run.process.setProgram("setpriv");
-        }
+        if (!make(dir))
+            QSKIP("Nothing of this kind can be made here.");
+        const bool isOthers = QByteArray(QTest::currentDataTag()).contains("user");
+        if (isOthers && !System::runAsAnotherUser(run.process))
+            QSKIP("This user cannot be two.");
+        const auto everything = QDir::AllEntries | QDir::System | QDir::Hidden;
+        const QStringList before = dir.entryList(everything);
+
         QVERIFY2(run.run() == exitCode, run.errors.constData());
         if (exitCode == 12)
             return;
-        QCOMPARE(fileContent(m_folder->filePath("victim")), QByteArray("mine\n"));
+        QCOMPARE(fileContent(dir.filePath("victim")), QByteArray("mine"));
         if (exitCode == 0)
             QVERIFY(fileContent(path()) == file() && !QFileInfo(path()).isSymLink());
         else
-            QCOMPARE(QDir(m_folder->path()).entryList(QDir::AllEntries | QDir::System | QDir::Hidden),
-                     before);
+            QCOMPARE(dir.entryList(everything), before);
+    }
+
+    void namesOfAllKinds()
+    {
+        TestServer server(honest);
+        const QString folder = m_folder->filePath(QString("\u00e4\u0416\u4e2d/").repeated(100));
+        QVERIFY(QDir().mkpath(folder));
+        UtilityRun run(server.url("/%E4%B8%AD%C3%A4-%F0%9F%8E%88.bin"), folder);
+        QVERIFY2(run.run() == 0, run.errors.constData());
+        QCOMPARE(fileContent(folder + QString::fromUtf8("\u4e2d\u00e4-\U0001f388.bin")), file());
+    }
+
+    void readersOfWhatIsReplaced_data()
+    {
+        Table<QByteArray> row; // what somebody reads while the download ends
+        row("the part file", ".kovupd-part");
+        row("the old file", "");
+    }
+
+    void readersOfWhatIsReplaced()
+    {
+        const auto [name] = cells<QByteArray>();
+        QFile held(path(name.constData()));
+        TestServer server([&held](const Request &request) {
+            held.open(QIODevice::ReadOnly);
+            return honest(request);
+        });
+        QVERIFY(writeFile(path(), "old"));
+        UtilityRun run(server.url(), m_folder->path());
+        QCOMPARE(run.run(), System::renamesOpenFiles ? 0 : 17);
+        QVERIFY(held.isOpen());
+        held.close();
+        if (!System::renamesOpenFiles)
+            QCOMPARE(fileContent(path()), QByteArray("old"));
+        // Nothing is lost: the next run fetches no more than what it compares.
+        UtilityRun again(server.url(), m_folder->path());
+        server.handler = honest;
+        QCOMPARE(again.run(), 0);
+        QCOMPARE(fileContent(path()), file());
+        QVERIFY(System::renamesOpenFiles || server.requests.last().contains("Range: bytes=245760-"));
     }
 
     /// As on a system that is restricted to approved methods.
     void refusedDigest()
     {
+        if (QSysInfo::kernelType() == "winnt")
+            QSKIP("Only OpenSSL is told by a file what to refuse.");
         TestServer server(honest);
         QVERIFY(writeFile(path(".cnf"), "openssl_conf = a\n[a]\nalg_section = b\n"
                                         "[b]\ndefault_properties = fips=yes\n"));
         UtilityRun run(server.url(), m_folder->path(), "--md5 " + QByteArray(32, 'a'));
-        run.process.setArguments(QStringList{"OPENSSL_CONF=" + path(".cnf"), run.process.program()}
-                                 + run.process.arguments());
-        run.process.setProgram("env");
+        run.process.setEnvironment(QProcess::systemEnvironment() << "OPENSSL_CONF=" + path(".cnf"));
         QCOMPARE(run.run(), 1);
         QVERIFY2(run.errors.contains("refuses the digest"), run.errors.constData());
         QVERIFY(server.requests.isEmpty());
@@ -239,12 +298,14 @@ private Q_SLOTS:
     {
         TestServer server(stalling);
         UtilityRun run(server.url(), m_folder->path());
-        const QString script = QString("(\"$@\"; echo $? >%1) | head -c 1").arg(path(".code"));
-        run.process.setArguments(QStringList{"-c", script, "sh", run.process.program()}
-                                 + run.process.arguments());
-        run.process.setProgram("sh");
-        QCOMPARE(run.run(), 0);
-        QCOMPARE(fileContent(path(".code")), QByteArray("32\n"));
+        // Reads the first line, as a password, and is gone.
+        UtilityRun reader(server.url(), m_folder->path(),
+                          "--proxy-server 127.0.0.1 --proxy-port 1 -pu me --proxy-try-count 1");
+        reader.process.setArguments(reader.process.arguments().replaceInStrings("/file.bin", "/reader.bin"));
+        run.process.setStandardOutputProcess(&reader.process);
+        reader.start(QByteArray());
+        QCOMPARE(run.run(), 32);
+        QCOMPARE(reader.wait(), 25);
         QCOMPARE(fileContent(path(".kovupd-part")).size(), 1000);
     }
 

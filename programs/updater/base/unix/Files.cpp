@@ -1,149 +1,105 @@
-#include "programs/updater/base/unix/Files.h"
+#include "programs/updater/base/Files.h"
 
-#include "programs/updater/base/ErrorLine.h"
+#include "gui/platform/unix/Descriptor.h"
 
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <cerrno>
 #include <cstring>
 #include <dirent.h>
-#include <memory>
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
+
+using KovGui::Platform::Descriptor;
+
+class Files::Handle::Native
+{
+public:
+    explicit Native(Descriptor opened)
+        : descriptor(std::move(opened))
+    { }
+
+    const Descriptor descriptor;
+};
 
 namespace {
 
-constexpr char rubbishPrefix[] = "rubbish-";
+/// Flags of every opening; nothing that is opened can make the program wait.
+constexpr int safely = O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
 
-bool unlinked(int folder, const char *name, int flags = 0)
+/// The caller's mask does not count: others are to run what is installed.
+constexpr mode_t folderMode = 0755;
+
+int number(const Files::Handle &handle)
 {
-    Files::changing();
-    return unlinkat(folder, name, flags) == 0;
+    return handle.isOpen() ? handle.native().descriptor.number() : -1;
 }
 
-bool renamed(int fromFolder, const char *from, int toFolder, const char *to, unsigned flags = 0)
+Files::Handle opened(int descriptor)
+{
+    if (descriptor < 0)
+        return Files::Handle();
+    return Files::Handle(std::make_shared<const Files::Handle::Native>(Descriptor(descriptor)));
+}
+
+bool renamed(const Files::Handle &fromFolder, const QByteArray &from, const Files::Handle &toFolder,
+             const QByteArray &to, unsigned flags = 0)
 {
     Files::changing();
-    return renameat2(fromFolder, from, toFolder, to, flags) == 0;
+    return renameat2(number(fromFolder), from.constData(), number(toFolder), to.constData(), flags) == 0;
+}
+
+bool unlinked(const Files::Handle &folder, const QByteArray &name, int flags)
+{
+    Files::changing();
+    return unlinkat(number(folder), name.constData(), flags) == 0;
 }
 
 /// What a user took away from himself: a folder of his own that he may not write to.
-bool openUp(int folder, const char *name)
+bool openUp(const Files::Handle &parent, const QByteArray &name)
 {
-    const Descriptor descriptor = Files::openFolder(folder, name);
+    const Files::Handle folder = Files::openFolder(parent, name);
     struct stat status = {};
-    return descriptor.isOpen() && fstat(descriptor.number(), &status) == 0
-           && (status.st_mode & S_IRWXU) != S_IRWXU
-           && fchmod(descriptor.number(), (status.st_mode & 07777) | S_IRWXU) == 0;
+    return folder.isOpen() && fstat(number(folder), &status) == 0 && (status.st_mode & S_IRWXU) != S_IRWXU
+           && fchmod(number(folder), (status.st_mode & 07777) | S_IRWXU) == 0;
 }
 
-/// A name that is not taken, for what cannot be removed.
-/// @param first  the first number that is tried
-QByteArray freshName(int folder, int first = 1)
+Files::Rights rightsIn(const struct stat &status)
 {
-    for (int number = first;; ++number) {
-        const QByteArray name = rubbishPrefix + QByteArray::number(number);
-        if (!Files::exists(folder, name.constData()))
-            return name;
-    }
-}
-
-QByteArrayList namesIn(const Descriptor &folder)
-{
-    QByteArrayList names;
-    const std::unique_ptr<DIR, int (*)(DIR *)> listing(fdopendir(dup(folder.number())), closedir);
-    if (!listing)
-        return names;
-    rewinddir(listing.get());
-    while (const dirent *entry = readdir(listing.get())) {
-        if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0)
-            names.append(entry->d_name);
-    }
-    return names;
-}
-
-/// Empties and removes one folder. The folders in it are moved out beside it first, so that the depth of a
-/// tree costs neither descriptors nor stack.
-/// @param others  receives their new names
-bool removeFolder(int parent, const QByteArray &name, QByteArrayList *others)
-{
-    if (Files::isMountPoint(parent, name.constData())) {
-        errno = EBUSY;
-        return false;
-    }
-    openUp(parent, name.constData());
-    const Descriptor folder = Files::openFolder(parent, name.constData());
-    int error = 0;
-    for (const QByteArray &inner : namesIn(folder)) {
-        if (unlinked(folder.number(), inner.constData())
-            || unlinked(folder.number(), inner.constData(), AT_REMOVEDIR))
-            continue;
-        error = errno;
-        const QByteArray fresh = freshName(parent, others->size() + 1);
-        if ((error == ENOTEMPTY || error == EEXIST)
-            && Files::move(folder.number(), inner.constData(), parent, fresh.constData())) {
-            others->append(fresh);
-            error = 0;
-        }
-    }
-    const bool isRemoved = unlinked(parent, name.constData(), AT_REMOVEDIR);
-    if (error != 0)
-        errno = error;
-    return isRemoved;
-}
-
-QString reason()
-{
-    return QString::fromLocal8Bit(std::strerror(errno));
-}
-
-Descriptor openPath(const QString &path)
-{
-    return Descriptor(::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return {status.st_uid == geteuid(), (status.st_mode & (S_IRGRP | S_IXGRP | S_IROTH | S_IXOTH)) != 0,
+            (status.st_mode & (S_IWGRP | S_IWOTH)) != 0, (status.st_mode & S_IROTH) != 0};
 }
 
 } // namespace
 
-QString Files::makePrivateFolder(const QString &path)
+Files::Failure Files::lastFailure()
 {
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    if (::mkdir(QFile::encodeName(path).constData(), 0700) != 0 && errno != EEXIST)
-        return reason();
-    const Descriptor folder = openPath(path);
-    struct stat status = {};
-    if (!folder.isOpen() || ::fstat(folder.number(), &status) != 0)
-        return reason();
-    if (status.st_uid != ::geteuid())
-        return QStringLiteral("it belongs to another user");
-    return (status.st_mode & 077) == 0 || ::fchmod(folder.number(), 0700) == 0 ? QString() : reason();
+    switch (errno) {
+    case ENOENT:
+        return Failure::Missing;
+    case ENOTEMPTY:
+    case EEXIST:
+        return Failure::NotEmpty;
+    case EINVAL:
+    case ENOSYS:
+    case EOPNOTSUPP:
+        return Failure::Unsupported;
+    case EBUSY:
+        return Failure::MountPoint;
+    default:
+        return Failure::Other;
+    }
 }
 
-QString Files::createPrivate(const QString &path, const char *data, qint64 size)
+int Files::lastError()
 {
-    const QFileInfo info(path);
-    const Descriptor folder = openPath(info.absolutePath());
-    const bool ok
-        = folder.isOpen()
-          && writeNew(folder.number(), QFile::encodeName(info.fileName()).constData(), data, size).ok()
-          && ::fsync(folder.number()) == 0;
-    return ok ? QString() : reason();
+    return errno;
 }
 
-QString Files::replacePrivate(const QString &path, const char *data, qint64 size)
+void Files::setLastError(int error)
 {
-    const QFileInfo info(path);
-    const QByteArray name = QFile::encodeName(info.fileName());
-    const QByteArray draft = name + ".new";
-    const Descriptor folder = openPath(info.absolutePath());
-    // What an interrupted writer left, or a link that somebody put there.
-    ::unlinkat(folder.number(), draft.constData(), 0);
-    if (!folder.isOpen() || !writeNew(folder.number(), draft.constData(), data, size).ok())
-        return reason();
-    if (::renameat(folder.number(), draft.constData(), folder.number(), name.constData()) == 0)
-        return ::fsync(folder.number()) == 0 ? QString() : reason();
-    const QString fault = reason();
-    ::unlinkat(folder.number(), draft.constData(), 0);
-    return fault;
+    errno = error;
 }
 
 InstallResult Files::systemFault(const QString &what)
@@ -155,42 +111,135 @@ InstallResult Files::systemFault(const QString &what)
     return {ExitCode::InstallFailed, QStringLiteral("%1: %2").arg(what, reason)};
 }
 
-Descriptor Files::openFolder(int folder, const char *name)
+QByteArray Files::encoded(const QString &name)
 {
-    return Descriptor(openat(folder, name, O_RDONLY | O_DIRECTORY | safely));
+    return QFile::encodeName(name);
 }
 
-bool Files::exists(int folder, const char *name)
+QString Files::decoded(const QByteArray &name)
+{
+    return QFile::decodeName(name);
+}
+
+Files::Handle Files::openPath(const QString &folder)
+{
+    return opened(::open(encoded(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+}
+
+Files::Handle Files::openFolder(const Handle &parent, const QByteArray &name)
+{
+    return opened(openat(number(parent), name.constData(), O_RDONLY | O_DIRECTORY | safely));
+}
+
+Files::Handle Files::openFolderToEmpty(const Handle &parent, const QByteArray &name)
+{
+    if (isMountPoint(parent, name)) {
+        errno = EBUSY;
+        return Handle();
+    }
+    openUp(parent, name);
+    return openFolder(parent, name);
+}
+
+InstallResult Files::makeFolder(const Handle &parent, const QByteArray &name, Handle *folder, const Handle &)
+{
+    changing();
+    const bool isThere = mkdirat(number(parent), name.constData(), folderMode) == 0 || errno == EEXIST;
+    if (isThere)
+        *folder = openFolder(parent, name);
+    return isThere && folder->isOpen() && fchmod(number(*folder), folderMode) == 0
+               ? InstallResult()
+               : systemFault(QStringLiteral("a folder cannot be made"));
+}
+
+Files::Handle Files::makeOwnFolder(const Handle &parent, const QByteArray &name)
+{
+    if (mkdirat(number(parent), name.constData(), 0700) != 0 && errno != EEXIST)
+        return Handle();
+    return openFolder(parent, name);
+}
+
+Files::Rights Files::rightsOf(const Handle &handle)
 {
     struct stat status = {};
-    return fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) == 0;
+    return fstat(number(handle), &status) == 0 ? rightsIn(status) : Rights();
 }
 
-bool Files::isMountPoint(int folder, const char *name)
+Files::Rights Files::rightsAt(const QString &path)
+{
+    struct stat status = {};
+    return stat(encoded(path).constData(), &status) == 0 ? rightsIn(status) : Rights();
+}
+
+bool Files::closeToOthers(const Handle &folder)
+{
+    return fchmod(number(folder), 0700) == 0;
+}
+
+QByteArrayList Files::names(const Handle &folder)
+{
+    QByteArrayList names;
+    // An opening of its own: where a listing stands belongs to what was opened.
+    const int listed = openat(number(folder), ".", O_RDONLY | O_DIRECTORY | safely);
+    const std::unique_ptr<DIR, int (*)(DIR *)> listing(listed < 0 ? nullptr : fdopendir(listed), closedir);
+    while (const dirent *entry = listing ? readdir(listing.get()) : nullptr) {
+        if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0)
+            names.append(entry->d_name);
+    }
+    return names;
+}
+
+bool Files::exists(const Handle &folder, const QByteArray &name)
+{
+    struct stat status = {};
+    return fstatat(number(folder), name.constData(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
+bool Files::isMountPoint(const Handle &folder, const QByteArray &name)
 {
     struct statx parent = {};
     struct statx status = {};
     constexpr int flags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT;
-    if (statx(folder, "", flags | AT_EMPTY_PATH, STATX_TYPE, &parent) != 0
-        || statx(folder, name, flags, STATX_TYPE, &status) != 0)
+    if (statx(number(folder), "", flags | AT_EMPTY_PATH, STATX_TYPE, &parent) != 0
+        || statx(number(folder), name.constData(), flags, STATX_TYPE, &status) != 0)
         return false;
     return (status.stx_attributes & status.stx_attributes_mask & STATX_ATTR_MOUNT_ROOT) != 0
            || status.stx_dev_major != parent.stx_dev_major || status.stx_dev_minor != parent.stx_dev_minor;
 }
 
-std::optional<QByteArray> Files::read(int folder, const char *name, qint64 limit)
+std::optional<quint64> Files::freeBytes(const Handle &folder)
 {
-    const Descriptor file(openat(folder, name, O_RDONLY | safely));
+    struct statvfs status = {};
+    if (fstatvfs(number(folder), &status) != 0 || status.f_blocks == 0)
+        return std::nullopt;
+    return quint64(status.f_bavail) * status.f_frsize;
+}
+
+Files::Handle Files::openFile(const QString &path, qint64 *size, QString *fault)
+{
+    const Handle file = opened(::open(encoded(path).constData(), O_RDONLY | safely));
     struct stat status = {};
-    if (!file.isOpen() || fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode)
+    if (!file.isOpen() && errno == ELOOP)
+        *fault = QStringLiteral("it is a symbolic link");
+    else if (!file.isOpen() || fstat(number(file), &status) != 0)
+        *fault = QString::fromLocal8Bit(std::strerror(errno));
+    else if (!S_ISREG(status.st_mode))
+        *fault = QStringLiteral("it is no file");
+    *size = status.st_size;
+    return fault->isEmpty() ? file : Handle();
+}
+
+std::optional<QByteArray> Files::read(const Handle &folder, const QByteArray &name, qint64 limit)
+{
+    const Handle file = opened(openat(number(folder), name.constData(), O_RDONLY | safely));
+    struct stat status = {};
+    if (!file.isOpen() || fstat(number(file), &status) != 0 || !S_ISREG(status.st_mode)
         || status.st_size > limit)
         return std::nullopt;
     QByteArray content(int(status.st_size), '\0');
     int done = 0;
     while (done < content.size()) {
-        const ssize_t count = ::read(file.number(), content.data() + done, size_t(content.size() - done));
-        if (count < 0 && errno == EINTR)
-            continue;
+        const qint64 count = read(file, content.data() + done, content.size() - done);
         if (count <= 0)
             return std::nullopt;
         done += int(count);
@@ -198,38 +247,78 @@ std::optional<QByteArray> Files::read(int folder, const char *name, qint64 limit
     return content;
 }
 
-InstallResult Files::writeNew(int folder, const char *name, const char *data, qint64 size)
+Files::Handle Files::createFile(const Handle &folder, const QByteArray &name, Kind kind)
 {
-    Files::changing();
-    const Descriptor file(openat(folder, name, O_WRONLY | O_CREAT | O_EXCL | safely, mode_t(0600)));
-    if (!file.isOpen())
-        return systemFault(QStringLiteral("a file cannot be made"));
-    InstallResult result = writeAll(file.number(), data, size);
-    if (result.ok())
-        result = sync(file.number());
-    const int error = errno;
-    if (!result.ok())
-        unlinkat(folder, name, 0);
-    errno = error;
-    return result;
+    changing();
+    const Handle file = opened(
+        openat(number(folder), name.constData(), O_WRONLY | O_CREAT | O_EXCL | safely, mode_t(0600)));
+    if (file.isOpen() && kind != Kind::Private
+        && fchmod(number(file), kind == Kind::Program ? 0755 : 0644) != 0)
+        return Handle();
+    return file;
 }
 
-InstallResult Files::writeAll(int file, const char *data, qint64 size)
+Files::Handle Files::createNameless(const Handle &folder, const QByteArray &name)
 {
-    Files::changing();
-    return KovGui::Platform::writeAll(file, data, size_t(size))
+    const Handle file
+        = opened(openat(number(folder), name.constData(), O_RDWR | O_CREAT | O_EXCL | safely, mode_t(0600)));
+    return file.isOpen() && unlinkat(number(folder), name.constData(), 0) == 0 ? file : Handle();
+}
+
+InstallResult Files::write(const Handle &file, const char *data, qint64 size)
+{
+    changing();
+    return KovGui::Platform::writeAll(number(file), data, size_t(size))
                ? InstallResult()
                : systemFault(QStringLiteral("a file cannot be written"));
 }
 
-InstallResult Files::sync(int descriptor)
+qint64 Files::read(const Handle &file, char *data, qint64 size)
 {
-    Files::changing();
-    return fsync(descriptor) == 0 ? InstallResult()
-                                  : systemFault(QStringLiteral("the disk did not take what was written"));
+    ssize_t count = -1;
+    do {
+        count = ::read(number(file), data, size_t(size));
+    } while (count < 0 && errno == EINTR);
+    return count;
 }
 
-bool Files::move(int fromFolder, const char *from, int toFolder, const char *to)
+bool Files::rewind(const Handle &file)
+{
+    return lseek(number(file), 0, SEEK_SET) == 0;
+}
+
+InstallResult Files::sync(const Handle &handle)
+{
+    changing();
+    return fsync(number(handle)) == 0 ? InstallResult()
+                                      : systemFault(QStringLiteral("the disk did not take what was written"));
+}
+
+InstallResult Files::lock(const Handle &folder, const QByteArray &name, Handle *file)
+{
+    *file = opened(openat(number(folder), name.constData(), O_RDWR | O_CREAT | safely, mode_t(0600)));
+    if (file->isOpen() && flock(number(*file), LOCK_EX | LOCK_NB) == 0)
+        return InstallResult();
+    if (file->isOpen() && errno == EWOULDBLOCK)
+        return {ExitCode::InstallBusy, QStringLiteral("another installation is under way")};
+    return systemFault(QStringLiteral("the installation cannot be locked"));
+}
+
+Files::Handle Files::lockForAppending(const Handle &folder, const QByteArray &name)
+{
+    const Handle file = opened(openat(number(folder), name.constData(), O_RDWR | O_APPEND | safely));
+    return file.isOpen() && flock(number(file), LOCK_EX | LOCK_NB) == 0 ? file : Handle();
+}
+
+void Files::keepForSuccessor(const Handle &file)
+{
+    // The copy lives on in that program; the lock belongs to both.
+    if (flock(number(file), LOCK_SH) == 0)
+        (void)dup(number(file));
+}
+
+bool Files::move(const Handle &fromFolder, const QByteArray &from, const Handle &toFolder,
+                 const QByteArray &to)
 {
     if (renamed(fromFolder, from, toFolder, to))
         return true;
@@ -237,7 +326,8 @@ bool Files::move(int fromFolder, const char *from, int toFolder, const char *to)
     return errno == EACCES && openUp(fromFolder, from) && renamed(fromFolder, from, toFolder, to);
 }
 
-bool Files::exchange(int folder, const char *name, int otherFolder, const char *otherName)
+bool Files::exchange(const Handle &folder, const QByteArray &name, const Handle &otherFolder,
+                     const QByteArray &otherName)
 {
     const auto attempt = [&] { return renamed(folder, name, otherFolder, otherName, RENAME_EXCHANGE); };
     if (attempt())
@@ -248,35 +338,12 @@ bool Files::exchange(int folder, const char *name, int otherFolder, const char *
     return (openUp(otherFolder, otherName) || isOpenedUp) && attempt();
 }
 
-InstallResult Files::remove(int folder, const char *name)
+bool Files::unlink(const Handle &folder, const QByteArray &name)
 {
-    if (unlinked(folder, name) || errno == ENOENT)
-        return InstallResult();
-    QByteArrayList left{name};
-    InstallResult result;
-    while (!left.isEmpty()) {
-        if (!removeFolder(folder, left.takeLast(), &left) && result.ok())
-            result
-                = systemFault(QStringLiteral("\"%1\" cannot be removed").arg(QString::fromLocal8Bit(name)));
-    }
-    return result;
+    return unlinked(folder, name, 0);
 }
 
-InstallResult Files::discard(int folder, const char *name)
+bool Files::removeEmptyFolder(const Handle &parent, const QByteArray &name)
 {
-    const InstallResult removed = remove(folder, name);
-    if (removed.ok() || (exists(folder, name) && !move(folder, name, folder, freshName(folder).constData())))
-        return removed;
-    printError(
-        QStringLiteral("%1; what is left of it is set aside and tried again later").arg(removed.fault));
-    return InstallResult();
-}
-
-void Files::removeRubbish(int folder)
-{
-    const Descriptor listed = openFolder(folder, ".");
-    for (const QByteArray &name : namesIn(listed)) {
-        if (name.startsWith(rubbishPrefix))
-            (void)remove(folder, name.constData());
-    }
+    return unlinked(parent, name, AT_REMOVEDIR);
 }

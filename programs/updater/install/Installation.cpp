@@ -1,16 +1,11 @@
 #include "programs/updater/install/Installation.h"
 
 #include "programs/updater/base/ErrorLine.h"
-#include "programs/updater/install/unix/Installation_p.h"
+#include "programs/updater/install/Installation_p.h"
 
 #include <QCryptographicHash>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
-#include <cerrno>
-#include <sys/file.h>
-#include <sys/stat.h>
-#include <sys/statvfs.h>
 
 namespace Name = InstallationNames;
 
@@ -19,22 +14,17 @@ namespace {
 constexpr qint64 maximumRecordSize = 64 * 1024;
 constexpr int maximumReasonLength = 200;
 
-Descriptor openRoot(const QString &root)
-{
-    return Descriptor(::open(QFile::encodeName(root).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-}
-
 } // namespace
 
-std::optional<QByteArray> Installation::Private::manifestIn(int parent, const char *version)
+std::optional<QByteArray> Installation::Private::manifestIn(const Files::Handle &parent, const char *version)
 {
-    const Descriptor folder = Files::openFolder(parent, version);
-    return folder.isOpen()
-               ? Files::read(folder.number(), PackageManifest::fileName, PackageManifest::maximumTextSize)
-               : std::nullopt;
+    const Files::Handle folder = Files::openFolder(parent, version);
+    return folder.isOpen() ? Files::read(folder, PackageManifest::fileName, PackageManifest::maximumTextSize)
+                           : std::nullopt;
 }
 
-std::optional<PackageManifest> Installation::Private::parsedManifestIn(int parent, const char *version)
+std::optional<PackageManifest> Installation::Private::parsedManifestIn(const Files::Handle &parent,
+                                                                       const char *version)
 {
     const std::optional<QByteArray> text = manifestIn(parent, version);
     PackageManifest manifest;
@@ -43,28 +33,25 @@ std::optional<PackageManifest> Installation::Private::parsedManifestIn(int paren
     return manifest;
 }
 
-QByteArray Installation::Private::identityOf(int parent, const char *version)
+QByteArray Installation::Private::identityOf(const Files::Handle &parent, const char *version)
 {
     const std::optional<QByteArray> text = manifestIn(parent, version);
     return text ? QCryptographicHash::hash(*text, QCryptographicHash::Sha256).toHex() : QByteArray();
 }
 
-bool Installation::Private::isOwnAndPrivate(int folder)
+bool Installation::Private::isOwnAndPrivate(const Files::Handle &folder)
 {
-    struct stat status = {};
-    return fstat(folder, &status) == 0 && status.st_uid == geteuid()
-           && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+    const Files::Rights rights = Files::rightsOf(folder);
+    return rights.isOwn && !rights.anyOtherMayWrite;
 }
 
 InstallResult Installation::Private::openPrivateFolder()
 {
-    if (mkdirat(root.number(), Name::own, 0700) != 0 && errno != EEXIST)
-        return Files::systemFault(QStringLiteral("the folder of the installation cannot be written"));
-    own = Files::openFolder(root.number(), Name::own);
+    own = Files::makeOwnFolder(root, Name::own);
     if (!own.isOpen())
         return Files::systemFault(
             QStringLiteral("the updater's folder in the installation cannot be opened"));
-    if (!isOwnAndPrivate(own.number()) || fchmod(own.number(), 0700) != 0)
+    if (!isOwnAndPrivate(own) || !Files::closeToOthers(own))
         return {ExitCode::InstallFailed,
                 QStringLiteral("the updater's folder in the installation can be written by others")};
     return InstallResult();
@@ -72,21 +59,14 @@ InstallResult Installation::Private::openPrivateFolder()
 
 InstallResult Installation::Private::takeLock()
 {
-    lock = Descriptor(openat(own.number(), Name::lock, O_RDWR | O_CREAT | Files::safely, mode_t(0600)));
-    if (!lock.isOpen())
-        return Files::systemFault(QStringLiteral("the installation cannot be locked"));
-    if (flock(lock.number(), LOCK_EX | LOCK_NB) == 0) {
-        isLocked = true;
-        return InstallResult();
-    }
-    if (errno == EWOULDBLOCK)
-        return {ExitCode::InstallBusy, QStringLiteral("another installation is under way")};
-    return Files::systemFault(QStringLiteral("the installation cannot be locked"));
+    const InstallResult result = Files::lock(own, Name::lock, &lock);
+    isLocked = result.ok();
+    return result;
 }
 
 InstallResult Installation::Private::readInstalled(const QString &rootPath)
 {
-    const std::optional<QByteArray> text = manifestIn(root.number(), Name::current);
+    const std::optional<QByteArray> text = manifestIn(root, Name::current);
     const QString fault = text ? PackageManifest::parse(*text, &manifest)
                                : QStringLiteral("current/manifest.json cannot be read");
     return fault.isEmpty()
@@ -104,9 +84,10 @@ QString Installation::find(const QString &programFolder)
         if (folder.dirName() == QLatin1String(Name::current)
             && folder.exists(QLatin1String(PackageManifest::fileName)))
             return root;
-        // Where a swap that was interrupted between two renames leaves the program.
-        if (folder.dirName() == QLatin1String(Name::previous)
-            && QFileInfo(QDir(root).filePath(QLatin1String(Name::own))).isDir())
+        // Where a change of versions that was interrupted leaves the program.
+        const bool isVersion = folder.dirName() == QLatin1String(Name::current)
+                               || folder.dirName() == QLatin1String(Name::previous);
+        if (isVersion && QFileInfo(QDir(root).filePath(QLatin1String(Name::own))).isDir())
             return root;
     } while (folder.cdUp());
     return QString();
@@ -114,16 +95,17 @@ QString Installation::find(const QString &programFolder)
 
 std::optional<PackageManifest> Installation::installedManifest(const QString &root)
 {
-    const Descriptor folder = openRoot(root);
-    return folder.isOpen() ? Private::parsedManifestIn(folder.number(), Name::current) : std::nullopt;
+    const Files::Handle folder = Files::openPath(root);
+    return folder.isOpen() ? Private::parsedManifestIn(folder, Name::current) : std::nullopt;
 }
 
 QVector<RejectedVersion> Installation::rejectedVersions(const QString &root)
 {
-    const Descriptor own = Files::openFolder(openRoot(root).number(), Name::own);
+    const Files::Handle folder = Files::openPath(root);
+    const Files::Handle own = folder.isOpen() ? Files::openFolder(folder, Name::own) : Files::Handle();
     QVector<RejectedVersion> rejected;
     const std::optional<QByteArray> record
-        = own.isOpen() ? Files::read(own.number(), Name::rejected, maximumRecordSize) : std::nullopt;
+        = own.isOpen() ? Files::read(own, Name::rejected, maximumRecordSize) : std::nullopt;
     for (const QByteArray &line : record.value_or(QByteArray()).split('\n')) {
         const QString text = QString::fromUtf8(line);
         RejectedVersion version{{}, text.section(QLatin1Char(' '), 1)};
@@ -136,10 +118,11 @@ QVector<RejectedVersion> Installation::rejectedVersions(const QString &root)
 InstallResult Installation::recover(const QString &root)
 {
     Private present;
-    present.root = openRoot(root);
+    present.root = Files::openPath(root);
     present.rootPath = root;
-    present.own = Files::openFolder(present.root.number(), Name::own);
-    if (!present.own.isOpen() || !Private::isOwnAndPrivate(present.own.number()) || !present.takeLock().ok())
+    if (present.root.isOpen())
+        present.own = Files::openFolder(present.root, Name::own);
+    if (!present.own.isOpen() || !Private::isOwnAndPrivate(present.own) || !present.takeLock().ok())
         return InstallResult();
     return present.recover();
 }
@@ -156,17 +139,17 @@ Installation::Installation(const Hooks &hooks)
 
 Installation::~Installation()
 {
-    if (d->isLocked && !Files::exists(d->own.number(), Name::journal))
+    if (d->isLocked && !Files::exists(d->own, Name::journal))
         d->clear();
 }
 
 InstallResult Installation::open(const QString &root)
 {
-    d->root = openRoot(root);
+    d->root = Files::openPath(root);
     d->rootPath = root;
-    const bool isInstallation = d->root.isOpen()
-                                && (Private::manifestIn(d->root.number(), Name::current)
-                                    || Files::exists(d->root.number(), Name::own));
+    const bool isInstallation
+        = d->root.isOpen()
+          && (Private::manifestIn(d->root, Name::current) || Files::exists(d->root, Name::own));
     if (!isInstallation)
         return {ExitCode::NoInstallation, QStringLiteral("there is no installation in %1").arg(root)};
     InstallResult result = d->openPrivateFolder();
@@ -186,10 +169,10 @@ InstallResult Installation::readCounter(const QByteArray &key, quint64 *counter)
 {
     *counter = 0;
     const QByteArray name = Name::counter + key;
-    if (!Files::exists(d->own.number(), name.constData()))
+    if (!Files::exists(d->own, name))
         return InstallResult();
     bool isNumber = false;
-    *counter = Files::read(d->own.number(), name.constData(), maximumRecordSize)
+    *counter = Files::read(d->own, name, maximumRecordSize)
                    .value_or(QByteArray())
                    .trimmed()
                    .toULongLong(&isNumber);
@@ -201,31 +184,27 @@ InstallResult Installation::readCounter(const QByteArray &key, quint64 *counter)
 
 InstallResult Installation::checkSpace(qint64 needed) const
 {
-    struct statvfs status = {};
-    if (fstatvfs(d->own.number(), &status) != 0 || status.f_blocks == 0)
-        return InstallResult();
-    const quint64 free = quint64(status.f_bavail) * status.f_frsize;
-    if (free >= quint64(needed))
+    const std::optional<quint64> free = Files::freeBytes(d->own);
+    if (!free || *free >= quint64(needed))
         return InstallResult();
     return {ExitCode::NotEnoughSpace,
             QStringLiteral("there is not enough space on the disk: %1 MB are needed, %2 MB are free")
                 .arg((needed + 999999) / 1000000)
-                .arg(free / 1000000)};
+                .arg(*free / 1000000)};
 }
 
 InstallResult Installation::makePrivateFile(PackageFile *file)
 {
-    Descriptor descriptor(
-        openat(d->own.number(), Name::package, O_RDWR | O_CREAT | O_EXCL | Files::safely, mode_t(0600)));
-    if (!descriptor.isOpen() || unlinkat(d->own.number(), Name::package, 0) != 0)
+    const Files::Handle copy = Files::createNameless(d->own, Name::package);
+    if (!copy.isOpen())
         return Files::systemFault(QStringLiteral("the package cannot be copied"));
-    file->adopt(descriptor.release());
+    file->adopt(copy);
     return InstallResult();
 }
 
 InstallResult Installation::makeStaging()
 {
-    return d->staging.make(d->own.number());
+    return d->staging.make(d->own, d->root);
 }
 
 PackageTarget &Installation::staging()
@@ -235,20 +214,20 @@ PackageTarget &Installation::staging()
 
 InstallResult Installation::commit(const QByteArray &key, quint64 counter)
 {
-    const Journal journal{Private::identityOf(d->root.number(), Name::current),
-                          Private::identityOf(d->own.number(), Staging::name), key, counter, QString()};
+    const Journal journal{Private::identityOf(d->root, Name::current),
+                          Private::identityOf(d->own, Staging::name), key, counter, QString()};
     return d->change(journal, &Private::swapIn);
 }
 
 InstallResult Installation::stepBack(const QString &reason)
 {
-    const std::optional<PackageManifest> before = Private::parsedManifestIn(d->root.number(), Name::previous);
+    const std::optional<PackageManifest> before = Private::parsedManifestIn(d->root, Name::previous);
     if (!before || before->product != d->manifest.product || before->version >= d->manifest.version)
         return {ExitCode::NothingBefore,
                 QStringLiteral("there is no older version in %1/previous").arg(d->rootPath)};
     const QString line = reason.simplified().left(maximumReasonLength);
-    const Journal journal{Private::identityOf(d->root.number(), Name::current),
-                          Private::identityOf(d->root.number(), Name::previous), QByteArray(), 0,
+    const Journal journal{Private::identityOf(d->root, Name::current),
+                          Private::identityOf(d->root, Name::previous), QByteArray(), 0,
                           line.isEmpty() ? QStringLiteral("no reason was given") : line};
     const InstallResult result = d->change(journal, &Private::swapBack);
     return result.ok() ? d->readInstalled(d->rootPath) : result;
@@ -256,35 +235,32 @@ InstallResult Installation::stepBack(const QString &reason)
 
 bool Installation::countStart()
 {
-    Descriptor trial(openat(d->own.number(), Name::trial, O_RDWR | O_APPEND | O_NOFOLLOW | O_NONBLOCK));
-    const QByteArray record
-        = Files::read(d->own.number(), Name::trial, maximumRecordSize).value_or(QByteArray());
-    const QByteArray identity = Private::identityOf(d->root.number(), Name::current) + '\n';
     // Whatever program was counted keeps the record locked as long as it runs.
-    if (!trial.isOpen() || !record.startsWith(identity) || flock(trial.number(), LOCK_EX | LOCK_NB) != 0)
+    const Files::Handle trial = Files::lockForAppending(d->own, Name::trial);
+    const QByteArray record = Files::read(d->own, Name::trial, maximumRecordSize).value_or(QByteArray());
+    const QByteArray identity = Private::identityOf(d->root, Name::current) + '\n';
+    if (!trial.isOpen() || !record.startsWith(identity))
         return false;
     if (record.size() - identity.size() >= mostFailedStarts) {
         const QString reason = QStringLiteral("it did not come up %1 times in a row").arg(mostFailedStarts);
         return stepBack(reason).ok();
     }
-    if (Files::writeAll(trial.number(), ".", 1).ok() && Files::sync(trial.number()).ok()
-        && flock(trial.number(), LOCK_SH) == 0)
-        // Left open on purpose, for the program that takes this process's place.
-        (void)trial.release();
+    if (Files::write(trial, ".", 1).ok() && Files::sync(trial).ok())
+        Files::keepForSuccessor(trial);
     return false;
 }
 
 InstallResult Installation::confirmVersion(const QString &root)
 {
-    const Descriptor folder = openRoot(root);
-    const Descriptor own = Files::openFolder(folder.number(), Name::own);
+    const Files::Handle folder = Files::openPath(root);
+    const Files::Handle own = folder.isOpen() ? Files::openFolder(folder, Name::own) : Files::Handle();
     // Whoever read the journal later would put the version on trial once more.
-    if (own.isOpen() && Files::exists(own.number(), Name::journal))
+    if (own.isOpen() && Files::exists(own, Name::journal))
         (void)recover(root);
     const std::optional<QByteArray> record
-        = own.isOpen() ? Files::read(own.number(), Name::trial, maximumRecordSize) : std::nullopt;
-    if (!record || !record->startsWith(Private::identityOf(folder.number(), Name::current) + '\n'))
+        = own.isOpen() ? Files::read(own, Name::trial, maximumRecordSize) : std::nullopt;
+    if (!record || !record->startsWith(Private::identityOf(folder, Name::current) + '\n'))
         return InstallResult();
-    const InstallResult result = Files::remove(own.number(), Name::trial);
-    return result.ok() ? Files::sync(own.number()) : result;
+    const InstallResult result = Files::remove(own, Name::trial);
+    return result.ok() ? Files::sync(own) : result;
 }

@@ -2,7 +2,7 @@
 
 #include "programs/updater/install/Installation.h"
 #include "programs/updater/install/Journal.h"
-#include "programs/updater/install/unix/Staging.h"
+#include "programs/updater/install/Staging.h"
 
 namespace InstallationNames {
 
@@ -18,6 +18,9 @@ constexpr char trial[] = "trial";
 constexpr char draft[] = "draft";
 constexpr char package[] = "package";
 constexpr char obsolete[] = "obsolete";
+// Of a version whose files move one by one: from where to where, and its manifest.
+constexpr char moving[] = "moving";
+constexpr char movingManifest[] = "moving-manifest";
 
 } // namespace InstallationNames
 
@@ -25,11 +28,11 @@ class Installation::Private
 {
 public:
     /// The manifest of a version; nothing when there is none.
-    static std::optional<QByteArray> manifestIn(int parent, const char *version);
-    static std::optional<PackageManifest> parsedManifestIn(int parent, const char *version);
+    static std::optional<QByteArray> manifestIn(const Files::Handle &parent, const char *version);
+    static std::optional<PackageManifest> parsedManifestIn(const Files::Handle &parent, const char *version);
     /// Of a manifest, as the journal holds it; empty when there is no such version.
-    static QByteArray identityOf(int parent, const char *version);
-    static bool isOwnAndPrivate(int folder);
+    static QByteArray identityOf(const Files::Handle &parent, const char *version);
+    static bool isOwnAndPrivate(const Files::Handle &folder);
 
     InstallResult openPrivateFolder();
     InstallResult takeLock();
@@ -51,15 +54,22 @@ public:
     InstallResult moveFault(const QString &what) const;
     InstallResult moved(bool ok) const;
     InstallResult sync() const;
-    bool move(int fromFolder, const char *from, int toFolder, const char *to);
-    bool exchange(int folder, const char *name, int otherFolder, const char *otherName);
+    /// A version with all its files; `to` may be a folder without files.
+    bool move(const char *from, const char *to);
+    bool moveOneByOne(const char *from, const char *to);
+    /// Moves what is left there; neither place is a version before its manifest has arrived.
+    bool continueMove(const char *from, const char *to);
+    /// Goes on with a move that was interrupted, or takes it back.
+    InstallResult endMove();
+    const Files::Handle &folderOf(const char *version) const;
+    bool exchange(const char *version, const char *other);
     void clear();
 
     Hooks hooks;
     QString rootPath;
-    Descriptor root;
-    Descriptor own;
-    Descriptor lock;
+    Files::Handle root;
+    Files::Handle own;
+    Files::Handle lock;
     bool isLocked = false;
     PackageManifest manifest;
     Staging staging;

@@ -1,0 +1,3 @@
+#include "gui/platform/StandardStreams.h"
+
+void KovGui::Platform::useBinaryStreams() { }
