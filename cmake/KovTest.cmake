@@ -1,12 +1,19 @@
-# kov_add_test(NAME tst_x SOURCES ... LIBS ... LABELS ... [NATIVE] [TIMEOUT s] [ENVIRONMENT A=b ...])
+# kov_add_test(NAME tst_x SOURCES ... LIBS ... LABELS ... [NATIVE] [TIMEOUT s] [ENVIRONMENT A=b ...] [UNIX reason])
 #
 # A Qt Test program, run without a display unless NATIVE asks for a real window system: then it runs under a
 # private Xvfb with a window manager. A warning that the test did not announce with QTest::ignoreMessage fails it.
+# UNIX says why it cannot run on Windows; a test that starts nginx or squid needs no other reason.
 #
 # kov_add_test_run(NAME x TARGET tst_x LABELS ... [NATIVE] [TIMEOUT s] [ENVIRONMENT A=b ...])
 #
 # One more run of a test program, in another environment.
 find_package(Qt5 5.15 REQUIRED COMPONENTS Test)
+
+if(WIN32)
+    # Where Wine finds the libraries, and Qt its plug-ins.
+    string(REPLACE "/" "\\" KOV_WINE_PATH "Z:${CMAKE_BINARY_DIR}/bin\;Z:$ENV{KOV_SYSROOT}/bin")
+    file(WRITE ${CMAKE_BINARY_DIR}/bin/qt.conf "[Paths]\nPrefix=Z:$ENV{KOV_SYSROOT}\n")
+endif()
 
 function(kov_add_test_run)
     cmake_parse_arguments(ARG "NATIVE" "NAME;TARGET;TIMEOUT" "LABELS;ENVIRONMENT" ${ARGN})
@@ -16,6 +23,14 @@ function(kov_add_test_run)
         set(platform xcb)
         set(command ${CMAKE_SOURCE_DIR}/tests/support/with-display $<TARGET_FILE:${ARG_TARGET}>)
         list(APPEND ARG_LABELS native)
+    endif()
+    if(WIN32)
+        # One display serves them all: ./test --windows.
+        set(command ${CMAKE_SOURCE_DIR}/tests/support/under-wine ${CMAKE_BINARY_DIR}/wine $<TARGET_FILE:${ARG_TARGET}>)
+        list(APPEND ARG_ENVIRONMENT "QT_QPA_FONTDIR=Z:/usr/share/fonts/truetype/dejavu" "WINEPATH=${KOV_WINE_PATH}")
+        if(ARG_NATIVE)
+            set(platform windows)
+        endif()
     endif()
     add_test(NAME ${ARG_NAME} COMMAND ${command})
     if(NOT ARG_TIMEOUT)
@@ -29,7 +44,15 @@ function(kov_add_test_run)
 endfunction()
 
 function(kov_add_test)
-    cmake_parse_arguments(ARG "NATIVE" "NAME;TIMEOUT" "SOURCES;LIBS;LABELS;ENVIRONMENT" ${ARGN})
+    cmake_parse_arguments(ARG "NATIVE" "NAME;TIMEOUT;UNIX" "SOURCES;LIBS;LABELS;ENVIRONMENT" ${ARGN})
+    if("NginxServer" IN_LIST ARG_LIBS)
+        set(ARG_UNIX "its servers run on Unix")
+    endif()
+    if(WIN32 AND ARG_UNIX)
+        message(STATUS "${ARG_NAME} is not built: ${ARG_UNIX}.")
+        add_executable(${ARG_NAME} EXCLUDE_FROM_ALL ${ARG_SOURCES})
+        return()
+    endif()
     add_executable(${ARG_NAME} ${ARG_SOURCES})
     target_link_libraries(${ARG_NAME} PRIVATE ${ARG_LIBS} Qt5::Test)
     # Literals are texts in tests.

@@ -1,12 +1,12 @@
 #include "gui/problem_report/archive/ReportArchive_p.h"
 #include "tests/support/Files.h"
 #include "tests/support/KovTest.h"
+#include "tests/support/System.h"
 
 #include <QBuffer>
 
 #include <archive.h>
 #include <archive_entry.h>
-#include <sys/mount.h>
 
 using ReportArchive::Outcome;
 
@@ -201,15 +201,14 @@ private Q_SLOTS:
     void fullDisk()
     {
         m_place = std::make_unique<QTemporaryDir>();
-        const QByteArray place = m_place->path().toLocal8Bit();
-        if (::mount("tmpfs", place.constData(), "tmpfs", 0, "size=1m") != 0)
+        if (!System::mountSmall(m_place->path(), 1 << 20))
             QSKIP("A small file system cannot be mounted: that is for root, and for containers that may.");
         QByteArray bytes = archiveOf({{"a.log"}, {"b.log", QByteArray(9 << 20, 'x')}});
         QBuffer buffer(&bytes);
         buffer.open(QIODevice::ReadOnly);
         const auto result = ReportArchive::unpack(buffer, m_place->path(), goOn, &m_names);
         const QString left = everything();
-        QCOMPARE(::umount(place.constData()), 0);
+        QVERIFY(System::unmount(m_place->path()));
         QCOMPARE(result.outcome, Outcome::Failed);
         QCOMPARE(result.reason, QStringLiteral("the disk is full"));
         QCOMPARE(left, QString());

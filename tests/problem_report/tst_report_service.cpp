@@ -3,11 +3,7 @@
 #include "kov_sdk_communication/CSdkRequest.h"
 #include "tests/support/Files.h"
 #include "tests/support/KovTest.h"
-
-#include <QProcess>
-
-#include <csignal>
-#include <sys/stat.h>
+#include "tests/support/System.h"
 
 namespace {
 
@@ -23,18 +19,14 @@ QByteArray partWith(const QString &name, const QString &path)
 }
 
 /// The collector that this process started, 0 when there is none.
-int collector()
+bool hasTar()
 {
-    QProcess ps;
-    ps.start(QStringLiteral("ps"),
-             {QStringLiteral("-o"), QStringLiteral("pid=,comm="), QStringLiteral("--ppid"),
-              QString::number(QCoreApplication::applicationPid())});
-    ps.waitForFinished();
-    for (const QByteArray &line : ps.readAllStandardOutput().split('\n')) {
-        if (line.contains("kovsdk-collect"))
-            return line.trimmed().split(' ').first().toInt();
-    }
-    return 0;
+    return !QStandardPaths::findExecutable(QStringLiteral("tar")).isEmpty();
+}
+
+qint64 collector()
+{
+    return System::childNamed("kovsdk-collect");
 }
 
 } // namespace
@@ -95,6 +87,10 @@ private Q_SLOTS:
         QCOMPARE(document.hostInfo->kernelVersion, QSysInfo::kernelVersion());
         QCOMPARE(document.attachments.value(0).size, std::optional<qint64>(7));
 
+        const auto closed = QFile::ReadOwner | QFile::WriteOwner | QFile::ReadUser | QFile::WriteUser;
+        QVERIFY(!System::hasModes || QFile::permissions(request.data()) == closed);
+        if (!hasTar())
+            QSKIP("There is no tar here.");
         QProcess tar;
         tar.start(QStringLiteral("tar"), {QStringLiteral("-xzOf"), request.data(), QStringLiteral("my.log"),
                                           QStringLiteral("AllProcesses.txt")});
@@ -102,9 +98,6 @@ private Q_SLOTS:
         const QByteArray content = tar.readAllStandardOutput();
         QVERIFY(content.contains("a line\n"));
         QVERIFY(content.contains(' ' + QByteArray::number(QCoreApplication::applicationPid()) + ' '));
-        struct stat status;
-        QCOMPARE(stat(QFile::encodeName(request.data()).constData(), &status), 0);
-        QCOMPARE(int(status.st_mode & 0777), 0600);
     }
 
     /// Whatever ends it, there is one completion, and no half of an archive.
@@ -136,11 +129,11 @@ private Q_SLOTS:
         if (how != QLatin1String("part")) {
             QTRY_VERIFY_WITH_TIMEOUT(isPacking() || completed.count(), 60000);
         }
-        const int process = collector();
+        const qint64 process = collector();
         if (how == QLatin1String("cancel"))
             request.cancel();
         else if (how == QLatin1String("kill"))
-            ::kill(process, SIGKILL);
+            System::kill(process);
         else if (how == QLatin1String("truncate"))
             QFile::resize(log, 10);
         QVERIFY(completed.count() || completed.wait(60000));
@@ -176,6 +169,8 @@ private Q_SLOTS:
         CSdkRequest request(job);
         QSignalSpy completed(&request, &CSdkRequest::jobCompleted);
         QVERIFY(completed.wait(60000));
+        if (!hasTar())
+            QSKIP("There is no tar here.");
         QProcess tar;
         tar.start(QStringLiteral("tar"), {QStringLiteral("-tzf"), request.data()});
         QVERIFY(tar.waitForFinished());

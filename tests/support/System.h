@@ -11,10 +11,23 @@ namespace System {
 
 /// Whether a file that somebody holds open can be renamed and replaced.
 extern const bool renamesOpenFiles;
+/// Whether a file says in its mode who may read it.
+extern const bool hasModes;
 
 bool makeSymbolicLink(const QString &target, const QString &path);
 bool makeHardLink(const QString &target, const QString &path);
 bool makeFifo(const QString &path);
+
+/// A file system of this size, in memory, at an empty folder.
+bool mountSmall(const QString &folder, qint64 bytes);
+bool unmount(const QString &folder);
+/// From now on files that this process writes cannot grow beyond; less than 0: no limit.
+bool limitFileSize(qint64 bytes);
+
+/// A child of this process whose name begins so; 0 without one.
+qint64 childNamed(const char *name);
+/// Without a chance to clear up.
+bool kill(qint64 process);
 
 /// Before the start of a console program that askToStop() shall reach.
 void prepareToStop(QProcess &process);

@@ -1,8 +1,12 @@
 #include "tests/support/System.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QProcess>
 
+#include <csignal>
+#include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,6 +14,7 @@
 namespace System {
 
 const bool renamesOpenFiles = true;
+const bool hasModes = true;
 
 bool makeSymbolicLink(const QString &target, const QString &path)
 {
@@ -24,6 +29,44 @@ bool makeHardLink(const QString &target, const QString &path)
 bool makeFifo(const QString &path)
 {
     return ::mkfifo(QFile::encodeName(path).constData(), 0600) == 0;
+}
+
+bool mountSmall(const QString &folder, qint64 bytes)
+{
+    const QByteArray size = "size=" + QByteArray::number(bytes);
+    return ::mount("tmpfs", QFile::encodeName(folder).constData(), "tmpfs", 0, size.constData()) == 0;
+}
+
+bool unmount(const QString &folder)
+{
+    return ::umount(QFile::encodeName(folder).constData()) == 0;
+}
+
+bool limitFileSize(qint64 bytes)
+{
+    // An error of the call instead of a signal.
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{bytes < 0 ? RLIM_INFINITY : rlim_t(bytes), RLIM_INFINITY};
+    return setrlimit(RLIMIT_FSIZE, &limit) == 0;
+}
+
+qint64 childNamed(const char *name)
+{
+    QProcess ps;
+    ps.start(QStringLiteral("ps"),
+             {QStringLiteral("-o"), QStringLiteral("pid=,comm="), QStringLiteral("--ppid"),
+              QString::number(QCoreApplication::applicationPid())});
+    ps.waitForFinished();
+    for (const QByteArray &line : ps.readAllStandardOutput().split('\n')) {
+        if (line.contains(name))
+            return line.trimmed().split(' ').first().toInt();
+    }
+    return 0;
+}
+
+bool kill(qint64 process)
+{
+    return ::kill(pid_t(process), SIGKILL) == 0;
 }
 
 void prepareToStop(QProcess &) { }

@@ -8,6 +8,8 @@
 
 #include <windows.h>
 
+#include <tlhelp32.h>
+
 namespace {
 
 std::wstring native(const QString &path)
@@ -20,6 +22,7 @@ std::wstring native(const QString &path)
 namespace System {
 
 const bool renamesOpenFiles = false;
+const bool hasModes = false;
 
 bool makeSymbolicLink(const QString &target, const QString &path)
 {
@@ -38,6 +41,46 @@ bool makeHardLink(const QString &target, const QString &path)
 bool makeFifo(const QString &)
 {
     return false;
+}
+
+bool mountSmall(const QString &, qint64)
+{
+    return false;
+}
+
+bool unmount(const QString &)
+{
+    return false;
+}
+
+bool limitFileSize(qint64)
+{
+    return false;
+}
+
+qint64 childNamed(const char *name)
+{
+    const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
+    PROCESSENTRY32W entry{};
+    entry.dwSize = sizeof entry;
+    qint64 child = 0;
+    for (BOOL isOne = Process32FirstW(snapshot, &entry); isOne && child == 0;
+         isOne = Process32NextW(snapshot, &entry)) {
+        const bool isNamed = QString::fromWCharArray(entry.szExeFile).startsWith(QLatin1String(name));
+        if (isNamed && entry.th32ParentProcessID == GetCurrentProcessId())
+            child = entry.th32ProcessID;
+    }
+    CloseHandle(snapshot);
+    return child;
+}
+
+bool kill(qint64 process)
+{
+    const HANDLE opened = OpenProcess(PROCESS_TERMINATE, FALSE, DWORD(process));
+    const bool isKilled = opened && TerminateProcess(opened, 9);
+    if (opened)
+        CloseHandle(opened);
+    return isKilled;
 }
 
 void prepareToStop(QProcess &process)
