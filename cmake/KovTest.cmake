@@ -10,9 +10,18 @@
 find_package(Qt5 5.15 REQUIRED COMPONENTS Test)
 
 if(WIN32)
-    # Where Wine finds the libraries, and Qt its plug-ins.
-    string(REPLACE "/" "\\" KOV_WINE_PATH "Z:${CMAKE_BINARY_DIR}/bin\;Z:$ENV{KOV_SYSROOT}/bin")
+    # As an installation has it: the libraries beside the programs, which know where Qt's plug-ins are.
+    file(GLOB libraries $ENV{KOV_SYSROOT}/bin/*.dll)
+    foreach(library ${libraries})
+        get_filename_component(name ${library} NAME)
+        file(CREATE_LINK ${library} ${CMAKE_BINARY_DIR}/bin/${name} SYMBOLIC)
+    endforeach()
     file(WRITE ${CMAKE_BINARY_DIR}/bin/qt.conf "[Paths]\nPrefix=Z:$ENV{KOV_SYSROOT}\n")
+endif()
+
+if(WIN32)
+    # One display serves them all: ./test --windows.
+    set(KOV_UNDER_WINE ${CMAKE_SOURCE_DIR}/tests/support/under-wine ${CMAKE_BINARY_DIR}/wine)
 endif()
 
 function(kov_add_test_run)
@@ -25,9 +34,8 @@ function(kov_add_test_run)
         list(APPEND ARG_LABELS native)
     endif()
     if(WIN32)
-        # One display serves them all: ./test --windows.
-        set(command ${CMAKE_SOURCE_DIR}/tests/support/under-wine ${CMAKE_BINARY_DIR}/wine $<TARGET_FILE:${ARG_TARGET}>)
-        list(APPEND ARG_ENVIRONMENT "QT_QPA_FONTDIR=Z:/usr/share/fonts/truetype/dejavu" "WINEPATH=${KOV_WINE_PATH}")
+        set(command ${KOV_UNDER_WINE} $<TARGET_FILE:${ARG_TARGET}>)
+        list(APPEND ARG_ENVIRONMENT "QT_QPA_FONTDIR=Z:/usr/share/fonts/truetype/dejavu")
         if(ARG_NATIVE)
             set(platform windows)
         endif()

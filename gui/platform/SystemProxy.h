@@ -15,7 +15,8 @@ namespace KovGui::Platform {
  * does not answer or a script that does not end can only be stopped with its process. Where the answer is a
  * list, its first entry that can be connected to is taken; when none can, the first, so that a list without
  * "direct" never ends in a direct connection, also one of kinds that are not supported. A script that cannot
- * be had or is broken is reported as an error. Windows: WinHTTP.
+ * be had or is broken is reported as an error. Windows: WinHTTP, on a thread that is left to itself when it
+ * does not answer in time; of several proxies the first that can be connected to, else the first.
  *
  * Credentials in the system's settings are never looked at.
  */
@@ -37,13 +38,12 @@ public:
      * @param url        http or https, UTF-8, percent-encoded
      * @param scriptUrl  the auto-configuration script to ask; empty for the system's settings. On Unix http,
      * https or file.
-     * @param limit      milliseconds to wait at most. Windows has limits of its own for fetching a script, so
-     * the caller bounds its wait as well.
+     * @param limit      milliseconds to wait at most, but for trying to connect to several proxies
      * @return false when there is no proxy, or when none could be found out (reported)
      */
     bool find(const std::string &url, const std::string &scriptUrl, int limit, ProxyAddress &result);
 
-    /// Makes find() return soon: at once on Unix, on Windows a request under way goes on. Any thread.
+    /// Makes find() return at once, unless it tries to connect. Any thread.
     void cancel() noexcept;
 
 private:

@@ -88,6 +88,8 @@ private Q_SLOTS:
     void startIsLight()
     {
         const QByteArray loaded = fileContent("/proc/self/maps");
+        if (QDir::listSeparator() != ':')
+            QSKIP("The system does not tell what a process has loaded.");
         QVERIFY(loaded.contains("libKovGui"));
         for (const char *library : {"keychain", "sodium", "libcrypto", "kovgui/"})
             QVERIFY2(!loaded.contains(library), library);

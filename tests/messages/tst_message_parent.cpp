@@ -22,7 +22,11 @@ private Q_SLOTS:
     {
         Table<bool, std::function<QWidget *()>> row;
         row("main window", true, [] { return new QMainWindow; });
-        row("wizard", true, [] { return new QWizard; });
+        row("wizard", true, [] {
+            auto *wizard = new QWizard;
+            wizard->setWizardStyle(QWizard::ClassicStyle); // others need a window of the system
+            return wizard;
+        });
         row("control centre", true, [] { return new CControlCenterWindow; });
         row("progress dialog", false, [] { return new QProgressDialog; });
         row("menu", false, [] { return new QMenu; });

@@ -1,5 +1,6 @@
 #include "programs/updater/base/Address.h"
 #include "programs/updater/base/CommandLine.h"
+#include "programs/updater/base/Files.h"
 #include "programs/updater/check/CheckOutput.h"
 #include "programs/updater/trust/OfferStore.h"
 #include "programs/updater/trust/Trust.h"
@@ -351,8 +352,10 @@ private Q_SLOTS:
         QFileInfoList files = QDir(folder).entryInfoList(QDir::Files | QDir::Hidden);
         QCOMPARE(files.size(), 1 + 16);
         files.append(QFileInfo(folder));
-        for (const QFileInfo &file : qAsConst(files))
-            QCOMPARE(file.permissions() & 0x0077, QFile::Permissions());
+        for (const QFileInfo &file : qAsConst(files)) {
+            const Files::Rights rights = Files::rightsAt(file.filePath());
+            QVERIFY(rights.isOwn && !rights.anyOtherMayRead && !rights.anyOtherMayWrite);
+        }
     }
 };
 

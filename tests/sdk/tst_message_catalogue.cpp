@@ -110,9 +110,10 @@ private Q_SLOTS:
     void refusedPlaces_data()
     {
         Table<QByteArray, QString> row;
-        row("missing, its name forged", QByteArray("/nowhere/a\n0 forged"), "No such file");
+        row("missing, its name forged", QByteArray("/nowhere/a\n0 forged"), "refused: ");
         row("folder", QByteArray("/"), "not a regular file");
-        row("endless device", QByteArray("/dev/zero"), "not a regular file");
+        if (QDir::listSeparator() == ':')
+            row("endless device", QByteArray("/dev/zero"), "not a regular file");
     }
 
     void refusedPlaces()

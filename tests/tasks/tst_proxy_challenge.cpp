@@ -117,6 +117,8 @@ private Q_SLOTS:
         QCOMPARE(resultOf(*request(proxy, url)), KOV_SUCCESS);
         QCOMPARE(person.seen.join('|'), "ask|retry");
         QCOMPARE(server.logins, (QByteArrayList{"ü:wört€", "ü:wörd€"}));
+        if (QDir::listSeparator() != ':')
+            QSKIP("The system's settings are not in the environment here.");
         // Saved, for the next start, and for the programs that get it from here.
         CProxyAuthenticator::destroy();
         qputenv("http_proxy", QString("socks5://127.0.0.1:%1").arg(server.serverPort()).toUtf8());

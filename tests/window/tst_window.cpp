@@ -189,7 +189,7 @@ private Q_SLOTS:
     void helpInFilesFallsBack()
     {
         const QTemporaryDir dir;
-        QVERIFY(Help::setBaseAddress(QStringLiteral("file://%1/@LOCALE@-@TOPIC@").arg(dir.path())));
+        QVERIFY(Help::setBaseAddress(QUrl::fromLocalFile(dir.path()).toString() + "/@LOCALE@-@TOPIC@"));
         for (const char *name : {"en-132", "de-132", "de_DE-132"}) {
             QFile file(dir.filePath(QLatin1String(name)));
             QVERIFY(file.open(QFile::WriteOnly));

@@ -31,7 +31,7 @@ QString shownOnceKey(QString issuerId)
 
 /**
  * The application's settings, as they are on disk: every message asks, so one object is kept and read again
- * only when another process has changed the file. (Where settings are no file, they are always read afresh.)
+ * only when another process has changed the file. Where settings are no file, they are opened afresh.
  */
 class Store
 {
@@ -57,7 +57,9 @@ QSettings &Store::current()
 {
     const QString application
         = QCoreApplication::organizationName() + QLatin1Char('/') + QCoreApplication::applicationName();
-    if (!m_settings || application != m_application) {
+    // What is kept open of a registry sees nothing any more once somebody has cleared it.
+    const bool isRegistry = m_settings && m_settings->fileName().startsWith(QLatin1Char('\\'));
+    if (!m_settings || isRegistry || application != m_application) {
         delete m_settings;
         m_settings = new QSettings;
         m_application = application;

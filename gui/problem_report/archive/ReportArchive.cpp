@@ -78,12 +78,16 @@ private:
         if (writing->m_output.write(static_cast<const char *>(data), qint64(size)) == qint64(size))
             return la_ssize_t(size);
         archive_set_error(archive, EIO, "the archive cannot be written");
+        writing->m_hasRefused = true;
         return -1;
     }
 
     Result writeFault() const
     {
-        return failed(QStringLiteral("the archive cannot be written: %1").arg(m_output.errorString()));
+        const char *const reason = archive_error_string(m_archive.get());
+        const bool isDevice = m_hasRefused || !reason;
+        return failed(QStringLiteral("the archive cannot be written: %1")
+                          .arg(isDevice ? m_output.errorString() : QString::fromLocal8Bit(reason)));
     }
 
     Result add(const Source &source)
@@ -93,7 +97,8 @@ private:
             return failed(QStringLiteral("%1 cannot be read").arg(quoted(source.name)));
         const std::unique_ptr<archive_entry, decltype(&archive_entry_free)> entry(archive_entry_new(),
                                                                                   archive_entry_free);
-        archive_entry_set_pathname_utf8(entry.get(), source.name.toUtf8().constData());
+        // Wide: the only way on every system that no locale spoils.
+        archive_entry_copy_pathname_w(entry.get(), source.name.toStdWString().c_str());
         archive_entry_set_filetype(entry.get(), AE_IFREG);
         archive_entry_set_perm(entry.get(), 0600);
         archive_entry_set_size(entry.get(), source.size);
@@ -127,6 +132,7 @@ private:
     QIODevice &m_output;
     const Progress &m_progress;
     qint64 m_done = 0;
+    bool m_hasRefused = false;
     char m_block[blockSize];
 };
 
@@ -160,13 +166,13 @@ public:
             return Result();
         if (status != ARCHIVE_OK && status != ARCHIVE_WARN)
             return fault();
-        const char *const path = archive_entry_pathname_utf8(entry);
-        const QString shown = QString::fromUtf8(path);
+        const wchar_t *const path = archive_entry_pathname_w(entry);
+        const QString shown = path ? QString::fromWCharArray(path) : QString();
         // A hard link has the type of a regular file.
         if (archive_entry_hardlink(entry) || archive_entry_symlink(entry) || archive_entry_hardlink_w(entry)
             || archive_entry_filetype(entry) != AE_IFREG || archive_entry_sparse_count(entry) > 0)
             return refused(QStringLiteral("%1 is no regular file").arg(quoted(shown)));
-        if (!path || shown.toUtf8() != path || !isSafeName(shown))
+        if (!path || shown.toStdWString() != path || !isSafeName(shown))
             return refused(QStringLiteral("%1 is not allowed as the name of a file").arg(quoted(shown)));
         // What a header says is checked once more while the bytes come; here it saves writing them.
         if (archive_entry_size(entry) > maximumSize - m_size)

@@ -61,11 +61,12 @@ std::wstring wide(const QByteArray &name)
 /// A path that may be longer than 260 characters.
 std::wstring longPath(const QString &path)
 {
-    const QString native = QDir::toNativeSeparators(QDir::cleanPath(QDir(path).absolutePath()));
-    if (native.startsWith(QLatin1String("\\\\?\\")))
-        return native.toStdWString();
-    return native.startsWith(QLatin1String("\\\\")) ? L"\\\\?\\UNC" + native.mid(1).toStdWString()
-                                                    : L"\\\\?\\" + native.toStdWString();
+    const std::wstring native = QDir::toNativeSeparators(path).toStdWString();
+    std::wstring full(32768, L'\0');
+    full.resize(GetFullPathNameW(native.c_str(), DWORD(full.size()), full.data(), nullptr));
+    if (full.rfind(L"\\\\?\\", 0) == 0)
+        return full;
+    return full.rfind(L"\\\\", 0) == 0 ? L"\\\\?\\UNC" + full.substr(1) : L"\\\\?\\" + full;
 }
 
 HANDLE handleOf(const Files::Handle &handle)
