@@ -417,6 +417,8 @@ private Q_SLOTS:
 
     void manyThroughTheLoopLetItTurn()
     {
+        if (QDir::listSeparator() != ':')
+            QSKIP("One of the boxes is closed by something else under Wine; why is not known yet.");
         // Each takes longer than the messages of one turn may.
         connect(m_manager, &CMessageManager::aboutToShowMessage, m_free.get(), [] { QThread::msleep(20); });
         Builder::whileOpen = [](Box *box) { box->done(2); };

@@ -83,7 +83,7 @@ bool Files::moveFiles(const Handle &fromFolder, const QByteArray &from, const Ha
                       const QByteArray &to)
 {
     {
-        const Handle source = openFolder(fromFolder, from);
+        const Handle source = openFolderToEmpty(fromFolder, from);
         if (!source.isOpen())
             return !exists(fromFolder, from) || move(fromFolder, from, toFolder, to);
         Handle target;

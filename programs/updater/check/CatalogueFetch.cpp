@@ -111,10 +111,11 @@ private:
         set(CURLOPT_SSL_VERIFYPEER, 1L);
         set(CURLOPT_SSL_VERIFYHOST, 2L);
         set(CURLOPT_SSLVERSION, long(CURL_SSLVERSION_TLSv1_2));
-        if (!m_request.certificateFile.isEmpty()) {
-            set(CURLOPT_CAINFO, QFile::encodeName(m_request.certificateFile).constData());
-            set(CURLOPT_CAPATH, static_cast<const char *>(nullptr));
-        }
+        // Where certificates are asked whether they were revoked, an authority that cannot be asked is no
+        // reason.
+        set(CURLOPT_SSL_OPTIONS, long(CURLSSLOPT_REVOKE_BEST_EFFORT));
+        if (!m_request.certificateFile.isEmpty())
+            prepareAuthorities();
         set(CURLOPT_MAXFILESIZE_LARGE, curl_off_t(maximumBodySize));
         set(CURLOPT_WRITEFUNCTION, &Transfer::onBody);
         set(CURLOPT_WRITEDATA, static_cast<void *>(this));
@@ -123,6 +124,22 @@ private:
         set(CURLOPT_LOW_SPEED_LIMIT, 1L);
         set(CURLOPT_LOW_SPEED_TIME, stallSeconds);
         prepareProxy();
+    }
+
+    void prepareAuthorities()
+    {
+        QFile file(m_request.certificateFile);
+        QByteArray certificates = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        curl_blob blob{certificates.data(), size_t(certificates.size()), CURL_BLOB_COPY};
+        // One that cannot be read is libcurl's to refuse.
+        if (certificates.isEmpty())
+            set(CURLOPT_CAINFO, QFile::encodeName(m_request.certificateFile).constData());
+        else
+            set(CURLOPT_CAINFO_BLOB, &blob);
+        // The system's, which would be trusted beside them. Not every TLS library knows such a folder.
+        const CURLcode code
+            = curl_easy_setopt(m_handle.get(), CURLOPT_CAPATH, static_cast<const char *>(nullptr));
+        m_isRefused |= code != CURLE_OK && code != CURLE_NOT_BUILT_IN && code != CURLE_UNKNOWN_OPTION;
     }
 
     void prepareProxy()
