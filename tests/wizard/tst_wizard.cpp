@@ -387,8 +387,8 @@ private Q_SLOTS:
              {"Model", "Page Flow", "Page Factory", "Controller", "Rollback Worker", "Actions Updater"}) {
             QCOMPARE(log.count(qPrintable(QStringLiteral("Created Wizard %1 <").arg(QLatin1String(what)))),
                      1);
-            QCOMPARE(
-                log.count(qPrintable(QStringLiteral("Destroyed Wizard %1 <").arg(QLatin1String(what)))), 1);
+            QCOMPARE(log.count(qPrintable(QStringLiteral("Destroyed Wizard %1 <").arg(QLatin1String(what)))),
+                     1);
         }
         QCOMPARE(log.count("Destroyed Wizard Actions <"), 2);
     }
