@@ -192,8 +192,8 @@ private:
 
 void collectReport(const std::shared_ptr<Job> &job, uint32_t kind, const std::string &clientPart)
 {
-    // A client need not have an event loop in which a thread of Qt's could be deleted; and only in one of Qt's do
-    // processes work everywhere.
+    // A client need not have an event loop in which a thread of Qt's could be deleted; and only in one of
+    // Qt's do processes work everywhere.
     std::thread([collection = std::make_shared<Collection>(job, kind, clientPart)] {
         const std::unique_ptr<QThread> thread(QThread::create([collection] { collection->run(); }));
         thread->start();

@@ -2,7 +2,8 @@
 
 namespace KovGui::Platform {
 
-/// From now on standard input, output and error carry bytes as they are: Windows translates line ends otherwise.
+/// From now on standard input, output and error carry bytes as they are: Windows translates line ends
+/// otherwise.
 void useBinaryStreams();
 
 } // namespace KovGui::Platform

@@ -1,8 +1,8 @@
 #include "gui/platform/StandardStreams.h"
 
 #include <cstdio>
-#include <initializer_list>
 #include <fcntl.h>
+#include <initializer_list>
 #include <io.h>
 
 void KovGui::Platform::useBinaryStreams()

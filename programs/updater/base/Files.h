@@ -81,8 +81,8 @@ Rights rightsOf(const Handle &handle);
 /// Of what a link leads to.
 Rights rightsAt(const QString &path);
 bool closeToOthers(const Handle &folder);
-/// For what is to be removed or moved out: where the user took rights away from himself, he gets them back. Fails with
-/// Failure::MountPoint where another file system begins.
+/// For what is to be removed or moved out: where the user took rights away from himself, he gets them back.
+/// Fails with Failure::MountPoint where another file system begins.
 Handle openFolderToEmpty(const Handle &parent, const QByteArray &name);
 QByteArrayList names(const Handle &folder);
 bool exists(const Handle &folder, const QByteArray &name);
