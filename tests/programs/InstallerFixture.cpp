@@ -1,9 +1,9 @@
 #include "tests/programs/InstallerFixture.h"
 
 #include "tests/support/SampleSignature.h"
+#include "tests/support/System.h"
 
 #include <archive.h>
-#include <sys/stat.h>
 
 namespace {
 
@@ -20,7 +20,7 @@ QByteArray archiveOf(const QVector<Entry> &entries)
         archive_entry *const header = archive_entry_new();
         archive_entry_set_pathname(header, entry.path.constData());
         archive_entry_set_filetype(header, unsigned(entry.type));
-        archive_entry_set_perm(header, mode_t(entry.mode));
+        archive_entry_set_perm(header, decltype(archive_entry_perm(header))(entry.mode));
         archive_entry_set_size(header, entry.content.size());
         if (!entry.symbolicLink.isEmpty())
             archive_entry_set_symlink(header, entry.symbolicLink.constData());
@@ -100,7 +100,8 @@ void writeFiles(const QString &folder, const Draft &draft)
     for (const Entry &entry : draft.entries) {
         const QString path = folder + '/' + QString::fromUtf8(entry.path);
         put(path, entry.content);
-        QVERIFY(chmod(qPrintable(path), mode_t(entry.mode)) == 0);
+        const auto forAll = QFile::ExeOwner | QFile::ExeGroup | QFile::ExeOther;
+        QVERIFY(entry.mode != 0755 || QFile::setPermissions(path, QFile::permissions(path) | forAll));
     }
 }
 
@@ -109,7 +110,8 @@ Tree treeOf(const Draft &draft)
 {
     Tree tree{{"manifest.json", draft.manifest.text()}};
     for (const Entry &entry : draft.entries)
-        tree.insert(QString::fromUtf8(entry.path), (entry.mode == 0755 ? "x " : "- ") + entry.content);
+        tree.insert(QString::fromUtf8(entry.path),
+                    (System::hasModes && entry.mode == 0755 ? "x " : "- ") + entry.content);
     tree["manifest.json"].prepend("- ");
     return tree;
 }
@@ -121,7 +123,7 @@ Tree treeOf(const QString &folder)
                           QDirIterator::Subdirectories);
     while (iterator.hasNext()) {
         const QFileInfo info(iterator.next());
-        const QByteArray mode = info.isExecutable() ? "x " : "- ";
+        const QByteArray mode = System::hasModes && info.isExecutable() ? "x " : "- ";
         if (!info.isDir() || info.isSymLink())
             tree.insert(QDir(folder).relativeFilePath(info.filePath()), mode + fileContent(info.filePath()));
     }
