@@ -15,6 +15,7 @@
 #include <QPointer>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QResizeEvent>
 #include <QVBoxLayout>
 #include <QWizardPage>
 
@@ -288,6 +289,9 @@ void CWizardDialog::showEvent(QShowEvent *event)
 
 void CWizardDialog::resizeEvent(QResizeEvent *event)
 {
-    QWizard::resizeEvent(event);
+    // While the window manager makes the frame, an event may tell a size that the window no longer has, and the
+    // toolkit's wizard lays itself out in what it is told.
+    QResizeEvent present(size(), event->oldSize());
+    QWizard::resizeEvent(&present);
     ScreenFit::onResized(*this, *event);
 }
