@@ -34,7 +34,12 @@ void PackageCheck::start(const FileDownloadInfo &package)
     connect(m_calculator, &CMd5Calculator::finished, this,
             [this, path, expected = package.md5](bool ok, const QString &digest) {
                 const bool isIntact = ok && digest.compare(expected, Qt::CaseInsensitive) == 0;
-                if (!isIntact) {
+                if (!ok) {
+                    // It may be as good as it came.
+                    KOV_LOG_TAG("[APP_UPDATE]", 0,
+                                "(!)Error: the package [%s] cannot be checked: its digest cannot be computed.",
+                                KovGui::logText(path).constData());
+                } else if (!isIntact) {
                     KOV_LOG_TAG("[APP_UPDATE]", 0,
                                 "(!)Error: the package [%s] is damaged: its digest is [%s] instead of [%s].",
                                 KovGui::logText(path).constData(), qPrintable(digest), qPrintable(expected));
