@@ -72,8 +72,9 @@ int Process::handOver(const QByteArray &path, const QByteArrayList &arguments)
     QString program = QDir::toNativeSeparators(Files::decoded(path));
     if (!program.endsWith(QLatin1String(".exe"), Qt::CaseInsensitive))
         program += QLatin1String(".exe");
-    std::vector<std::wstring> words;
-    for (const QByteArray &argument : arguments)
+    // With the system's own separators: some programs take others in their name for options.
+    std::vector<std::wstring> words{program.toStdWString()};
+    for (const QByteArray &argument : arguments.mid(1))
         words.push_back(Files::decoded(argument).toStdWString());
     std::wstring line = KovGui::Platform::commandLineOf(words);
 
