@@ -1,3 +1,8 @@
+// Before what includes windows.h.
+#include <winsock2.h>
+#include <ws2tcpip.h>
+
+#include "gui/platform/windows/Handle.h"
 #include "kov_sdk/collector/HostFacts_p.h"
 
 #include <QDir>
@@ -10,11 +15,6 @@
 #include <fcntl.h>
 #include <io.h>
 
-#include <winsock2.h>
-#include <ws2tcpip.h>
-
-#include <windows.h>
-
 #include <iphlpapi.h>
 #include <psapi.h>
 #include <setupapi.h>
@@ -24,29 +24,10 @@ namespace HostFacts {
 
 namespace {
 
+using KovGui::Platform::Handle;
+
 /// The processor's own busy share is looked at for this long.
 constexpr DWORD sampleMilliseconds = 100;
-
-class Closed
-{
-public:
-    explicit Closed(HANDLE handle)
-        : m_handle(handle == INVALID_HANDLE_VALUE ? nullptr : handle)
-    { }
-    ~Closed()
-    {
-        if (m_handle)
-            CloseHandle(m_handle);
-    }
-    Closed(const Closed &) = delete;
-    Closed &operator=(const Closed &) = delete;
-
-    HANDLE get() const { return m_handle; }
-    explicit operator bool() const { return m_handle != nullptr; }
-
-private:
-    const HANDLE m_handle;
-};
 
 QString registryText(const char *key, const char *name)
 {
@@ -66,7 +47,7 @@ QString userOf(HANDLE process)
     HANDLE opened = nullptr;
     if (!OpenProcessToken(process, TOKEN_QUERY, &opened))
         return QString();
-    const Closed token(opened);
+    const Handle token(opened);
     alignas(TOKEN_USER) char buffer[sizeof(TOKEN_USER) + SECURITY_MAX_SID_SIZE];
     DWORD size = 0;
     wchar_t name[256];
@@ -84,23 +65,23 @@ QString userOf(HANDLE process)
 QVector<Process> processes()
 {
     QVector<Process> all;
-    const Closed snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+    const Handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
     PROCESSENTRY32W entry{};
     entry.dwSize = sizeof entry;
-    for (BOOL isOne = snapshot && Process32FirstW(snapshot.get(), &entry); isOne;
+    for (BOOL isOne = snapshot.isOpen() && Process32FirstW(snapshot.get(), &entry); isOne;
          isOne = Process32NextW(snapshot.get(), &entry)) {
         Process process;
         process.id = entry.th32ProcessID;
         process.parent = entry.th32ParentProcessID;
         process.name = QString::fromWCharArray(entry.szExeFile);
-        const Closed opened(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, entry.th32ProcessID));
+        const Handle opened(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, entry.th32ProcessID));
         PROCESS_MEMORY_COUNTERS memory{};
         FILETIME begin, end, kernel, user;
-        if (opened && GetProcessMemoryInfo(opened.get(), &memory, sizeof memory))
+        if (opened.isOpen() && GetProcessMemoryInfo(opened.get(), &memory, sizeof memory))
             process.memory = qint64(memory.WorkingSetSize);
-        if (opened && GetProcessTimes(opened.get(), &begin, &end, &kernel, &user))
+        if (opened.isOpen() && GetProcessTimes(opened.get(), &begin, &end, &kernel, &user))
             process.processorTime = numberOf(kernel) + numberOf(user);
-        if (opened)
+        if (opened.isOpen())
             process.user = userOf(opened.get());
         all.append(process);
     }

@@ -2,6 +2,7 @@
 
 #include "gui/platform/StandardStreams.h"
 #include "gui/platform/windows/CommandLine.h"
+#include "gui/platform/windows/Handle.h"
 #include "gui/platform/windows/StopEvent.h"
 #include "programs/updater/base/ErrorLine.h"
 #include "programs/updater/base/Files.h"
@@ -14,23 +15,7 @@
 
 namespace {
 
-class Closed
-{
-public:
-    explicit Closed(HANDLE handle)
-        : m_handle(handle)
-    { }
-    ~Closed()
-    {
-        if (m_handle)
-            CloseHandle(m_handle);
-    }
-    Closed(const Closed &) = delete;
-    Closed &operator=(const Closed &) = delete;
-
-private:
-    const HANDLE m_handle;
-};
+using KovGui::Platform::Handle;
 
 /// Whatever happens to this process, the child does not outlive it.
 HANDLE jobOfThisProcess()
@@ -80,7 +65,7 @@ int Process::handOver(const QByteArray &path, const QByteArrayList &arguments)
 
     StopRequest::watch();
     const HANDLE job = jobOfThisProcess();
-    const Closed closedJob(job);
+    const Handle closedJob(job);
     STARTUPINFOW start{};
     start.cb = sizeof start;
     start.dwFlags = STARTF_USESTDHANDLES;
@@ -94,8 +79,8 @@ int Process::handOver(const QByteArray &path, const QByteArrayList &arguments)
                        .arg(program, qt_error_string(int(GetLastError())).trimmed()));
         return int(ExitCode::InternalError);
     }
-    const Closed closedProcess(child.hProcess);
-    const Closed closedThread(child.hThread);
+    const Handle closedProcess(child.hProcess);
+    const Handle closedThread(child.hThread);
     // Suspended until it is in the job: it could start others before.
     AssignProcessToJobObject(job, child.hProcess);
     ResumeThread(child.hThread);
