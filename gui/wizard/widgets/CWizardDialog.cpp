@@ -289,8 +289,8 @@ void CWizardDialog::showEvent(QShowEvent *event)
 
 void CWizardDialog::resizeEvent(QResizeEvent *event)
 {
-    // While the window manager makes the frame, an event may tell a size that the window no longer has, and the
-    // toolkit's wizard lays itself out in what it is told.
+    // While the window manager makes the frame, an event may tell a size that the window no longer has, and
+    // the toolkit's wizard lays itself out in what it is told.
     QResizeEvent present(size(), event->oldSize());
     QWizard::resizeEvent(&present);
     ScreenFit::onResized(*this, *event);

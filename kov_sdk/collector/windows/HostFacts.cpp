@@ -1,8 +1,3 @@
-// Before what includes windows.h.
-#include <winsock2.h>
-#include <ws2tcpip.h>
-
-#include "gui/platform/windows/Handle.h"
 #include "kov_sdk/collector/HostFacts_p.h"
 
 #include <QDir>
@@ -14,6 +9,12 @@
 #include <cpuid.h>
 #include <fcntl.h>
 #include <io.h>
+
+#include <winsock2.h>
+#include <ws2tcpip.h>
+
+// After the sockets' header, which has to come before the system's own.
+#include "gui/platform/windows/Handle.h"
 
 #include <iphlpapi.h>
 #include <psapi.h>
