@@ -36,9 +36,10 @@ void PackageCheck::start(const FileDownloadInfo &package)
                 const bool isIntact = ok && digest.compare(expected, Qt::CaseInsensitive) == 0;
                 if (!ok) {
                     // It may be as good as it came.
-                    KOV_LOG_TAG("[APP_UPDATE]", 0,
-                                "(!)Error: the package [%s] cannot be checked: its digest cannot be computed.",
-                                KovGui::logText(path).constData());
+                    KOV_LOG_TAG(
+                        "[APP_UPDATE]", 0,
+                        "(!)Error: the package [%s] cannot be checked: its digest cannot be computed.",
+                        KovGui::logText(path).constData());
                 } else if (!isIntact) {
                     KOV_LOG_TAG("[APP_UPDATE]", 0,
                                 "(!)Error: the package [%s] is damaged: its digest is [%s] instead of [%s].",
