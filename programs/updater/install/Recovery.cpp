@@ -53,7 +53,7 @@ bool Installation::Private::moveOneByOne(const char *from, const char *to)
 bool Installation::Private::continueMove(const char *from, const char *to)
 {
     {
-        const Files::Handle source = Files::openFolder(folderOf(from), from);
+        const Files::Handle source = Files::openFolderToEmpty(folderOf(from), from);
         if (source.isOpen() && Files::exists(source, PackageManifest::fileName)
             && !Files::move(source, PackageManifest::fileName, own, Name::movingManifest))
             return false;

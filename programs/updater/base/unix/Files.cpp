@@ -144,10 +144,11 @@ Files::Handle Files::openFolderToEmpty(const Handle &parent, const QByteArray &n
 InstallResult Files::makeFolder(const Handle &parent, const QByteArray &name, Handle *folder, const Handle &)
 {
     changing();
-    const bool isThere = mkdirat(number(parent), name.constData(), folderMode) == 0 || errno == EEXIST;
-    if (isThere)
+    const bool isNew = mkdirat(number(parent), name.constData(), folderMode) == 0;
+    if (isNew || errno == EEXIST)
         *folder = openFolder(parent, name);
-    return isThere && folder->isOpen() && fchmod(number(*folder), folderMode) == 0
+    // One that is there has its rights, and need not be the user's.
+    return folder->isOpen() && (!isNew || fchmod(number(*folder), folderMode) == 0)
                ? InstallResult()
                : systemFault(QStringLiteral("a folder cannot be made"));
 }
