@@ -79,13 +79,15 @@ private Q_SLOTS:
         order.hooks.canMoveFolders = canMoveFolders;
         const auto install = [&order] { installPackage(order); };
         const auto recover = [this] { (void)Installation::recover(m_site->root); };
+        // File by file there are many more places.
+        const int step = canMoveFolders ? 2 : 9;
         // Before the journal is written, both ways are the same.
         int first = canExchange ? 0 : m_firstWithJournal;
         for (bool isKilled = true; isKilled; ++first) {
             // The run that recovers is killed as well. Without a journal it only clears up: then one such
             // place will do.
             bool isKilledAgain = true;
-            for (int second = first % 2; isKilledAgain && isKilled; second += 2) {
+            for (int second = first % step; isKilledAgain && isKilled; second += step) {
                 m_site->makeSite(m_site->root);
                 isKilled = killedBefore(first, install);
                 const bool hasJournal = QFileInfo::exists(m_site->in(".updater/journal"));
