@@ -1,11 +1,9 @@
 #include "programs/download_utility/Process.h"
 
 #include "gui/platform/StandardStreams.h"
-#include "gui/platform/windows/Handle.h"
 #include "gui/platform/windows/StopEvent.h"
 #include "gui/platform/windows/WideText.h"
 
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
@@ -21,26 +19,6 @@
 namespace Process {
 
 namespace {
-
-std::atomic<bool> isStopRequested{false};
-
-const KovGui::Platform::Handle &stopEvent()
-{
-    // Manual reset: whoever looks later sees it, too.
-    static const KovGui::Platform::Handle event(
-        CreateEventW(nullptr, TRUE, FALSE, KovGui::Platform::stopEventName(GetCurrentProcessId()).c_str()));
-    return event;
-}
-
-BOOL WINAPI onConsoleEvent(DWORD event)
-{
-    isStopRequested = true;
-    // With the window, or the session, the process ends when this returns: it gets the time, a few seconds,
-    // that the system gives.
-    if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT)
-        Sleep(INFINITE);
-    return TRUE;
-}
 
 const Result unusablePassword(ExitCode::PasswordMissing, "the password on standard input is not usable");
 const std::size_t longestLine = 4096;
@@ -165,8 +143,7 @@ std::vector<std::string> start(int, char **)
 
 void prepare()
 {
-    SetConsoleCtrlHandler(onConsoleEvent, TRUE);
-    (void)stopEvent();
+    KovGui::Platform::watchForStop();
     // Nothing is asked in a window either, about a drive without a disk for instance.
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
     // The TLS library would write the keys of every connection to the file named there.
@@ -175,7 +152,7 @@ void prepare()
 
 bool stopRequested()
 {
-    return isStopRequested || WaitForSingleObject(stopEvent().get(), 0) == WAIT_OBJECT_0;
+    return KovGui::Platform::isStopRequested();
 }
 
 void lowerPriority()

@@ -2,35 +2,12 @@
 
 #include "gui/platform/windows/StopEvent.h"
 
-namespace StopRequest {
-
-namespace {
-
-HANDLE stopEvent()
+void StopRequest::watch()
 {
-    // Manual reset: whoever looks later sees it, too.
-    static const HANDLE event
-        = CreateEventW(nullptr, TRUE, FALSE, KovGui::Platform::stopEventName(GetCurrentProcessId()).c_str());
-    return event;
+    KovGui::Platform::watchForStop();
 }
 
-BOOL WINAPI onControl(DWORD)
+bool StopRequest::isPending()
 {
-    SetEvent(stopEvent());
-    return TRUE;
+    return KovGui::Platform::isStopRequested();
 }
-
-} // namespace
-
-void watch()
-{
-    if (stopEvent())
-        SetConsoleCtrlHandler(onControl, TRUE);
-}
-
-bool isPending()
-{
-    return stopEvent() && WaitForSingleObject(stopEvent(), 0) == WAIT_OBJECT_0;
-}
-
-} // namespace StopRequest
