@@ -100,6 +100,22 @@ bool Files::moveFiles(const Handle &fromFolder, const QByteArray &from, const Ha
     return true;
 }
 
+std::optional<QByteArray> Files::read(const Handle &folder, const QByteArray &name, qint64 limit)
+{
+    qint64 size = 0;
+    const Handle file = openFile(folder, name, &size);
+    if (!file.isOpen() || size > limit)
+        return std::nullopt;
+    QByteArray content(int(size), '\0');
+    for (int done = 0; done < content.size();) {
+        const qint64 count = read(file, content.data() + done, content.size() - done);
+        if (count <= 0)
+            return std::nullopt;
+        done += int(count);
+    }
+    return content;
+}
+
 InstallResult Files::writeNew(const Handle &folder, const QByteArray &name, const char *data, qint64 size)
 {
     InstallResult result;

@@ -94,8 +94,8 @@ std::optional<quint64> freeBytes(const Handle &folder);
 /// A regular file for reading, by its path; a link as the last part of it is refused.
 /// @param fault  a sentence without a full stop where there is no such file
 Handle openFile(const QString &path, qint64 *size, QString *fault);
-/// The content of a regular file; nothing when there is none or it is larger than the limit.
-std::optional<QByteArray> read(const Handle &folder, const QByteArray &name, qint64 limit);
+/// A regular file for reading. Not open when there is none.
+Handle openFile(const Handle &folder, const QByteArray &name, qint64 *size);
 enum class Kind { Private, ForAll, Program };
 /// For writing; the name must be free.
 Handle createFile(const Handle &folder, const QByteArray &name, Kind kind);
@@ -130,6 +130,8 @@ bool removeEmptyFolder(const Handle &parent, const QByteArray &name);
 
 // What is made of them.
 
+/// The content of a regular file; nothing when there is none or it is larger than the limit.
+std::optional<QByteArray> read(const Handle &folder, const QByteArray &name, qint64 limit);
 /// Whether it is a file, or a folder with a file anywhere below it.
 bool holdsFiles(const Handle &folder, const QByteArray &name);
 /// Moves a file, or every file of a folder one by one into a folder of the other name, and removes what it

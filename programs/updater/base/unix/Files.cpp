@@ -144,6 +144,7 @@ Files::Handle Files::openFolderToEmpty(const Handle &parent, const QByteArray &n
 InstallResult Files::makeFolder(const Handle &parent, const QByteArray &name, Handle *folder, const Handle &)
 {
     changing();
+    *folder = Handle();
     const bool isNew = mkdirat(number(parent), name.constData(), folderMode) == 0;
     if (isNew || errno == EEXIST)
         *folder = openFolder(parent, name);
@@ -230,22 +231,14 @@ Files::Handle Files::openFile(const QString &path, qint64 *size, QString *fault)
     return fault->isEmpty() ? file : Handle();
 }
 
-std::optional<QByteArray> Files::read(const Handle &folder, const QByteArray &name, qint64 limit)
+Files::Handle Files::openFile(const Handle &folder, const QByteArray &name, qint64 *size)
 {
     const Handle file = opened(openat(number(folder), name.constData(), O_RDONLY | safely));
     struct stat status = {};
-    if (!file.isOpen() || fstat(number(file), &status) != 0 || !S_ISREG(status.st_mode)
-        || status.st_size > limit)
-        return std::nullopt;
-    QByteArray content(int(status.st_size), '\0');
-    int done = 0;
-    while (done < content.size()) {
-        const qint64 count = read(file, content.data() + done, content.size() - done);
-        if (count <= 0)
-            return std::nullopt;
-        done += int(count);
-    }
-    return content;
+    if (!file.isOpen() || fstat(number(file), &status) != 0 || !S_ISREG(status.st_mode))
+        return Handle();
+    *size = status.st_size;
+    return file;
 }
 
 Files::Handle Files::createFile(const Handle &folder, const QByteArray &name, Kind kind)

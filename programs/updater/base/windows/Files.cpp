@@ -1,14 +1,13 @@
 #include "programs/updater/base/Files.h"
 
+#include "programs/updater/base/windows/AccessList.h"
+
 #include <QDir>
 #include <QVector>
 #include <limits>
 #include <string>
 
 #include <windows.h>
-
-#include <aclapi.h>
-#include <sddl.h>
 
 class Files::Handle::Native
 {
@@ -41,17 +40,6 @@ constexpr DWORD asItIs = FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POI
 /// How long a new file may be looked into by others, such as a virus scanner.
 constexpr int mostAttempts = 20;
 constexpr DWORD pauseMilliseconds = 50;
-
-constexpr ACCESS_MASK readingRights = FILE_READ_DATA | GENERIC_READ | GENERIC_ALL;
-constexpr ACCESS_MASK writingRights = FILE_WRITE_DATA | FILE_APPEND_DATA | FILE_DELETE_CHILD | DELETE
-                                      | WRITE_DAC | WRITE_OWNER | GENERIC_WRITE | GENERIC_ALL;
-
-struct Freed
-{
-    void operator()(void *memory) const { LocalFree(memory); }
-};
-template <class Type>
-using Local = std::unique_ptr<Type, Freed>;
 
 std::wstring wide(const QByteArray &name)
 {
@@ -122,103 +110,6 @@ bool withPatience(int attempts, const Call &call)
         Sleep(pauseMilliseconds);
     }
     return true;
-}
-
-/// The user that this process runs as; empty when the system does not say.
-std::wstring userSid()
-{
-    HANDLE token = nullptr;
-    alignas(TOKEN_USER) char buffer[sizeof(TOKEN_USER) + SECURITY_MAX_SID_SIZE];
-    DWORD size = 0;
-    wchar_t *text = nullptr;
-    if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token))
-        return std::wstring();
-    if (GetTokenInformation(token, TokenUser, buffer, sizeof buffer, &size))
-        ConvertSidToStringSidW(reinterpret_cast<const TOKEN_USER *>(buffer)->User.Sid, &text);
-    CloseHandle(token);
-    const Local<wchar_t> owner(text);
-    return text ? std::wstring(text) : std::wstring();
-}
-
-bool isUser(PSID sid)
-{
-    wchar_t *text = nullptr;
-    if (!ConvertSidToStringSidW(sid, &text))
-        return false;
-    const Local<wchar_t> owner(text);
-    return userSid() == text;
-}
-
-/// The system and those who administer it reach everything anyway; an owner's rights are judged by the owner.
-bool isTrusted(PSID sid)
-{
-    return IsWellKnownSid(sid, WinLocalSystemSid) || IsWellKnownSid(sid, WinBuiltinAdministratorsSid)
-           || IsWellKnownSid(sid, WinCreatorOwnerSid) || IsWellKnownSid(sid, WinCreatorOwnerRightsSid);
-}
-
-bool isEverybody(PSID sid)
-{
-    return IsWellKnownSid(sid, WinWorldSid) || IsWellKnownSid(sid, WinAuthenticatedUserSid)
-           || IsWellKnownSid(sid, WinBuiltinUsersSid) || IsWellKnownSid(sid, WinInteractiveSid);
-}
-
-Local<void> descriptorFrom(const std::wstring &text)
-{
-    PSECURITY_DESCRIPTOR descriptor = nullptr;
-    ConvertStringSecurityDescriptorToSecurityDescriptorW(text.c_str(), SDDL_REVISION_1, &descriptor, nullptr);
-    return Local<void>(descriptor);
-}
-
-/// Full control for the user, the system and its administrators, inherited by what is made inside.
-Local<void> privateDescriptor()
-{
-    const std::wstring user = userSid();
-    return user.empty() ? Local<void>()
-                        : descriptorFrom(L"D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;FA;;;" + user + L")");
-}
-
-bool setList(HANDLE handle, PACL list)
-{
-    const DWORD error = SetSecurityInfo(handle, SE_FILE_OBJECT,
-                                        DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION,
-                                        nullptr, nullptr, list, nullptr);
-    SetLastError(error);
-    return error == ERROR_SUCCESS;
-}
-
-Files::Rights rightsOf(HANDLE handle)
-{
-    Files::Rights rights;
-    PSID owner = nullptr;
-    PACL list = nullptr;
-    PSECURITY_DESCRIPTOR descriptor = nullptr;
-    if (GetSecurityInfo(handle, SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION,
-                        &owner, nullptr, &list, nullptr, &descriptor)
-        != ERROR_SUCCESS)
-        return rights;
-    const Local<void> kept(descriptor);
-    // What an administrator makes belongs to the administrators.
-    rights.isOwn = isUser(owner) || IsWellKnownSid(owner, WinBuiltinAdministratorsSid);
-    // No list at all lets everybody do everything.
-    rights.anyOtherMayRead = rights.anyOtherMayWrite = rights.everybodyMayRead = !list;
-    for (DWORD i = 0; list && i < list->AceCount; ++i) {
-        void *entry = nullptr;
-        if (!GetAce(list, i, &entry))
-            return Files::Rights{rights.isOwn};
-        const auto *const allowed = static_cast<const ACCESS_ALLOWED_ACE *>(entry);
-        if (allowed->Header.AceType == ACCESS_DENIED_ACE_TYPE)
-            continue;
-        // Of other kinds of entries nothing is known: they count as rights of somebody else.
-        const bool isPlain = allowed->Header.AceType == ACCESS_ALLOWED_ACE_TYPE;
-        const PSID sid = isPlain ? const_cast<DWORD *>(&allowed->SidStart) : nullptr;
-        if (isPlain && (isUser(sid) || isTrusted(sid)))
-            continue;
-        const ACCESS_MASK mask = isPlain ? allowed->Mask : GENERIC_ALL;
-        rights.anyOtherMayRead |= (mask & readingRights) != 0;
-        rights.anyOtherMayWrite |= (mask & writingRights) != 0;
-        rights.everybodyMayRead |= isPlain && (mask & readingRights) != 0 && isEverybody(sid);
-    }
-    return rights;
 }
 
 } // namespace
@@ -322,22 +213,15 @@ InstallResult Files::makeFolder(const Handle &parent, const QByteArray &name, Ha
         return systemFault(fault);
     if (!model.isOpen())
         return InstallResult();
-    PACL list = nullptr;
-    PSECURITY_DESCRIPTOR descriptor = nullptr;
-    const DWORD error = GetSecurityInfo(handleOf(model), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr,
-                                        nullptr, &list, nullptr, &descriptor);
-    const Local<void> kept(descriptor);
-    SetLastError(error);
-    const Handle changed = error == ERROR_SUCCESS
-                               ? ::open(in(parent, name), WRITE_DAC | READ_CONTROL,
-                                        FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING, asItIs)
-                               : Handle();
-    return changed.isOpen() && setList(handleOf(changed), list) ? InstallResult() : systemFault(fault);
+    const Handle changed = ::open(in(parent, name), WRITE_DAC | READ_CONTROL,
+                                  FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING, asItIs);
+    return changed.isOpen() && AccessList::copy(handleOf(model), handleOf(changed)) ? InstallResult()
+                                                                                    : systemFault(fault);
 }
 
 Files::Handle Files::makeOwnFolder(const Handle &parent, const QByteArray &name)
 {
-    const Local<void> descriptor = privateDescriptor();
+    const AccessList::Descriptor descriptor = AccessList::privateDescriptor();
     SECURITY_ATTRIBUTES security{sizeof security, descriptor.get(), FALSE};
     if (!descriptor)
         return Handle();
@@ -348,7 +232,7 @@ Files::Handle Files::makeOwnFolder(const Handle &parent, const QByteArray &name)
 
 Files::Rights Files::rightsOf(const Handle &handle)
 {
-    return ::rightsOf(handleOf(handle));
+    return AccessList::rightsOf(handleOf(handle));
 }
 
 Files::Rights Files::rightsAt(const QString &path)
@@ -360,16 +244,11 @@ Files::Rights Files::rightsAt(const QString &path)
 
 bool Files::closeToOthers(const Handle &folder)
 {
-    const Local<void> descriptor = privateDescriptor();
-    BOOL hasList = FALSE;
-    BOOL isDefault = FALSE;
-    PACL list = nullptr;
-    if (!folder.isOpen() || !descriptor
-        || !GetSecurityDescriptorDacl(descriptor.get(), &hasList, &list, &isDefault))
+    if (!folder.isOpen())
         return false;
     const Handle changed = ::open(folder.native().path, WRITE_DAC | READ_CONTROL,
                                   FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING, asItIs);
-    return changed.isOpen() && setList(handleOf(changed), list);
+    return changed.isOpen() && AccessList::makePrivate(handleOf(changed));
 }
 
 QByteArrayList Files::names(const Handle &folder)
@@ -428,28 +307,22 @@ Files::Handle Files::openFile(const QString &path, qint64 *size, QString *fault)
     return fault->isEmpty() ? file : Handle();
 }
 
-std::optional<QByteArray> Files::read(const Handle &folder, const QByteArray &name, qint64 limit)
+Files::Handle Files::openFile(const Handle &folder, const QByteArray &name, qint64 *size)
 {
     const Handle file = ::open(in(folder, name), GENERIC_READ, shareAll, OPEN_EXISTING, asItIs);
-    LARGE_INTEGER size{};
+    LARGE_INTEGER length{};
     if (!file.isOpen() || attributesOf(file) & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT)
-        || !GetFileSizeEx(handleOf(file), &size) || size.QuadPart > limit)
-        return std::nullopt;
-    QByteArray content(int(size.QuadPart), '\0');
-    int done = 0;
-    while (done < content.size()) {
-        const qint64 count = read(file, content.data() + done, content.size() - done);
-        if (count <= 0)
-            return std::nullopt;
-        done += int(count);
-    }
-    return content;
+        || !GetFileSizeEx(handleOf(file), &length))
+        return Handle();
+    *size = length.QuadPart;
+    return file;
 }
 
 Files::Handle Files::createFile(const Handle &folder, const QByteArray &name, Kind kind)
 {
     changing();
-    const Local<void> descriptor = kind == Kind::Private ? privateDescriptor() : Local<void>();
+    const AccessList::Descriptor descriptor
+        = kind == Kind::Private ? AccessList::privateDescriptor() : AccessList::Descriptor();
     SECURITY_ATTRIBUTES security{sizeof security, descriptor.get(), FALSE};
     if (kind == Kind::Private && !descriptor)
         return Handle();
