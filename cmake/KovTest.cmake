@@ -12,6 +12,7 @@ find_package(Qt5 5.15 REQUIRED COMPONENTS Test)
 if(WIN32)
     # As an installation has it: the libraries beside the programs, which know where Qt's plug-ins are.
     file(GLOB libraries $ENV{KOV_SYSROOT}/bin/*.dll)
+    file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
     foreach(library ${libraries})
         get_filename_component(name ${library} NAME)
         file(CREATE_LINK ${library} ${CMAKE_BINARY_DIR}/bin/${name} SYMBOLIC)
