@@ -5,12 +5,16 @@
 
 void ProgressBar::paintEvent(QPaintEvent *event)
 {
-    if (!isRightToLeft() || !isTextVisible() || orientation() != Qt::Horizontal || maximum() <= minimum()) {
+    QStyleOptionProgressBar option;
+    initStyleOption(&option);
+    const auto place = [&](QStyle::SubElement part) { return style()->subElementRect(part, &option, this); };
+    // Beside the bar, where the style of Windows has it, it is a text like any other.
+    const bool isOnBar = place(QStyle::SE_ProgressBarContents).contains(place(QStyle::SE_ProgressBarLabel));
+    if (!isRightToLeft() || !isTextVisible() || orientation() != Qt::Horizontal || maximum() <= minimum()
+        || !isOnBar) {
         QProgressBar::paintEvent(event);
         return;
     }
-    QStyleOptionProgressBar option;
-    initStyleOption(&option);
     QStylePainter painter(this);
     option.textVisible = false;
     painter.drawControl(QStyle::CE_ProgressBar, option);
