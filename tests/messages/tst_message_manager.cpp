@@ -417,11 +417,15 @@ private Q_SLOTS:
 
     void manyThroughTheLoopLetItTurn()
     {
-        if (QDir::listSeparator() != ':')
-            QSKIP("One of the boxes is closed by something else under Wine; why is not known yet.");
         // Each takes longer than the messages of one turn may.
         connect(m_manager, &CMessageManager::aboutToShowMessage, m_free.get(), [] { QThread::msleep(20); });
-        Builder::whileOpen = [](Box *box) { box->done(2); };
+        // A box may stand on another and goes with it: a user can only answer the one in front.
+        QTimer user;
+        connect(&user, &QTimer::timeout, [] {
+            if (auto *front = qobject_cast<Box *>(QApplication::activeModalWidget()))
+                front->done(2);
+        });
+        user.start(0);
         for (const int code : {1001, 1003, 1004, 2001}) {
             const MessageParams params = MessageParams(code, m_free.get()).setIssuerId(QString::number(code));
             QMetaObject::invokeMethod(m_manager, "showMessageBox", Qt::QueuedConnection,
@@ -430,7 +434,7 @@ private Q_SLOTS:
         QCoreApplication::sendPostedEvents(m_manager);
         // The question has its answer by now.
         QVERIFY2(story().startsWith("+1001 +2001") && story().contains("-2001=2"), qPrintable(story()));
-        QTRY_VERIFY(story().contains("-1004=2"));
+        QTRY_COMPARE(story().count("=2"), 4);
         QVERIFY2(story().indexOf("+1003") < story().indexOf("+1004"), qPrintable(story()));
     }
 
