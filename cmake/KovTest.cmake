@@ -18,6 +18,12 @@ if(WIN32)
         file(CREATE_LINK ${library} ${CMAKE_BINARY_DIR}/bin/${name} SYMBOLIC)
     endforeach()
     file(WRITE ${CMAKE_BINARY_DIR}/bin/qt.conf "[Paths]\nPrefix=Z:$ENV{KOV_SYSROOT}\n")
+    # The platform without a screen knows no usual family and takes the first in the folder.
+    set(KOV_FONTS ${CMAKE_BINARY_DIR}/fonts)
+    file(MAKE_DIRECTORY ${KOV_FONTS})
+    foreach(face DejaVuSans DejaVuSans-Bold DejaVuSansMono)
+        file(CREATE_LINK /usr/share/fonts/truetype/dejavu/${face}.ttf ${KOV_FONTS}/${face}.ttf SYMBOLIC)
+    endforeach()
 endif()
 
 if(WIN32)
@@ -36,7 +42,7 @@ function(kov_add_test_run)
     endif()
     if(WIN32)
         set(command ${KOV_UNDER_WINE} $<TARGET_FILE:${ARG_TARGET}>)
-        list(APPEND ARG_ENVIRONMENT "QT_QPA_FONTDIR=Z:/usr/share/fonts/truetype/dejavu")
+        list(APPEND ARG_ENVIRONMENT "QT_QPA_FONTDIR=Z:${KOV_FONTS}")
         if(ARG_NATIVE)
             set(platform windows)
         endif()
@@ -50,6 +56,10 @@ function(kov_add_test_run)
         TIMEOUT ${ARG_TIMEOUT}
         FAIL_REGULAR_EXPRESSION "QWARN  :;QCRITICAL:;QSYSTEM :"
         ENVIRONMENT "QT_QPA_PLATFORM=${platform};QT_QUICK_BACKEND=software;LANG=C.UTF-8;${ARG_ENVIRONMENT}")
+    if(WIN32 AND ARG_NATIVE)
+        # Windows of two tests on one display take the focus from one another.
+        set_tests_properties(${ARG_NAME} PROPERTIES RESOURCE_LOCK display)
+    endif()
 endfunction()
 
 function(kov_add_test)

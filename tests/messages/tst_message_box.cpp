@@ -347,8 +347,6 @@ private Q_SLOTS:
 
     void textSizesTheBox()
     {
-        if (QDir::listSeparator() != ':')
-            QSKIP("Scroll bars come earlier under Wine; why is not known yet.");
         const auto sizeWith = [](const QString &text, bool *scrolls) {
             const auto box = makeBox();
             box->setDescription(text);
