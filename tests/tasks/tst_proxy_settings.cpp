@@ -1,20 +1,15 @@
 #include "gui/platform/ProxyList.h"
-#include "gui/platform/SecretKey.h"
 #include "gui/tasks/proxy/ProxyPreferences.h"
 #include "gui/tasks/sign_in/PasswordStore.h"
 #include "gui/tasks/sign_in/ProxyAuthUtils.h"
 #include "tests/support/KovTest.h"
 #include "tests/tasks/ProxyFixture.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 using namespace KovGui::Platform;
 
 namespace {
 
 using Preferences = QList<QPair<const char *, const char *>>;
-using Change = std::function<void(const char *path)>;
 
 const QNetworkProxy proxy(QNetworkProxy::HttpProxy, "Proxy.LAN", 8080);
 
@@ -144,46 +139,6 @@ private Q_SLOTS:
             QCOMPARE(logFile().count("(!)Error:"), before + 1);
         }
         QVERIFY(!logFile().contains("secret"));
-    }
-
-    void keyFile_data()
-    {
-        Table<Change, bool> row;
-        row(
-            "unchanged", [](const char *) {}, true);
-        row(
-            "readable by others", [](const char *path) { chmod(path, 0640); }, false);
-        row(
-            "cut", [](const char *path) { QVERIFY(truncate(path, 31) == 0); }, false);
-        row("a link", Change([](const char *path) {
-                const QByteArray moved = QByteArray(path) + ".moved";
-                QVERIFY(rename(path, moved.constData()) == 0 && symlink(moved.constData(), path) == 0);
-            }),
-            false);
-        row("a pipe", Change([](const char *path) { QVERIFY(unlink(path) == 0 && mkfifo(path, 0600) == 0); }),
-            false);
-    }
-
-    void keyFile()
-    {
-        const auto [change, isTrusted] = cells<Change, bool>();
-        const QByteArray name = qgetenv("XDG_DATA_HOME") + "/tessarine/passwords.key";
-        const char *const path = name.constData();
-        unlink(path);
-        static int reports = 0;
-        reports = 0;
-        const auto report = [](unsigned level, const char *) { reports += level == 0; };
-        SecretKey first{}, second{};
-        QVERIFY(secretKey(first, report));
-        QVERIFY(first != second);
-        struct stat status;
-        QVERIFY(stat(path, &status) == 0);
-        QCOMPARE(int(status.st_mode & 07777), 0600);
-        change(path);
-        QCOMPARE(secretKey(second, report), isTrusted);
-        QCOMPARE(first == second, isTrusted);
-        QCOMPARE(reports, isTrusted ? 0 : 1);
-        unlink(path);
     }
 
     void find_data()
