@@ -60,7 +60,12 @@ inline const QVector<DialogVariant> &dialogVariants()
 {
     static LongLanguage longLanguage;
     static RightToLeftLanguage rightToLeft;
-    static const QPalette light = QApplication::palette();
+    // With all roles: the style of Windows fills up a palette that leaves something out from the one before.
+    static const QPalette light = [] {
+        QPalette palette = QApplication::palette();
+        palette.resolve(~0U);
+        return palette;
+    }();
     static const QVector<DialogVariant> variants{
         {"plain", [] {}, [] {}},
         {"longer texts", [] { QCoreApplication::installTranslator(&longLanguage); },
