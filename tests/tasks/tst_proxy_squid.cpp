@@ -148,7 +148,10 @@ private Q_SLOTS:
 
         QVERIFY(!origin.requests.isEmpty());
         QByteArray texts = origin.requests.join() + processTexts() + failing.reply()->errorString().toUtf8();
-        QSettings().sync();
+        QSettings settings;
+        settings.sync();
+        for (const QString &key : settings.allKeys())
+            texts += settings.value(key).toByteArray();
         int settingsFiles = 0;
         for (const QString &path : filesBelow(QDir::tempPath())) {
             if (strangers.contains(path)
@@ -158,7 +161,8 @@ private Q_SLOTS:
             texts += fileContent(path);
         }
         // What was looked through is what was written.
-        QCOMPARE(settingsFiles, 1);
+        QCOMPARE(settingsFiles, settings.fileName().endsWith(".conf") ? 1 : 0);
+        QVERIFY(settings.allKeys().join('\n').contains("Passwords"));
         QVERIFY(texts.contains("Set user defined proxy host"));
         QVERIFY(texts.contains("overriding active cache entry"));
         QVERIFY(!texts.contains("Proxy-Authorization"));

@@ -1,4 +1,5 @@
 #include "gui/update/install/CTaskInstallProductUpdate.h"
+#include "tests/support/System.h"
 #include "tests/update/UpdateFixture.h"
 
 using Task = CTaskInstallProductUpdate;
@@ -275,7 +276,8 @@ private:
     {
         return {letters.contains('a'), letters.contains('b'), letters.contains('c'), letters.contains('s')};
     }
-    QString folder() const { return m_directory->filePath("up \"da\" te"); }
+    /// Where the system has names with quotation marks, it is one.
+    QString folder() const { return m_directory->filePath(System::hasModes ? "up \"da\" te" : "up da te"); }
     QString path() const { return folder() + '/' + packageName; }
     /// The download utility and the updater are set by one key, so one program stands for both.
     void useUpdater(const QString &behaviour, bool isMissing = false)

@@ -8,6 +8,7 @@
 
 #include <windows.h>
 
+#include <psapi.h>
 #include <tlhelp32.h>
 
 namespace {
@@ -44,6 +45,11 @@ bool makeFifo(const QString &)
 }
 
 bool mountSmall(const QString &, qint64)
+{
+    return false;
+}
+
+bool resizeMounted(const QString &, qint64)
 {
     return false;
 }
@@ -104,6 +110,43 @@ bool askToStop(QProcess &process)
 bool runAsAnotherUser(QProcess &)
 {
     return false;
+}
+
+bool isRoot()
+{
+    return false;
+}
+
+bool startServer(QProcess &process, const QString &program, const QStringList &arguments, const QString &)
+{
+    process.start(program, arguments);
+    return true;
+}
+
+void stopServer(QProcess &process)
+{
+    if (process.state() == QProcess::NotRunning)
+        return;
+    process.kill();
+    process.waitForFinished();
+}
+
+QByteArray shownOf(qint64)
+{
+    return QByteArray();
+}
+
+qint64 peakMemory()
+{
+    PROCESS_MEMORY_COUNTERS counters{};
+    return GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters)
+               ? qint64(counters.PeakWorkingSetSize)
+               : 0;
+}
+
+qint64 peakMemoryOfChildren()
+{
+    return 0;
 }
 
 void resetAtClose(qintptr socket)
