@@ -398,7 +398,7 @@ private Q_SLOTS:
     void otherUpdateDuringTheInstallation()
     {
         const QString signal = m_folder.filePath("go on");
-        qputenv("MISBEHAVIOUR", "until [ -e '" + signal.toUtf8() + "' ]; do sleep .02; done");
+        qputenv("MISBEHAVIOUR", "wait " + signal.toUtf8());
         KovGui::setUpdaterFilePathAndUpdateMode(MISBEHAVING_PROGRAM, QString(), "ctl");
         putPackage();
         script.isReal = true;

@@ -77,7 +77,7 @@ qint64 childNamed(const char *name)
 bool kill(qint64 process)
 {
     const HANDLE opened = OpenProcess(PROCESS_TERMINATE, FALSE, DWORD(process));
-    const bool isKilled = opened && TerminateProcess(opened, 9);
+    const bool isKilled = opened && TerminateProcess(opened, STATUS_CONTROL_C_EXIT);
     if (opened)
         CloseHandle(opened);
     return isKilled;
