@@ -26,7 +26,7 @@ bool limitFileSize(qint64 bytes);
 
 /// A child of this process whose name begins so; 0 without one.
 qint64 childNamed(const char *name);
-/// Without a chance to clear up.
+/// Without a chance to clear up, as in a crash; false for one that has ended.
 bool kill(qint64 process);
 
 /// Before the start of a console program that askToStop() shall reach.

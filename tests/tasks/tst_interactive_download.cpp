@@ -229,11 +229,6 @@ private Q_SLOTS:
 
     void realServerDiesAndComesBack()
     {
-        // The utility's own patience is not what is looked at.
-        const QString utility = m_folder->filePath("impatient");
-        QVERIFY(writeFile(utility, "#!/bin/sh\nexec " DOWNLOAD_UTILITY " \"$@\" --retries 0\n"));
-        QVERIFY(QFile::setPermissions(utility, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
-        KovGui::setUpdaterFilePathAndUpdateMode(utility, QString(), "ctl");
         QTemporaryDir root;
         QVERIFY(writeFile(root.filePath("file.bin"), m_content));
         QVERIFY(writeFile(root.filePath("file.bin.md5"), m_checksum));

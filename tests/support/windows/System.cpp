@@ -82,8 +82,10 @@ qint64 childNamed(const char *name)
 
 bool kill(qint64 process)
 {
-    const HANDLE opened = OpenProcess(PROCESS_TERMINATE, FALSE, DWORD(process));
-    const bool isKilled = opened && TerminateProcess(opened, 9);
+    // One that has ended can still be opened, and Wine ends it again.
+    const HANDLE opened = OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, DWORD(process));
+    const bool isKilled = opened && WaitForSingleObject(opened, 0) == WAIT_TIMEOUT
+                          && TerminateProcess(opened, STATUS_CONTROL_C_EXIT);
     if (opened)
         CloseHandle(opened);
     return isKilled;
