@@ -2,7 +2,7 @@
 #
 # A Qt Test program, run without a display unless NATIVE asks for a real window system: then it runs under a
 # private Xvfb with a window manager. A warning that the test did not announce with QTest::ignoreMessage fails it.
-# UNIX says why it cannot run on Windows; a test that starts nginx or squid needs no other reason.
+# UNIX says why it cannot run on Windows.
 #
 # kov_add_test_run(NAME x TARGET tst_x LABELS ... [NATIVE] [TIMEOUT s] [ENVIRONMENT A=b ...])
 #
@@ -64,9 +64,6 @@ endfunction()
 
 function(kov_add_test)
     cmake_parse_arguments(ARG "NATIVE" "NAME;TIMEOUT;UNIX" "SOURCES;LIBS;LABELS;ENVIRONMENT" ${ARGN})
-    if("NginxServer" IN_LIST ARG_LIBS)
-        set(ARG_UNIX "its servers run on Unix")
-    endif()
     if(WIN32 AND ARG_UNIX)
         message(STATUS "${ARG_NAME} is not built: ${ARG_UNIX}.")
         add_executable(${ARG_NAME} EXCLUDE_FROM_ALL ${ARG_SOURCES})

@@ -17,6 +17,7 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
+#include <QSettings>
 #include <QTimer>
 
 #include <csignal>
@@ -32,7 +33,10 @@ void usePrivateSettings(int argc, char *argv[])
         if (qstrcmp(argv[i], "--tour") != 0)
             continue;
         const QDir folder(QString::fromLocal8Bit(argv[i + 1]) + QStringLiteral("/private"));
-        qputenv("XDG_CONFIG_HOME", folder.absoluteFilePath(QStringLiteral("config")).toLocal8Bit());
+        const QString settings = folder.absoluteFilePath(QStringLiteral("config"));
+        qputenv("XDG_CONFIG_HOME", settings.toLocal8Bit());
+        QSettings::setDefaultFormat(QSettings::IniFormat);
+        QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, settings);
         qputenv("XDG_DATA_HOME", folder.absoluteFilePath(QStringLiteral("data")).toLocal8Bit());
     }
 }

@@ -24,17 +24,50 @@ add_library(KovGuiNext SHARED EXCLUDE_FROM_ALL
 target_link_libraries(KovGuiNext PRIVATE $<TARGET_PROPERTY:KovGui,LINK_LIBRARIES>)
 set_target_properties(KovGuiNext PROPERTIES
     LINKER_LANGUAGE CXX OUTPUT_NAME KovGui LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/next
+    RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/next ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/next
     BUILD_WITH_INSTALL_RPATH ON)
 
-install(TARGETS console crashing_updater sample_report_service RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT console)
+set(programs console crashing_updater)
+if(TARGET sample_report_service)
+    list(APPEND programs sample_report_service)
+endif()
+install(TARGETS ${programs} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT console)
 install(FILES sample/messages.json DESTINATION ${CMAKE_INSTALL_BINDIR} RENAME console_messages.json COMPONENT console)
+
+set(library ${CMAKE_INSTALL_LIBDIR}/libKovGui.so)
+set(updater $<TARGET_FILE:updater>)
+if(WIN32)
+    # What no user's computer has.
+    file(GLOB libraries $ENV{KOV_SYSROOT}/bin/*.dll)
+    install(FILES ${libraries} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT console)
+    install(DIRECTORY $ENV{KOV_SYSROOT}/plugins $ENV{KOV_SYSROOT}/qml DESTINATION . COMPONENT console)
+    install(FILES windows/qt.conf DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT console)
+    set(library ${CMAKE_INSTALL_BINDIR}/libKovGui.dll)
+    set(updater ${CMAKE_SOURCE_DIR}/tests/support/under-wine ${CMAKE_BINARY_DIR}/wine $<TARGET_FILE:updater>)
+endif()
 
 set(root ${CMAKE_BINARY_DIR}/installation)
 add_custom_command(OUTPUT ${root}/made
     COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/make-installation ${CMAKE_BINARY_DIR} ${root}
-            ${PROJECT_VERSION}.${KOV_BUILD_NUMBER} ${KOV_NEXT_VERSION} ${CMAKE_INSTALL_LIBDIR}
-    DEPENDS make-installation console crashing_updater sample_report_service updater download_utility kovgui-find-proxy KovGui KovGuiNext
+            ${PROJECT_VERSION}.${KOV_BUILD_NUMBER} ${KOV_NEXT_VERSION} ${library} ${updater}
+    DEPENDS make-installation ${programs} updater download_utility KovGui KovGuiNext
             sample/messages.json ${CMAKE_SOURCE_DIR}/programs/updater/sample-keys/first.key
     COMMENT "Installing this version and packing the next one"
     VERBATIM)
-add_custom_target(console_installation ALL DEPENDS ${root}/made)
+if(WIN32)
+    add_custom_target(console_installation DEPENDS ${root}/made)
+else()
+    add_custom_target(console_installation ALL DEPENDS ${root}/made)
+endif()
+
+if(WIN32)
+    # All that somebody needs who wants to try it: unpack it, and start "Tessarine Console.cmd".
+    set(zip ${CMAKE_BINARY_DIR}/Tessarine-Console-${PROJECT_VERSION}.${KOV_BUILD_NUMBER}.zip)
+    add_custom_command(OUTPUT ${zip}
+        COMMAND ${CMAKE_COMMAND} -E copy "${CMAKE_CURRENT_SOURCE_DIR}/windows/Tessarine Console.cmd" ${root}
+        COMMAND ${CMAKE_COMMAND} -E tar cf ${zip} --format=zip current sample "Tessarine Console.cmd"
+        WORKING_DIRECTORY ${root}
+        DEPENDS ${root}/made "${CMAKE_CURRENT_SOURCE_DIR}/windows/Tessarine Console.cmd"
+        VERBATIM)
+    add_custom_target(console_zip DEPENDS ${zip})
+endif()

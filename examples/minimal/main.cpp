@@ -17,6 +17,7 @@
 #include <QMenuBar>
 #include <QMetaEnum>
 #include <QSettings>
+#include <QStandardPaths>
 #include <QTcpSocket>
 #include <QUrl>
 
@@ -115,9 +116,9 @@ int main(int argc, char *argv[])
 
     // Where updates come from, and the program that fetches and installs them.
     UpgradeUtils::setUpdateServerBase(QSettings().value(QStringLiteral("UpdateServer")).toString());
-    KovGui::setUpdaterFilePathAndUpdateMode(QCoreApplication::applicationDirPath()
-                                                + QStringLiteral("/updater"),
-                                            QString(), QStringLiteral("ctl"));
+    const QString updater
+        = QStandardPaths::findExecutable(QStringLiteral("updater"), {QCoreApplication::applicationDirPath()});
+    KovGui::setUpdaterFilePathAndUpdateMode(updater, QString(), QStringLiteral("ctl"));
 
     MinimalSender sender;
     MinimalCollector collector;

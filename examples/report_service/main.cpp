@@ -12,9 +12,10 @@
  *     /moved      redirects to /reports
  *     /elsewhere  redirects to another host
  */
+#include "Sockets.h"
+
 #include <microhttpd.h>
 
-#include <arpa/inet.h>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>

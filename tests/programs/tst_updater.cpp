@@ -6,10 +6,9 @@
 #include "tests/support/NginxServer.h"
 #include "tests/support/SampleSignature.h"
 #include "tests/support/SocksServer.h"
+#include "tests/support/System.h"
 #include "tests/support/TestAuthority.h"
 #include "tests/support/TestServer.h"
-
-#include <sys/resource.h>
 
 namespace {
 
@@ -137,10 +136,8 @@ private Q_SLOTS:
                                          "[BEGIN_UPDATE_DESCRIPTION]\nNeu: \xc3\xbc\nand more\n"
                                          "[END_UPDATE_DESCRIPTION]\n"),
                  qPrintable(outcome.output));
-        // Children that ended so far; a document that was held whole would show.
-        rusage usage{};
-        QCOMPARE(getrusage(RUSAGE_CHILDREN, &usage), 0);
-        QVERIFY2(usage.ru_maxrss < 400 * 1024, "more than 400 MiB of memory");
+        // A document that was held whole would show.
+        QVERIFY2(System::peakMemoryOfChildren() >> 20 < 400, "more than 400 MiB of memory");
     }
 
     void brokenServer_data()
@@ -241,7 +238,7 @@ private Q_SLOTS:
                         "--ca-file", m_authority.certificate()});
         };
         const Outcome open = checkWith("locked/good.xml");
-        QVERIFY2(open.errors.contains("warning: ") && !open.errors.contains("secret"),
+        QVERIFY2(open.errors.contains("warning: ") == System::hasModes && !open.errors.contains("secret"),
                  qPrintable(open.errors));
         QVERIFY(
             QFile::setPermissions(m_private.filePath("updater.xml"), QFile::ReadOwner | QFile::WriteOwner));
@@ -257,11 +254,14 @@ private Q_SLOTS:
 
     void reportThatCannotBeWritten()
     {
+        const QString pipe = m_private.filePath("pipe");
+        if (!System::makeFifo(pipe))
+            QSKIP("The system has no file that behaves so.");
         const QStringList arguments{"--update", "check", "--url", m_server.url("good.xml")};
         QCOMPARE(run(arguments, "/dev/full").exitCode, int(ExitCode::OutputError));
         // A pipe whose reader is gone.
-        const QString script = "mkfifo %1; true <%1 & exec 4>%1; wait; exec \"$0\" --help >&4";
-        QCOMPARE(QProcess::execute("sh", {"-c", script.arg(m_private.filePath("pipe")), UPDATER_PROGRAM}),
+        const QString script = "true <%1 & exec 4>%1; wait; exec \"$0\" --help >&4";
+        QCOMPARE(QProcess::execute("sh", {"-c", script.arg(pipe), UPDATER_PROGRAM}),
                  int(ExitCode::OutputError));
     }
 
@@ -272,9 +272,10 @@ private Q_SLOTS:
         judge(check(url, {"--timeout", "1"}), ExitCode::NoConnection, 1);
         const int before = silent.connections;
         QProcess process;
+        System::prepareToStop(process);
         process.start(UPDATER_PROGRAM, {"--update", "check", "--url", url});
         QTRY_VERIFY_WITH_TIMEOUT(silent.connections > before, 30000);
-        process.terminate();
+        QVERIFY(System::askToStop(process));
         QVERIFY(process.waitForFinished(10000));
         QCOMPARE(process.exitStatus(), QProcess::CrashExit);
         QCOMPARE(process.readAllStandardOutput(), "");
@@ -327,32 +328,6 @@ private Q_SLOTS:
         judge(check(m_server.url("s.xml")), exitCode, says.isEmpty() ? 0 : 1, says);
     }
 
-    void replay()
-    {
-        const auto checkWith = [this](quint64 counter, const QStringList &more = {}) {
-            Signature::Statement statement = sampleStatement(Signature::Role::Catalogue);
-            statement.counter = counter;
-            signSample(m_root.filePath("s.xml"), statement);
-            return check(m_server.url("s.xml"), more);
-        };
-        write("s.xml", catalogue("p.run"));
-        m_environment.insert("XDG_DATA_HOME", m_private.filePath("fresh"));
-        judge(checkWith(7), ExitCode::UpdateFound);
-        judge(checkWith(6), ExitCode::CatalogueOutdated, 1, "it is older than one seen before\n");
-        judge(checkWith(7), ExitCode::UpdateFound);
-
-        const OfferStore store(m_private.filePath("fresh/tessarine/updater"));
-        const Signature::PublicKey key = Signature::builtInKeys().value(0);
-        Signature::Statement offered;
-        QCOMPARE(Signature::read(store.packageSignature("Tessarine Console", "p.run"), {key}, &offered), "");
-        QCOMPARE(offered.version, packageStatement().version);
-
-        m_environment.insert("XDG_DATA_HOME", "/dev/null");
-        judge(checkWith(8, {"--current-version", "9.0.0.0"}), ExitCode::InternalError, 1,
-              "cannot be remembered");
-        m_environment.remove("XDG_DATA_HOME");
-    }
-
     /// Catalogue and signature, fetched while the publisher replaced them, do not belong together.
     void fetchedAcrossAnUpload()
     {
@@ -374,6 +349,34 @@ private Q_SLOTS:
         }
     }
 
+    void replay()
+    {
+        const auto checkWith = [this](quint64 counter, const QStringList &more = {}) {
+            Signature::Statement statement = sampleStatement(Signature::Role::Catalogue);
+            statement.counter += counter;
+            signSample(m_root.filePath("s.xml"), statement);
+            return check(m_server.url("s.xml"), more);
+        };
+        write("s.xml", catalogue("p.run"));
+        judge(checkWith(7), ExitCode::UpdateFound);
+        judge(checkWith(6), ExitCode::CatalogueOutdated, 1, "it is older than one seen before\n");
+        judge(checkWith(7), ExitCode::UpdateFound);
+
+        const OfferStore store(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)
+                               + "/tessarine/updater");
+        const Signature::PublicKey key = Signature::builtInKeys().value(0);
+        Signature::Statement offered;
+        QCOMPARE(Signature::read(store.packageSignature("Tessarine Console", "p.run"), {key}, &offered), "");
+        QCOMPARE(offered.version, packageStatement().version);
+
+        if (!System::hasModes)
+            QSKIP("Where the store lies cannot be changed.");
+        m_environment.insert("XDG_DATA_HOME", "/dev/null");
+        judge(checkWith(8, {"--current-version", "9.0.0.0"}), ExitCode::InternalError, 1,
+              "cannot be remembered");
+        m_environment.remove("XDG_DATA_HOME");
+    }
+
     void helpAndVersion()
     {
         for (const QString command : {"run", "confirm", "rollback", "pack", "sign", "generate-key"})
@@ -388,7 +391,7 @@ private Q_SLOTS:
         const QString key = m_private.filePath("own.key");
         const Outcome made = run({"generate-key", key});
         QCOMPARE(made.exitCode, 0);
-        QCOMPARE(QFile::permissions(key) & 0x0077, QFile::Permissions());
+        QVERIFY(!System::hasModes || (QFile::permissions(key) & 0x0077) == 0);
         QCOMPARE(run({"generate-key", key}).exitCode, int(ExitCode::OutputError));
 
         const QString folder = m_private.filePath("folder");
@@ -420,7 +423,7 @@ private Q_SLOTS:
                  QString());
         QVERIFY(run(asCatalogue + good.mid(4) + product).errors.contains("does not list the product Ü"));
         QVERIFY(QFile::setPermissions(key, QFile::ReadOwner | QFile::ReadGroup));
-        QVERIFY(sign(good).errors.contains("other users can read or write it"));
+        QVERIFY(!System::hasModes || sign(good).errors.contains("other users can read or write it"));
         QVERIFY(QFile::setPermissions(key, QFile::ReadOwner));
         QCOMPARE(sign(good).errors, QString());
         Signature::Statement statement;

@@ -1,12 +1,13 @@
 #include "tests/support/NginxServer.h"
 
+#include "tests/support/System.h"
+
 #include <QDeadlineTimer>
 #include <QFile>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <unistd.h>
 
 namespace {
 
@@ -22,7 +23,7 @@ QString program()
 QString configuration(const QString &directory, const QString &body)
 {
     // Started by root, the worker would be another user, who cannot read the caller's temporary folders.
-    const QString user = ::geteuid() == 0 ? QStringLiteral("user root;\n") : QString();
+    const QString user = System::isRoot() ? QStringLiteral("user root;\n") : QString();
     const QString text
         = QStringLiteral("daemon off;\nworker_processes 1;\npid %1/pid;\nerror_log %1/error.log;\n"
                          "events { worker_connections 64; }\n"
@@ -71,11 +72,10 @@ bool NginxServer::restart()
     const QString directory = m_directory.path();
     m_process = std::make_unique<QProcess>();
     m_process->setProcessChannelMode(QProcess::MergedChannels);
-    // setpriv takes the server down with this process, even if this process is killed.
-    m_process->start(QStringLiteral("setpriv"),
-                     {QStringLiteral("--pdeathsig"), QStringLiteral("TERM"), program(), QStringLiteral("-p"),
-                      directory, QStringLiteral("-c"), directory + QStringLiteral("/nginx.conf"),
-                      QStringLiteral("-e"), directory + QStringLiteral("/error.log")});
+    System::startServer(*m_process, program(),
+                        {QStringLiteral("-p"), directory, QStringLiteral("-c"),
+                         directory + QStringLiteral("/nginx.conf"), QStringLiteral("-e"),
+                         directory + QStringLiteral("/error.log")});
     QDeadlineTimer deadline(10000);
     while (!deadline.hasExpired() && !m_process->waitForFinished(20)) {
         if (isAnswering())
@@ -92,11 +92,7 @@ void NginxServer::stop()
 {
     if (!m_process)
         return;
-    m_process->terminate();
-    if (!m_process->waitForFinished(5000)) {
-        m_process->kill();
-        m_process->waitForFinished();
-    }
+    System::stopServer(*m_process);
     m_process.reset();
 }
 

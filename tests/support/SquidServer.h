@@ -2,6 +2,7 @@
 
 #include "tests/support/Files.h"
 #include "tests/support/NginxServer.h"
+#include "tests/support/System.h"
 
 #include <QProcess>
 #include <QStandardPaths>
@@ -9,49 +10,28 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include <pwd.h>
-#include <unistd.h>
-
 /// A private squid on 127.0.0.1 that lets one user through, by basic authentication. It ends with the object,
 /// or with the process that owns it.
 class SquidServer
 {
 public:
-    ~SquidServer()
-    {
-        m_process.terminate();
-        if (m_process.state() != QProcess::NotRunning && !m_process.waitForFinished(5000)) {
-            m_process.kill();
-            m_process.waitForFinished();
-        }
-    }
+    ~SquidServer() { System::stopServer(m_process); }
 
     bool start(const QByteArray &user, const QByteArray &password)
     {
         if (!writeFile(path("passwords"), user + ':' + hash(password)))
             return false;
-        QStringList command{"setpriv", "--pdeathsig", "TERM"};
-        if (::geteuid() == 0) {
-            // Squid wants another user than root for itself.
-            const passwd *const proxy = ::getpwnam("proxy");
-            if (!proxy
-                || ::chown(QFile::encodeName(m_directory.path()).constData(), proxy->pw_uid, proxy->pw_gid)
-                       != 0)
-                return false;
-            QFile::setPermissions(path("passwords"), QFile::ReadOwner | QFile::WriteOwner | QFile::ReadOther);
-            command << "--reuid"
-                    << "proxy"
-                    << "--regid"
-                    << "proxy"
-                    << "--clear-groups";
-        }
+        QFile::setPermissions(path("passwords"), QFile::ReadOwner | QFile::WriteOwner | QFile::ReadOther);
         m_port = NginxServer::freePort();
         if (!writeFile(path("squid.conf"), text()))
             return false;
-        command << QStandardPaths::findExecutable("squid", {"/usr/sbin", "/usr/bin"}) << "-N"
-                << "-f" << path("squid.conf");
         m_process.setProcessChannelMode(QProcess::MergedChannels);
-        m_process.start(command.takeFirst(), command);
+        QString program = QStandardPaths::findExecutable("squid");
+        if (program.isEmpty())
+            program = QStandardPaths::findExecutable("squid", {"/usr/sbin"});
+        // Squid wants another user than root for itself.
+        if (!System::startServer(m_process, program, {"-N", "-f", path("squid.conf")}, m_directory.path()))
+            return false;
         return QTest::qWaitFor([this] { return isAnswering(); }, 20000);
     }
 

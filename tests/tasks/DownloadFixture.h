@@ -5,8 +5,6 @@
 #include "tests/support/KovTest.h"
 #include "tests/tasks/TaskFixture.h"
 
-#include <csignal>
-
 /// What a task tells, in order: states, and the end.
 class DownloadEvents : public QObject
 {

@@ -1,7 +1,5 @@
-kov_add_test(NAME tst_download_task SOURCES tst_download_task.cpp DownloadFixture.h TaskFixture.h LIBS KovGui LABELS tasks
-    UNIX "its child is a shell script")
-target_compile_definitions(tst_download_task PRIVATE
-    MISBEHAVING_PROGRAM="${CMAKE_SOURCE_DIR}/tests/support/misbehaving-program")
+kov_add_test(NAME tst_download_task SOURCES tst_download_task.cpp DownloadFixture.h TaskFixture.h
+    LIBS KovGui MisbehavingProgram TestSystem LABELS tasks)
 kov_add_test(NAME tst_md5_calculator SOURCES tst_md5_calculator.cpp LIBS KovGui TestSystem LABELS tasks)
 
 # With the real utility and real servers.

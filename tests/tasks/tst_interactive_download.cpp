@@ -8,6 +8,7 @@
 #include "tests/support/NginxServer.h"
 #include "tests/support/OffscreenPlatform.h"
 #include "tests/support/Policies.h"
+#include "tests/support/System.h"
 #include "tests/support/TestServer.h"
 #include "tests/tasks/DownloadFixture.h"
 
@@ -16,8 +17,6 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QWindow>
-
-#include <sys/mount.h>
 
 using Task = CTaskInteractiveDownload;
 
@@ -230,11 +229,6 @@ private Q_SLOTS:
 
     void realServerDiesAndComesBack()
     {
-        // The utility's own patience is not what is looked at.
-        const QString utility = m_folder->filePath("impatient");
-        QVERIFY(writeFile(utility, "#!/bin/sh\nexec " DOWNLOAD_UTILITY " \"$@\" --retries 0\n"));
-        QVERIFY(QFile::setPermissions(utility, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
-        KovGui::setUpdaterFilePathAndUpdateMode(utility, QString(), "ctl");
         QTemporaryDir root;
         QVERIFY(writeFile(root.filePath("file.bin"), m_content));
         QVERIFY(writeFile(root.filePath("file.bin.md5"), m_checksum));
@@ -262,8 +256,7 @@ private Q_SLOTS:
 
     void fullDisk()
     {
-        const QByteArray folder = m_folder->path().toLocal8Bit();
-        if (::mount("tmpfs", folder.constData(), "tmpfs", 0, "size=2m") != 0)
+        if (!System::mountSmall(m_folder->path(), 2 << 20))
             QSKIP("A small file system cannot be mounted: that is for root, and for containers that may.");
         const auto quiet = makeTask(m_digest, true);
         quiet->execute();
@@ -271,14 +264,14 @@ private Q_SLOTS:
         const auto task = makeTask(m_digest);
         task->execute();
         QTRY_COMPARE(m_questions, "s");
-        const bool isGrown = ::mount("tmpfs", folder.constData(), "tmpfs", MS_REMOUNT, "size=8m") == 0;
+        const bool isGrown = System::resizeMounted(m_folder->path(), 8 << 20);
         CMessageBoxWndBase *window = CMessageManager::instance()
                                          ->getMessageWindowsForId(KOV_QUESTION_NOT_ENOUGH_DISK_SPACE)
                                          .value(0);
         window->done(1);
         const bool isFinished = QTest::qWaitFor([&] { return task->isFinished(); }, 20000);
         const QString found = whatIsAt(filePath());
-        ::umount2(folder.constData(), MNT_DETACH);
+        System::unmount(m_folder->path());
         QVERIFY(isGrown && isFinished);
         QCOMPARE(quiet->getResult(), KOV_ERR_FAILURE);
         QCOMPARE(task->getResult(), KOV_SUCCESS);

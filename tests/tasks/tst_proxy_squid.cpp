@@ -47,6 +47,29 @@ QByteArray processTexts()
     return texts;
 }
 
+/// Its thread is busy until the proxy has refused the tunnel.
+class LateHttpOperation : public CTaskHttpOperation
+{
+public:
+    LateHttpOperation(const QUrl &url, const QNetworkProxy &proxy, const SquidServer &squid)
+        : CTaskHttpOperation(QNetworkRequest(url), QNetworkAccessManager::GetOperation, QString(), &proxy,
+                             nullptr, KeepParser, QByteArray())
+        , m_squid(squid)
+    { }
+
+    QNetworkReply *postHttpOperationRequest() override
+    {
+        const int before = m_squid.refusedUsers().size();
+        QNetworkReply *const posted = CTaskHttpOperation::postHttpOperationRequest();
+        while (m_squid.refusedUsers().size() == before)
+            QThread::yieldCurrentThread();
+        return posted;
+    }
+
+private:
+    const SquidServer &m_squid;
+};
+
 } // namespace
 
 class tst_ProxySquid : public QObject
@@ -75,6 +98,16 @@ private Q_SLOTS:
         QTRY_COMPARE(m_squid.refusedUsers().mid(before), QByteArrayList({"-", userName.toUtf8(), "-"}));
         QCOMPARE(person.seen.size(), 2);
         QCOMPARE(origin.connections, 0);
+    }
+
+    void tunnelRefusedBeforeItsThreadLooks()
+    {
+        TestServer origin([](const TestServer::Request &) { return TestServer::page("200 OK"); });
+        Person person({});
+        LateHttpOperation task(QUrl(QString("https://127.0.0.1:%1/").arg(origin.serverPort())), proxy(),
+                               m_squid);
+        QCOMPARE(resultOf(task), KOV_ERR_PROXY_AUTHENTICATION_REQUIRED);
+        QCOMPARE(person.seen.size(), 1);
     }
 
     void passwordStandsNowhere()
@@ -115,7 +148,10 @@ private Q_SLOTS:
 
         QVERIFY(!origin.requests.isEmpty());
         QByteArray texts = origin.requests.join() + processTexts() + failing.reply()->errorString().toUtf8();
-        QSettings().sync();
+        QSettings settings;
+        settings.sync();
+        for (const QString &key : settings.allKeys())
+            texts += settings.value(key).toByteArray();
         int settingsFiles = 0;
         for (const QString &path : filesBelow(QDir::tempPath())) {
             if (strangers.contains(path)
@@ -125,7 +161,8 @@ private Q_SLOTS:
             texts += fileContent(path);
         }
         // What was looked through is what was written.
-        QCOMPARE(settingsFiles, 1);
+        QCOMPARE(settingsFiles, settings.fileName().endsWith(".conf") ? 1 : 0);
+        QVERIFY(settings.allKeys().join('\n').contains("Passwords"));
         QVERIFY(texts.contains("Set user defined proxy host"));
         QVERIFY(texts.contains("overriding active cache entry"));
         QVERIFY(!texts.contains("Proxy-Authorization"));

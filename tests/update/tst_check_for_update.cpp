@@ -48,8 +48,9 @@ private Q_SLOTS:
         Table<QString, QString, int, int, QString> table;
         const auto row = [&table](const char *updater, const char *folder, int options, int result,
                                   const char *text = "") {
-            table(QByteArray(updater) + ' ' + folder + ", options " + QByteArray::number(options), updater,
-                  folder, options, result, text);
+            table(QByteArray(updater).simplified() + ' ' + folder + ", options "
+                      + QByteArray::number(options),
+                  updater, folder, options, result, text);
         };
         const int background = Check::CheckInBackground;
         const int smart = Check::SmartInstall;
@@ -72,13 +73,13 @@ private Q_SLOTS:
         row("unusable", "newer", 0, failed, "cannot be used");
         row("unusable", "newer", background, failed);
         row("real", "nowhere", 0, failed, " ");
-        row("kill -4 $$", "newer", 0, failed, "unexpectedly");
-        row("kill -25 $$", "newer", 0, failed, "unexpectedly");
+        row("crash 9", "newer", 0, failed, "unexpectedly");
+        row("crash 25", "newer", 0, failed, "unexpectedly");
         row("exit 7", "newer", 0, failed, " ");
         row("exit 29", "newer", 0, failed, "not signed");
         row("exit 7", "newer", smart, failed);
         row("exit 0", "newer", 0, failed, " ");
-        row("exec yes FILE_PATH: http://h/x", "newer", 0, failed, " ");
+        row("print FILE_PATH: http://h/x\n; again", "newer", 0, failed, " ");
         row("missing", "newer", 0, missing, " ");
         row("missing", "newer", background, missing);
     }
@@ -126,7 +127,7 @@ private Q_SLOTS:
 
     void joinsTheRunningCheckAndCancelsIt()
     {
-        useUpdater(MISBEHAVING_PROGRAM, "exec sleep 60");
+        useUpdater(MISBEHAVING_PROGRAM, "wait");
         const LogCapture log;
         const QPointer<Check> check = start(Check::CheckInBackground);
         QTRY_COMPARE(log.count("Update command : "), 1);

@@ -1,4 +1,5 @@
 #include "gui/update/install/CTaskInstallProductUpdate.h"
+#include "tests/support/System.h"
 #include "tests/update/UpdateFixture.h"
 
 using Task = CTaskInstallProductUpdate;
@@ -18,6 +19,16 @@ public:
     using CTaskInstallProductUpdate::CTaskInstallProductUpdate;
     QStringList criticalApps() const override { return apps; }
     static inline QStringList apps;
+    static inline QString updater;
+
+protected:
+    KOV_RESULT performSubTask() override
+    {
+        // The download utility and the updater are set by one key.
+        const QString program = getCurrentSubTask() == DownloadUpdate ? DOWNLOAD_UTILITY : updater;
+        KovGui::setUpdaterFilePathAndUpdateMode(program, QString(), "ctl");
+        return CTaskInstallProductUpdate::performSubTask();
+    }
 };
 
 /// The installation as its user sees it: every window that appears is answered from a script.
@@ -83,7 +94,7 @@ private Q_SLOTS:
         row("p", "exit 11", install + error + '2', failed, Task::InstallNow, "is wrong");
         row("p", "exit 17", install + error + '2', failed, Task::InstallNow, "no signature");
         row("p", "exit 77", install + error + '2', failed, Task::InstallNow, "error 77");
-        row("p", "kill -9 $$", install + error + '2', failed, Task::InstallNow, "unexpectedly");
+        row("p", "crash 9", install + error + '2', failed, Task::InstallNow, "unexpectedly");
         row("p", "exit 14", install + error + "1; CProgressDialog" + error + '2', failed, Task::InstallNow,
             "space");
         row("pm", "exit 0", now + "; CMessageBox:80015206 m_pbButton1", KOV_ERR_UPDATER_MISSING,
@@ -125,8 +136,8 @@ private Q_SLOTS:
     void aRunningInstallationIsNotCut()
     {
         const QString signal = m_directory->filePath("go on");
-        useUpdater("printf '%s|' \"$@\" >'" + signal + ".arguments'; echo installer:%42; until [ -e '"
-                   + signal + "' ]; do sleep .02; done");
+        qputenv("RUNS", signal.toUtf8() + ".runs");
+        useUpdater("print installer:%42\n|; wait " + signal);
         QVERIFY(writeFile(path(), package));
         const DialogScript script("CUpdateDialog; CMessageBox:3c08; CProgressDialog");
         Install task(info(), params());
@@ -157,8 +168,9 @@ private Q_SLOTS:
         QTRY_COMPARE(finished.size(), 1);
         QCOMPARE(task.getResult(), KOV_ERR_CANCELLED);
         QCOMPARE(script.shown(), script.text());
-        QCOMPARE(fileContent(signal + ".arguments"),
-                 "--update|install|--file|" + path().toUtf8() + "|--not-check-postinstall|");
+        const QByteArray run = fileContent(signal + ".runs");
+        QCOMPARE(run.mid(run.indexOf('|')),
+                 "|--update|install|--file|" + path().toUtf8() + "|--not-check-postinstall|\n");
     }
 
     void aDeletedTaskLeavesNothing()
@@ -275,16 +287,13 @@ private:
     {
         return {letters.contains('a'), letters.contains('b'), letters.contains('c'), letters.contains('s')};
     }
-    QString folder() const { return m_directory->filePath("up \"da\" te"); }
+    /// Where the system has names with quotation marks, it is one.
+    QString folder() const { return m_directory->filePath(System::hasModes ? "up \"da\" te" : "up da te"); }
     QString path() const { return folder() + '/' + packageName; }
-    /// The download utility and the updater are set by one key, so one program stands for both.
     void useUpdater(const QString &behaviour, bool isMissing = false)
     {
-        const QString program = m_directory->filePath("both");
-        QVERIFY(writeFile(program, "#!/bin/sh\n[ \"$1\" = --update ] || exec '" DOWNLOAD_UTILITY "' \"$@\"\n"
-                                       + behaviour.toUtf8()));
-        QVERIFY(QFile::setPermissions(program, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
-        KovGui::setUpdaterFilePathAndUpdateMode(isMissing ? "/no/such/updater" : program, QString(), "ctl");
+        qputenv("MISBEHAVIOUR", behaviour.toUtf8());
+        Install::updater = isMissing ? "/no/such/updater" : MISBEHAVING_PROGRAM;
     }
 
     std::unique_ptr<QTemporaryDir> m_directory;

@@ -25,7 +25,7 @@ public:
     }
 };
 
-constexpr char hang[] = "while printf .; do sleep .02; done";
+constexpr char hang[] = "print .|; again";
 
 class tst_LaunchUpdater : public QObject
 {
@@ -40,7 +40,7 @@ private Q_SLOTS:
     void neverStarted()
     {
         for (const char *line :
-             {"\"/no/such/updater\" -i", "\"/etc/passwd\"", "\"/bin/true", "", "elevated"}) {
+             {"\"/no/such/updater\" -i", "\"" NO_PROGRAM "\"", "\"" MISBEHAVING_PROGRAM, "", "elevated"}) {
             const LogCapture log;
             CTaskLaunchUpdater task({QLatin1String(line), qstrcmp(line, "elevated") == 0, QString()});
             QSignalSpy finished(&task, &CAbstractTask::taskFinished);
@@ -55,8 +55,8 @@ private Q_SLOTS:
     {
         Table<QByteArray, int> row;
         row("any exit code", "exit 7", 7);
-        row("a crash", "kill -4 $$", 4);
-        row("input is closed", "exec cat", 0);
+        row("a crash", "crash 9", 9);
+        row("input is closed", "read", 0);
     }
 
     void ranToItsEnd()
@@ -67,8 +67,8 @@ private Q_SLOTS:
         task.execute();
         QTRY_COMPARE(finished.size(), 1);
         QCOMPARE(task.getResult(), KOV_SUCCESS);
-        QCOMPARE(task.exitCode(), exitCode);
-        QCOMPARE(task.exitStatus() == QProcess::CrashExit, behaviour == "kill -4 $$");
+        QCOMPARE(task.exitCode() & 0xff, exitCode);
+        QCOMPARE(task.exitStatus() == QProcess::CrashExit, behaviour == "crash 9");
     }
 
     void aHangingProgramIsEnded()
@@ -91,11 +91,11 @@ private Q_SLOTS:
         // A program of that name must not count.
         QTemporaryDir directory;
         const QString program = directory.filePath("install");
-        QVERIFY(QFile::link(MISBEHAVING_PROGRAM, program));
+        QVERIFY(QFile::copy(MISBEHAVING_PROGRAM, program));
         for (const char *argument : {"install", "http://h/install"}) {
-            auto taskParams = params(
-                "for piece in installer:%4 '2\ninstaller:%100 installer:%101\ninstaller:%99999999999\n'"
-                "'INSTALLER:%3 install' er:%7; do printf '%b' \"$piece\"; sleep .05; done");
+            auto taskParams
+                = params("print installer:%4|2\ninstaller:%100 installer:%101\ninstaller:%99999999999\n"
+                         "INSTALLER:%3 install|er:%7");
             taskParams.commandLine = CommandLineUtils::join(program, {QLatin1String(argument)});
             CTaskLaunchUpdater task(taskParams);
             QList<int> percentages;
@@ -111,10 +111,10 @@ private Q_SLOTS:
     {
         const LogCapture log;
         CTaskLaunchUpdater task(
-            params("seq 20000 | sed 's|.*|line &\\rF /forged:1:1/ https://me:secret@h/\\x1b[31m|' >&2"));
+            params("warn line\rF /forged:1:1/ https://me:secret@h/\x1b[31m\n; again 20000"));
         task.execute();
         QTRY_VERIFY(task.isFinished());
-        QVERIFY(log.text().contains("line 1\\rF /forged:1:1/ https://h/"));
+        QVERIFY(log.text().contains("line\\rF /forged:1:1/ https://h/"));
         QVERIFY(!log.text().contains("\033") && !log.text().contains("secret"));
         QVERIFY2(log.text().size() < 100000, QByteArray::number(log.text().size()).constData());
         QCOMPARE(log.count("more bytes were not logged"), 1);
@@ -144,7 +144,7 @@ private Q_SLOTS:
     {
         const QByteArray plain("-i|");
         const auto output = [this](const char *url) {
-            auto taskParams = params("printf '%s|' \"$@\"", "-i");
+            auto taskParams = params("arguments", "-i");
             taskParams.proxyUrl = QLatin1String(url);
             CTaskLaunchUpdater task(taskParams);
             task.execute();

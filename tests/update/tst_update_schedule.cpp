@@ -159,8 +159,8 @@ private Q_SLOTS:
             const QString last = QLatin1String(row.last);
             const QString now = QLatin1String(row.now);
             setClock(QDateTime::fromString(now, "yyyy-MM-dd hh:mm:ss"));
+            QSettings().clear();
             QSettings settings;
-            settings.clear();
             if (!last.isEmpty())
                 settings.setValue(lastCheckedOn, last);
             if (row.period >= 0)
@@ -285,8 +285,7 @@ private Q_SLOTS:
             QCOMPARE(started, !is('a') ? KOV_SUCCESS : is('d') ? KOV_ERR_IN_PROGRESS : KOV_ERR_FAILURE);
             if (!is('a')) // joins the check that runs
                 QCOMPARE(logic()->checkForUpdates(is('b'), is('m'), false), KOV_SUCCESS);
-            while (CTaskManager::instance()->getTasksByType(73).size() + bool(script.latest))
-                QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+            QTRY_VERIFY(!script.latest && CTaskManager::instance()->getTasksByType(73).isEmpty());
             for (auto *question : CMessageManager::instance()->getMessageWindowsForId(0x3C30))
                 question->done(Messaging::Button1);
 
@@ -398,7 +397,7 @@ private Q_SLOTS:
     void otherUpdateDuringTheInstallation()
     {
         const QString signal = m_folder.filePath("go on");
-        qputenv("MISBEHAVIOUR", "until [ -e '" + signal.toUtf8() + "' ]; do sleep .02; done");
+        qputenv("MISBEHAVIOUR", "wait " + signal.toUtf8());
         KovGui::setUpdaterFilePathAndUpdateMode(MISBEHAVING_PROGRAM, QString(), "ctl");
         putPackage();
         script.isReal = true;

@@ -21,6 +21,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QStandardPaths>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -211,9 +212,11 @@ void UpdatesPage::setUpdater(Updater updater)
 {
     m_updater->setCurrentIndex(updater);
     static const char *const programs[] = {"updater", "no-such-updater", "crashing_updater"};
-    const QString path
-        = QCoreApplication::applicationDirPath() + QLatin1Char('/') + QLatin1String(programs[updater]);
-    KovGui::setUpdaterFilePathAndUpdateMode(path, QStringLiteral("console"), QStringLiteral("ctl"));
+    const QString folder = QCoreApplication::applicationDirPath();
+    const QString name = QLatin1String(programs[updater]);
+    const QString found = QStandardPaths::findExecutable(name, {folder});
+    KovGui::setUpdaterFilePathAndUpdateMode(found.isEmpty() ? folder + QLatin1Char('/') + name : found,
+                                            QStringLiteral("console"), QStringLiteral("ctl"));
 }
 
 bool UpdatesPage::isChecking() const

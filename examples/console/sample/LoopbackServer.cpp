@@ -18,8 +18,10 @@ quint16 LoopbackServer::freePort(quint16 preferred)
 
 QString LoopbackServer::program(const char *name)
 {
-    return QStandardPaths::findExecutable(QString::fromLatin1(name),
-                                          {QStringLiteral("/usr/sbin"), QStringLiteral("/usr/bin")});
+    const QString found = QStandardPaths::findExecutable(QString::fromLatin1(name));
+    return found.isEmpty()
+               ? QStandardPaths::findExecutable(QString::fromLatin1(name), {QStringLiteral("/usr/sbin")})
+               : found;
 }
 
 bool LoopbackServer::save(const QString &path, const QByteArray &bytes)
@@ -44,11 +46,7 @@ bool LoopbackServer::waitUntilReady(QProcess *server, quint16 port)
 
 void LoopbackServer::stop(QProcess *server)
 {
-    if (server->state() == QProcess::NotRunning)
-        return;
-    server->terminate();
-    if (!server->waitForFinished(3000)) {
-        server->kill();
-        server->waitForFinished(3000);
-    }
+    // They have nothing to clear up, and not every system can ask a program for its end.
+    server->kill();
+    server->waitForFinished(3000);
 }

@@ -203,11 +203,13 @@ bool SampleSite::publishPackage()
     }
     if (QFile::exists(place + QLatin1String(".sig")))
         return true;
-    QFile package(m_sample.filePath(QLatin1String("packages/") + m_packageName));
+    QFile original(m_sample.filePath(QLatin1String("packages/") + m_packageName));
+    QFile package(place);
     QDir(m_folder.path()).mkpath(QStringLiteral("site/packages"));
-    if (!package.open(QIODevice::ReadOnly) || !package.link(place)) {
+    package.remove();
+    if (!original.copy(place) || !package.open(QIODevice::ReadOnly)) {
         m_errorText
-            = tr("The package %1 cannot be published: %2").arg(package.fileName(), package.errorString());
+            = tr("The package %1 cannot be published: %2").arg(original.fileName(), original.errorString());
         return false;
     }
     QCryptographicHash md5(QCryptographicHash::Md5);

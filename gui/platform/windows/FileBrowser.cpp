@@ -1,17 +1,14 @@
 #include "gui/platform/FileBrowser.h"
 
-#include <windows.h>
+#include "gui/platform/windows/WideText.h"
 
 #include <shellapi.h>
-#include <vector>
 
 namespace KovGui::Platform {
 
 bool revealFile(const std::string &path, const std::function<bool()> &, Report report)
 {
-    std::vector<wchar_t> wide(path.size() + 1);
-    MultiByteToWideChar(CP_UTF8, 0, path.c_str(), -1, wide.data(), int(wide.size()));
-    std::wstring file(wide.data());
+    std::wstring file = toWide(path).value_or(std::wstring());
     for (wchar_t &character : file)
         character = character == L'/' ? L'\\' : character;
     // A file's name holds no quotation mark on this system.

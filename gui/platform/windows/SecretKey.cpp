@@ -1,6 +1,7 @@
 #include "gui/platform/SecretKey.h"
 
 #include "gui/platform/KnownFolders.h"
+#include "gui/platform/windows/WideText.h"
 
 #include <cstring>
 #include <string>
@@ -17,14 +18,6 @@ namespace {
 
 /// A sealed key is about 200 bytes.
 constexpr DWORD maxFileSize = 4096;
-
-std::wstring wide(const std::string &text)
-{
-    std::wstring result(text.size() + 1, L'\0');
-    const int length = MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, result.data(), int(result.size()));
-    result.resize(length > 0 ? std::size_t(length - 1) : 0);
-    return result;
-}
 
 bool unprotect(std::vector<BYTE> &sealed, SecretKey &key)
 {
@@ -100,7 +93,7 @@ bool createKeyFile(const std::wstring &path, SecretKey &key)
 bool secretKey(SecretKey &key, Report report)
 {
     const std::string data = localDataFolder();
-    const std::wstring folder = wide(data + "\\tessarine");
+    const std::wstring folder = toWide(data + "\\tessarine").value_or(std::wstring());
     const std::wstring path = folder + L"\\passwords.key";
     const FileState state = data.empty() ? FileState::Refused : readKeyFile(path, key);
     if (state == FileState::Read)

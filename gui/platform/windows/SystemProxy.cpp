@@ -10,6 +10,8 @@
 
 #include <windows.h>
 
+#include "gui/platform/windows/WideText.h"
+
 #include <winhttp.h>
 
 namespace KovGui::Platform {
@@ -18,29 +20,12 @@ namespace {
 
 constexpr long connectLimitSeconds = 2;
 
-std::wstring wide(const std::string &text)
-{
-    std::wstring result(text.size() + 1, L'\0');
-    const int length = MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, result.data(), int(result.size()));
-    result.resize(length > 0 ? std::size_t(length - 1) : 0);
-    return result;
-}
-
-std::string narrow(const wchar_t *text)
-{
-    const int size = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
-    std::string result(size > 0 ? std::size_t(size) : 1, '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text, -1, result.data(), size, nullptr, nullptr);
-    result.pop_back();
-    return result;
-}
-
 /// A text that WinHTTP allocated.
 std::string take(wchar_t *text)
 {
     if (!text)
         return {};
-    const std::string result = narrow(text);
+    const std::string result = toUtf8(text);
     GlobalFree(text);
     return result;
 }
@@ -244,8 +229,8 @@ bool SystemProxyQuery::Private::fromScript(const std::string &url, const std::st
                                            ProxyAddress &result) const
 {
     const auto question = std::make_shared<Question>();
-    question->address = wide(url);
-    question->script = wide(scriptUrl);
+    question->address = toWide(url).value_or(std::wstring());
+    question->script = toWide(scriptUrl).value_or(std::wstring());
     question->limit = limit;
     std::thread([question, &http = winHttp(report)] {
         ask(http, *question);

@@ -259,8 +259,13 @@ void CTaskHttpOperation::follow(QNetworkReply *posted)
 {
     d->pending = posted;
     d->response.clear();
-    // Bounds what arrives while this thread is busy.
-    posted->setReadBufferSize(MaximumBodySize);
+    // Bounds what arrives while this thread is busy. Qt's thread crashes when it hears of a bound while a
+    // connection is not yet encrypted, as behind a proxy that asks for a password.
+    const auto bound = [posted] { posted->setReadBufferSize(MaximumBodySize); };
+    if (posted->url().scheme() == QLatin1String("https"))
+        connect(posted, &QNetworkReply::metaDataChanged, posted, bound);
+    else
+        bound();
     connect(posted, &QNetworkReply::readyRead, this, [this, posted] { d->takeBody(*posted); });
     d->timer->start();
 }

@@ -1,5 +1,6 @@
 #include "programs/download_utility/windows/File.h"
 
+#include "gui/platform/windows/LongPath.h"
 #include "gui/platform/windows/WideText.h"
 
 #include <aclapi.h>
@@ -32,19 +33,9 @@ bool isOurs(PSID owner)
 
 } // namespace
 
-std::wstring longPath(const std::wstring &path)
-{
-    const DWORD size = GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
-    std::wstring full(size, L'\0');
-    full.resize(GetFullPathNameW(path.c_str(), size, full.data(), nullptr));
-    if (full.empty() || full.rfind(L"\\\\?\\", 0) == 0 || full.rfind(L"\\\\.\\", 0) == 0)
-        return full;
-    return full.rfind(L"\\\\", 0) == 0 ? L"\\\\?\\UNC" + full.substr(1) : L"\\\\?\\" + full;
-}
-
 Handle openFolder(const std::wstring &path, std::wstring &realPath)
 {
-    realPath = longPath(path);
+    realPath = KovGui::Platform::longPath(path);
     Handle folder(CreateFileW(realPath.c_str(), FILE_LIST_DIRECTORY | FILE_READ_ATTRIBUTES,
                               FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
                               FILE_FLAG_BACKUP_SEMANTICS, nullptr));

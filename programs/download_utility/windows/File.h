@@ -13,10 +13,6 @@ using KovGui::Platform::Handle;
 
 constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
-/// The same file in the way in which the system takes more than 260 characters; relative paths count from the
-/// working directory. Empty when the system does not understand it.
-std::wstring longPath(const std::wstring &path);
-
 /// The folder itself, which nobody moves or removes while the handle is open, with its real path.
 Handle openFolder(const std::wstring &path, std::wstring &realPath);
 

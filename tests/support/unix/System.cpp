@@ -5,6 +5,7 @@
 #include <QProcess>
 
 #include <csignal>
+#include <pwd.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -37,9 +38,16 @@ bool mountSmall(const QString &folder, qint64 bytes)
     return ::mount("tmpfs", QFile::encodeName(folder).constData(), "tmpfs", 0, size.constData()) == 0;
 }
 
+bool resizeMounted(const QString &folder, qint64 bytes)
+{
+    const QByteArray size = "size=" + QByteArray::number(bytes);
+    return ::mount("tmpfs", QFile::encodeName(folder).constData(), "tmpfs", MS_REMOUNT, size.constData())
+           == 0;
+}
+
 bool unmount(const QString &folder)
 {
-    return ::umount(QFile::encodeName(folder).constData()) == 0;
+    return ::umount2(QFile::encodeName(folder).constData(), MNT_DETACH) == 0;
 }
 
 bool limitFileSize(qint64 bytes)
@@ -83,7 +91,63 @@ bool runAsAnotherUser(QProcess &process)
         QStringList{QStringLiteral("--reuid=65534"), QStringLiteral("--clear-groups"), process.program()}
         + process.arguments());
     process.setProgram(QStringLiteral("setpriv"));
+    return isRoot();
+}
+
+bool isRoot()
+{
     return ::geteuid() == 0;
+}
+
+bool startServer(QProcess &process, const QString &program, const QStringList &arguments,
+                 const QString &folderOfProxy)
+{
+    // It goes even if this process is killed.
+    QStringList command{QStringLiteral("--pdeathsig"), QStringLiteral("TERM")};
+    if (isRoot() && !folderOfProxy.isEmpty()) {
+        const passwd *const proxy = ::getpwnam("proxy");
+        if (!proxy
+            || ::chown(QFile::encodeName(folderOfProxy).constData(), proxy->pw_uid, proxy->pw_gid) != 0)
+            return false;
+        command << QStringLiteral("--reuid=proxy") << QStringLiteral("--regid=proxy")
+                << QStringLiteral("--clear-groups");
+    }
+    process.start(QStringLiteral("setpriv"), command + QStringList(program) + arguments);
+    return true;
+}
+
+void stopServer(QProcess &process)
+{
+    process.terminate();
+    if (process.state() != QProcess::NotRunning && !process.waitForFinished(5000)) {
+        process.kill();
+        process.waitForFinished();
+    }
+}
+
+QByteArray shownOf(qint64 process)
+{
+    QByteArray texts;
+    for (const char *name : {"cmdline", "environ"}) {
+        QFile file(QStringLiteral("/proc/%1/%2").arg(process).arg(QLatin1String(name)));
+        if (file.open(QIODevice::ReadOnly))
+            texts += file.readAll();
+    }
+    return texts;
+}
+
+qint64 peakMemory()
+{
+    rusage usage{};
+    ::getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss * 1024LL;
+}
+
+qint64 peakMemoryOfChildren()
+{
+    rusage usage{};
+    ::getrusage(RUSAGE_CHILDREN, &usage);
+    return usage.ru_maxrss * 1024LL;
 }
 
 void resetAtClose(qintptr socket)

@@ -8,6 +8,7 @@
 
 #include <windows.h>
 
+#include <psapi.h>
 #include <tlhelp32.h>
 
 namespace {
@@ -48,6 +49,11 @@ bool mountSmall(const QString &, qint64)
     return false;
 }
 
+bool resizeMounted(const QString &, qint64)
+{
+    return false;
+}
+
 bool unmount(const QString &)
 {
     return false;
@@ -76,8 +82,10 @@ qint64 childNamed(const char *name)
 
 bool kill(qint64 process)
 {
-    const HANDLE opened = OpenProcess(PROCESS_TERMINATE, FALSE, DWORD(process));
-    const bool isKilled = opened && TerminateProcess(opened, 9);
+    // One that has ended can still be opened, and Wine ends it again.
+    const HANDLE opened = OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, DWORD(process));
+    const bool isKilled = opened && WaitForSingleObject(opened, 0) == WAIT_TIMEOUT
+                          && TerminateProcess(opened, STATUS_CONTROL_C_EXIT);
     if (opened)
         CloseHandle(opened);
     return isKilled;
@@ -104,6 +112,43 @@ bool askToStop(QProcess &process)
 bool runAsAnotherUser(QProcess &)
 {
     return false;
+}
+
+bool isRoot()
+{
+    return false;
+}
+
+bool startServer(QProcess &process, const QString &program, const QStringList &arguments, const QString &)
+{
+    process.start(program, arguments);
+    return true;
+}
+
+void stopServer(QProcess &process)
+{
+    if (process.state() == QProcess::NotRunning)
+        return;
+    process.kill();
+    process.waitForFinished();
+}
+
+QByteArray shownOf(qint64)
+{
+    return QByteArray();
+}
+
+qint64 peakMemory()
+{
+    PROCESS_MEMORY_COUNTERS counters{};
+    return GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters)
+               ? qint64(counters.PeakWorkingSetSize)
+               : 0;
+}
+
+qint64 peakMemoryOfChildren()
+{
+    return 0;
 }
 
 void resetAtClose(qintptr socket)

@@ -1,5 +1,6 @@
 #include "programs/updater/base/Files.h"
 
+#include "gui/platform/windows/LongPath.h"
 #include "programs/updater/base/windows/AccessList.h"
 
 #include <QDir>
@@ -46,15 +47,9 @@ std::wstring wide(const QByteArray &name)
     return QDir::toNativeSeparators(QString::fromUtf8(name)).toStdWString();
 }
 
-/// A path that may be longer than 260 characters.
 std::wstring longPath(const QString &path)
 {
-    const std::wstring native = QDir::toNativeSeparators(path).toStdWString();
-    std::wstring full(32768, L'\0');
-    full.resize(GetFullPathNameW(native.c_str(), DWORD(full.size()), full.data(), nullptr));
-    if (full.rfind(L"\\\\?\\", 0) == 0)
-        return full;
-    return full.rfind(L"\\\\", 0) == 0 ? L"\\\\?\\UNC" + full.substr(1) : L"\\\\?\\" + full;
+    return KovGui::Platform::longPath(QDir::toNativeSeparators(path).toStdWString());
 }
 
 HANDLE handleOf(const Files::Handle &handle)
