@@ -1,4 +1,4 @@
-// A process that logs, for tst_log to start, kill and look at: log_writer DIRECTORY COMMAND [ARGUMENTS]
+// A process that logs, for tst_log_file to start, kill and look at: log_writer DIRECTORY COMMAND [ARGUMENTS]
 // DIRECTORY "-" sets none. The exit code is 0, or the number of the line that found a fault, or 77: not
 // permitted here.
 
