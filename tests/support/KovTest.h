@@ -6,6 +6,7 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QSettings>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -18,8 +19,22 @@
 class TestEnvironment
 {
 public:
+    /// For a test that asks for settings in files where the system keeps them elsewhere, and for its
+    /// children.
+    static void useSettingsFiles()
+    {
+        const QString folder = qEnvironmentVariable("KOV_TEST_SETTINGS");
+        if (folder.isEmpty())
+            return;
+        QSettings::setDefaultFormat(QSettings::IniFormat);
+        QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder);
+    }
+
     TestEnvironment()
     {
+        if (qEnvironmentVariableIsSet("KOV_TEST_SETTINGS"))
+            qputenv("KOV_TEST_SETTINGS", path("config"));
+        useSettingsFiles();
         qputenv("XDG_CONFIG_HOME", path("config"));
         qputenv("XDG_DATA_HOME", path("data"));
         qputenv("XDG_CACHE_HOME", path("cache"));

@@ -9,7 +9,7 @@
 #include <QLockFile>
 #include <QSaveFile>
 #include <QSettings>
-#include <QTemporaryFile>
+#include <QTemporaryDir>
 
 namespace {
 
@@ -30,9 +30,12 @@ int settingsIn(const QByteArray &content)
 QString edit(QByteArray *content, QSettings::Format format, const QHash<QString, QVariant> &values)
 {
     const QString noRoom = QStringLiteral("no room for a temporary copy");
-    QTemporaryFile draft;
-    if (!draft.open() || draft.write(*content) != content->size() || !draft.flush())
+    // QTemporaryFile keeps its file open, and not every system replaces one that is.
+    const QTemporaryDir folder;
+    QFile draft(folder.filePath(QStringLiteral("draft")));
+    if (!draft.open(QIODevice::WriteOnly) || draft.write(*content) != content->size() || !draft.flush())
         return noRoom;
+    draft.close();
 
     int count = 0;
     {
@@ -44,10 +47,9 @@ QString edit(QByteArray *content, QSettings::Format format, const QHash<QString,
             settings.setValue(value.key(), *value);
         count = settings.allKeys().size();
     }
-    QFile file(draft.fileName());
-    if (!file.open(QIODevice::ReadOnly))
+    if (!draft.open(QIODevice::ReadOnly))
         return noRoom;
-    *content = file.readAll();
+    *content = draft.readAll();
     return content->endsWith('\n') && settingsIn(*content) == count ? QString() : noRoom;
 }
 
@@ -79,6 +81,7 @@ QString writeFile(const QString &fileName, QSettings::Format format, const QHash
         if (!file.open(QIODevice::ReadOnly))
             return file.errorString();
         content = file.readAll();
+        file.close();
     }
     const QString error = edit(&content, format, values);
     return error.isEmpty() ? replace(fileName, content) : error;
