@@ -161,7 +161,8 @@ private Q_SLOTS:
     void followsNoLink()
     {
         const QString link = m_folder.filePath(QStringLiteral("link"));
-        QVERIFY(QFile::link(QStringLiteral("/etc/passwd"), link));
+        if (!System::makeSymbolicLink(QStringLiteral("/etc/passwd"), link))
+            QSKIP("This system makes no links.");
         t_SdkHandleWrap job;
         QCOMPARE(KovApi_GetProblemReport(KPR_PACKED, partWith(QStringLiteral("a.log"), link).constData(),
                                          job.out()),

@@ -57,7 +57,7 @@ private Q_SLOTS:
         QVERIFY(huge.open(QIODevice::WriteOnly) && huge.resize(Q_INT64_C(1) << 30));
 
         const QString secureBlock
-            = m_authority.issue("/CN=Test", "IP:127.0.0.1")
+            = m_authority.issue("/CN=Test", "DNS:localhost")
               + "location = /to-clear { return 302 http://127.0.0.1/; }\n"
                 "location /anonymous { if ($http_authorization) { return 409; } rewrite "
                 "^/anonymous(.*)$ $1 last; }\n";
@@ -76,12 +76,11 @@ private Q_SLOTS:
               "location /locked { if ($http_authorization != \"Basic dXNlcjpzZWNyZXQ=\") { return 401; }\n"
               "                   rewrite ^/locked(.*)$ $1 last; }\n"
               "location = /asks { return 407; }\nlocation = /gateway { return 503; }\n";
-        QVERIFY2(
-            m_server.start(m_root.path(), block.arg(m_root.path(), m_secureServer.url("anonymous/good.xml"),
-                                                    m_secureServer.url("to-clear"))),
-            qPrintable(m_server.errorString()));
+        QVERIFY2(m_server.start(m_root.path(), block.arg(m_root.path(), secureUrl("anonymous/good.xml"),
+                                                         secureUrl("to-clear"))),
+                 qPrintable(m_server.errorString()));
         write("clear.xml", catalogue(m_server.url("p.run")));
-        write("elsewhere.xml", catalogue(m_secureServer.url("anonymous/p.run")));
+        write("elsewhere.xml", catalogue(secureUrl("anonymous/p.run")));
     }
 
     void scenario_data()
@@ -102,12 +101,13 @@ private Q_SLOTS:
         row("to-file", {}, ExitCode::RedirectRefused, "it is no http or https address");
         row("to-user", {}, ExitCode::RedirectRefused, "it holds user information");
         row("to-secure", trusting, ExitCode::UpdateFound);
-        row("to-secure", {}, ExitCode::TlsError, "certificate");
+        if (System::checksCertificates)
+            row("to-secure", {}, ExitCode::TlsError, "certificate");
         row("to-clear-by-secure", trusting, ExitCode::RedirectRefused, "it leaves https for http");
         row("https:to-clear", trusting, ExitCode::RedirectRefused, "it leaves https for http");
         row("https:good.xml", trusting, ExitCode::UpdateFound);
         row("https:good.xml", {"--ca-file", "/nowhere.pem"}, ExitCode::TlsError);
-        row("https://localhost:%1/good.xml", trusting, ExitCode::TlsError, "certificate");
+        row("https://127.0.0.1:%1/good.xml", trusting, ExitCode::TlsError, "certificate");
         row("https:clear.xml", trusting, ExitCode::BadCatalogue, "refused: it leaves https for http");
         row("clear.xml", {}, ExitCode::UpdateFound);
         row("missing.xml", {}, ExitCode::HttpError, "the server answers with status 404");
@@ -123,7 +123,7 @@ private Q_SLOTS:
     void scenario()
     {
         const auto [path, more, exitCode, says] = cells<QString, QStringList, ExitCode, QString>();
-        QString url = path.startsWith("https:") ? m_secureServer.url(path.mid(6)) : m_server.url(path);
+        QString url = path.startsWith("https:") ? secureUrl(path.mid(6)) : m_server.url(path);
         if (path.contains("://"))
             url = path.contains("%1") ? path.arg(m_secureServer.port()) : path;
         const bool isError = exitCode != ExitCode::UpdateFound && exitCode != ExitCode::NoUpdate;
@@ -238,15 +238,17 @@ private Q_SLOTS:
                         "--ca-file", m_authority.certificate()});
         };
         const Outcome open = checkWith("locked/good.xml");
-        QVERIFY2(open.errors.contains("warning: ") == System::hasModes && !open.errors.contains("secret"),
+        QVERIFY2((open.errors.contains("warning: ") || !System::hasModes) && !open.errors.contains("secret"),
                  qPrintable(open.errors));
         QVERIFY(
             QFile::setPermissions(m_private.filePath("updater.xml"), QFile::ReadOwner | QFile::WriteOwner));
         const Outcome found = checkWith("locked/good.xml");
-        judge(found, ExitCode::UpdateFound);
+        // Where a file has no mode, it may still be readable by others.
+        const int warnings = System::hasModes ? 0 : open.errors.count('\n');
+        judge(found, ExitCode::UpdateFound, warnings);
         QVERIFY2(!found.output.contains("secret"), qPrintable(found.output));
-        judge(checkWith("to-secure"), ExitCode::UpdateFound);
-        judge(checkWith("elsewhere.xml"), ExitCode::UpdateFound);
+        judge(checkWith("to-secure"), ExitCode::UpdateFound, warnings);
+        judge(checkWith("elsewhere.xml"), ExitCode::UpdateFound, warnings);
         for (const Outcome &failed :
              {checkWith("missing.xml?token=secret"), check(secret.arg(m_server.port()).arg("good.xml"))})
             QVERIFY2(failed.exitCode > 0 && !failed.errors.contains("secret"), qPrintable(failed.errors));
@@ -277,7 +279,8 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(silent.connections > before, 30000);
         QVERIFY(System::askToStop(process));
         QVERIFY(process.waitForFinished(10000));
-        QCOMPARE(process.exitStatus(), QProcess::CrashExit);
+        QVERIFY2(process.exitStatus() == QProcess::CrashExit || !System::hasModes,
+                 qPrintable(QString::number(process.exitCode())));
         QCOMPARE(process.readAllStandardOutput(), "");
     }
 
@@ -446,6 +449,11 @@ private:
     static QByteArray catalogue(const QString &filePath)
     {
         return sampleCatalogue({3, 1, 5, 31502}, filePath, "Neu: \xc3\xbc\nand more");
+    }
+
+    QString secureUrl(const QString &path) const
+    {
+        return m_secureServer.url(path).replace("127.0.0.1", "localhost");
     }
 
     /// The file.

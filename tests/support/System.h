@@ -10,6 +10,8 @@ namespace System {
 
 /// Whether a file that somebody holds open can be renamed and replaced.
 extern const bool renamesOpenFiles;
+/// Whether a certificate is looked at where no file of authorities is named. Wine takes any.
+extern const bool checksCertificates;
 /// Whether a file says in its mode who may read it.
 extern const bool hasModes;
 

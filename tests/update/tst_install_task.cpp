@@ -219,15 +219,17 @@ private Q_SLOTS:
                   "Set+up-3.1.4.31301.tar_gz|Set+up-3.1.4.31301.zip|Set+up-3.1.4.tar.gz|Set+up-notes.tar.gz|"
                   "Set+up-3.1.4.31301 (1).tar.gz|set+up-3.1.4.31301.tar.gz|thesis.tar.gz")
                   .split('|');
+        if (!System::hasModes)
+            kept.removeOne(old.toLower()); // the same file there
         kept << current << current + ".kovupd-part" << current + ".kovupd-info";
         const QDir directory(folder());
         for (const QString &name : stale + kept)
             QVERIFY(writeFile(directory.filePath(name), "x"));
         QVERIFY(directory.mkpath("Set+up-1.0.0.1.tar.gz"));
-        QVERIFY(
-            QFile::link(directory.filePath("thesis.tar.gz"), directory.filePath("Set+up-1.0.0.2.tar.gz")));
-        kept << "Set+up-1.0.0.1.tar.gz"
-             << "Set+up-1.0.0.2.tar.gz";
+        kept << "Set+up-1.0.0.1.tar.gz";
+        if (System::makeSymbolicLink(directory.filePath("thesis.tar.gz"),
+                                     directory.filePath("Set+up-1.0.0.2.tar.gz")))
+            kept << "Set+up-1.0.0.2.tar.gz";
         kept.sort();
 
         const auto run = [this](const QString &name) {
@@ -255,9 +257,12 @@ private Q_SLOTS:
         update.download.destinationDirectory.clear();
         const QString there = Install(update, params()).updateInfo().download.destinationDirectory;
         QCOMPARE(there, QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation) + "/updates");
-        QCOMPARE(int(QFile::permissions(there) & (QFile::ReadGroup | QFile::ExeGroup | QFile::ReadOther)), 0);
+        const auto others = QFile::ReadGroup | QFile::ExeGroup | QFile::ReadOther;
+        QVERIFY(!System::hasModes || (QFile::permissions(there) & others) == 0);
 
-        QVERIFY(QDir().rmdir(there) && QFile::link(folder(), there));
+        QVERIFY(QDir().rmdir(there));
+        if (!System::makeSymbolicLink(folder(), there))
+            QSKIP("This system makes no links.");
         const LogCapture log;
         const DialogScript script("");
         Install refused(update, params());

@@ -93,9 +93,10 @@ CTessarineProblemReportDialog::CTessarineProblemReportDialog(const QString &path
 CTessarineProblemReportDialog::~CTessarineProblemReportDialog()
 {
     const bool isUnfinished = d->packing || d->isCancelled;
-    // It reads files that go with the report.
+    // They read files that go with the report.
     delete d->packing;
     delete d->post;
+    delete d->browser;
     if (isUnfinished)
         KeptReports::remove(d->keptId);
 }

@@ -17,13 +17,17 @@ constexpr auto forOwner = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner
 
 void removeLeftovers(const QDir &folder)
 {
-    const auto locks = folder.entryList({QStringLiteral("open-*.lock")}, QDir::Files);
-    for (const QString &name : locks) {
+    // A folder that could not be removed by its owner has no lock any more.
+    const auto entries
+        = folder.entryList({QStringLiteral("open-*")}, QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot);
+    for (const QString &entry : entries) {
+        const bool isLock = entry.endsWith(QLatin1String(lockSuffix));
+        const QString name = isLock ? entry.chopped(int(qstrlen(lockSuffix))) : entry;
         // Whoever holds it is alive.
-        QLockFile lock(folder.filePath(name));
+        QLockFile lock(folder.filePath(name + QLatin1String(lockSuffix)));
         lock.setStaleLockTime(0);
         if (lock.tryLock(0))
-            QDir(folder.filePath(name.chopped(int(qstrlen(lockSuffix))))).removeRecursively();
+            QDir(folder.filePath(name)).removeRecursively();
     }
 }
 

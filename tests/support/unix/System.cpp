@@ -15,6 +15,7 @@
 namespace System {
 
 const bool renamesOpenFiles = true;
+const bool checksCertificates = true;
 const bool hasModes = true;
 
 bool makeSymbolicLink(const QString &target, const QString &path)

@@ -3,6 +3,7 @@
  * openssl.exe. It gives its arguments and its standard input to tests/support/programs-beside-wine and writes
  * what comes back. Ended, it takes that program with it.
  */
+#include <QAbstractNativeEventFilter>
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
@@ -39,6 +40,24 @@ QByteArray request()
     return QJsonDocument(request).toJson(QJsonDocument::Compact) + '\n';
 }
 
+/// QProcess::terminate() posts a message.
+class EndRequest : public QAbstractNativeEventFilter
+{
+public:
+    explicit EndRequest(QTcpSocket *socket)
+        : m_socket(socket)
+    { }
+    bool nativeEventFilter(const QByteArray &, void *message, long *) override
+    {
+        if (static_cast<MSG *>(message)->message == WM_CLOSE)
+            m_socket->write("-1\n");
+        return false;
+    }
+
+private:
+    QTcpSocket *const m_socket;
+};
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -51,6 +70,8 @@ int main(int argc, char *argv[])
         return 1;
     }
     socket.write(request());
+    EndRequest endRequest(&socket);
+    application.installNativeEventFilter(&endRequest);
     _setmode(_fileno(stdin), _O_BINARY);
     _setmode(_fileno(stdout), _O_BINARY);
     // Reading blocks for as long as whoever started this keeps the pipe.

@@ -23,6 +23,7 @@ std::wstring native(const QString &path)
 namespace System {
 
 const bool renamesOpenFiles = false;
+const bool checksCertificates = !GetProcAddress(GetModuleHandleW(L"ntdll"), "wine_get_version");
 const bool hasModes = false;
 
 bool makeSymbolicLink(const QString &target, const QString &path)
@@ -127,10 +128,12 @@ bool startServer(QProcess &process, const QString &program, const QStringList &a
 
 void stopServer(QProcess &process)
 {
-    if (process.state() == QProcess::NotRunning)
-        return;
-    process.kill();
-    process.waitForFinished();
+    // Heard by what stands for a server under Wine (ProgramBeside.cpp).
+    process.terminate();
+    if (process.state() != QProcess::NotRunning && !process.waitForFinished(5000)) {
+        process.kill();
+        process.waitForFinished();
+    }
 }
 
 QByteArray shownOf(qint64)
