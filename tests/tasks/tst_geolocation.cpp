@@ -109,6 +109,9 @@ private Q_SLOTS:
     void countryNames()
     {
         const auto [locale, code, name] = cells<QString, QString, QString>();
+        const QString package = "iso-codes/json/iso_3166-1.json";
+        if (QStandardPaths::locate(QStandardPaths::GenericDataLocation, package).isEmpty())
+            QSKIP("Without the package names are in English.");
         QLocale::setDefault(QLocale(locale));
         QCOMPARE(nameOf(code), name);
     }
