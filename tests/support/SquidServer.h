@@ -29,8 +29,11 @@ public:
         QString program = QStandardPaths::findExecutable("squid");
         if (program.isEmpty())
             program = QStandardPaths::findExecutable("squid", {"/usr/sbin"});
+        // Those of one name share memory, which another user's cannot open.
+        const QString name = "test" + QString::number(m_port);
         // Squid wants another user than root for itself.
-        if (!System::startServer(m_process, program, {"-N", "-f", path("squid.conf")}, m_directory.path()))
+        if (!System::startServer(m_process, program, {"-N", "-n", name, "-f", path("squid.conf")},
+                                 m_directory.path()))
             return false;
         return QTest::qWaitFor([this] { return isAnswering(); }, 20000);
     }

@@ -46,7 +46,12 @@ bool LoopbackServer::waitUntilReady(QProcess *server, quint16 port)
 
 void LoopbackServer::stop(QProcess *server)
 {
-    // They have nothing to clear up, and not every system can ask a program for its end.
-    server->kill();
-    server->waitForFinished(3000);
+    if (server->state() == QProcess::NotRunning)
+        return;
+    server->terminate();
+    // Not every system has a way to ask for it.
+    if (!server->waitForFinished(1000)) {
+        server->kill();
+        server->waitForFinished(3000);
+    }
 }

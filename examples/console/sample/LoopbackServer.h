@@ -15,7 +15,7 @@ QString program(const char *name);
 bool save(const QString &path, const QByteArray &bytes);
 /// Waits some seconds until the port answers; false when it does not, or the server ends.
 bool waitUntilReady(QProcess *server, quint16 port);
-/// Ends the server.
+/// Asks the server to end, and ends it.
 void stop(QProcess *server);
 
 } // namespace LoopbackServer

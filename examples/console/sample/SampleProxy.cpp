@@ -63,8 +63,10 @@ bool SampleProxy::start()
                                         : tr("The proxy's folder cannot be written.");
         return false;
     }
-    m_server->start(program, {QStringLiteral("-N"), QStringLiteral("-f"),
-                              m_folder.filePath(QStringLiteral("squid.conf"))});
+    // Those of one name share memory, which another user's cannot open.
+    m_server->start(program,
+                    {QStringLiteral("-N"), QStringLiteral("-n"), QStringLiteral("tessarine%1").arg(m_port),
+                     QStringLiteral("-f"), m_folder.filePath(QStringLiteral("squid.conf"))});
     if (!m_server->waitForStarted() || !LoopbackServer::waitUntilReady(m_server, m_port)) {
         m_errorText
             = tr("squid did not start: %1").arg(QString::fromLocal8Bit(m_server->readAllStandardError()));
