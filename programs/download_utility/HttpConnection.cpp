@@ -1,5 +1,6 @@
 #include "programs/download_utility/HttpConnection.h"
 
+#include "gui/platform/ServerAddress.h"
 #include "programs/download_utility/Process.h"
 #include "programs/download_utility/Text.h"
 
@@ -127,6 +128,7 @@ public:
     Result handOverHead();
     Result outcome(CURLcode code);
     bool isLoginRefused(CURLcode code) const;
+    bool isServerRight() const;
     Result redirectTarget(const Url &from, Url &target) const;
 
     static std::size_t onHeader(char *data, std::size_t, std::size_t size, void *self);
@@ -139,6 +141,7 @@ public:
     char errorText[CURL_ERROR_SIZE] = {};
 
     Sink *sink = nullptr;
+    std::string addressToCompare; ///< of the server, with its certificate; empty: libcurl does it
     ResponseHead head;
     Result unusable; ///< why nothing can be asked
     Result failure; ///< of a call-back; the library below only learns that there was one
@@ -181,7 +184,6 @@ void HttpConnection::Private::setUp()
     set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(options.connectTimeout));
     set(CURLOPT_BUFFERSIZE, receiveBuffer);
     set(CURLOPT_SSL_VERIFYPEER, 1L);
-    set(CURLOPT_SSL_VERIFYHOST, 2L);
     set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
     // Where certificates are asked whether they were revoked, an authority that cannot be asked is no reason.
     set(CURLOPT_SSL_OPTIONS, static_cast<long>(CURLSSLOPT_REVOKE_BEST_EFFORT));
@@ -271,9 +273,18 @@ int HttpConnection::Private::onRequest(void *self, char *, char *, int, int)
 {
     auto *d = static_cast<Private *>(self);
     d->lastActivity = SteadyClock::now();
-    d->isRequestSent = true;
     d->hasConnected = true;
+    if (!d->isServerRight()) {
+        d->failure = Result(ExitCode::NotTrusted, "the server's certificate is not for this address");
+        return CURL_PREREQFUNC_ABORT;
+    }
+    d->isRequestSent = true;
     return CURL_PREREQFUNC_OK;
+}
+
+bool HttpConnection::Private::isServerRight() const
+{
+    return addressToCompare.empty() || KovGui::Platform::isCertificateFor(addressToCompare, easy);
 }
 
 Result HttpConnection::Private::handOverHead()
@@ -377,6 +388,10 @@ Result HttpConnection::Private::askOnce(const Question &question, const Url &ori
     }
     const bool hasLogin = !original.user.empty() && original.hasSameOrigin(question.url);
     set(CURLOPT_URL, question.url.text.c_str());
+    const bool isOurs = question.url.isSecure() && !options.caFile.empty()
+                        && KovGui::Platform::hasToCompareAddress(question.url.host);
+    addressToCompare = isOurs ? question.url.host : std::string();
+    set(CURLOPT_SSL_VERIFYHOST, isOurs ? 0L : 2L);
     set(CURLOPT_HTTPHEADER, headers.get());
     set(CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_BASIC | CURLAUTH_DIGEST));
     set(CURLOPT_USERNAME, hasLogin ? original.user.c_str() : nullptr);

@@ -51,7 +51,8 @@ class tst_RecoverySteps : public QObject
         process.setProcessChannelMode(QProcess::ForwardedChannels);
         process.start(QCoreApplication::applicationFilePath(),
                       orderOf(step, change, canMoveFolders, *m_site));
-        const bool isOver = process.waitForFinished(60000);
+        // Under Wine beside other work a step has taken over a minute.
+        const bool isOver = process.waitForFinished(300000);
         const bool isKilled = process.exitStatus() == QProcess::CrashExit;
         if (!isOver || (process.exitCode() != 0 && !isKilled))
             QTest::qFail(

@@ -4,16 +4,20 @@
 
 class QProcess;
 
-/// What tests ask of the operating system itself, implemented once for each. What a system, or this user on
-/// it, cannot do returns false; the test then skips what needs it.
+/// What tests ask of the operating system itself, all but stopServer() implemented once for each. What a
+/// system, or this user on it, cannot do returns false; the test then skips what needs it.
 namespace System {
 
 /// Whether a file that somebody holds open can be renamed and replaced.
 extern const bool renamesOpenFiles;
 /// Whether a certificate is looked at where no file of authorities is named. Wine takes any.
 extern const bool checksCertificates;
+/// Whether it shows how a program ended that Ctrl+C ended. Wine says that all was well.
+extern const bool showsInterrupt;
 /// Whether a file says in its mode who may read it.
 extern const bool hasModes;
+/// Whether shownOf() sees anything.
+extern const bool showsProcesses;
 
 bool makeSymbolicLink(const QString &target, const QString &path);
 bool makeHardLink(const QString &target, const QString &path);

@@ -1,6 +1,7 @@
 #include "programs/updater/check/CatalogueFetch.h"
 
 #include "gui/KovVersion.h"
+#include "gui/platform/ServerAddress.h"
 #include "programs/updater/base/Address.h"
 
 #include <QFile>
@@ -109,7 +110,6 @@ private:
         set(CURLOPT_FAILONERROR, 1L);
         set(CURLOPT_USERAGENT, "TessarineUpdater/" KOV_VERSION_TEXT);
         set(CURLOPT_SSL_VERIFYPEER, 1L);
-        set(CURLOPT_SSL_VERIFYHOST, 2L);
         set(CURLOPT_SSLVERSION, long(CURL_SSLVERSION_TLSv1_2));
         // Where certificates are asked whether they were revoked, an authority that cannot be asked is no
         // reason.
@@ -121,6 +121,8 @@ private:
         set(CURLOPT_WRITEDATA, static_cast<void *>(this));
         set(CURLOPT_HEADERFUNCTION, &Transfer::onHeader);
         set(CURLOPT_HEADERDATA, static_cast<void *>(this));
+        set(CURLOPT_PREREQFUNCTION, &Transfer::onConnected);
+        set(CURLOPT_PREREQDATA, static_cast<void *>(this));
         set(CURLOPT_LOW_SPEED_LIMIT, 1L);
         set(CURLOPT_LOW_SPEED_TIME, stallSeconds);
         prepareProxy();
@@ -181,6 +183,9 @@ private:
         m_error[0] = '\0';
         const qint64 remaining = qMax<qint64>(1, m_deadline.remainingTime());
         set(CURLOPT_URL, m_url.toEncoded(QUrl::RemoveUserInfo | QUrl::RemoveFragment).constData());
+        m_isAddressOurs = m_url.scheme() == QLatin1String("https") && !m_request.certificateFile.isEmpty()
+                          && KovGui::Platform::hasToCompareAddress(m_url.host().toStdString());
+        set(CURLOPT_SSL_VERIFYHOST, m_isAddressOurs ? 0L : 2L);
         set(CURLOPT_TIMEOUT_MS, long(remaining));
         set(CURLOPT_CONNECTTIMEOUT_MS, qMin(long(remaining), connectTimeoutMilliseconds));
         sendUserInfoTo(m_url);
@@ -223,6 +228,9 @@ private:
         const long tunnelStatus = longInfo(CURLINFO_HTTP_CONNECTCODE);
         if (status == 407 || tunnelStatus == 407)
             return failure(ExitCode::ProxyError, QStringLiteral("the proxy asks for a password"));
+        if (code == CURLE_ABORTED_BY_CALLBACK)
+            return failure(ExitCode::TlsError,
+                           QStringLiteral("the server's certificate is not for this address"));
         if (code == CURLE_PROXY)
             return socksFailure(longInfo(CURLINFO_PROXY_ERROR));
         if (code == CURLE_HTTP_RETURNED_ERROR && !isGatewayFailure(status))
@@ -272,6 +280,15 @@ private:
         return value;
     }
 
+    static int onConnected(void *self, char *, char *, int, int)
+    {
+        const auto *const transfer = static_cast<Transfer *>(self);
+        const bool isRight = !transfer->m_isAddressOurs
+                             || KovGui::Platform::isCertificateFor(transfer->m_url.host().toStdString(),
+                                                                   transfer->m_handle.get());
+        return isRight ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
+    }
+
     static size_t onBody(char *data, size_t size, size_t count, void *self)
     {
         auto *const transfer = static_cast<Transfer *>(self);
@@ -299,6 +316,7 @@ private:
     qint64 m_headerSize = 0;
     bool m_isTooLarge = false;
     bool m_isRefused = false;
+    bool m_isAddressOurs = false; ///< to be compared with the certificate
     char m_error[CURL_ERROR_SIZE] = {};
 };
 

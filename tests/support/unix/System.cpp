@@ -16,7 +16,9 @@ namespace System {
 
 const bool renamesOpenFiles = true;
 const bool checksCertificates = true;
+const bool showsInterrupt = true;
 const bool hasModes = true;
+const bool showsProcesses = true;
 
 bool makeSymbolicLink(const QString &target, const QString &path)
 {
@@ -115,15 +117,6 @@ bool startServer(QProcess &process, const QString &program, const QStringList &a
     }
     process.start(QStringLiteral("setpriv"), command + QStringList(program) + arguments);
     return true;
-}
-
-void stopServer(QProcess &process)
-{
-    process.terminate();
-    if (process.state() != QProcess::NotRunning && !process.waitForFinished(5000)) {
-        process.kill();
-        process.waitForFinished();
-    }
 }
 
 QByteArray shownOf(qint64 process)

@@ -23,8 +23,12 @@ std::wstring native(const QString &path)
 namespace System {
 
 const bool renamesOpenFiles = false;
-const bool checksCertificates = !GetProcAddress(GetModuleHandleW(L"ntdll"), "wine_get_version");
+
+static const bool isWine = GetProcAddress(GetModuleHandleW(L"ntdll"), "wine_get_version");
+const bool checksCertificates = !isWine;
+const bool showsInterrupt = !isWine;
 const bool hasModes = false;
+const bool showsProcesses = false;
 
 bool makeSymbolicLink(const QString &target, const QString &path)
 {
@@ -124,16 +128,6 @@ bool startServer(QProcess &process, const QString &program, const QStringList &a
 {
     process.start(program, arguments);
     return true;
-}
-
-void stopServer(QProcess &process)
-{
-    // Heard by what stands for a server under Wine (ProgramBeside.cpp).
-    process.terminate();
-    if (process.state() != QProcess::NotRunning && !process.waitForFinished(5000)) {
-        process.kill();
-        process.waitForFinished();
-    }
 }
 
 QByteArray shownOf(qint64)
