@@ -8,6 +8,7 @@
 #include <QSet>
 #include <QStorageInfo>
 
+#include <algorithm>
 #include <archive.h>
 #include <archive_entry.h>
 #include <cerrno>
@@ -46,6 +47,22 @@ QString reasonOf(archive *source)
     return reason ? QString::fromUtf8(reason).left(200) : QStringLiteral("it is no archive");
 }
 
+using Entry = std::unique_ptr<archive_entry, decltype(&archive_entry_free)>;
+
+Entry entryNamed(const QString &name)
+{
+    Entry entry(archive_entry_new(), archive_entry_free);
+    // Wide: the only way on every system that no locale spoils.
+    archive_entry_copy_pathname_w(entry.get(), name.toStdWString().c_str());
+    return entry;
+}
+
+/// Not every system's C library knows UTF-8. There libarchive takes and gives such a name only as bytes.
+bool isConvertible(const QString &name)
+{
+    return archive_entry_pathname(entryNamed(name).get()) != nullptr;
+}
+
 class Writing
 {
 public:
@@ -58,8 +75,12 @@ public:
     Result run(const QVector<Source> &sources)
     {
         archive *const target = m_archive.get();
+        m_namesAsBytes = std::any_of(sources.begin(), sources.end(),
+                                     [](const Source &source) { return !isConvertible(source.name); });
+        const char *const charset = m_namesAsBytes ? "pax:hdrcharset=BINARY" : nullptr;
         if (!target || archive_write_set_format_pax_restricted(target) != ARCHIVE_OK
             || archive_write_add_filter_gzip(target) != ARCHIVE_OK
+            || archive_write_set_options(target, charset) < ARCHIVE_WARN
             || archive_write_set_options(target, "gzip:!timestamp,gzip:compression-level=4") < ARCHIVE_WARN
             || archive_write_open(target, this, nullptr, &Writing::onWrite, nullptr) != ARCHIVE_OK)
             return failed(QStringLiteral("libarchive could not be started"));
@@ -95,10 +116,9 @@ private:
         const std::unique_ptr<QIODevice> input = source.open();
         if (!input)
             return failed(QStringLiteral("%1 cannot be read").arg(quoted(source.name)));
-        const std::unique_ptr<archive_entry, decltype(&archive_entry_free)> entry(archive_entry_new(),
-                                                                                  archive_entry_free);
-        // Wide: the only way on every system that no locale spoils.
-        archive_entry_copy_pathname_w(entry.get(), source.name.toStdWString().c_str());
+        const Entry entry = entryNamed(source.name);
+        if (m_namesAsBytes)
+            archive_entry_set_pathname(entry.get(), source.name.toUtf8().constData());
         archive_entry_set_filetype(entry.get(), AE_IFREG);
         archive_entry_set_perm(entry.get(), 0600);
         archive_entry_set_size(entry.get(), source.size);
@@ -132,6 +152,7 @@ private:
     QIODevice &m_output;
     const Progress &m_progress;
     qint64 m_done = 0;
+    bool m_namesAsBytes = false;
     bool m_hasRefused = false;
     char m_block[blockSize];
 };
@@ -147,9 +168,12 @@ public:
 
     Result begin()
     {
+        const char *const charset
+            = isConvertible(QStringLiteral("\u65e5")) ? nullptr : "tar:hdrcharset=UTF-8";
         // Formats and filters that no report needs stay unreachable.
         if (!m_archive || archive_read_support_filter_gzip(m_archive.get()) != ARCHIVE_OK
-            || archive_read_support_format_tar(m_archive.get()) != ARCHIVE_OK)
+            || archive_read_support_format_tar(m_archive.get()) != ARCHIVE_OK
+            || archive_read_set_options(m_archive.get(), charset) < ARCHIVE_WARN)
             return failed(QStringLiteral("libarchive could not be started"));
         if (archive_read_open(m_archive.get(), this, nullptr, &Reading::onRead, nullptr) != ARCHIVE_OK)
             return fault();
