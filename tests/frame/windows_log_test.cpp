@@ -3,6 +3,7 @@
 
 #include "gui/log/Log.h"
 #include "gui/platform/KnownFolders.h"
+#include "gui/platform/windows/LogAccess.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -11,7 +12,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-#include <windows.h>
 
 static int s_failures = 0;
 
@@ -87,6 +87,35 @@ static void closesReplacedHandles(const std::string &folder)
           && RemoveDirectoryA((folder + "/a").c_str()));
 }
 
+/// The entry for interactive users, read back from the list that a new file is given: Wine keeps none.
+static void letsInteractiveUsersWrite()
+{
+    for (const wchar_t *before : {L"D:(A;;FA;;;SY)", L"D:(A;;FR;;;IU)(A;;FA;;;SY)"}) {
+        PSECURITY_DESCRIPTOR descriptor = nullptr;
+        PACL list = nullptr;
+        BOOL hasList = FALSE;
+        BOOL isDefault = FALSE;
+        CHECK(ConvertStringSecurityDescriptorToSecurityDescriptorW(before, SDDL_REVISION_1, &descriptor,
+                                                                   nullptr)
+              && GetSecurityDescriptorDacl(descriptor, &hasList, &list, &isDefault));
+        const PACL opened = KovGui::Platform::openedToInteractiveUsers(list);
+        SECURITY_DESCRIPTOR now{};
+        wchar_t *text = nullptr;
+        CHECK(InitializeSecurityDescriptor(&now, SECURITY_DESCRIPTOR_REVISION)
+              && SetSecurityDescriptorDacl(&now, TRUE, opened, FALSE)
+              && ConvertSecurityDescriptorToStringSecurityDescriptorW(
+                  &now, SDDL_REVISION_1, DACL_SECURITY_INFORMATION, &text, nullptr));
+        const std::wstring entries(text ? text : L"");
+        CHECK(entries.find(L"(A;;GWGR;;;IU)") != std::wstring::npos
+              || entries.find(L"(A;;GRGW;;;IU)") != std::wstring::npos);
+        CHECK(entries.find(L"(A;;FA;;;SY)") != std::wstring::npos);
+        CHECK(entries.find(L";;;IU)") == entries.rfind(L";;;IU)"));
+        LocalFree(text);
+        LocalFree(opened);
+        LocalFree(descriptor);
+    }
+}
+
 static void systemLogsFolderIsFoundAtTheSecondCall()
 {
     const std::string logs = "C:\\windows\\Logs\\";
@@ -134,6 +163,7 @@ int main(int argc, char *argv[])
     CHECK(GetFileAttributesW(
               (std::wstring(folder.begin(), folder.end()) + L"\\\u00e4\u4e2d/tessarine-qor.log").c_str())
           != INVALID_FILE_ATTRIBUTES);
+    letsInteractiveUsersWrite();
     keepsEveryRecord(folder);
     closesReplacedHandles(folder);
     fallsBackToLocalData(folder);

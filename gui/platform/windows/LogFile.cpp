@@ -1,10 +1,9 @@
 #include "gui/platform/LogFile.h"
 
-#include <aclapi.h>
+#include "gui/platform/windows/LogAccess.h"
+
 #include <atomic>
 #include <cstdint>
-#include <sddl.h>
-#include <windows.h>
 
 namespace KovGui::Platform::LogFile {
 
@@ -109,30 +108,17 @@ bool isAt(const char *path) noexcept
 
 static void letInteractiveUsersWrite(HANDLE file)
 {
-    PSID users = nullptr;
-    if (!ConvertStringSidToSidW(L"IU", &users))
-        return;
     PACL present = nullptr;
     PSECURITY_DESCRIPTOR descriptor = nullptr;
     if (GetSecurityInfo(file, SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr, &present, nullptr,
                         &descriptor)
-        == ERROR_SUCCESS) {
-        EXPLICIT_ACCESSW entry{};
-        entry.grfAccessPermissions = GENERIC_READ | GENERIC_WRITE;
-        entry.grfAccessMode = SET_ACCESS;
-        entry.grfInheritance = NO_INHERITANCE;
-        entry.Trustee.TrusteeForm = TRUSTEE_IS_SID;
-        entry.Trustee.TrusteeType = TRUSTEE_IS_WELL_KNOWN_GROUP;
-        entry.Trustee.ptstrName = static_cast<LPWSTR>(users);
-        PACL extended = nullptr;
-        if (SetEntriesInAclW(1, &entry, present, &extended) == ERROR_SUCCESS) {
-            SetSecurityInfo(file, SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr, extended,
-                            nullptr);
-            LocalFree(extended);
-        }
-        LocalFree(descriptor);
+        != ERROR_SUCCESS)
+        return;
+    if (const PACL opened = openedToInteractiveUsers(present)) {
+        SetSecurityInfo(file, SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr, opened, nullptr);
+        LocalFree(opened);
     }
-    LocalFree(users);
+    LocalFree(descriptor);
 }
 
 static HANDLE openForAppending(const wchar_t *path, DWORD extraAccess)
