@@ -7,6 +7,17 @@
 #include <QDir>
 #include <QFile>
 #include <QProcess>
+#include <QStandardPaths>
+
+namespace {
+
+QString program()
+{
+    return QStandardPaths::findExecutable(QStringLiteral("sample_report_service"),
+                                          {QCoreApplication::applicationDirPath()});
+}
+
+} // namespace
 
 ReportServer::ReportServer(QObject *parent)
     : QObject(parent)
@@ -19,12 +30,20 @@ ReportServer::~ReportServer()
     LoopbackServer::stop(m_server);
 }
 
+bool ReportServer::isInstalled()
+{
+    return !program().isEmpty();
+}
+
 bool ReportServer::start()
 {
     if (m_server->state() != QProcess::NotRunning)
         return true;
-    m_server->start(QCoreApplication::applicationDirPath() + QStringLiteral("/sample_report_service"),
-                    {m_folder.path(), QString::number(m_port)});
+    if (!isInstalled()) {
+        m_errorText = tr("This installation has no report service.");
+        return false;
+    }
+    m_server->start(program(), {m_folder.path(), QString::number(m_port)});
     if (m_server->waitForStarted() && LoopbackServer::waitUntilReady(m_server, m_port))
         return true;
     m_errorText = tr("The report service did not start: %1").arg(m_server->errorString());

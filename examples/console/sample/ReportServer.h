@@ -22,6 +22,8 @@ public:
     explicit ReportServer(QObject *parent = nullptr);
     ~ReportServer() override;
 
+    /// Not every build for Windows has the library that the service stands on.
+    static bool isInstalled();
     /// Sets the library's address of the service as well. False with errorText() when it cannot be started.
     bool setManner(Manner manner);
     QString errorText() const { return m_errorText; }

@@ -169,6 +169,12 @@ void Tour::step(const QString &name, bool ok, const QString &seen)
     std::fflush(stdout);
 }
 
+void Tour::leaveOut(const QString &name, const QString &reason)
+{
+    std::printf("%-6s %-32s %s\n", "-", qUtf8Printable(name), qUtf8Printable(reason));
+    std::fflush(stdout);
+}
+
 void Tour::press(QWidget *scope, const QString &buttonName)
 {
     later([scope = QPointer<QWidget>(scope), buttonName] {

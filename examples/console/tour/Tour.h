@@ -75,6 +75,7 @@ private:
     void wizardSteps();
     void wizardSteps(const char *face, const char *button);
     void reportSteps();
+    void sendingSteps();
     /// A report is sent that keeps the part with the text; true when the service's copy is what was shown.
     bool sendReport(const QString &description);
     void logSteps();
@@ -89,6 +90,8 @@ private:
     bool waitFor(const std::function<bool()> &condition, int milliseconds = 15000);
     /// Prints the step's line and takes its picture.
     void step(const QString &name, bool ok, const QString &seen);
+    /// For what this installation cannot show.
+    void leaveOut(const QString &name, const QString &reason);
     void press(QWidget *scope, const QString &buttonName);
     /// A button of the dialog, which then closes.
     void press(const char *dialog, const char *button);
