@@ -99,12 +99,14 @@ void CProblemReportBrowserDialog::setupUI()
     d->ui.m_treeSectionsList->header()->setObjectName(QStringLiteral("m_headerSections"));
     d->ui.m_treeSectionsList->header()->setAccessibleName(tr("Columns"));
     d->ui.m_splitter->setStretchFactor(1, 1);
-    d->ui.m_splitter->setSizes({fontMetrics().averageCharWidth() * 40, width()});
+    const QSize character(fontMetrics().averageCharWidth(), fontMetrics().lineSpacing());
+    d->ui.m_splitter->setSizes({character.width() * 48, width()});
     d->ui.m_pbTakeOut->setEnabled(false);
     d->ui.m_treeSectionsList->setFocus();
     setReportFilePath(QString());
     // As large as reading wants it, where the screen has the room.
-    resize(QSize(860, 560).boundedTo(screen()->availableSize() * 0.85));
+    resize(
+        QSize(character.width() * 140, character.height() * 38).boundedTo(screen()->availableSize() * 0.85));
 }
 
 void CProblemReportBrowserDialog::setupConnections()
