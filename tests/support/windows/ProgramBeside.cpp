@@ -6,6 +6,7 @@
 #include <QAbstractNativeEventFilter>
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -63,13 +64,15 @@ private:
 int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);
+    const QString beside = qEnvironmentVariable("KOV_PROGRAMS_BESIDE");
+    QFile pass("Z:" + beside.section(' ', 1));
     QTcpSocket socket;
-    socket.connectToHost("127.0.0.1", qEnvironmentVariableIntValue("KOV_PROGRAMS_BESIDE"));
-    if (!socket.waitForConnected(5000)) {
+    socket.connectToHost("127.0.0.1", quint16(beside.section(' ', 0, 0).toUInt()));
+    if (!pass.open(QIODevice::ReadOnly) || !socket.waitForConnected(5000)) {
         std::fprintf(stderr, "%s: nobody runs programs beside Wine\n", argv[0]);
         return 1;
     }
-    socket.write(request());
+    socket.write(pass.readAll() + request());
     EndRequest endRequest(&socket);
     application.installNativeEventFilter(&endRequest);
     _setmode(_fileno(stdin), _O_BINARY);
