@@ -10,10 +10,13 @@
 #include <QSaveFile>
 #include <QSettings>
 #include <QTemporaryDir>
+#include <QThread>
 
 namespace {
 
 constexpr int lockWaitMs = 10000;
+constexpr int mostAttempts = 20;
+constexpr int pauseMs = 50;
 
 /// The settings in a file's text: a line each, but for the names of the groups and the lines between them.
 int settingsIn(const QByteArray &content)
@@ -54,7 +57,8 @@ QString edit(QByteArray *content, QSettings::Format format, const QHash<QString,
 }
 
 /// Nobody ever sees half of it.
-QString replace(const QString &fileName, const QByteArray &content)
+/// @param isTaken  set when the file is complete but cannot take its place
+QString replaceOnce(const QString &fileName, const QByteArray &content, bool *isTaken)
 {
     const QDateTime before = QFileInfo(fileName).lastModified();
     QSaveFile file(fileName);
@@ -66,15 +70,40 @@ QString replace(const QString &fileName, const QByteArray &content)
     // QSettings reads a file again when its size or its time has changed.
     if (before.isValid() && file.fileTime(QFileDevice::FileModificationTime) <= before)
         file.setFileTime(before.addMSecs(1), QFileDevice::FileModificationTime);
-    return file.commit() ? QString() : file.errorString();
+    *isTaken = !file.commit();
+    return *isTaken ? file.errorString() : QString();
+}
+
+QString replace(const QString &fileName, const QByteArray &content)
+{
+    bool isTaken = false;
+    QString error = replaceOnce(fileName, content, &isTaken);
+    // On Windows nobody replaces a file while somebody else reads it, which is soon over.
+    for (int i = 0; isTaken && i < mostAttempts; ++i) {
+        isTaken = false;
+        QThread::msleep(pauseMs);
+        error = replaceOnce(fileName, content, &isTaken);
+    }
+    return error;
+}
+
+/// Makes the folder of a file, too.
+bool isWritable(const QSettings &settings)
+{
+    return settings.status() != QSettings::AccessError && settings.isWritable();
 }
 
 QString writeFile(const QString &fileName, QSettings::Format format, const QHash<QString, QVariant> &values)
 {
+    const QString refused = QStringLiteral("it cannot be written");
+    const bool wasWritable = isWritable(QSettings(fileName, format));
     // The lock under which every QSettings writes this file.
     QLockFile lock(fileName + QStringLiteral(".lock"));
     if (!lock.tryLock(lockWaitMs))
-        return QStringLiteral("another process holds it, or the disk is full");
+        return wasWritable ? QStringLiteral("another process holds it, or the disk is full") : refused;
+    // On Windows a file cannot be opened while another process replaces it.
+    if (!wasWritable && !isWritable(QSettings(fileName, format)))
+        return refused;
     QByteArray content;
     QFile file(fileName);
     if (file.exists()) {
@@ -118,11 +147,11 @@ QString write(const QHash<QString, QVariant> &values)
     const auto complaint = [&](const QString &error) {
         return error.isEmpty() ? QString() : fileName + QStringLiteral(": ") + error;
     };
-    if (settings.status() == QSettings::AccessError || !settings.isWritable())
-        return complaint(QStringLiteral("it cannot be written"));
     // Some systems keep settings elsewhere than in a file.
     if (settings.format() == QSettings::IniFormat || fileName.endsWith(QLatin1String(".conf")))
         return complaint(writeFile(fileName, settings.format(), values));
+    if (!isWritable(settings))
+        return complaint(QStringLiteral("it cannot be written"));
     for (auto value = values.begin(); value != values.end(); ++value)
         settings.setValue(value.key(), *value);
     settings.sync();
