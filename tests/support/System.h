@@ -10,7 +10,8 @@ namespace System {
 
 /// Whether a file that somebody holds open can be renamed and replaced.
 extern const bool renamesOpenFiles;
-/// Whether a certificate is looked at where no file of authorities is named. Wine takes any.
+/// Whether certificates are checked as they should be. Wine takes any where no authorities are named, and
+/// none of an authority that Qt hands over.
 extern const bool checksCertificates;
 /// Whether it shows how a program ended that Ctrl+C ended. Wine says that all was well.
 extern const bool showsInterrupt;

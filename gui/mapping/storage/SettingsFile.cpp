@@ -76,15 +76,19 @@ QString replaceOnce(const QString &fileName, const QByteArray &content, bool *is
 
 QString replace(const QString &fileName, const QByteArray &content)
 {
-    bool isTaken = false;
-    QString error = replaceOnce(fileName, content, &isTaken);
-    // On Windows nobody replaces a file while somebody else reads it, which is soon over.
-    for (int i = 0; isTaken && i < mostAttempts; ++i) {
-        isTaken = false;
+    for (int attempt = 1;; ++attempt) {
+        bool isTaken = false;
+        const QString error = replaceOnce(fileName, content, &isTaken);
+        if (!isTaken || attempt == mostAttempts)
+            return error;
+        // On Windows nobody replaces a file while somebody else reads it, which is soon over.
         QThread::msleep(pauseMs);
-        error = replaceOnce(fileName, content, &isTaken);
     }
-    return error;
+}
+
+QString notWritable()
+{
+    return QStringLiteral("it cannot be written");
 }
 
 /// Makes the folder of a file, too.
@@ -93,17 +97,17 @@ bool isWritable(const QSettings &settings)
     return settings.status() != QSettings::AccessError && settings.isWritable();
 }
 
-QString writeFile(const QString &fileName, QSettings::Format format, const QHash<QString, QVariant> &values)
+QString writeFile(const QSettings &settings, const QHash<QString, QVariant> &values)
 {
-    const QString refused = QStringLiteral("it cannot be written");
-    const bool wasWritable = isWritable(QSettings(fileName, format));
+    const QString fileName = settings.fileName();
+    const bool wasWritable = isWritable(settings);
     // The lock under which every QSettings writes this file.
     QLockFile lock(fileName + QStringLiteral(".lock"));
     if (!lock.tryLock(lockWaitMs))
-        return wasWritable ? QStringLiteral("another process holds it, or the disk is full") : refused;
+        return wasWritable ? QStringLiteral("another process holds it, or the disk is full") : notWritable();
     // On Windows a file cannot be opened while another process replaces it.
-    if (!wasWritable && !isWritable(QSettings(fileName, format)))
-        return refused;
+    if (!wasWritable && !isWritable(QSettings(fileName, settings.format())))
+        return notWritable();
     QByteArray content;
     QFile file(fileName);
     if (file.exists()) {
@@ -112,7 +116,7 @@ QString writeFile(const QString &fileName, QSettings::Format format, const QHash
         content = file.readAll();
         file.close();
     }
-    const QString error = edit(&content, format, values);
+    const QString error = edit(&content, settings.format(), values);
     return error.isEmpty() ? replace(fileName, content) : error;
 }
 
@@ -149,9 +153,9 @@ QString write(const QHash<QString, QVariant> &values)
     };
     // Some systems keep settings elsewhere than in a file.
     if (settings.format() == QSettings::IniFormat || fileName.endsWith(QLatin1String(".conf")))
-        return complaint(writeFile(fileName, settings.format(), values));
+        return complaint(writeFile(settings, values));
     if (!isWritable(settings))
-        return complaint(QStringLiteral("it cannot be written"));
+        return complaint(notWritable());
     for (auto value = values.begin(); value != values.end(); ++value)
         settings.setValue(value.key(), *value);
     settings.sync();

@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFile>
 #include <QLockFile>
+#include <QSet>
 #include <QStandardPaths>
 #include <QUuid>
 
@@ -20,9 +21,12 @@ void removeLeftovers(const QDir &folder)
     // A folder that could not be removed by its owner has no lock any more.
     const auto entries
         = folder.entryList({QStringLiteral("open-*")}, QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot);
+    QSet<QString> names;
     for (const QString &entry : entries) {
         const bool isLock = entry.endsWith(QLatin1String(lockSuffix));
-        const QString name = isLock ? entry.chopped(int(qstrlen(lockSuffix))) : entry;
+        names.insert(isLock ? entry.chopped(int(qstrlen(lockSuffix))) : entry);
+    }
+    for (const QString &name : qAsConst(names)) {
         // Whoever holds it is alive.
         QLockFile lock(folder.filePath(name + QLatin1String(lockSuffix)));
         lock.setStaleLockTime(0);

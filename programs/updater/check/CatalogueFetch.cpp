@@ -183,13 +183,18 @@ private:
         m_error[0] = '\0';
         const qint64 remaining = qMax<qint64>(1, m_deadline.remainingTime());
         set(CURLOPT_URL, m_url.toEncoded(QUrl::RemoveUserInfo | QUrl::RemoveFragment).constData());
-        m_isAddressOurs = m_url.scheme() == QLatin1String("https") && !m_request.certificateFile.isEmpty()
-                          && KovGui::Platform::hasToCompareAddress(m_url.host().toStdString());
-        set(CURLOPT_SSL_VERIFYHOST, m_isAddressOurs ? 0L : 2L);
+        set(CURLOPT_SSL_VERIFYHOST, isAddressOurs() ? 0L : 2L);
         set(CURLOPT_TIMEOUT_MS, long(remaining));
         set(CURLOPT_CONNECTTIMEOUT_MS, qMin(long(remaining), connectTimeoutMilliseconds));
         sendUserInfoTo(m_url);
         return m_isRefused ? CURLE_FAILED_INIT : curl_easy_perform(m_handle.get());
+    }
+
+    /// To be compared with the certificate here, where libcurl does not.
+    bool isAddressOurs() const
+    {
+        return m_url.scheme() == QLatin1String("https") && !m_request.certificateFile.isEmpty()
+               && KovGui::Platform::hasToCompareAddress(m_url.host().toStdString());
     }
 
     void sendUserInfoTo(const QUrl &url)
@@ -283,7 +288,7 @@ private:
     static int onConnected(void *self, char *, char *, int, int)
     {
         const auto *const transfer = static_cast<Transfer *>(self);
-        const bool isRight = !transfer->m_isAddressOurs
+        const bool isRight = !transfer->isAddressOurs()
                              || KovGui::Platform::isCertificateFor(transfer->m_url.host().toStdString(),
                                                                    transfer->m_handle.get());
         return isRight ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
@@ -316,7 +321,6 @@ private:
     qint64 m_headerSize = 0;
     bool m_isTooLarge = false;
     bool m_isRefused = false;
-    bool m_isAddressOurs = false; ///< to be compared with the certificate
     char m_error[CURL_ERROR_SIZE] = {};
 };
 
